@@ -1,0 +1,6 @@
+#include "ClassEngine/Random.h"
+
+Random& ThreadRandom() {
+  thread_local Random generator;
+  return generator;
+}

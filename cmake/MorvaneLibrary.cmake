@@ -1,0 +1,32 @@
+# morvane_library(NAME DEPS...) builds every .cpp below the calling folder into
+# a static library named NAME. Files named main.cpp are left to executables.
+function(morvane_library name)
+  file(GLOB_RECURSE srcs CONFIGURE_DEPENDS
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.c)
+  list(FILTER srcs EXCLUDE REGEX "/main\\.cpp$")
+  if(srcs)
+    add_library(${name} STATIC ${srcs})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${ARGN})
+  else()  # a folder whose first sources have not landed yet
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} INTERFACE ${ARGN})
+  endif()
+endfunction()
+
+# morvane_test(NAME LIBS...) builds every .cpp below the calling folder into one
+# GoogleTest binary and registers its cases with ctest.
+function(morvane_test name)
+  file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(FILTER srcs EXCLUDE REGEX "/fuzz/")
+  if(NOT srcs)
+    return()
+  endif()
+  add_executable(${name} ${srcs})
+  target_link_libraries(${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main GTest::gmock)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+                       WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun
+                       PROPERTIES ENVIRONMENT "MORVANE_HOME=${CMAKE_BINARY_DIR}/testrun/home;MORVANE_DATA=${PROJECT_SOURCE_DIR}/data")
+endfunction()
