@@ -30,3 +30,30 @@ function(morvane_test name)
                        WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun
                        PROPERTIES ENVIRONMENT "MORVANE_HOME=${CMAKE_BINARY_DIR}/testrun/home;MORVANE_DATA=${PROJECT_SOURCE_DIR}/data")
 endfunction()
+
+# morvane_fuzz(NAME SOURCE LIBS...) builds a fuzz target: SOURCE defines
+# LLVMFuzzerTestOneInput. With MORVANE_FUZZ (a clang build) it links libFuzzer
+# with AddressSanitizer and ctest runs it for a fixed number of runs; otherwise
+# it links our replay driver, which feeds the seed corpus (tests/<folder>/fuzz/
+# corpus/NAME/, if any) and a fixed set of seeded random mutations, so every
+# build exercises the target a little. `scripts/fuzz.sh NAME SECONDS` runs one longer.
+function(morvane_fuzz name source)
+  set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/corpus/${name})
+  if(MORVANE_FUZZ)
+    add_executable(${name} ${source})
+    target_compile_options(${name} PRIVATE -fsanitize=fuzzer,address)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer,address)
+    target_link_libraries(${name} PRIVATE ${ARGN})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+    set(dirs)
+    if(EXISTS ${corpus})
+      set(dirs ${corpus})
+    endif()
+    add_test(NAME ${name} COMMAND ${name} -runs=${MORVANE_FUZZ_RUNS} -seed=1 -rss_limit_mb=1024 ${dirs})
+  else()
+    add_executable(${name} ${source} ${PROJECT_SOURCE_DIR}/tests/FuzzReplayDriver.cpp)
+    target_link_libraries(${name} PRIVATE ${ARGN})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+    add_test(NAME ${name} COMMAND ${name} ${corpus})
+  endif()
+endfunction()
