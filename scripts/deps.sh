@@ -2,6 +2,7 @@
 # Installs the Debian packages that Morvane needs to build, run and test.
 # Idempotent: when every package is present it makes no apt call at all.
 #   scripts/deps.sh          build, run and test needs
+#   scripts/deps.sh --tests  also the test inputs that Debian ships (meshes, images)
 #   scripts/deps.sh --peers  also the peer libraries of the side-by-side benchmarks
 set -euo pipefail
 
@@ -11,10 +12,19 @@ packages=(
   zlib1g-dev
   libgtest-dev libgmock-dev libbenchmark-dev
 )
+# Inputs for the tests that nobody here wrote, and the tools that make them.
+testdata=(
+)
 peers=(libopenvdb-dev libtbb-dev)
 
 want=("${packages[@]}")
-if [[ "${1:-}" == "--peers" ]]; then want+=("${peers[@]}"); fi
+for arg in "$@"; do
+  case "$arg" in
+    --tests) want+=("${testdata[@]}") ;;
+    --peers) want+=("${peers[@]}") ;;
+    *) echo "deps.sh: unknown option $arg" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for p in "${want[@]}"; do
