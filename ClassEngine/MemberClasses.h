@@ -1,0 +1,169 @@
+// The member classes: prototypes that handle one raw field of an owner object
+// (an int, a float, a packed colour, an embedded _str). Each is registered
+// under exactly its class name; its CheckType accepts the field types it
+// can handle, and its CopyTo copies the raw value.
+#pragma once
+#include <cstdint>
+#include <cstring>
+
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/DString.h"
+
+// The name, factory and descriptor of a member class.
+#define MV_MEMBER_CLASS(Type)                                                       \
+ public:                                                                            \
+  static const char* StaticClassName() { return #Type; }                            \
+  const char* GetClassName() override { return #Type; }                             \
+  BaseClass* New() override {                                                       \
+    Type* o = new Type;                                                             \
+    if (o) o->SetParentOnly(this);                                                  \
+    return o;                                                                       \
+  }                                                                                 \
+  static ClassDescriptor* StaticDescriptor() {                                      \
+    static ClassDescriptor* d = GetClassDescriptor(#Type);                          \
+    return d;                                                                       \
+  }                                                                                 \
+  ClassDescriptor* GetDescriptor() override { return StaticDescriptor(); }
+
+// Common behaviour of a member held as Size raw bytes: no elements, reset
+// to zero, copy by bytes.
+template <int Size>
+class RawMember : public BaseClass {
+ public:
+  int GetAmountOfElements() override { return 0; }
+  bool IsCompound() override { return false; }
+  void Reset(void* ptr) override {
+    if (ptr) memset(ptr, 0, Size);
+  }
+  bool CopyTo(void* ptr, void*, BaseClass*, void* to, void*, int) override {
+    if (ptr && to && ptr != to) memcpy(to, ptr, Size);
+    return ptr && to;
+  }
+};
+
+class _int : public RawMember<4> {
+  MV_MEMBER_CLASS(_int)
+  bool CheckType(const char*, int size) override { return size == 4; }
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _DWORD : public RawMember<4> {
+  MV_MEMBER_CLASS(_DWORD)
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _float : public RawMember<4> {
+  MV_MEMBER_CLASS(_float)
+  bool CheckType(const char* typeName, int) override;
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _bool : public RawMember<1> {
+  MV_MEMBER_CLASS(_bool)
+  bool CheckType(const char*, int size) override { return size == 1; }
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _BYTE : public RawMember<1> {
+  MV_MEMBER_CLASS(_BYTE)
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _char : public RawMember<1> {
+  MV_MEMBER_CLASS(_char)
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _WORD : public RawMember<2> {
+  MV_MEMBER_CLASS(_WORD)
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+class _short : public RawMember<2> {
+  MV_MEMBER_CLASS(_short)
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+// An int holding a value of the Enumerator given as the member's Extra.
+class _index : public RawMember<4> {
+  MV_MEMBER_CLASS(_index)
+  bool CheckType(const char*, int size) override { return size == 4; }
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+// A packed 0xAARRGGBB colour.
+class _color : public RawMember<4> {
+  MV_MEMBER_CLASS(_color)
+  bool CheckType(const char*, int size) override { return size == 4; }
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+};
+
+// An int texture handle of the renderer.
+class _TextureID : public RawMember<4> {
+  MV_MEMBER_CLASS(_TextureID)
+  bool CheckType(const char*, int size) override { return size == 4; }
+};
+
+// Range records, the Extra of the sliders.
+struct IntSliderRange {
+  int Min;
+  int Max;
+};
+struct FloatSliderRange {
+  float Min;
+  float Max;
+};
+// Records that live for the run, for registration calls.
+IntSliderRange* NewIntSliderRange(int min, int max);
+FloatSliderRange* NewFloatSliderRange(float min, float max);
+
+class CtrlISlider : public _int {
+  MV_MEMBER_CLASS(CtrlISlider)
+};
+
+class CtrlFSlider : public _float {
+  MV_MEMBER_CLASS(CtrlFSlider)
+};
+
+// A separator row of generated panels. It has no value and is never saved;
+// all Delimiter members point at one shared object.
+class Delimiter : public BaseClass {
+  MV_MEMBER_CLASS(Delimiter)
+  int GetAmountOfElements() override { return 0; }
+  bool IsCompound() override { return false; }
+  bool IsSimplified() override { return true; }
+  void Reset(void*) override {}
+  bool CopyTo(void*, void*, BaseClass*, void*, void*, int) override { return true; }
+};
+Delimiter& TheDelimiter();
+
+// The reflected string: a DString that is also a BaseClass, embedded in its
+// owner as a field.
+class _str : public BaseClass, public DString {
+  MV_MEMBER_CLASS(_str)
+  _str() = default;
+  _str(const char* s) : DString(s) {}
+  _str(const _str& s) : BaseClass(), DString(s) {}
+  _str& operator=(const _str& s) {
+    DString::operator=(s);
+    return *this;
+  }
+  _str& operator=(const char* s) {
+    DString::Assign(s);
+    return *this;
+  }
+  int GetAmountOfElements() override { return 0; }
+  bool IsCompound() override { return false; }
+  void Reset(void* ptr) override;
+  bool CopyTo(void* ptr, void* extra, BaseClass* toClass, void* to, void* toExtra,
+              int options) override;
+  const char* GetView(void*) override { return cpchar(); }
+  bool GetValueByName(DString& out, void* ptr, void* extra, const char* name) override;
+  // The _str at a member address (the address of its BaseClass part).
+  static _str* At(void* ptr) { return ptr ? static_cast<_str*>((BaseClass*)ptr) : nullptr; }
+};
+
+// A _str shown as a reference to another object's name.
+class _str_ref : public _str {
+  MV_MEMBER_CLASS(_str_ref)
+};
