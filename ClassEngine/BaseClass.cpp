@@ -149,15 +149,6 @@ void BaseClass::Reset(void* ptr) {
   }
 }
 
-// The class-files layer fills these; until then nothing is read or written.
-bool BaseClass::Save(XmlNode*, void*, void*) { return false; }
-bool BaseClass::Load(XmlNode*, void*, ErrorCollector*, void*) { return false; }
-bool BaseClass::LoadExternalSources(XmlNode*, void*) { return false; }
-bool BaseClass::SaveBin(void*, void*, BinStream*, Enumerator*, bool) { return false; }
-bool BaseClass::LoadBin(void*, void*, BinStream*, Enumerator*) { return false; }
-bool BaseClass::ReadFromFile(const char*) { return false; }
-bool BaseClass::WriteToFile(const char*) { return false; }
-
 bool BaseClass::CopyTo(void* ptr, void* /*extra*/, BaseClass* toClass, void* to,
                        void* /*toExtra*/, int options) {
   if (ptr == to) return true;

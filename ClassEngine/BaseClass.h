@@ -119,8 +119,8 @@ class BaseClass {
 
   virtual ~BaseClass() = default;
   virtual void Reset(void* ptr = nullptr);
-  // The XML and binary forms belong to the class-files layer, which
-  // overrides these; here they do nothing and report failure.
+  // The XML and binary forms live in the class-files layer (xml/ClassXml.cpp,
+  // streams/ClassBin.cpp); the member classes override them for their fields.
   virtual bool Save(XmlNode* xml, void* ptr = nullptr, void* extra = nullptr);
   virtual bool Load(XmlNode* xml, void* ptr = nullptr, ErrorCollector* error = nullptr,
                     void* extra = nullptr);
@@ -145,8 +145,9 @@ class BaseClass {
   virtual bool AcceptsClass(const char* /*name*/) { return true; }
   virtual bool CopyTo(void* ptr, void* extra, BaseClass* toClass, void* to, void* toExtra,
                       int options = 0);
+  // `skip` names members left out of the binary form; null leaves none out.
   virtual bool SaveBin(void* ptr, void* extra, BinStream* stream, Enumerator* dictionary,
-                       bool skip = false);
+                       Enumerator* skip = nullptr);
   virtual bool LoadBin(void* ptr, void* extra, BinStream* stream, Enumerator* dictionary);
   virtual bool ReadFromFile(const char* name);
   virtual bool SafeReadFromFile(const char* name) { return ReadFromFile(name); }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "ClassEngine/BaseClass.h"
+#include "ClassEngine/streams/ClassBin.h"
 
 template <class T>
 class ClassArray : public BaseClass, public DynArray<T*, 15> {
@@ -57,6 +58,8 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
     return true;
   }
   int ExpandWith(const char* className, BaseClass* owner) override {
+    // A file keeps the place of an empty slot under the name "NULL".
+    if (className && strcmp(className, "NULL") == 0) return this->Add(nullptr);
     BaseClass* proto = GetClassPrototype(className);
     if (!proto) return -1;
     BaseClass* made = proto->New();
@@ -78,6 +81,13 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
   }
   int GetExpansionRules() override { return kExpandDerived; }
   const char* GetExpansionBase() override { return T::StaticClassName(); }
+  bool SaveBin(void* ptr, void*, BinStream* stream, Enumerator* dictionary,
+               Enumerator* = nullptr) override {
+    return SaveBinArray(ptr ? (BaseClass*)ptr : this, stream, dictionary);
+  }
+  bool LoadBin(void* ptr, void*, BinStream* stream, Enumerator* dictionary) override {
+    return LoadBinArray(ptr ? (BaseClass*)ptr : this, stream, dictionary);
+  }
   void SetParent(BaseClass* p) override {
     Parent = p;
     for (int i = 0; i < this->NValues; i++)

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "ClassEngine/BaseClass.h"
+#include "ClassEngine/streams/ClassBin.h"
 
 template <class T>
 class ClassPtr : public BaseClass {
@@ -72,6 +73,13 @@ class ClassPtr : public BaseClass {
   }
   int GetExpansionRules() override { return kExpandDerived | kExpandShowAddRow | kExpandSingle; }
   const char* GetExpansionBase() override { return T::StaticClassName(); }
+  bool SaveBin(void* ptr, void*, BinStream* stream, Enumerator* dictionary,
+               Enumerator* = nullptr) override {
+    return SaveBinPtr(ptr ? (BaseClass*)ptr : this, stream, dictionary);
+  }
+  bool LoadBin(void* ptr, void*, BinStream* stream, Enumerator* dictionary) override {
+    return LoadBinPtr(ptr ? (BaseClass*)ptr : this, stream, dictionary);
+  }
   void SetParent(BaseClass* p) override {
     Parent = p;
     if (Child) Child->SetParent(this);

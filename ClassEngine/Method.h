@@ -27,6 +27,11 @@ class _method : public BaseClass {
   }
   void Reset(void*) override {}
   bool CopyTo(void*, void*, BaseClass*, void*, void*, int) override { return true; }
+  // A button has no value: nothing goes to a file, nothing comes back.
+  bool Save(XmlNode*, void*, void*) override { return true; }
+  bool Load(XmlNode*, void*, ErrorCollector*, void*) override { return true; }
+  bool SaveBin(void*, void*, BinStream*, Enumerator*, Enumerator*) override { return true; }
+  bool LoadBin(void*, void*, BinStream*, Enumerator*) override { return true; }
 };
 
 template <class T>
