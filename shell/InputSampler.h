@@ -1,0 +1,43 @@
+// Turns the window system's input into queue events. Messages become key,
+// button, wheel and motion events at once; once a frame the sampler reads the
+// keyboard and the gamepad and makes the typed characters and the repeats:
+// keys after 0.4 s every 0.04 s, gamepad keys after 0.3 s every 0.12 s, with
+// catch-up on slow frames, and only the newest keyboard key repeating.
+#pragma once
+#include <array>
+#include <bitset>
+
+#include "platform/Platform.h"
+#include "shell/EventQueue.h"
+
+// 0: no characters (modifiers, F keys); 1: sends its character; 2: sends its
+// key code (Enter, arrows, editing keys).
+int KeyClass(int key);
+
+class InputSampler {
+ public:
+  static constexpr double kKeyDelay = 0.4, kKeyPeriod = 0.04;
+  static constexpr double kPadDelay = 0.3, kPadPeriod = 0.12;
+
+  // One message of the window system; `now` is the time base's seconds.
+  void OnPlatformEvent(const PlatformEvent& pe, EventQueue& queue, double now);
+  // The per-frame pass over keyboard and gamepad.
+  void Sample(Platform& platform, EventQueue& queue, double now);
+
+  bool KeyState(int key) const { return keys::IsValid(key) && state_[key]; }
+  const GamepadState& Gamepad() const { return pad_; }
+  float PointerX() const { return lastX_; }
+  float PointerY() const { return lastY_; }
+
+ private:
+  void SampleKeyboard(Platform& platform, EventQueue& queue, double now);
+  void SampleGamepad(Platform& platform, EventQueue& queue, double now);
+  void EmitCharacter(Platform& platform, EventQueue& queue, int key, double now);
+
+  std::bitset<keys::Count> state_;
+  std::array<double, keys::Count> nextRepeat_{};
+  std::bitset<keys::Count> repeating_;
+  GamepadState pad_;
+  float lastX_ = 0, lastY_ = 0;
+  bool hadMotion_ = false;
+};

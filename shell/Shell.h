@@ -1,0 +1,120 @@
+// The program's spine: start-up in order, the message loop, one frame, the
+// application frame's periodic work, long operations (ProgressBar, PumpModal)
+// and the exit. One Shell exists per run and is reached through TheShell().
+// Everything the shell cannot do yet (draw, load, save, import) goes through
+// the ShellSeams it is given.
+#pragma once
+#include <functional>
+#include <string>
+
+#include "platform/Platform.h"
+#include "shell/Autosave.h"
+#include "shell/CommandLine.h"
+#include "shell/Dispatcher.h"
+#include "shell/EventQueue.h"
+#include "shell/InputSampler.h"
+#include "shell/PeriodicChecks.h"
+#include "shell/ShellSeams.h"
+#include "shell/TimeBase.h"
+#include "shell/UserFolders.h"
+#include "shell/WidgetLayers.h"
+#include "shell/WindowPlacement.h"
+
+struct StartOptions {
+  std::string commandLine;
+  std::string logPath = "Log.txt";
+  bool installCrashHandler = true;
+  std::string title = "Morvane";
+};
+
+class Shell {
+ public:
+  Shell(Platform& platform, ShellSeams& seams);
+  ~Shell();
+
+  // The start-up steps; false if the run must end at once.
+  bool Start(const StartOptions& options);
+  // One turn of the message loop: one message, or one frame when none waits.
+  void PumpOnce();
+  // Turns the loop until `frames` more frames ran or the exit flag is set.
+  void RunFrames(int frames);
+  // Turns the loop until the exit flag is set.
+  void Run();
+  void Frame();
+  // After the loop: window.txt is written.
+  void Exit();
+
+  // Asks to leave: tools, then "WANT_TO_SAVE" if the scene is modified. True
+  // sets the exit flag.
+  bool CanClose();
+  void LockClose(bool locked) { closeLocked_ = locked; }
+  bool ExitRequested() const { return exitFlag_; }
+
+  void PumpModal(const std::function<bool()>& done);
+  // Returns whether it drew (at most every 500 ms).
+  bool ProgressBar(int current, int total, const char* text);
+  bool IsKeyDownNow(int key) const;
+
+  void SetFullScreenWanted(bool on) { fullScreenWanted_ = on; }
+  // What leaving from inside a modal pump does; the default ends the process.
+  void SetExitFromPump(std::function<void()> fn) { exitFromPump_ = std::move(fn); }
+
+  WidgetLayers& Layers() { return layers_; }
+  EventQueue& Queue() { return queue_; }
+  const TimeBase& Time() const { return clock_.Now(); }
+  TimeBase& MutableTime() { return clock_.Mutable(); }
+  const Dispatcher& Dispatch() const { return dispatcher_; }
+  const InputSampler& Sampler() const { return sampler_; }
+  UserFolders& Folders() { return folders_; }
+  AutosaveOptions& Autosave() { return autosave_; }
+  const AutosaveTimer& AutosaveState() const { return autosaveTimer_; }
+  const WindowPlacement& Placement() const { return placement_; }
+  const CommandLineDecision& CommandLine() const { return commandLine_; }
+  bool CommandLineRan() const { return commandLineRan_; }
+  int FrameCount() const { return frameCount_; }
+  int DispatchedEvents() const { return dispatchedEvents_; }
+  bool Paused() const;
+  Platform& Window() { return platform_; }
+
+ private:
+  void HandleEvent(const PlatformEvent& e);
+  void ApplicationFrame(int width, int height);
+  void CheckCrashBackup();
+  void ShowLastCrash();
+  void OfferToSaveOnCrash();
+  int IdleWaitMs() const;
+
+  Platform& platform_;
+  ShellSeams& seams_;
+  WidgetLayers layers_;
+  EventQueue queue_;
+  InputSampler sampler_;
+  Dispatcher dispatcher_;
+  FrameClock clock_;
+  UserFolders folders_;
+  WindowPlacement placement_;
+  AutosaveOptions autosave_;
+  AutosaveTimer autosaveTimer_;
+  DelayedCommandLine delayedLine_;
+  CommandLineDecision commandLine_;
+  Interval importPoll_{500};
+  Interval clipboardPoll_{330};
+  ClipboardColourWatch clipboardWatch_;
+  std::function<void()> exitFromPump_;
+  std::string title_ = "Morvane";
+  uint32_t lastProgressMs_ = 0;
+  int frameCount_ = 0, nesting_ = 0, dispatchedEvents_ = 0;
+  bool progressDrawn_ = false;
+  bool frameForbidden_ = false, sceneBegun_ = false, modalRan_ = false;
+  bool firstAppFrame_ = true, commandLineRan_ = false;
+  bool exitFlag_ = false, closeLocked_ = false;
+  bool needFrame_ = true, redrawRequested_ = false, movingOrSizing_ = false;
+  bool fullScreenWanted_ = false;
+};
+
+// The one shell of the run, null outside it.
+Shell* TheShell();
+// The free forms that long operations call.
+bool ProgressBar(int current, int total, const char* text);
+bool IsKeyDownNow(int key);
+void PumpModal(const std::function<bool()>& done);
