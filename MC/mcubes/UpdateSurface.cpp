@@ -1,0 +1,195 @@
+// Once per frame: the dirty cells get new triangles (in parallel), their
+// bounds go into the box tree, and the render groups that hold them are
+// rebuilt. A stroke only marks cells; the triangles appear here.
+#include <algorithm>
+#include <vector>
+
+#include "ClassEngine/Threader.h"
+#include "MC/mcubes/VolumeObject.h"
+
+namespace {
+CellBox SurfaceBox(const CellSurface* s) {
+  CellBox box;
+  if (!s) return box;
+  for (int i = 0; i < s->Vertices.Count; ++i) {
+    const float* p = s->Vertices[i].Pos;
+    for (int k = 0; k < 3; ++k) {
+      box.Min[k] = std::min(box.Min[k], p[k]);
+      box.Max[k] = std::max(box.Max[k], p[k]);
+    }
+  }
+  return box;
+}
+}  // namespace
+
+void VolumeObject::UpdateSurface() {
+  // Surface-mode write-back (ApplyMC) joins here once the triangle collector exists.
+  std::vector<CellKey> rebuild, refresh;
+  DirtyCells.ForEach([&](const CellKey& k, int& value) {
+    VoxelCell** found = Cells.Find(k.x, k.y, k.z);
+    if (value == 1 && found) {
+      VoxelCell* cell = *found;
+      // Single-voxel writers leave the status stale; settle it before deciding.
+      if (cell->Flags & kCellStale) cell->RefreshStatus(true, false);
+      if (cell->HasSurfaceCrossing() && !cell->Surface) cell->Surface = (CellSurface*)apool.Allocate(true);
+      rebuild.push_back(k);
+    } else {
+      refresh.push_back(k);
+    }
+  });
+
+  // No partial-redraw machinery exists yet: the view always redraws in full.
+
+  if (!rebuild.empty()) {
+    const int threads = std::min({UsingProcessors(), kMaxThreads, (int)rebuild.size()});
+    RunSection(threads, [&](int t) {
+      for (size_t i = t; i < rebuild.size(); i += threads) BuildCellSurface(rebuild[i].x, rebuild[i].y, rebuild[i].z);
+    });
+    for (const CellKey& k : rebuild)
+      if (VoxelCell** c = Cells.Find(k.x, k.y, k.z)) (*c)->Flags &= ~kCellChanged;
+  }
+
+  if (!SkipBoundsThisUpdate) {
+    // Rebuilt cells got their box with their triangles; the others may have
+    // moved vertices (surface mode) and are measured again.
+    auto bound = [&](const CellKey& k, bool fresh) {
+      VoxelCell** found = Cells.Find(k.x, k.y, k.z);
+      CellSurface* s = found ? (*found)->Surface : nullptr;
+      CellBox box;
+      if (s && fresh) {
+        std::copy(s->Bounds, s->Bounds + 3, box.Min);
+        std::copy(s->Bounds + 3, s->Bounds + 6, box.Max);
+      } else if (s) {
+        box = SurfaceBox(s);
+        std::copy(box.Min, box.Min + 3, s->Bounds);
+        std::copy(box.Max, box.Max + 3, s->Bounds + 3);
+      }
+      Tree.SetBox(0, k.x, k.y, k.z, box);
+    };
+    for (const CellKey& k : rebuild) bound(k, true);
+    for (const CellKey& k : refresh) bound(k, false);
+  }
+
+  ++UpdateStamp;
+  std::vector<CellKey> groupKeys;
+  DirtyGroups.ForEach([&](const CellKey& g, int&) { groupKeys.push_back(g); });
+  RebuildGroups(groupKeys);
+
+  DirtyCells.Clear();
+  DirtyGroups.Clear();
+  ViewDirtyCells.Clear();
+  if (TreeStale) {
+    TreeStale = false;
+    Tree.ClearBoxes();
+    Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+      if (c->Surface && c->Surface->Vertices.Count) Tree.SetBox(0, k.x, k.y, k.z, SurfaceBox(c->Surface));
+    });
+  }
+  Tree.Rebuild();
+}
+
+std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, float rect[4]) {
+  const CellSurface* parts[216];
+  int partCount = 0, vertexCount = 0, indexCount = 0;
+  bool haveRect = false;
+  float r0 = 0, r1 = 0, r2 = 0, r3 = 0;  // min x, min y, max x, max y
+  for (int k = 0; k < 6; ++k)
+    for (int j = 0; j < 6; ++j)
+      for (int i = 0; i < 6; ++i) {
+        VoxelCell** found = Cells.Find(gx * 6 + i, gy * 6 + j, gz * 6 + k);
+        if (!found) continue;
+        const VoxelCell* c = *found;
+        if (!c->Surface || (c->Flags & kCellHidden)) continue;
+        const CellSurface* s = c->Surface;
+        vertexCount += s->Vertices.Count;
+        indexCount += s->Indices.Count;
+        parts[partCount++] = s;
+        if (s->ScreenRect[2] > 0) {
+          const float x0 = s->ScreenRect[0], y0 = s->ScreenRect[1];
+          const float x1 = x0 + s->ScreenRect[2], y1 = y0 + s->ScreenRect[3];
+          if (!haveRect) {
+            r0 = x0, r1 = y0, r2 = x1, r3 = y1;
+            haveRect = true;
+          } else {
+            r0 = std::min(r0, x0), r1 = std::min(r1, y0), r2 = std::max(r2, x1), r3 = std::max(r3, y1);
+          }
+        }
+      }
+  if (rect) {
+    rect[0] = r0, rect[1] = r1, rect[2] = r2 - r0, rect[3] = r3 - r1;
+  }
+  if (vertexCount == 0 && indexCount == 0) return nullptr;
+  auto mesh = std::make_shared<GroupMesh>();
+  mesh->Positions.resize((size_t)vertexCount * 3);
+  mesh->Normals.resize((size_t)vertexCount * 3);
+  mesh->WideIndices = vertexCount >= 65000;
+  if (mesh->WideIndices)
+    mesh->Indices32.resize(indexCount);
+  else
+    mesh->Indices16.resize(indexCount);
+  float* pos = mesh->Positions.data();
+  float* nrm = mesh->Normals.data();
+  int base = 0, at = 0;
+  for (int p = 0; p < partCount; ++p) {
+    const CellSurface* s = parts[p];
+    for (int v = 0; v < s->Vertices.Count; ++v) {
+      const MCVertex& mv = s->Vertices[v];
+      // The freeze weight reaches the shader as the normal's length.
+      const float len = 1.0f + mv.Freeze / 65535.0f;
+      *pos++ = mv.Pos[0], *pos++ = mv.Pos[1], *pos++ = mv.Pos[2];
+      *nrm++ = mv.Normal[0] * len, *nrm++ = mv.Normal[1] * len, *nrm++ = mv.Normal[2] * len;
+    }
+    if (mesh->WideIndices)
+      for (int i = 0; i < s->Indices.Count; ++i) mesh->Indices32[at++] = (uint32_t)(base + s->Indices[i]);
+    else
+      for (int i = 0; i < s->Indices.Count; ++i) mesh->Indices16[at++] = (uint16_t)(base + s->Indices[i]);
+    base += s->Vertices.Count;
+  }
+  return mesh;
+}
+
+void VolumeObject::RecomputeCellBounds() {
+  int mn[3] = {10000, 10000, 10000}, mx[3] = {-10000, -10000, -10000};
+  Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!c->Surface || !c->Surface->Vertices.Count) return;
+    const int key[3] = {k.x, k.y, k.z};
+    for (int i = 0; i < 3; ++i) mn[i] = std::min(mn[i], key[i]), mx[i] = std::max(mx[i], key[i]);
+  });
+  if (mn[0] > mx[0] || mn[1] > mx[1] || mn[2] > mx[2])
+    for (int i = 0; i < 3; ++i) mn[i] = mx[i] = 0;
+  std::copy(mn, mn + 3, CellBoundsMin);
+  std::copy(mx, mx + 3, CellBoundsMax);
+}
+
+void VolumeObject::ResetGroups() { RenderGroups.Clear(); }
+
+void VolumeObject::RebuildAllGroups() {
+  RecomputeCellBounds();
+  ResetGroups();
+  ++UpdateStamp;
+  std::vector<CellKey> groupKeys;
+  for (int gz = GroupOf(CellBoundsMin[2]); gz <= GroupOf(CellBoundsMax[2]); ++gz)
+    for (int gy = GroupOf(CellBoundsMin[1]); gy <= GroupOf(CellBoundsMax[1]); ++gy)
+      for (int gx = GroupOf(CellBoundsMin[0]); gx <= GroupOf(CellBoundsMax[0]); ++gx) groupKeys.push_back({gx, gy, gz});
+  RebuildGroups(groupKeys);
+}
+
+// Groups only read cells, so they are built in parallel; the map is filled
+// afterwards on this thread, in the order of the keys.
+void VolumeObject::RebuildGroups(const std::vector<CellKey>& keys) {
+  // Old meshes go first, so the new ones reuse their memory.
+  for (const CellKey& g : keys) RenderGroups.Remove(g.x, g.y, g.z);
+  std::vector<RenderGroup> built(keys.size());
+  const int threads = std::min({UsingProcessors(), kMaxThreads, std::max(1, (int)keys.size())});
+  RunSection(threads, [&](int t) {
+    for (size_t i = t; i < keys.size(); i += threads)
+      built[i].Mesh = RebuildGroup(keys[i].x, keys[i].y, keys[i].z, built[i].Rect);
+  });
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const CellKey& g = keys[i];
+    if (built[i].Mesh) {
+      built[i].Stamp = UpdateStamp - 1234;
+      RenderGroups.Set(g.x, g.y, g.z, built[i]);
+    }
+  }
+}
