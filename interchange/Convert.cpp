@@ -1,0 +1,110 @@
+// The file converter: a mesh goes LoadMesh -> SaveMesh; an image goes
+// LoadImage -> SaveImage, with EXR and TIFF (float outputs) through
+// cFloatImage and DXT textures decoded first for formats that can't hold them.
+#include "interchange/Convert.h"
+
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "interchange/FloatImage.h"
+#include "interchange/IO.h"
+#include "interchange/MeshIO.h"
+#include "interchange/TextUtil.h"
+
+namespace comms {
+
+namespace {
+
+bool IsMeshExtension(const std::string& extension, bool encode) {
+  for (int i = 0; i < cMeshIO::CodecCount(); i++)
+    if (IEquals(cMeshIO::CodecName(i), extension)) return encode ? cMeshIO::CanEncode(i) : cMeshIO::CanDecode(i);
+  return false;
+}
+
+bool IsFloatExtension(const std::string& extension) {
+  return IEquals(extension, "exr") || IEquals(extension, "tif") || IEquals(extension, "tiff");
+}
+
+// 8-bit, 16-bit and float images as floats from 0 to 1 (half floats aren't
+// converted). 16-bit samples stay 16-bit in a TIFF; everything else is saved
+// with 32-bit floats, since half floats can't hold every 8-bit step exactly.
+bool ToFloat(const cImage& image, cFloatImage& out, bool tiff) {
+  const int f = image.format, channels = cImage::Channels(f);
+  if (f < 1 || (f > 8 && f < 13) || f > 16) return false;
+  out = cFloatImage(image.width, image.height, channels, tiff && f >= 5 && f <= 8 ? 16 : 32);
+  for (size_t i = 0; i < out.samples.size(); i++) {
+    if (f <= 4) out.samples[i] = image.data[i] / 255.0f;
+    else if (f <= 8) out.samples[i] = (image.data[2 * i] | image.data[2 * i + 1] << 8) / 65535.0f;
+    else std::memcpy(&out.samples[i], &image.data[4 * i], 4);
+  }
+  return true;
+}
+
+int ConvertImage(const std::string& in, const std::string& out) {
+  const std::string inExt = ExtensionOf(in), outExt = ExtensionOf(out);
+  cFloatImage floats;
+  if (IsFloatExtension(inExt)) {
+    if (!floats.Load(in)) {
+      std::fprintf(stderr, "Can't read image \"%s\"\n", in.c_str());
+      return 1;
+    }
+    if (!floats.Save(out)) {
+      std::fprintf(stderr, "Can't write image \"%s\"\n", out.c_str());
+      return 1;
+    }
+  } else {
+    cImage image;
+    if (!cIO::LoadImage(in, image)) {
+      std::fprintf(stderr, "Can't read image \"%s\"\n", in.c_str());
+      return 1;
+    }
+    if (cImage::IsCompressed(image.format) && !IEquals(outExt, "dds")) {
+      cImage rgba;
+      DecodeDxt(image, rgba);
+      image = std::move(rgba);
+    }
+    bool ok = IsFloatExtension(outExt) ? ToFloat(image, floats, !IEquals(outExt, "exr")) && floats.Save(out) : cIO::SaveImage(out, image);
+    if (!ok) {
+      std::fprintf(stderr, "Can't write image \"%s\" in format %d as \"%s\"\n", in.c_str(), image.format, out.c_str());
+      return 1;
+    }
+    floats.width = image.width;
+    floats.height = image.height;
+  }
+  std::printf("Converted image \"%s\" (%d x %d) to \"%s\"\n", in.c_str(), floats.width, floats.height, out.c_str());
+  return 0;
+}
+
+}  // namespace
+
+int RunConvertCommand(const std::string& inPath, const std::string& outPath) {
+  std::error_code ec;
+  const std::string in = std::filesystem::absolute(inPath, ec).string();
+  const std::string out = std::filesystem::absolute(outPath, ec).string();
+  const std::string inExt = ExtensionOf(in), outExt = ExtensionOf(out);
+  if (IsMeshExtension(inExt, false)) {
+    if (!IsMeshExtension(outExt, true)) {
+      std::fprintf(stderr, "No mesh codec writes \"%s\"\n", out.c_str());
+      return 1;
+    }
+    std::unique_ptr<cMesh> mesh(cMeshIO::LoadMesh(in.c_str()));
+    if (!mesh) {
+      std::fprintf(stderr, "Can't read mesh \"%s\" (see Log.txt)\n", in.c_str());
+      return 1;
+    }
+    if (!cMeshIO::SaveMesh(*mesh, out.c_str())) {
+      std::fprintf(stderr, "Can't write mesh \"%s\"\n", out.c_str());
+      return 1;
+    }
+    std::printf("Converted mesh \"%s\" (%d positions, %d polygons, %d materials) to \"%s\"\n", in.c_str(),
+                (int)mesh->positions.size(), mesh->PolygonCount(), (int)mesh->materials.size(), out.c_str());
+    return 0;
+  }
+  if (cIO::FindImageCodec(inExt) || IsFloatExtension(inExt)) return ConvertImage(in, out);
+  std::fprintf(stderr, "Don't know how to convert \"%s\"\n", in.c_str());
+  return 1;
+}
+
+}  // namespace comms

@@ -1,0 +1,127 @@
+// FBX meshes, read through Assimp: every node with meshes becomes an object,
+// positions go through the node's global transform, UVs and normals are
+// deduplicated by value, materials come by name with their diffuse texture.
+// Writing FBX isn't offered.
+#include <assimp/Importer.hpp>
+#include <assimp/scene.h>
+
+#include <cstring>
+#include <memory>
+#include <unordered_map>
+
+#include "ClassEngine/Log.h"
+#include "interchange/MeshCodecs.h"
+#include "interchange/TextUtil.h"
+
+namespace comms {
+
+namespace {
+
+template <class V>
+struct ValueHash {
+  size_t operator()(const V& v) const {
+    uint32_t w[sizeof(V) / 4];
+    std::memcpy(w, &v, sizeof(V));
+    size_t h = 1469598103934665603ull;
+    for (uint32_t x : w) h = (h ^ x) * 1099511628211ull;
+    return h;
+  }
+};
+template <class V>
+struct ValueEq {
+  bool operator()(const V& a, const V& b) const { return std::memcmp(&a, &b, sizeof(V)) == 0; }
+};
+
+struct FbxBuild {
+  FbxBuild(cMesh& m, const aiScene* s) : mesh(m), scene(s), materialOf(s->mNumMaterials, -1) {}
+  cMesh& mesh;
+  const aiScene* scene;
+  std::unordered_map<cMeshVec2, int, ValueHash<cMeshVec2>, ValueEq<cMeshVec2>> uvIndex;
+  std::unordered_map<cMeshVec3, int, ValueHash<cMeshVec3>, ValueEq<cMeshVec3>> normalIndex;
+  std::vector<int> materialOf;  // scene material -> mesh material
+
+  int Uv(cMeshVec2 v) {
+    auto [it, fresh] = uvIndex.emplace(v, (int)mesh.uvs.size());
+    if (fresh) mesh.uvs.push_back(v);
+    return it->second;
+  }
+  int Normal(cMeshVec3 v) {
+    auto [it, fresh] = normalIndex.emplace(v, (int)mesh.normals.size());
+    if (fresh) mesh.normals.push_back(v);
+    return it->second;
+  }
+  int Material(unsigned index) {
+    if (index >= scene->mNumMaterials) return 0;
+    if (materialOf[index] >= 0) return materialOf[index];
+    const aiMaterial* m = scene->mMaterials[index];
+    aiString name;
+    m->Get(AI_MATKEY_NAME, name);
+    std::string n = name.length ? name.C_Str() : FormatC("material%u", index);
+    int found = mesh.FindMaterial(n);
+    if (found < 0) {
+      found = mesh.AddMaterial(n);
+      aiString tex;
+      if (m->GetTexture(aiTextureType_DIFFUSE, 0, &tex) == AI_SUCCESS && tex.length)
+        mesh.materials[found].slots[kDiffuseSlot].path = tex.C_Str();
+    }
+    materialOf[index] = found;
+    return found;
+  }
+
+  void Walk(const aiNode* node, const aiMatrix4x4& parent) {
+    aiMatrix4x4 global = parent * node->mTransformation;
+    if (node->mNumMeshes) {
+      int object = mesh.AddObject(node->mName.C_Str());
+      aiMatrix3x3 turn(global);
+      turn.Inverse().Transpose();
+      for (unsigned i = 0; i < node->mNumMeshes; i++) {
+        const aiMesh* am = scene->mMeshes[node->mMeshes[i]];
+        int base = (int)mesh.positions.size();
+        for (unsigned v = 0; v < am->mNumVertices; v++) {
+          aiVector3D p = global * am->mVertices[v];
+          mesh.positions.push_back({p.x, p.y, p.z});
+        }
+        int material = Material(am->mMaterialIndex);
+        for (unsigned f = 0; f < am->mNumFaces; f++) {
+          const aiFace& face = am->mFaces[f];
+          if (face.mNumIndices < 3) continue;
+          mesh.BeginPolygon((int)face.mNumIndices, material, object);
+          for (unsigned k = 0; k < face.mNumIndices; k++) {
+            unsigned v = face.mIndices[k];
+            int uv = -1, nr = -1;
+            if (am->mTextureCoords[0]) uv = Uv({am->mTextureCoords[0][v].x, am->mTextureCoords[0][v].y});
+            if (am->mNormals) {
+              aiVector3D n = turn * am->mNormals[v];
+              n.Normalize();
+              nr = Normal({n.x, n.y, n.z});
+            }
+            mesh.AddCorner(base + (int)v, uv, nr);
+          }
+        }
+      }
+    }
+    for (unsigned c = 0; c < node->mNumChildren; c++) Walk(node->mChildren[c], global);
+  }
+};
+
+}  // namespace
+
+cMesh* cMeshFbx::Decode(cMeshFile& source) {
+  Assimp::Importer importer;
+  const aiScene* scene = importer.ReadFileFromMemory(source.Data(), (size_t)source.Size(), 0, "fbx");
+  if (!scene || !scene->mRootNode) {
+    Log("cMeshFbx::Decode(): Can't read \"%s\": %s.", source.Path().c_str(), importer.GetErrorString());
+    return nullptr;
+  }
+  auto mesh = std::make_unique<cMesh>();
+  mesh->name = StripExtension(FileNameOf(source.Path()));
+  FbxBuild build(*mesh, scene);
+  build.Walk(scene->mRootNode, aiMatrix4x4());
+  if (mesh->materials.empty()) mesh->AddMaterial("default");
+  if (mesh->objects.empty()) mesh->AddObject("default");
+  return mesh.release();
+}
+
+void cMeshFbx::Encode(const cMesh&, cMeshFile&) {}
+
+}  // namespace comms
