@@ -1,9 +1,20 @@
+# A subfolder with a CMakeLists.txt of its own (shell/tools, ...) is a library
+# of its own: the enclosing folder's glob leaves its sources alone.
+macro(morvane_drop_nested var)
+  file(GLOB_RECURSE _nested CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*/CMakeLists.txt)
+  foreach(_n ${_nested})
+    get_filename_component(_d ${_n} DIRECTORY)
+    list(FILTER ${var} EXCLUDE REGEX "^${_d}/")
+  endforeach()
+endmacro()
+
 # morvane_library(NAME DEPS...) builds every .cpp below the calling folder into
 # a static library named NAME. Files named main.cpp are left to executables.
 function(morvane_library name)
   file(GLOB_RECURSE srcs CONFIGURE_DEPENDS
        ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.c)
   list(FILTER srcs EXCLUDE REGEX "/main\\.cpp$")
+  morvane_drop_nested(srcs)
   if(srcs)
     add_library(${name} STATIC ${srcs})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
@@ -20,6 +31,7 @@ endfunction()
 function(morvane_test name)
   file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
   list(FILTER srcs EXCLUDE REGEX "/fuzz/")
+  morvane_drop_nested(srcs)
   if(NOT srcs)
     return()
   endif()
