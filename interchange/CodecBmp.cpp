@@ -96,14 +96,7 @@ bool cCodecBmp::Encode(const cImage& image, std::vector<uint8_t>& buffer) {
   for (int y = 0; y < image.height; y++) {
     const uint8_t* s = image.Pixel(0, y);
     uint8_t* d = buffer.data() + offset + (size_t)y * stride;
-    for (int x = 0; x < image.width; x++, s += f, d += f) {
-      if (f == 1) {
-        d[0] = s[0];
-      } else {
-        d[0] = s[2], d[1] = s[1], d[2] = s[0];
-        if (f == 4) d[3] = s[3];
-      }
-    }
+    CopySwappingRedBlue(s, d, (size_t)image.width, f);
   }
   return true;
 }

@@ -130,16 +130,7 @@ bool cCodecTga::Encode(const cImage& image, std::vector<uint8_t>& buffer) {
   const size_t pixels = (size_t)image.width * image.height;
   size_t start = buffer.size();
   buffer.resize(start + pixels * f);
-  uint8_t* d = buffer.data() + start;
-  const uint8_t* s = image.data.data();
-  for (size_t i = 0; i < pixels; i++, d += f, s += f) {
-    if (f == 1) {
-      d[0] = s[0];
-    } else {
-      d[0] = s[2], d[1] = s[1], d[2] = s[0];
-      if (f == 4) d[3] = s[3];
-    }
-  }
+  CopySwappingRedBlue(image.data.data(), buffer.data() + start, pixels, f);
   return true;
 }
 

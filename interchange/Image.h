@@ -60,6 +60,19 @@ class cImage {
   }
 };
 
+// Copies `pixels` pixels of `f` bytes (1, 3 or 4) between our RGB(A) order and
+// the BGR(A) order of BMP and TGA files; the swap is its own inverse.
+inline void CopySwappingRedBlue(const uint8_t* s, uint8_t* d, size_t pixels, int f) {
+  for (size_t i = 0; i < pixels; i++, d += f, s += f) {
+    if (f == 1) {
+      d[0] = s[0];
+    } else {
+      d[0] = s[2], d[1] = s[1], d[2] = s[0];
+      if (f == 4) d[3] = s[3];
+    }
+  }
+}
+
 // Decodes the first level of a DXT1/3/5 image into 8-bit RGBA (format 4),
 // bottom-up like every cImage. False for another format.
 bool DecodeDxt(const cImage& source, cImage& rgba);

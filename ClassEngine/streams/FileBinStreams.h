@@ -14,32 +14,54 @@ constexpr int64_t kFileStreamBuffer = 8388608;
 // The per-user temporary file that streams constructed without a name write.
 std::string TempStreamFilePath();
 
-class FileWriteBinStream : public BinStream {
+// What the four file streams share: an open descriptor, a position, and the
+// direction they do not go in answered with nothing.
+class FileWriteSide : public BinStream {
  public:
-  // Creates `name`, or the temporary file when `name` is null.
-  explicit FileWriteBinStream(const char* name);
-  ~FileWriteBinStream() override { Clear(); }
-
-  void Write(const void* data, int64_t size) override;
   int64_t Read(void*, int64_t) override { return 0; }
-  // Commits the file: closes it, deletes `name`, renames the file to `name`.
-  bool WriteToFile(const char* name) override;
   bool ReadFromFile(const char*) override { return false; }
   int64_t Size() override { return position_; }
   void SetReadPos(int64_t) override {}
   void SetWritePos(int64_t) override {}
   int64_t GetReadPos() override { return 0; }
   int64_t GetWritePos() override { return position_; }
-  void Clear() override;
   bool IsOpen() const { return fd_ >= 0; }
 
- private:
+ protected:
   int fd_ = -1;
   int64_t position_ = 0;
   std::string path_;
 };
 
-class FILE_WriteBinStream : public BinStream {
+class FileReadSide : public BinStream {
+ public:
+  void Write(const void*, int64_t) override {}
+  bool WriteToFile(const char*) override { return false; }
+  int64_t Size() override { return size_; }
+  void SetWritePos(int64_t) override {}
+  int64_t GetReadPos() override { return position_; }
+  int64_t GetWritePos() override { return 0; }
+  bool IsOpen() const { return fd_ >= 0; }
+
+ protected:
+  int fd_ = -1;
+  int64_t position_ = 0;
+  int64_t size_ = 0;
+};
+
+class FileWriteBinStream : public FileWriteSide {
+ public:
+  // Creates `name`, or the temporary file when `name` is null.
+  explicit FileWriteBinStream(const char* name);
+  ~FileWriteBinStream() override { Clear(); }
+
+  void Write(const void* data, int64_t size) override;
+  // Commits the file: closes it, deletes `name`, renames the file to `name`.
+  bool WriteToFile(const char* name) override;
+  void Clear() override;
+};
+
+class FILE_WriteBinStream : public FileWriteSide {
  public:
   // A null name writes the temporary file; "none" opens nothing and only
   // counts, which serves for a size estimate.
@@ -47,75 +69,42 @@ class FILE_WriteBinStream : public BinStream {
   ~FILE_WriteBinStream() override { Clear(); }
 
   void Write(const void* data, int64_t size) override;
-  int64_t Read(void*, int64_t) override { return 0; }
   bool WriteToFile(const char* name) override;
-  bool ReadFromFile(const char*) override { return false; }
-  int64_t Size() override { return position_; }
-  void SetReadPos(int64_t) override {}
-  void SetWritePos(int64_t) override {}
-  int64_t GetReadPos() override { return 0; }
-  int64_t GetWritePos() override { return position_; }
   void Clear() override;
-  bool IsOpen() const { return fd_ >= 0; }
 
  private:
-  int fd_ = -1;
-  int64_t position_ = 0;
   uint8_t* buffer_ = nullptr;
   int64_t fill_ = 0;
-  std::string path_;
 };
 
-class FileReadBinStream : public BinStream {
+class FileReadBinStream : public FileReadSide {
  public:
   explicit FileReadBinStream(const char* name = nullptr);
   ~FileReadBinStream() override { Clear(); }
 
-  void Write(const void*, int64_t) override {}
   int64_t Read(void* data, int64_t size) override;
   void Skip(int64_t size);
-  bool WriteToFile(const char*) override { return false; }
   bool ReadFromFile(const char* name) override;
-  int64_t Size() override { return size_; }
   void SetReadPos(int64_t pos) override;
-  void SetWritePos(int64_t) override {}
-  int64_t GetReadPos() override { return position_; }
-  int64_t GetWritePos() override { return 0; }
   void Clear() override;
-  bool IsOpen() const { return fd_ >= 0; }
-
- private:
-  int fd_ = -1;
-  int64_t position_ = 0;
-  int64_t size_ = 0;
 };
 
-class FILE_ReadBinStream : public BinStream {
+class FILE_ReadBinStream : public FileReadSide {
  public:
   explicit FILE_ReadBinStream(const char* name = nullptr);
   ~FILE_ReadBinStream() override { Clear(); }
 
-  void Write(const void*, int64_t) override {}
   int64_t Read(void* data, int64_t size) override;
   void Skip(int64_t size);
-  bool WriteToFile(const char*) override { return false; }
   bool ReadFromFile(const char* name) override;
-  int64_t Size() override { return size_; }
   void SetReadPos(int64_t pos) override;
-  void SetWritePos(int64_t) override {}
-  int64_t GetReadPos() override { return position_; }
-  int64_t GetWritePos() override { return 0; }
   void Clear() override;
-  bool IsOpen() const { return fd_ >= 0; }
 
  private:
   // Moves up to `size` bytes through the buffer, copying them to `out` when
   // it is not null; returns the count moved.
   int64_t Take(uint8_t* out, int64_t size);
 
-  int fd_ = -1;
-  int64_t position_ = 0;
-  int64_t size_ = 0;
   uint8_t* buffer_ = nullptr;
   int64_t bufferPos_ = 0;
   int64_t bufferFill_ = 0;
