@@ -1,7 +1,8 @@
 // LWO2 meshes: an IFF of big-endian chunks. Decoding reads layers, points,
 // polygons, UV maps (per point and per polygon corner), morph maps, surface
 // tags, clips and surfaces; chunks it doesn't know are stepped over. A
-// surface's node setup ("NODS") is kept as bytes and written back unchanged.
+// surface's node setup ("NODS") is kept as bytes and written back unchanged;
+// a material with a bump texture and no setup of its own gets a normal-map link.
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -12,6 +13,7 @@
 #include "ClassEngine/SystemDialog.h"
 #include "interchange/IO.h"
 #include "interchange/LwoChunks.h"
+#include "interchange/LwoNodes.h"
 #include "interchange/MeshCodecs.h"
 #include "interchange/TextUtil.h"
 
@@ -198,7 +200,12 @@ void ReadSurf(LwoReadState& s, LwoCursor c) {
     } else if (tag == LwoTag("BLOK")) {
       ReadBlok(s, m, sub);
     } else if (tag == LwoTag("NODS")) {
-      s.mesh.materials[m].lwoNodes.assign(sub.Here(), sub.Here() + size);
+      // Kept as bytes to go back out unchanged; a setup that does not parse as a
+      // node tree is kept all the same, and said in the log.
+      std::vector<uint8_t>& nodes = s.mesh.materials[m].lwoNodes;
+      nodes.assign(sub.Here(), sub.Here() + size);
+      LwoNodeRoot tree;
+      if (!tree.ReadBody(nodes)) Log("LWO: the node setup of surface %d is not a node tree; kept as bytes", m);
     }
     c.Skip(size + (size & 1));
   }
@@ -353,7 +360,14 @@ void WriteSurface(LwoChunk& form, const cMaterial& m, const std::vector<std::str
     blok.Child(LwoTag("PROJ")).U2(5);  // UV
     blok.Child(LwoTag("VMAP")).S0("UVMap");
   }
-  if (!m.lwoNodes.empty()) surf.Child(LwoTag("NODS")).Raw(m.lwoNodes);
+  if (!m.lwoNodes.empty()) {
+    surf.Child(LwoTag("NODS")).Raw(m.lwoNodes);
+  } else if (!m.slots[kBumpSlot].path.empty()) {
+    const std::string& bump = m.slots[kBumpSlot].path;
+    LwoNodeRoot nodes;
+    BuildNormalMapNodes(nodes, (uint32_t)(std::find(clips.begin(), clips.end(), bump) - clips.begin()) + 1, "UVMap");
+    surf.Child(LwoTag("NODS")).Raw(nodes.Body());
+  }
 }
 
 }  // namespace
@@ -454,7 +468,8 @@ void cMeshLwo::Encode(const cMesh& mesh, cMeshFile& target) {
       pols.U2((uint16_t)h->a);
       for (int k = h->a; k >= 1; k--) pols.VX((uint32_t)local[h[k].a]);
     }
-    for (const char* kind : {"SURF", "PART"}) {
+    // Every polygon tag type names the polygon's material.
+    for (const char* kind : {"SURF", "PART", "SPEC", "BUMP"}) {
       LwoChunk& ptag = form.Child(LwoTag("PTAG"), false);
       ptag.U4((uint32_t)(uint8_t)kind[0] << 24 | (uint32_t)(uint8_t)kind[1] << 16 | (uint32_t)(uint8_t)kind[2] << 8 |
               (uint32_t)(uint8_t)kind[3]);
