@@ -21,19 +21,6 @@ namespace comms {
 bool cMeshIO::m_SwapYZ = false;
 
 namespace {
-cMeshIO::ProgressHandler& Progress() {
-  static cMeshIO::ProgressHandler handler;
-  return handler;
-}
-}  // namespace
-
-void cMeshIO::SetProgressHandler(ProgressHandler handler) { Progress() = std::move(handler); }
-
-void cMeshIO::ReportProgress(const char* textKey, int64_t done, int64_t total) {
-  if (Progress()) Progress()(textKey, done, total);
-}
-
-namespace {
 
 struct CodecEntry {
   std::string name;

@@ -50,12 +50,6 @@ class cMeshIO {
 
   // Export option: turn y-up files into z-up and back.
   static bool m_SwapYZ;
-
-  // Progress of a long read: a text key ("READING_OBJ"), the units done and
-  // the units in all. The shell installs one that moves its progress bar.
-  using ProgressHandler = std::function<void(const char* textKey, int64_t done, int64_t total)>;
-  static void SetProgressHandler(ProgressHandler handler);
-  static void ReportProgress(const char* textKey, int64_t done, int64_t total);
 };
 
 }  // namespace comms

@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "ClassEngine/Log.h"
+#include "ClassEngine/Progress.h"
 #include "interchange/IO.h"
 #include "interchange/MeshCodecs.h"
 #include "interchange/TextUtil.h"
@@ -88,7 +89,10 @@ cMesh* cMeshObj::Decode(cMeshFile& source) {
   while (source.Left() > 0) {
     source.ReadLine(line, source.Left(), "\r\n");
     if (showProgress && source.Pos() >= nextProgress) {  // in units of 256 bytes
-      cMeshIO::ReportProgress("READING_OBJ", source.Pos() / 256, source.Size() / 256);
+      if (ReportProgress("READING_OBJ", source.Pos() / 256, source.Size() / 256)) {
+        Log("OBJ: reading \"%s\" stopped by the user", source.Path().c_str());
+        return nullptr;
+      }
       nextProgress += 2000000;
     }
     size_t hash = line.find('#');

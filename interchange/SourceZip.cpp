@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "ClassEngine/Log.h"
+#include "ClassEngine/Progress.h"
 #include "interchange/TextUtil.h"
 
 namespace comms {
@@ -192,7 +193,14 @@ bool SourceZip::Load(const std::string& name, std::vector<uint8_t>& buffer) {
 
 bool SourceZip::Unpack(const std::string& folder) {
   bool ok = true;
+  int64_t total = 0, done = 0;
+  for (const ZipEntry& e : entries) total += e.size;
   for (size_t i = 0; i < names.size(); i++) {
+    if (ReportProgress("UNPACKING", done, total)) {
+      Log("ZIP: unpacking \"%s\" stopped by the user", archive.c_str());
+      return false;
+    }
+    done += entries[i].size;
     if (!names[i].empty() && (names[i].back() == '/' || names[i].back() == '\\')) continue;
     std::vector<uint8_t> bytes;
     std::string to = folder + "/" + names[i];

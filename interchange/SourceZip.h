@@ -31,7 +31,8 @@ class SourceZip : public cIO::Source {
   bool Load(const std::string& name, std::vector<uint8_t>& buffer) override;
   bool Save(const std::string&, const void*, size_t, bool) override { return false; }
   std::string Path() const override { return archive; }
-  // Writes every entry below `folder`; false when one fails.
+  // Writes every entry below `folder`, reporting progress by the sum of the
+  // entries' sizes; false when one fails or the user stops it.
   bool Unpack(const std::string& folder);
 
   bool open = false;

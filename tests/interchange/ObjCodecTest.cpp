@@ -4,6 +4,7 @@
 
 #include "MeshSamples.h"
 #include "TestFiles.h"
+#include "ClassEngine/Progress.h"
 #include "interchange/MeshIO.h"
 
 using comms::cMesh;
@@ -157,19 +158,25 @@ TEST(ObjCodec, LargeFilesReportProgressEveryTwoMillionBytes) {
   WriteText(dir + "big.obj", text);
   std::vector<int64_t> done;
   int64_t total = 0;
-  cMeshIO::SetProgressHandler([&](const char* key, int64_t d, int64_t t) {
+  SetProgressHandler([&](const char* key, int64_t d, int64_t t) {
     EXPECT_STREQ(key, "READING_OBJ");
     done.push_back(d);
     total = t;
+    return false;
   });
   auto mesh = LoadText(dir, "big.obj", text);
-  cMeshIO::SetProgressHandler(nullptr);
+  SetProgressHandler(nullptr);
   ASSERT_TRUE(mesh);
   EXPECT_EQ(mesh->positions.size(), 9000000u / 17 + 1);
   ASSERT_EQ(done.size(), 4u);  // at 2, 4, 6 and 8 million bytes
   EXPECT_EQ(total, (int64_t)text.size() / 256);
   EXPECT_GE(done[0], 2000000 / 256);
   EXPECT_LT(done[0], 2000100 / 256 + 1);
+
+  // Esc at the first report: the read stops and gives nothing.
+  SetProgressHandler([](const char*, int64_t, int64_t) { return true; });
+  EXPECT_FALSE(LoadText(dir, "stopped.obj", text));
+  SetProgressHandler(nullptr);
 
   auto small = LoadText(dir, "small.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
   EXPECT_TRUE(small);  // no handler, no progress: nothing to trip over

@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 
+#include "ClassEngine/Progress.h"
 #include "TestFiles.h"
 #include "interchange/IO.h"
 #include "interchange/SourceZip.h"
@@ -154,9 +156,22 @@ TEST(ZipSource, StoredAndDeflatedEntriesAndUnpacking) {
   EXPECT_FALSE(zip->Save("plain.txt", "x", 1, false));
   WriteBytes(dir + "a.zip", MakeZip({{"sub/x.txt", "x", 8}, {"y.txt", "yy", 0}}));
   SourceZip onDisk(dir + "a.zip");
+  std::vector<std::pair<int64_t, int64_t>> steps;
+  SetProgressHandler([&](const char* key, int64_t done, int64_t total) {
+    EXPECT_STREQ(key, "UNPACKING");
+    steps.push_back({done, total});
+    return false;
+  });
   ASSERT_TRUE(onDisk.Unpack(dir + "out"));
   EXPECT_EQ(ReadText(dir + "out/sub/x.txt"), "x");
   EXPECT_EQ(ReadText(dir + "out/y.txt"), "yy");
+  EXPECT_EQ(steps, (std::vector<std::pair<int64_t, int64_t>>{{0, 3}, {1, 3}}));
+
+  // Esc on the first report: nothing is written.
+  SetProgressHandler([](const char*, int64_t, int64_t) { return true; });
+  EXPECT_FALSE(onDisk.Unpack(dir + "stopped"));
+  SetProgressHandler(nullptr);
+  EXPECT_FALSE(std::filesystem::exists(dir + "stopped/y.txt"));
 }
 
 TEST(ZipSource, ArchivesThatLieFailWithoutHugeAllocations) {
