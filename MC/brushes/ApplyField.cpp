@@ -1,0 +1,173 @@
+// The field driver: probing, wave growth and the per-cell merge, plus the
+// segment, carve and displacement operations that feed it.
+#include "MC/brushes/ApplyField.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <deque>
+#include <tuple>
+
+#include "MC/brushes/CellJobs.h"
+
+FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float rb) {
+  FieldBox box;
+  for (int i = 0; i < 3; ++i) {
+    box.Min[i] = std::min(a[i] - ra, b[i] - rb);
+    box.Max[i] = std::max(a[i] + ra, b[i] + rb);
+  }
+  return box;
+}
+
+namespace {
+constexpr int kMaxWaves = 50;
+
+// What the field would write at a point, on the 16-bit scale.
+inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) {
+  const float d = std::clamp(f.Value(x, y, z), 0.f, 1.f);
+  return (uint16_t)(d * 65535.f);
+}
+
+inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
+  if (o.Mode == kFieldUnion) return std::max(old, v);
+  if (o.Absolute) return (uint16_t)std::max((int)old - (int)v, 0);
+  if (o.Mode == kFieldSubtract) return std::min<uint16_t>(old, (uint16_t)(65535 - v));
+  return std::min(old, v);
+}
+
+// Largest probe value of a cell on its 3 x 3 x 3 lattice at steps of 4; bit
+// (i + 3j + 9k) of `mask` tells which points were positive.
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, const FieldOptions& o, uint32_t& mask) {
+  VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
+  const VoxelCell* cell = found ? *found : nullptr;
+  uint32_t best = 0;
+  mask = 0;
+  for (int kz = 0; kz < 3; ++kz)
+    for (int ky = 0; ky < 3; ++ky)
+      for (int kx = 0; kx < 3; ++kx) {
+        uint32_t v = FieldValue(f, (float)(k.x * 8 + kx * 4), (float)(k.y * 8 + ky * 4), (float)(k.z * 8 + kz * 4));
+        if (o.Compare) {
+          // By how much the merge would move the value; below 2 counts as none.
+          const uint16_t old = OldValue(cell, LatticeIndex(kx * 4, ky * 4, kz * 4));
+          v = (uint32_t)std::abs((int)Merge(old, (uint16_t)v, o) - (int)old);
+          if (v < 2) v = 0;
+        }
+        if (v > 0) mask |= 1u << (kx + 3 * ky + 9 * kz);
+        best = std::max(best, v);
+      }
+  return best;
+}
+}  // namespace
+
+int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, const FieldOptions& o) {
+  FieldBox box = boxIn;
+  const float diag = std::sqrt((box.Max[0] - box.Min[0]) * (box.Max[0] - box.Min[0]) +
+                               (box.Max[1] - box.Min[1]) * (box.Max[1] - box.Min[1]) +
+                               (box.Max[2] - box.Min[2]) * (box.Max[2] - box.Min[2]));
+  if (diag > 1000.f)
+    for (int i = 0; i < 3; ++i) box.Min[i] -= 20, box.Max[i] += 20;
+
+  // Probe the box, then grow outward by waves from the touched cells.
+  CellKeyMap<int> seen(16411);
+  std::vector<CellKey> listed;
+  std::deque<CellKey> queue;
+  // Subtraction and intersection cannot lower a missing cell below 0.
+  const bool onlyExisting = o.Mode != kFieldUnion;
+  auto visit = [&](const CellKey& k) {
+    if (seen.Find(k.x, k.y, k.z)) return;
+    seen.Set(k.x, k.y, k.z, 1);
+    if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) return;
+    uint32_t mask;
+    if (ProbeCell(vol, f, k, o, mask) == 0) return;
+    listed.push_back(k);
+    // Touched shell positions queue the neighbours behind them.
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+          if (!dx && !dy && !dz) continue;
+          const int ix = dx + 1, iy = dy + 1, iz = dz + 1;
+          if (mask & (1u << (ix + 3 * iy + 9 * iz))) queue.push_back({k.x + dx, k.y + dy, k.z + dz});
+        }
+  };
+  for (const CellKey& k : CellsOfBox(box.Min, box.Max)) visit(k);
+  for (int wave = 0; wave < kMaxWaves && !queue.empty(); ++wave) {
+    std::deque<CellKey> current;
+    current.swap(queue);
+    const size_t before = listed.size();
+    for (const CellKey& k : current) visit(k);
+    if (listed.size() == before) break;
+  }
+  std::sort(listed.begin(), listed.end(), [](const CellKey& a, const CellKey& b) {
+    return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x);
+  });
+
+  int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
+    bool any = false;
+    const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
+    for (int z = 0, i = 0; z < 9; ++z)
+      for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 9; ++x, ++i) {
+          const uint16_t old = OldValue(cell, i);
+          const uint16_t nv = Merge(old, FieldValue(f, bx + x, by + y, bz + z), o);
+          out[i] = nv;
+          any |= nv != old;
+        }
+    return any;
+  }, o.Threads);
+
+  if (o.Mode == kFieldIntersect) {
+    // Cells the field never reached hold nothing of the intersection.
+    CellKeyMap<int> reached(16411);
+    for (const CellKey& k : listed) reached.Set(k.x, k.y, k.z, 1);
+    std::vector<CellKey> rest;
+    vol.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+      if (!reached.Find(k.x, k.y, k.z) && (c->Voxels || c->Fill)) rest.push_back(k);
+    });
+    for (const CellKey& k : rest) {
+      VoxelCell* c = vol.GetCell(k.x, k.y, k.z, false, true);
+      if (c->Voxels) {
+        vol.vpool.Free(c->Voxels);
+        c->Voxels = nullptr;
+      }
+      c->Fill = 0;
+      c->Flags = (uint8_t)((c->Flags & kCellHidden) | kCellBelow | kCellChanged);
+      vol.MarkDirty(k.x, k.y, k.z, false);
+      ++changed;
+    }
+  }
+  return changed;
+}
+
+int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode, int threads) {
+  SegmentField f(a, b, (float)v.BandWidth);
+  const float pad = (float)v.BandWidth;
+  FieldOptions o;
+  o.Mode = mode;
+  o.Threads = threads;
+  return ApplyField(v, f, FieldBox::OfSpheres(a.P, a.R + pad, b.P, b.R + pad), o);
+}
+
+int BrushCarve(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool flat, bool invert, const PenProfile& pen,
+               int threads) {
+  CarveField f(a, b, (float)v.BandWidth, flat, invert, pen);
+  // Reach: the pen radius across, the depth plus the band along the normal.
+  const float ra = std::max(a.R, std::fabs(a.H) * a.R + 2) + v.BandWidth;
+  const float rb = std::max(b.R, std::fabs(b.H) * b.R + 2) + v.BandWidth;
+  FieldOptions o;
+  o.Mode = invert ? kFieldUnion : kFieldSubtract;
+  o.Threads = threads;
+  return ApplyField(v, f, FieldBox::OfSpheres(a.P, ra, b.P, rb), o);
+}
+
+int BrushDisplace(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,
+                  const PenProfile& pen, float reachExtra, int threads) {
+  DisplaceField f(v, a, b, invert, useProfile, pen, reachExtra);
+  auto reach = [&](const BrushEnd& e) {
+    return std::max(e.R, (reachExtra >= 0 ? e.R + reachExtra : std::min(std::fabs(e.H), 1.f) * e.R + 8.f)) + v.BandWidth;
+  };
+  FieldOptions o;
+  o.Mode = invert ? kFieldSubtract : kFieldUnion;
+  o.Compare = true;  // the old field is positive all through the solid: probe the change
+  o.Threads = threads;
+  return ApplyField(v, f, FieldBox::OfSpheres(a.P, reach(a), b.P, reach(b)), o);
+}

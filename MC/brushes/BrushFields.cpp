@@ -1,0 +1,160 @@
+// The field functions of the voxel brushes (see BrushFields.h).
+#include "MC/brushes/BrushFields.h"
+
+#include <algorithm>
+#include <cmath>
+#include <typeinfo>
+
+#include "MC/mcubes/VolumeObject.h"
+#include "paint/GeneralPen.h"
+#include "paint/PenShapes.h"
+
+namespace {
+constexpr float kTinyLength = 1e-10f;
+float Dot(const float a[3], const float b[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+void Normalise(float v[3]) {
+  const float l = std::sqrt(Dot(v, v));
+  if (l > kTinyLength) v[0] /= l, v[1] /= l, v[2] /= l;
+}
+}  // namespace
+
+float FalloffCurve(float x) { return PenFalloffFactor(x, GeneralPen::Falloff); }
+
+float PenProfile::Alpha(float u, float v) const {
+  float a = Pen ? Pen->GetDepthClamped(u, v) : 1.f;
+  if (Radial && Falloff > 0) a *= PenFalloffFactor(u * u + v * v, Falloff);
+  return a;
+}
+
+PenProfile PenProfile::Current() {
+  PenProfile p;
+  p.Pen = GeneralPen::CurrentPenPtr;
+  p.Radial = !p.Pen || dynamic_cast<RadialPenShape*>(p.Pen) || typeid(*p.Pen) == typeid(BasicPenShape);
+  p.Falloff = GeneralPen::Falloff;
+  return p;
+}
+
+void TangentFrame(const float n[3], const float along[3], float t[3], float b[3]) {
+  const float d = Dot(along, n);
+  for (int i = 0; i < 3; ++i) t[i] = along[i] - d * n[i];
+  if (Dot(t, t) < 1e-8f) {
+    const float a[3] = {std::fabs(n[0]), std::fabs(n[1]), std::fabs(n[2])};
+    const int big = a[0] >= a[1] && a[0] >= a[2] ? 0 : (a[1] >= a[2] ? 1 : 2);
+    float axis[3] = {0, 0, 0};
+    axis[(big + 1) % 3] = 1;
+    const float e = Dot(axis, n);
+    for (int i = 0; i < 3; ++i) t[i] = axis[i] - e * n[i];
+  }
+  Normalise(t);
+  b[0] = n[1] * t[2] - n[2] * t[1], b[1] = n[2] * t[0] - n[0] * t[2], b[2] = n[0] * t[1] - n[1] * t[0];
+}
+
+float SphereField::Value(float x, float y, float z) const {
+  const float d2 = (x - c_[0]) * (x - c_[0]) + (y - c_[1]) * (y - c_[1]) + (z - c_[2]) * (z - c_[2]);
+  return (1.f - d2 / (r_ * r_)) / (w_ / r_) / 2.f + 0.5f;
+}
+
+SegmentFrame::SegmentFrame(const BrushEnd& a, const BrushEnd& b) : A(a), B(b) {
+  A.R = std::max(A.R, 0.0001f), B.R = std::max(B.R, 0.0001f);
+  for (int i = 0; i < 3; ++i) S[i] = a.P[i], Dir[i] = b.P[i] - a.P[i];
+  L = std::sqrt(Dot(Dir, Dir));
+  if (L < kTinyLength) {
+    // A zero-length stroke still acts once at its start; any direction will do.
+    L = kTinyLength;
+    Dir[0] = 1, Dir[1] = 0, Dir[2] = 0;
+  } else {
+    for (float& d : Dir) d /= L;
+  }
+}
+
+void SegmentFrame::Project(const float p[3], float& t, float q[3]) const {
+  const float v[3] = {p[0] - S[0], p[1] - S[1], p[2] - S[2]};
+  t = std::clamp(Dot(Dir, v) / L, 0.f, 1.f);
+  for (int i = 0; i < 3; ++i) q[i] = v[i] - Dir[i] * t * L;
+}
+
+float SegmentField::Value(float x, float y, float z) const {
+  const float p[3] = {x, y, z};
+  float t, q[3];
+  f_.Project(p, t, q);
+  const float r = f_.A.R + (f_.B.R - f_.A.R) * t;
+  return (r - std::sqrt(Dot(q, q))) / w_ + 0.5f;
+}
+
+CarveField::CarveField(const BrushEnd& a, const BrushEnd& b, float band, bool flat, bool invert, const PenProfile& pen,
+                       float flatOffset)
+    : f_(a, b), w_(band), flat_(flat), invert_(invert), pen_(pen), offset_(flatOffset) {}
+
+namespace {
+// The pen's footprint at a lattice point: (u, v) in the pen plane, h along the
+// normal, R(t), H(t); false when the point is outside the footprint.
+struct Footprint {
+  float u, v, r2, h, R, H, N[3];
+};
+bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
+  float t, q[3];
+  f.Project(p, t, q);
+  float n[3];
+  for (int i = 0; i < 3; ++i) n[i] = f.A.N[i] + (f.B.N[i] - f.A.N[i]) * t;
+  Normalise(n);
+  out.R = f.A.R + (f.B.R - f.A.R) * t;
+  out.H = f.A.H + (f.B.H - f.A.H) * t;
+  out.h = Dot(n, q);
+  float qq[3];
+  for (int i = 0; i < 3; ++i) qq[i] = q[i] - out.h * n[i], out.N[i] = n[i];
+  float T[3], B[3];
+  TangentFrame(n, f.Dir, T, B);
+  out.u = Dot(T, qq) / out.R;
+  out.v = -Dot(B, qq) / out.R;
+  out.r2 = out.u * out.u + out.v * out.v;
+  return out.r2 < 1.f;
+}
+}  // namespace
+
+float CarveField::Value(float x, float y, float z) const {
+  const float p[3] = {x, y, z};
+  Footprint fp;
+  if (!PenFootprint(f_, p, fp)) return 0.f;
+  const float a = pen_.Alpha(fp.u, -fp.v) * fp.R;
+  const float a2 = a - 0.1f * fp.r2 * fp.R;  // rounds the rim
+  if (a2 <= 0) return 0.f;
+  // h is measured outward; the slab's "top" is on the outer side.
+  float m;
+  if (flat_) {
+    const float c = a2 * fp.H + offset_;
+    m = std::min(fp.h + c, c - fp.h);
+  } else {
+    const float c = a2 * std::max(fp.H, 0.f);
+    const float top = invert_ ? c : 2.f, bottom = invert_ ? -2.f : -c;
+    m = std::min(fp.h - bottom, top - fp.h);
+  }
+  // The second term closes the rim: never wider than the pen.
+  return std::min(m / w_ + 0.5f, (1.f - std::sqrt(fp.r2)) * fp.R / w_ + 0.5f);
+}
+
+DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,
+                             const PenProfile& pen, float reachExtra)
+    : volume_(volume), f_(a, b), invert_(invert), useProfile_(useProfile), pen_(pen), reachExtra_(reachExtra) {}
+
+float DisplaceField::Value(float x, float y, float z) const {
+  const float p[3] = {x, y, z};
+  Footprint fp;
+  const bool inside = PenFootprint(f_, p, fp);
+  float shift = 0.f;  // along -N: growing reads the field deeper inside
+  if (useProfile_) {
+    if (inside) {
+      const float a = pen_.Alpha(fp.u, -fp.v) * fp.R;
+      const float reach = reachExtra_ >= 0 ? fp.R + reachExtra_ : std::min(std::fabs(fp.H), 1.f) * fp.R + 8.f;
+      const float g = std::clamp(1.f - (fp.h / reach) * (fp.h / reach), 0.f, 1.f);
+      shift = a * g * fp.H;
+    }
+  } else {
+    const float s = std::min(std::sqrt(fp.u * fp.u + fp.v * fp.v + (fp.h / fp.R) * (fp.h / fp.R)), 1.f);
+    shift = (1.f - s * s * (2.f - s) * (2.f - s)) * fp.R * fp.H;
+  }
+  // Growing (not inverted) reads deeper inside, so the surface moves out;
+  // inverted reads outside and takes the complement for the subtraction.
+  const float sgn = invert_ ? 1.f : -1.f;
+  const float v = volume_.SampleField(x + sgn * fp.N[0] * shift, y + sgn * fp.N[1] * shift, z + sgn * fp.N[2] * shift) / 65535.f;
+  return invert_ ? 1.f - v : v;
+}

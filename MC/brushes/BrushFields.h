@@ -1,0 +1,105 @@
+// Density fields of the voxel brushes: plain functions of a lattice position
+// that give 0..1 (0.5 is the surface, the slope is that of a distance field in
+// a band of BandWidth voxels). The driver (ApplyField.h) finds the cells a
+// field can reach and merges it into them. Positions are object space, in
+// voxels. Normals N passed to the fields point out of the solid.
+#pragma once
+
+class VolumeObject;
+class BasicPenShape;
+
+// pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
+float FalloffCurve(float x);
+
+class BrushField {
+ public:
+  virtual ~BrushField() = default;
+  virtual float Value(float x, float y, float z) const = 0;
+};
+
+// What the brushes read of the pen: its profile Alpha(u, v) on -1..1 (1 with
+// no pen), whether the falloff applies (radial pens only) and the mask.
+struct PenProfile {
+  BasicPenShape* Pen = nullptr;
+  bool Radial = true;
+  float Falloff = 0.f;
+  float Alpha(float u, float v) const;
+  // The pen as the global state has it now.
+  static PenProfile Current();
+};
+
+// The two ends of a brush operation: position, outward normal, depth, radius.
+struct BrushEnd {
+  float P[3] = {0, 0, 0};
+  float N[3] = {0, 0, 1};
+  float H = 0.5f;
+  float R = 10.f;
+};
+
+class SphereField final : public BrushField {
+ public:
+  SphereField(const float c[3], float r, float band) : c_{c[0], c[1], c[2]}, r_(r), w_(band) {}
+  float Value(float x, float y, float z) const override;
+
+ private:
+  float c_[3], r_, w_;
+};
+
+// Shared geometry of the segment-based fields: S, dir, L, and the nearest
+// point parameter of a position.
+class SegmentFrame {
+ public:
+  SegmentFrame(const BrushEnd& a, const BrushEnd& b);
+  // t in 0..1 and q = p - S - dir t L.
+  void Project(const float p[3], float& t, float q[3]) const;
+  BrushEnd A, B;
+  float S[3], Dir[3], L;
+};
+
+// Round-ended capsule between two spheres.
+class SegmentField final : public BrushField {
+ public:
+  SegmentField(const BrushEnd& a, const BrushEnd& b, float band) : f_(a, b), w_(band) {}
+  float Value(float x, float y, float z) const override;
+
+ private:
+  SegmentFrame f_;
+  float w_;
+};
+
+// Carve: a slab under the pen profile swept between two samples. Not
+// inverted it spans from depth c below the surface to 2 above it (cut away in
+// subtraction); inverted from 2 below to c above (added by union), so one field
+// digs a groove or raises a ridge. `flat` is the double-sided variant.
+class CarveField final : public BrushField {
+ public:
+  CarveField(const BrushEnd& a, const BrushEnd& b, float band, bool flat, bool invert, const PenProfile& pen,
+             float flatOffset = 0.f);
+  float Value(float x, float y, float z) const override;
+
+ private:
+  SegmentFrame f_;
+  float w_;
+  bool flat_, invert_;
+  PenProfile pen_;
+  float offset_;
+};
+
+// Displacement: the old field read at p moved along N by the profile times
+// the depth. `reachExtra` < 0 uses min(|H|, 1) R + 8, else R + reachExtra.
+class DisplaceField final : public BrushField {
+ public:
+  DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,
+                const PenProfile& pen, float reachExtra = -1.f);
+  float Value(float x, float y, float z) const override;
+
+ private:
+  VolumeObject& volume_;
+  SegmentFrame f_;
+  bool invert_, useProfile_;
+  PenProfile pen_;
+  float reachExtra_;
+};
+
+// A tangent frame (T, B) across a unit normal n, T following `along` where it can.
+void TangentFrame(const float n[3], const float along[3], float t[3], float b[3]);

@@ -1,0 +1,89 @@
+// Registration of the voxel tool settings with their slider ranges.
+#include "MC/brushes/VoxelBrushSettings.h"
+
+#include <cstdio>
+
+#include "ClassEngine/Enumerator.h"
+
+void VoxelBrushSettings::RegisterOwnMembers() {
+  auto slider = [&](float& f, const char* name, float lo, float hi) { Member("CtrlFSlider", f, name, NewFloatSliderRange(lo, hi)); };
+  slider(GrowPower, "GrowPower", 0, 1);
+  slider(ThawPower, "ThawPower", 0, 1);
+  slider(SMOOTH_DEG, "SMOOTH_DEG", 0, 1);
+  slider(PinchPower, "PinchPower", 0, 1);
+  slider(FollowDegree, "FollowDegree", 0, 1);
+  slider(PlaneSoftness, "PlaneSoftness", 0, 1);
+  slider(PlaneSoftness41, "PlaneSoftness41", 0, 1);  // tool 41 keeps its own store
+  slider(Sampling, "Sampling", 0, 2);
+  slider(SplitBorderWidth, "SplitBorderWidth", 0, 1);
+  slider(SmoothSpeed33, "SmoothSpeed", 0, 5);
+  slider(SmoothSpeed34, "SmoothSpeed34", 0, 5);
+  slider(MASK_OPACITY, "MASK_OPACITY", 0, 2);
+  slider(BorderFormParam, "BorderFormParam", 0, 4);
+  slider(BareliefCoef, "BareliefCoef", 0, 1);
+  slider(MrgYaw, "MrgYaw", -180, 180);
+  slider(MrgPitch, "MrgPitch", -180, 180);
+  slider(MrgRoll, "MrgRoll", -180, 180);
+  slider(MrgYawJitter, "MrgYawJitter", -180, 180);
+  slider(MrgPitchJitter, "MrgPitchJitter", -180, 180);
+  slider(MrgRollJitter, "MrgRollJitter", -180, 180);
+  slider(ShiftX, "ShiftX", -1, 1);
+  slider(ShiftY, "ShiftY", -1, 1);
+  slider(ShiftZ, "ShiftZ", -1, 1);
+  slider(InSkinThickness, "InSkinThickness", 0, 10);
+  slider(OutSkinThickness, "OutSkinThickness", 0, 10);
+  slider(ClothGravity, "ClothGravity", 0, 2);
+  slider(ClothFriction, "ClothFriction", 0, 1);
+  slider(ClothThickness, "ClothThickness", 2, 8);
+  slider(SnakeSmoothSpeed1, "SnakeSmoothSpeed1", 0, 5);
+  slider(SnakeSmoothSpeed2, "SnakeSmoothSpeed2", 0, 5);
+  slider(ProfileParam, "ProfileParam", 0, 2);
+  slider(SplOverallScale, "SplOverallScale", 0, 2);
+  slider(SplOverallRotation, "SplOverallRotation", -180, 180);
+  slider(Spacing, "Spacing", 0.25f, 10);
+  slider(PosJitter, "PosJitter", 0, 2);
+  slider(RotJitter, "RotJitter", 0, 360);
+  slider(RadiusJitter, "RadiusJitter", 0, 1);
+  slider(DepthJitter, "DepthJitter", 0, 1);
+  slider(SphereExtrusion, "SphereExtrusion", -2, 2);
+  Member("_int", SketchPreSmoothSteps, "SketchPreSmoothSteps");
+  slider(SketchSoftness, "SketchSoftness", 0, 4);
+  Member("_int", NumAxialClones, "NumAxialClones");
+  slider(TextThickness, "TextThickness", 1, 30);
+  Member("_bool", DoubleSided, "DoubleSided");
+  Member("_bool", SoftScrape, "SoftScrape");
+  Member("_bool", AsAirbrush, "AsAirbrush");
+  Member("_bool", StickToGround, "StickToGround");
+  Member("_bool", DontLiftEdges, "DontLiftEdges");
+  Member("_bool", SpDependsOnPressure, "SpDependsOnPressure");
+  Member("_bool", AccurateSmoothing, "AccurateSmoothing");
+  Member("_bool", MoveBasedGrowth, "MoveBasedGrowth");
+  Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
+  Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
+  for (int i = 0; i < kVoxModeCount; ++i) {
+    // One flag per tool; the panel shows the current tool's as "InvertToolAction".
+    static char names[kVoxModeCount][32];
+    snprintf(names[i], sizeof names[i], "InvertToolAction%d", i);
+    Member("_bool", InvertToolAction[i], names[i]);
+  }
+}
+
+void VoxelBrushSettings::Reset(void*) {
+  VoxelBrushSettings fresh;
+  Copy(&fresh);
+}
+
+void RegisterVoxelBrushClasses() {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  RegisterClassEngineClasses();
+  Enumerator* dir = GetEnumerator("EXTRUDEDIR");
+  for (const char* n : {"AverageNormal", "ViewDir", "seAlongX", "seAlongY", "seAlongZ", "VertexNormal", "InitialVertexNormal"})
+    dir->Add(n);
+  Enumerator* border = GetEnumerator("VOXBORDERSTYLE");
+  for (const char* n : {"voBorderRound", "voBorderPlane", "voBorderSharp"}) border->Add(n);
+  RegisterVoxModeEnumerators();
+  VoxelBrushSettings model;
+  RegisterClass(&model, "Voxels", "VoxelBrushSettings");
+}

@@ -1,0 +1,40 @@
+// The settings of the voxel tools: sliders with their ranges and defaults,
+// the tool's check boxes and the direction and border selectors. One object
+// is the tool's panel; the stroke reads it.
+#pragma once
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/MemberClasses.h"
+#include "MC/brushes/VoxelModes.h"
+
+enum ExtrudeDirection { AverageNormal = 0, ViewDir, seAlongX, seAlongY, seAlongZ, VertexNormal, InitialVertexNormal };
+enum VoxBorderStyle { voBorderRound = 0, voBorderPlane, voBorderSharp };
+
+class VoxelBrushSettings : public BaseClass {
+ public:
+  float GrowPower = 1.f, ThawPower = 0.5f, SMOOTH_DEG = 1.f, PinchPower = 0.5f, FollowDegree = 0.5f;
+  float PlaneSoftness = 0.5f, PlaneSoftness41 = 0.f, Sampling = 1.f, SplitBorderWidth = 2.5f;
+  float SmoothSpeed33 = 1.f, SmoothSpeed34 = 1.f, MASK_OPACITY = 1.f, BorderFormParam = 1.f, BareliefCoef = 1.f;
+  float MrgYaw = 0, MrgPitch = 0, MrgRoll = 0, MrgYawJitter = 0, MrgPitchJitter = 0, MrgRollJitter = 0;
+  float ShiftX = 0, ShiftY = 0, ShiftZ = 0, InSkinThickness = 0, OutSkinThickness = 4;
+  float ClothGravity = 1, ClothFriction = 0.5f, ClothThickness = 4;
+  float SnakeSmoothSpeed1 = 1, SnakeSmoothSpeed2 = 1, ProfileParam = 1, SplOverallScale = 1, SplOverallRotation = 1;
+  float Spacing = 1, PosJitter = 0, RotJitter = 0, RadiusJitter = 0, DepthJitter = 0, SphereExtrusion = 0;
+  int SketchPreSmoothSteps = 6;
+  float SketchSoftness = 0;
+  int NumAxialClones = 4;
+  float TextThickness = 10;
+  bool DoubleSided = false, SoftScrape = false, AsAirbrush = false, StickToGround = false, DontLiftEdges = false;
+  bool SpDependsOnPressure = true;
+  bool AccurateSmoothing = false;
+  bool MoveBasedGrowth = false;
+  int ExtrudeDir = AverageNormal;
+  int BorderStyle = voBorderRound;
+  bool InvertToolAction[kVoxModeCount] = {};
+
+  MV_CLASS(VoxelBrushSettings, BaseClass);
+  // The default of every setting, as the table of the tools gives them.
+  void Reset(void* ptr = nullptr) override;
+};
+
+// Registers the class and its enumerators (idempotent).
+void RegisterVoxelBrushClasses();
