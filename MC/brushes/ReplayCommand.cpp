@@ -181,7 +181,7 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   volume.ExtractWeldedAll(mesh);
   const std::string folder = args.size() > 1 ? args[1] : ".";
   const std::string ply = folder + "/replay.ply";
-  if (!WriteBinaryPly(ply, mesh)) {
+  if (!SaveWeldedMesh(ply, mesh)) {
     fprintf(stderr, "replay: cannot write %s\n", ply.c_str());
     return 1;
   }

@@ -1,48 +1,39 @@
-// The make-volume command and its PLY writer (see MakeVolumeCommand.h). The
-// mesh codecs of the interchange folder will take over the writing later.
+// The make-volume command, and the saving of a welded surface through the
+// mesh codecs (see MakeVolumeCommand.h).
 #include "MC/mcubes/MakeVolumeCommand.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 
 #include "ClassEngine/Log.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "interchange/Mesh.h"
+#include "interchange/MeshIO.h"
 
-namespace {
-void PutU32(FILE* f, uint32_t v) {
-  unsigned char b[4] = {(unsigned char)v, (unsigned char)(v >> 8), (unsigned char)(v >> 16), (unsigned char)(v >> 24)};
-  fwrite(b, 1, 4, f);
-}
-void PutF32(FILE* f, float v) {
-  uint32_t u;
-  std::memcpy(&u, &v, 4);
-  PutU32(f, u);
-}
-}  // namespace
-
-bool WriteBinaryPly(const std::string& path, const WeldedMeshBuilder& mesh) {
-  FILE* f = fopen(path.c_str(), "wb");
-  if (!f) {
-    Error("WriteBinaryPly(): cannot create %s", path.c_str());
-    return false;
-  }
-  fprintf(f,
-          "ply\nformat binary_little_endian 1.0\ncomment Morvane voxel surface\nelement vertex %d\n"
-          "property float x\nproperty float y\nproperty float z\nelement face %d\n"
-          "property list uchar uint vertex_indices\nend_header\n",
-          mesh.VertexCount(), mesh.TriangleCount());
-  for (float p : mesh.Positions) PutF32(f, p);
+bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh) {
+  comms::cMesh out;
+  const int material = out.AddMaterial("voxelMaterial");
+  const int object = out.AddObject("voxelObject");
+  out.positions.resize(mesh.VertexCount());
+  out.normals.resize(mesh.Normals.size() / 3);
+  for (int v = 0; v < mesh.VertexCount(); ++v)
+    out.positions[v] = {mesh.Positions[v * 3], mesh.Positions[v * 3 + 1], mesh.Positions[v * 3 + 2]};
+  for (size_t v = 0; v < out.normals.size(); ++v)
+    out.normals[v] = {mesh.Normals[v * 3], mesh.Normals[v * 3 + 1], mesh.Normals[v * 3 + 2]};
+  const bool withNormals = out.normals.size() == out.positions.size();
+  out.polygons.reserve((size_t)mesh.TriangleCount() * 4);
   for (int t = 0; t < mesh.TriangleCount(); ++t) {
-    fputc(3, f);
-    for (int k = 0; k < 3; ++k) PutU32(f, mesh.Indices[t * 3 + k]);
+    out.BeginPolygon(3, material, object);
+    for (int k = 0; k < 3; ++k) {
+      const int v = (int)mesh.Indices[t * 3 + k];
+      out.AddCorner(v, -1, withNormals ? v : -1);
+    }
   }
-  const bool ok = !ferror(f);
-  if (fclose(f) != 0 || !ok) {
-    Error("WriteBinaryPly(): write failed for %s", path.c_str());
+  if (!comms::cMeshIO::SaveMesh(out, path.c_str())) {
+    Error("SaveWeldedMesh(): cannot write %s", path.c_str());
     return false;
   }
   return true;
@@ -79,7 +70,7 @@ int RunMakeVolumeCommand(const std::vector<std::string>& args) {
   volume.UpdateSurface();
   WeldedMeshBuilder mesh;
   volume.ExtractWeldedAll(mesh);
-  if (!WriteBinaryPly(args[2], mesh)) {
+  if (!SaveWeldedMesh(args[2], mesh)) {
     fprintf(stderr, "make-volume: cannot write %s\n", args[2].c_str());
     return 1;
   }

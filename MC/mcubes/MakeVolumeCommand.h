@@ -1,5 +1,5 @@
 // The make-volume command: builds a volume from a distance shape and writes
-// its welded surface as a binary PLY.
+// its welded surface as a mesh file (binary PLY, or by the output's extension).
 #pragma once
 #include <string>
 #include <vector>
@@ -10,5 +10,6 @@ class WeldedMeshBuilder;
 // voxels (radius, half edge, major radius). Returns the process exit code.
 int RunMakeVolumeCommand(const std::vector<std::string>& args);
 
-// Minimal binary little-endian PLY writer (positions and triangles).
-bool WriteBinaryPly(const std::string& path, const WeldedMeshBuilder& mesh);
+// Saves a welded surface (positions, normals, triangles) through the mesh
+// codecs, in the format the path's extension names (.ply, .obj, .stl, .lwo).
+bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh);

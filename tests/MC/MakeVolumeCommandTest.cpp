@@ -1,40 +1,30 @@
-// The make-volume command writes a welded, closed surface as binary PLY and
-// refuses bad arguments without writing anything.
+// The make-volume command writes a welded, closed surface (binary PLY, or the
+// format of the output's extension) and refuses bad arguments without writing.
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <memory>
 
 #include "MC/mcubes/MakeVolumeCommand.h"
+#include "interchange/Mesh.h"
+#include "interchange/MeshIO.h"
 #include "MeshChecks.h"
 
 namespace {
-// Reads back the file the writer made: header counts, then the binary body.
-bool ReadPly(const std::string& path, WeldedMeshBuilder& out) {
-  std::ifstream in(path, std::ios::binary);
-  std::string line;
-  int vertices = -1, faces = -1;
-  bool binaryLe = false;
-  while (std::getline(in, line) && line != "end_header") {
-    if (line == "format binary_little_endian 1.0") binaryLe = true;
-    sscanf(line.c_str(), "element vertex %d", &vertices);
-    sscanf(line.c_str(), "element face %d", &faces);
-  }
-  if (!binaryLe || vertices < 0 || faces < 0) return false;
-  out.Positions.resize(vertices * 3);
-  in.read((char*)out.Positions.data(), vertices * 12);
-  for (int f = 0; f < faces; ++f) {
-    unsigned char n = 0;
-    uint32_t idx[3];
-    in.read((char*)&n, 1);
-    in.read((char*)idx, 12);
-    if (n != 3) return false;
-    out.Indices.insert(out.Indices.end(), idx, idx + 3);
-  }
-  return (bool)in && in.peek() == EOF;
+// Reads a written surface back through the mesh codecs, as another program
+// would, into the form the topology checks take.
+bool ReadBack(const std::string& path, WeldedMeshBuilder& out) {
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(path.c_str()));
+  if (!mesh) return false;
+  for (const comms::cMeshVec3& p : mesh->positions) out.Positions.insert(out.Positions.end(), {p.x, p.y, p.z});
+  bool triangles = true;
+  mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* corners) {
+    triangles &= h.a == 3;
+    for (int k = 0; k < h.a; ++k) out.Indices.push_back((uint32_t)corners[k].a);
+  });
+  return triangles;
 }
 
 std::string TempPath(const char* name) {
@@ -48,13 +38,25 @@ TEST(MakeVolumeCommand, WritesClosedSurfacesOfEveryShape) {
     const std::string path = TempPath((std::string("mv_") + shape + ".ply").c_str());
     ASSERT_EQ(RunMakeVolumeCommand({shape, "12.5", path}), 0);
     WeldedMeshBuilder mesh;
-    ASSERT_TRUE(ReadPly(path, mesh));
+    ASSERT_TRUE(ReadBack(path, mesh));
     MeshTopology t = Analyse(mesh);
     EXPECT_EQ(t.badEdges, 0);
     EXPECT_EQ(t.flippedEdges, 0);
     EXPECT_EQ(t.Euler(), std::string(shape) == "torus" ? 0 : 2);
     std::filesystem::remove(path);
   }
+}
+
+TEST(MakeVolumeCommand, WritesTheFormatOfTheExtension) {
+  const std::string path = TempPath("mv_sphere.obj");
+  ASSERT_EQ(RunMakeVolumeCommand({"sphere", "9", path}), 0);
+  WeldedMeshBuilder mesh;
+  ASSERT_TRUE(ReadBack(path, mesh));
+  MeshTopology t = Analyse(mesh);
+  EXPECT_GT(t.faces, 100);
+  EXPECT_EQ(t.badEdges, 0);
+  EXPECT_EQ(t.Euler(), 2);
+  std::filesystem::remove(path);
 }
 
 TEST(MakeVolumeCommand, RefusesBadArgumentsWithoutWriting) {
