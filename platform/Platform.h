@@ -97,6 +97,17 @@ class Platform {
 
   // Clears the window to a colour and presents it; the renderer replaces this.
   virtual void ClearAndPresent(float r, float g, float b) = 0;
+
+  // The window's OpenGL context for the renderer: false where there is none.
+  virtual bool MakeGLCurrent() { return false; }
+  // Shows the frame drawn into the window's default framebuffer.
+  virtual void SwapGL() {}
+  // The default framebuffer's size in pixels (differs from the client size on
+  // high-density displays).
+  virtual void GLDrawableSize(int& width, int& height) const { ClientSize(width, height); }
+  // The X display (a Display*) of the window, for the tablet reader; null
+  // where the window is not on X11.
+  virtual void* NativeX11Display() const { return nullptr; }
 };
 
 std::unique_ptr<Platform> CreateSdlPlatform();

@@ -10,6 +10,7 @@
 #include "ClassEngine/Log.h"
 #include "platform/Platform.h"
 #include "platform/SdlKeyMap.h"
+#include "platform/TabletPressure.h"
 
 namespace {
 int ButtonKey(Uint8 button) {
@@ -92,10 +93,19 @@ class SdlPlatform final : public Platform {
     if (window_) SDL_SetWindowTitle(window_, title.c_str());
   }
   std::string Title() const override { return window_ ? SDL_GetWindowTitle(window_) : ""; }
+  bool MakeGLCurrent() override { return gl_ && SDL_GL_MakeCurrent(window_, gl_) == 0; }
+  void SwapGL() override {
+    if (gl_) SDL_GL_SwapWindow(window_);
+  }
+  void GLDrawableSize(int& width, int& height) const override {
+    width = height = 0;
+    if (window_ && !(SDL_GetWindowFlags(window_) & SDL_WINDOW_MINIMIZED)) SDL_GL_GetDrawableSize(window_, &width, &height);
+  }
   void ClientSize(int& width, int& height) const override {
     width = height = 0;
     if (window_ && !IsMinimised()) SDL_GetWindowSize(window_, &width, &height);
   }
+  void* NativeX11Display() const override { return X11DisplayOfSdlWindow(window_); }
   WindowRect NormalRect() const override {
     if (window_ && !IsMaximised() && !IsFullScreen() && !IsMinimised()) {
       int x, y, w, h;

@@ -1,0 +1,195 @@
+// The 3D view's seams: renderer, camera, start-up scene, and the camera widget.
+#include "shell/Viewport.h"
+
+#include <unistd.h>
+
+#include <climits>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "ClassEngine/Log.h"
+#include "MC/mcubes/VolumeDraw.h"
+#include "MC/mcubes/VolumeFill.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "interchange/IO.h"
+#include "platform/Keys.h"
+#include "render/EglContext.h"
+#include "render/NullRender.h"
+#include "render/PlatformWindow.h"
+#include "render/RenderGL.h"
+#include "render/StartupShaders.h"
+#include "shell/Dispatcher.h"
+#include "shell/Shell.h"
+
+using namespace comms;
+
+namespace {
+// The data folder (Shaders/ and the rest): $MORVANE_DATA, else data/ in the
+// working folder, else the source tree's data/ two folders above the program
+// (build-*/bin/morvane).
+std::string FindDataFolder() {
+  if (const char* d = std::getenv("MORVANE_DATA")) return d;
+  std::vector<std::string> candidates = {"data", "../data"};
+  char exe[PATH_MAX];
+  ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
+  if (n > 0) {
+    std::string dir(exe, size_t(n));
+    dir = dir.substr(0, dir.rfind('/'));
+    candidates.push_back(dir + "/../../data");
+    candidates.push_back(dir + "/../data");
+  }
+  for (const std::string& c : candidates)
+    if (access((c + "/Shaders/mcubes.hlsl").c_str(), R_OK) == 0) return c;
+  return "data";
+}
+
+std::string Absolute(const std::string& path) {
+  if (!path.empty() && path[0] == '/') return path;
+  char cwd[PATH_MAX];
+  return getcwd(cwd, sizeof cwd) ? std::string(cwd) + "/" + path : path;
+}
+}  // namespace
+
+bool ViewportWidget::OnKeyDown(int key) {
+  if (key == keys::LeftButton || key == keys::RightButton || key == keys::MiddleButton) {
+    (key == keys::LeftButton ? left_ : key == keys::RightButton ? right_ : middle_) = true;
+    lastX_ = dispatch_.EventX(), lastY_ = dispatch_.EventY();
+    camera_.ButtonDown(key, platform_.IsKeyDownNow(keys::Alt));
+    return true;
+  }
+  if (key == keys::WheelUp || key == keys::WheelDown) {
+    float notches = std::fabs(dispatch_.EventWheel());
+    camera_.Dolly(key == keys::WheelUp ? std::max(notches, 1.0f) : -std::max(notches, 1.0f));
+    return true;
+  }
+  return camera_.Key(key, platform_.IsKeyDownNow(keys::Control));
+}
+
+bool ViewportWidget::OnKeyUp(int key) {
+  if (key != keys::LeftButton && key != keys::RightButton && key != keys::MiddleButton) return false;
+  (key == keys::LeftButton ? left_ : key == keys::RightButton ? right_ : middle_) = false;
+  if (!left_ && !right_ && !middle_) camera_.ButtonUp(key);
+  return true;
+}
+
+bool ViewportWidget::OnMouseMove() {
+  float x = dispatch_.EventX(), y = dispatch_.EventY();
+  // The pointer's y runs downwards; the camera's steps take dy upwards.
+  float dx = x - lastX_, dy = lastY_ - y;
+  lastX_ = x, lastY_ = y;
+  return camera_.MouseMove(dx, dy, left_, right_, middle_);
+}
+
+ViewportSeams::ViewportSeams(Platform& platform, bool headless) : platform_(platform), headless_(headless) {}
+
+ViewportSeams::~ViewportSeams() {
+  // Device meshes go before the device.
+  drawer_.reset();
+  if (IRS == irs_.get()) IRS = nullptr;
+  if (render_) render_->Release();
+}
+
+void ViewportSeams::Attach(Shell& shell) {
+  widget_ = std::make_unique<ViewportWidget>(camera_, shell.Dispatch(), platform_);
+  shell.Layers().Register(0, widget_.get(), true);
+}
+
+bool ViewportSeams::InitRenderer() {
+  if (headless_) {
+    std::string why;
+    int w = 0, h = 0;
+    platform_.ClientSize(w, h);
+    auto egl = cEglContext::Create(std::max(w, 1), std::max(h, 1), &why);
+    if (egl) {
+      egl_ = egl.get();
+      window_ = std::move(egl);
+    } else {
+      Log("Headless OpenGL unavailable (%s): drawing is recorded only", why.c_str());
+    }
+  } else {
+    window_ = std::make_unique<cPlatformWindow>(platform_);
+  }
+  if (window_) {
+    auto gl = std::make_unique<cRenderGL>();
+    gl->DataFolder = FindDataFolder();
+    if (gl->Init(window_.get(), 4)) render_ = std::move(gl);
+  }
+  if (!render_) {
+    if (!headless_) return false;
+    render_ = std::make_unique<cNullRender>();
+  }
+  irs_ = std::make_unique<cIRS>(render_.get());
+  IRS = irs_.get();
+  // The program's main camera.
+  camera_.Fov = 50;
+  camera_.Znear = 1.0f;
+  camera_.Zfar = 1000.0f;
+  int failed = RequestStartupShaders(*irs_);
+  if (failed) Log("%d start-up shaders failed", failed);
+  defaultDepth_ = render_->GetDepthState(true, true, kCmpLessEqual);
+  MakeStartScene();
+  return true;
+}
+
+void ViewportSeams::MakeStartScene() {
+  volume_ = std::make_unique<VolumeObject>();
+  FillVolume(*volume_, SphereShape(0, 0, 0, 60));
+  volume_->UpdateSurface();
+  drawer_ = std::make_unique<VolumeDrawer>(*render_);
+  FrameVolume(*volume_, camera_);
+}
+
+bool ViewportSeams::RendererReady() {
+  if (ready_ < 0) ready_ = InitRenderer() ? 1 : 0;
+  return ready_ == 1;
+}
+
+void ViewportSeams::BeginScene() {
+  if (egl_) {
+    int w = 0, h = 0;
+    platform_.ClientSize(w, h);
+    egl_->SetSize(w, h);
+  }
+  sceneOpen_ = comms::BeginScene();
+}
+
+void ViewportSeams::EndScene() {
+  if (!sceneOpen_) return;
+  comms::EndScene();
+  sceneOpen_ = false;
+}
+
+void ViewportSeams::SetViewport(int width, int height) {
+  camera_.ViewRect = cRect(0, 0, float(width), float(height));
+  camera_.Update();
+  render_->SetCamera(&camera_);
+  render_->SetViewPort(cRect(0, 0, float(width), float(height)));
+}
+
+void ViewportSeams::DrawBackground() {
+  render_->Clear(true, true, 0xff000000u, 1.0f);
+  background_.Draw(*render_, camera_);
+}
+
+void ViewportSeams::SetDefaultStates() {
+  render_->Flush2D();
+  render_->SetBlendState(-1);
+  render_->SetDepthState(defaultDepth_);
+  render_->SetCullMode(kCullNone);
+  render_->SetWireframe(false);
+}
+
+void ViewportSeams::ClearDepth() { render_->Clear(false, true, 0, 1.0f); }
+
+void ViewportSeams::UpdateRoomAndTool() {
+  if (volume_ && drawer_) drawer_->Draw(*volume_, camera_);
+  if (render_ && DrawOverVolume) DrawOverVolume(*render_, camera_);
+}
+
+std::string ViewportSeams::WriteScreenshot(const std::string& path) {
+  cImage image;
+  std::string full = Absolute(path);
+  if (!render_ || !render_->ReadScreen(image) || !cIO::SaveImage(full, image)) return "";
+  return full;
+}

@@ -1,0 +1,91 @@
+// The 3D view as the shell sees it: ViewportSeams makes the renderer (OpenGL in
+// the window, or headless through EGL), the main camera and the start-up scene
+// (a voxel sphere), draws background and volume in each frame, and turns mouse
+// input of its layer-0 widget into camera moves. The interface's widget tree
+// draws in the layers above and takes events first.
+#pragma once
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+#include "render/Background.h"
+#include "render/IRS.h"
+#include "render/Viewer.h"
+#include "shell/ShellSeams.h"
+#include "shell/Widget.h"
+
+class Dispatcher;
+class Shell;
+class VolumeObject;
+class VolumeDrawer;
+namespace comms {
+class cRender;
+class cRenderWindow;
+class cEglContext;
+}  // namespace comms
+
+// Mouse over the view: left drags orbit, right drags zoom (with left also
+// held they pan), middle drags pan, Alt + a button navigates, the wheel zooms,
+// the keypad gives axis views and Home the start position.
+class ViewportWidget : public comms::cWidget {
+ public:
+  ViewportWidget(comms::cFreeViewer& camera, const Dispatcher& dispatch, Platform& platform)
+      : camera_(camera), dispatch_(dispatch), platform_(platform) {}
+  bool OnKeyDown(int key) override;
+  bool OnKeyUp(int key) override;
+  bool OnMouseMove() override;
+
+ private:
+  comms::cFreeViewer& camera_;
+  const Dispatcher& dispatch_;
+  Platform& platform_;
+  float lastX_ = 0, lastY_ = 0;
+  bool left_ = false, right_ = false, middle_ = false;
+};
+
+class ViewportSeams : public ShellSeams {
+ public:
+  ViewportSeams(Platform& platform, bool headless);
+  ~ViewportSeams() override;
+
+  // Registers the camera's widget in layer 0 of the shell.
+  void Attach(Shell& shell);
+  // The last frame as "screenshot.png" (or `path`); the written path, empty on failure.
+  std::string WriteScreenshot(const std::string& path = "screenshot.png");
+  comms::cFreeViewer& Camera() { return camera_; }
+  // The start-up scene's volume, null until RendererReady has made it.
+  VolumeObject* Volume() const { return volume_.get(); }
+  // The renderer, null until RendererReady has made it.
+  comms::cRender* Renderer() const { return render_.get(); }
+  // Drawn over the volume in each frame (the voxel tool's brush circle).
+  std::function<void(comms::cRender&, const comms::cViewer&)> DrawOverVolume;
+
+  bool RendererReady() override;
+  void BeginScene() override;
+  void EndScene() override;
+  void SetViewport(int width, int height) override;
+  void DrawBackground() override;
+  void SetDefaultStates() override;
+  void ClearDepth() override;
+  void UpdateRoomAndTool() override;
+
+ private:
+  bool InitRenderer();
+  void MakeStartScene();
+
+  Platform& platform_;
+  bool headless_;
+  int ready_ = -1;  // -1 not tried, 0 failed, 1 ready
+  std::unique_ptr<comms::cRenderWindow> window_;
+  comms::cEglContext* egl_ = nullptr;  // window_ when headless
+  std::unique_ptr<comms::cRender> render_;
+  std::unique_ptr<comms::cIRS> irs_;
+  comms::cFreeViewer camera_;
+  comms::cBackground background_;
+  std::unique_ptr<VolumeObject> volume_;
+  std::unique_ptr<VolumeDrawer> drawer_;
+  std::unique_ptr<ViewportWidget> widget_;
+  int defaultDepth_ = -1;
+  bool sceneOpen_ = false;
+};
