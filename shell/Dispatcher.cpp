@@ -54,6 +54,7 @@ void Dispatcher::Run(WidgetLayers& layers, EventQueue& queue, float delta, float
     // Published before the offer so that the handler reads this event's values.
     if (e.Kind != InputEvent::Character) eventX_ = e.x, eventY_ = e.y;
     eventWheel_ = e.wheel;
+    eventDouble_ = e.DoubleClick != 0;
     Offer(layers, e);
   }
   layers.EndDispatch();

@@ -29,6 +29,7 @@ class Dispatcher {
   float EventX() const { return eventX_; }
   float EventY() const { return eventY_; }
   float EventWheel() const { return eventWheel_; }
+  bool EventDoubleClick() const { return eventDouble_; }
   // Offers one event to the layers; true if some widget took it.
   static bool Offer(WidgetLayers& layers, const InputEvent& e);
 
@@ -41,4 +42,5 @@ class Dispatcher {
   int hover_ = -1;
   float hintTimer_ = kHintDelay;
   float eventX_ = 0, eventY_ = 0, eventWheel_ = 0;
+  bool eventDouble_ = false;
 };

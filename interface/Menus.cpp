@@ -1,0 +1,117 @@
+// TextMenu and ComboBox; see Widgets.h.
+#include <algorithm>
+
+#include "ClassEngine/Enumerator.h"
+#include "interface/TextTable.h"
+#include "interface/UiContext.h"
+#include "interface/Widgets.h"
+
+namespace {
+constexpr float kItemHeight = 18;
+}
+
+TextMenu::TextMenu() {
+  AddCallback(kEvDraw, MakeCallback(this, &TextMenu::OnDraw));
+  AddCallback(kEvLDown, MakeCallback(this, &TextMenu::OnClick));
+}
+
+void TextMenu::SetItems(const std::vector<std::string>& items) {
+  Items = items;
+  H = Ui().Px(kItemHeight) * float(std::max<size_t>(1, Items.size()));
+}
+
+int TextMenu::ItemAt(float y) const {
+  int i = int((y - AbsY) / Ui().Px(kItemHeight));
+  return i >= 0 && i < int(Items.size()) ? i : -1;
+}
+
+bool TextMenu::OnDraw() {
+  UiContext& ui = Ui();
+  ui.FillRect(AbsX, AbsY, W, H, ui.Colors.Field);
+  ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Frame);
+  int hover = Has(kWfHover) ? ItemAt(ui.PointerY) : -1;
+  float row = ui.Px(kItemHeight);
+  for (size_t i = 0; i < Items.size(); ++i) {
+    float y = AbsY + row * float(i);
+    if (int(i) == hover) ui.FillRect(AbsX + 1, y, W - 2, row, ui.Colors.Highlight);
+    ui.DrawText(AbsX + ui.Px(6), y + (row - ui.Px(16)) / 2, Items[i].c_str(), ui.Colors.Text, 12, W - ui.Px(8));
+  }
+  return false;
+}
+
+bool TextMenu::OnClick() {
+  int i = ItemAt(Ui().PointerY);
+  if (i < 0) return false;
+  if (Selected) *Selected = i;
+  SendEvent(kEvChanged);
+  if (IsPopup) SetVisible(false);
+  return true;
+}
+
+ComboBox::ComboBox() {
+  // The box draws itself closed; the list is a popup child.
+  Callbacks.Clear();
+  AddCallback(kEvDraw, MakeCallback(this, &ComboBox::OnDrawBox));
+  AddCallback(kEvLDown, MakeCallback(this, &ComboBox::Open));
+}
+
+void ComboBox::SetEnumerator(Enumerator* e) {
+  enumerator_ = e;
+  Items.clear();
+  values_.clear();
+  if (!e) return;
+  for (int i = 0; i < e->GetAmount(); ++i) {
+    const char* name = i < e->GetStoredAmount() ? e->Get(e->Values[i]) : e->Get(i);
+    Items.push_back(::Text(name));
+    values_.push_back(i < e->GetStoredAmount() ? e->Values[i] : i);
+  }
+}
+
+bool ComboBox::OnDrawBox() {
+  UiContext& ui = Ui();
+  ui.FillRect(AbsX, AbsY, W, H, Has(kWfHover) ? ui.Colors.FieldHover : ui.Colors.Field);
+  ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Frame);
+  int shown = -1;
+  if (Selected)
+    for (size_t i = 0; i < values_.size(); ++i)
+      if (values_[i] == *Selected) shown = int(i);
+  if (!enumerator_ && Selected) shown = *Selected;
+  if (shown >= 0 && shown < int(Items.size()))
+    ui.DrawText(AbsX + ui.Px(6), AbsY + (H - ui.Px(16)) / 2, Items[size_t(shown)].c_str(), ui.Colors.Text, 12,
+                W - ui.Px(24));
+  // The arrow of a closed box.
+  float ax = AbsX + W - ui.Px(12), ay = AbsY + H / 2;
+  ui.Line(ax - ui.Px(4), ay - ui.Px(2), ax, ay + ui.Px(2), ui.Colors.DimText);
+  ui.Line(ax, ay + ui.Px(2), ax + ui.Px(4), ay - ui.Px(2), ui.Colors.DimText);
+  return false;
+}
+
+bool ComboBox::Open() {
+  if (popup_) popup_->Delete();
+  popup_ = new TextMenu;
+  popup_->IsPopup = 1;
+  popup_->Layout |= kLayOnTop;
+  popup_->Flags |= kWfFullScissor | kWfTakesHint;
+  popup_->W = W;
+  popup_->SetItems(Items);
+  // The list opens over the box, so the pointer starts inside it and the
+  // popup stays until the pointer leaves.
+  popup_->PopupX = AbsX;
+  popup_->PopupY = AbsY;
+  popup_->Selected = &pickedIndex_;
+  popup_->AddCallback(kEvChanged, MakeCallback(this, &ComboBox::Picked));
+  AddChild(popup_);
+  return true;
+}
+
+bool ComboBox::Picked() {
+  if (pickedIndex_ < 0) return false;
+  int value = pickedIndex_ < int(values_.size()) ? values_[size_t(pickedIndex_)] : pickedIndex_;
+  if (Selected) *Selected = value;
+  if (popup_) {
+    popup_->Delete();
+    popup_ = nullptr;
+  }
+  SendEvent(kEvChanged);
+  return true;
+}

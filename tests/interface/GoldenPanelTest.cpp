@@ -1,0 +1,133 @@
+// A generated panel drawn by the real OpenGL back end on a headless EGL
+// context, compared with a stored image. Skips without EGL; on a mismatch the
+// frame is written as "golden_tool_panel_actual.png" (the path is in the
+// failure message). MORVANE_UPDATE_GOLDEN=1 rewrites the stored image.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include "ClassEngine/Enumerator.h"
+#include "interchange/IO.h"
+#include "interchange/Image.h"
+#include "interface/ClassPanel.h"
+#include "interface/TextTable.h"
+#include "interface/UiContext.h"
+#include "interface/WidgetTree.h"
+#include "render/EglContext.h"
+#include "render/RenderGL.h"
+
+namespace {
+std::string SourceFolder() {
+  std::string here = __FILE__;
+  return here.substr(0, here.rfind('/'));
+}
+std::string DataFolder() {
+  if (const char* d = std::getenv("MORVANE_DATA")) return d;
+  std::string here = __FILE__;
+  return here.substr(0, here.rfind("/tests/")) + "/data";
+}
+
+class GoldenTool : public BaseClass {
+ public:
+  bool Symmetry = true;
+  float Strength = 0.35f;
+  int Steps = 12;
+  int Mode = 1;
+  uint32_t Tint = 0xffc04020u;
+  float Size = 2.5f;
+  _str Title = "Golden";
+  MV_CLASS(GoldenTool, BaseClass) {
+    AddDelimiter("SECTION");
+    Member("_bool", Symmetry, "Symmetry");
+    Member("CtrlFSlider", Strength, "Strength", NewFloatSliderRange(0, 1));
+    Member("CtrlISlider", Steps, "Steps", NewIntSliderRange(0, 24));
+    Member("_index", Mode, "Method", Methods());
+    Member("_color", Tint, "Tint");
+    AddDelimiter("");
+    Member("_float", Size, "Size");
+    Member("_str", Title, "Title");
+    Method(&GoldenTool::Apply, "Apply");
+  }
+  static Enumerator* Methods() {
+    Enumerator* e = GetEnumerator("GOLDEN_METHODS");
+    if (e->GetStoredAmount() == 0) {
+      e->Add("ABF");
+      e->Add("LSCM");
+    }
+    return e;
+  }
+  void Apply() {}
+};
+
+// Max channel difference of two images of the same size; counts pixels over `tolerance`.
+int Differing(const comms::cImage& a, const comms::cImage& b, int tolerance) {
+  int n = 0, bpa = comms::cImage::BytesPerPixel(a.format), bpb = comms::cImage::BytesPerPixel(b.format);
+  for (int y = 0; y < a.height; ++y)
+    for (int x = 0; x < a.width; ++x) {
+      const uint8_t* p = a.Pixel(x, y);
+      const uint8_t* q = b.Pixel(x, y);
+      int d = 0;
+      for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(int(p[std::min(c, bpa - 1)]) - int(q[std::min(c, bpb - 1)])));
+      n += d > tolerance;
+    }
+  return n;
+}
+}  // namespace
+
+TEST(GoldenPanelTest, GeneratedPanelLooksAsStored) {
+  constexpr int kW = 320, kH = 240;
+  std::string why;
+  auto context = comms::cEglContext::Create(kW, kH, &why);
+  if (!context) GTEST_SKIP() << "no headless OpenGL context: " << why;
+  auto render = std::make_unique<comms::cRenderGL>();
+  render->DataFolder = DataFolder();
+  if (!render->Init(context.get(), 1)) GTEST_SKIP() << "OpenGL 3.3 core not available";
+  ASSERT_TRUE(render->BeginFrame());
+
+  // Keys show as themselves, so edits of the shipped words leave the image alone.
+  TextTable words("golden_unused_text.xml", "golden_no_data");
+  SetTextTable(&words);
+  Ui().Render = render.get();
+  Ui().Scale = 1;
+  if (!Ui().Font.Ready()) {
+    ASSERT_TRUE(Ui().LoadFont());
+  }
+  GoldenTool tool;
+  WidgetTree tree;
+  auto* scroll = new ScrollPanel("GOLDEN_PANEL");
+  scroll->X = 10, scroll->Y = 10, scroll->W = 300, scroll->H = 220;
+  scroll->PadLeft = scroll->PadTop = scroll->PadRight = 4;
+  auto* rows = new ClassPanel;
+  rows->W = 284;
+  rows->Object = &tool;
+  rows->Rebuild();
+  scroll->SetContent(rows);
+  tree.Root().AddChild(scroll);
+
+  render->SetViewPort(comms::cRect(0, 0, kW, kH));
+  render->Clear(true, true, 0xff101418u, 1.0f);
+  tree.Frame(kW, kH, 0);
+  render->Flush2D();
+  comms::cImage frame;
+  ASSERT_TRUE(render->ReadScreen(frame));
+  Ui().Render = nullptr;
+  SetTextTable(nullptr);
+
+  std::string golden = SourceFolder() + "/golden/tool_panel.png";
+  comms::cImage expected;
+  if (std::getenv("MORVANE_UPDATE_GOLDEN")) {
+    ASSERT_TRUE(comms::cIO::SaveImage(golden, frame));
+    GTEST_SKIP() << "golden image written to " << golden;
+  }
+  ASSERT_TRUE(comms::cIO::LoadImage(golden, expected)) << "missing " << golden;
+  ASSERT_EQ(expected.width, frame.width);
+  ASSERT_EQ(expected.height, frame.height);
+  // Drivers may round a channel differently at glyph edges; more than a few
+  // hundred pixels off by more than 8 levels is a real change.
+  int differing = Differing(frame, expected, 8);
+  if (differing > 200) comms::cIO::SaveImage("golden_tool_panel_actual.png", frame);
+  EXPECT_LE(differing, 200) << "frame written as " << comms::cIO::ResolvePath("golden_tool_panel_actual.png");
+}
