@@ -23,7 +23,7 @@ void MirrorVector(const float in[3], int mirror, float out[3]) {
   for (int a = 0; a < 3; ++a) out[a] = (mirror & (1 << a)) ? -in[a] : in[a];
 }
 
-StrokeSpacer::StrokeSpacer(StrokeSurface& surface, DabFn onDab, StrokeHooks* hooks)
+StrokeSpacer::StrokeSpacer(StrokeSurface& surface, DabFn onDab, StrokeSpacerHooks* hooks)
     : surface_(surface), onDab_(std::move(onDab)), hooks_(hooks ? hooks : &defaultHooks_) {}
 
 void StrokeSpacer::Begin() {

@@ -24,9 +24,9 @@ class StrokeSurface {
 };
 
 // The tool's hooks on the stroke; the default tool changes nothing.
-class StrokeHooks {
+class StrokeSpacerHooks {
  public:
-  virtual ~StrokeHooks() = default;
+  virtual ~StrokeSpacerHooks() = default;
   virtual void AdjustSpacing(bool& /*useSpacing*/, float& /*spacing*/) {}
   virtual bool CanMoveTo(const float* /*point*/) { return true; }
 };
@@ -44,7 +44,7 @@ void MirrorVector(const float in[3], int mirror, float out[3]);
 class StrokeSpacer {
  public:
   using DabFn = std::function<void(const Dab&)>;
-  StrokeSpacer(StrokeSurface& surface, DabFn onDab, StrokeHooks* hooks = nullptr);
+  StrokeSpacer(StrokeSurface& surface, DabFn onDab, StrokeSpacerHooks* hooks = nullptr);
 
   // Button press: resets the path; the first hit makes a dab.
   void Begin();
@@ -62,8 +62,8 @@ class StrokeSpacer {
   void MakeDab(const SurfaceHit& hit, float sx, float sy);
   StrokeSurface& surface_;
   DabFn onDab_;
-  StrokeHooks* hooks_;
-  StrokeHooks defaultHooks_;
+  StrokeSpacerHooks* hooks_;
+  StrokeSpacerHooks defaultHooks_;
   bool hasHit_ = false, hasDab_ = false;
   SurfaceHit lastHit_, lastDab_;
   float lastSx_ = 0, lastSy_ = 0;

@@ -1,9 +1,12 @@
 // morvane: the program. With a display it opens the 1280 x 720 window and runs
 // until the user leaves; with --headless it runs the start-up and 120 frames
-// on the window-less platform and says where its files went. Two commands run
+// on the window-less platform (drawing through EGL) on the start scene sculpted
+// by data/Replays/sphere.txt, writes screenshot.png of
+// the last frame and says where its files went. Three commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
+//   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
 #include <unistd.h>
 
 #include <climits>
@@ -13,22 +16,17 @@
 #include <vector>
 
 #include "ClassEngine/Log.h"
+#include "MC/brushes/ReplayCommand.h"
+#include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "platform/Platform.h"
 #include "shell/Shell.h"
+#include "shell/Interface.h"
+#include "shell/Viewport.h"
+#include "shell/VoxelRoom.h"
 
 namespace {
-// Until the renderer arrives the scene is a cleared window.
-class ClearingSeams final : public ShellSeams {
- public:
-  explicit ClearingSeams(Platform& platform) : platform_(platform) {}
-  void EndScene() override { platform_.ClearAndPresent(0.22f, 0.24f, 0.28f); }
-
- private:
-  Platform& platform_;
-};
-
 std::string AbsolutePath(const std::string& name) {
   if (!name.empty() && name[0] == '/') return name;
   char cwd[PATH_MAX];
@@ -46,6 +44,8 @@ int main(int argc, char** argv) {
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--replay") == 0)
+    return RunReplayCommand(std::vector<std::string>(argv + 2, argv + argc));
 
   bool headless = false;
   std::string line;
@@ -59,17 +59,26 @@ int main(int argc, char** argv) {
   }
 
   std::unique_ptr<Platform> platform = headless ? CreateNullPlatform() : CreateSdlPlatform();
-  ClearingSeams seams(*platform);
+  ViewportSeams seams(*platform, headless);
   Shell shell(*platform, seams);
+  seams.Attach(shell);
+  ToolProviders tools;  // the rooms that are built hand in their tools
+  RegisterVoxelTools(tools);
+  ShellInterface interface(shell, [&seams] { return seams.Renderer(); }, tools);
+  interface.Attach();
   StartOptions options;
   options.commandLine = line;
   if (!shell.Start(options)) {
     fprintf(stderr, "morvane: start-up failed, see %s\n", AbsolutePath("Log.txt").c_str());
     return 1;
   }
+  VoxelRoomLink voxelRoom;
+  StartVoxelRoom(voxelRoom, seams, *platform, headless);
+  std::string shot;
   if (headless) {
     constexpr int kHeadlessFrames = 120;
     shell.RunFrames(kHeadlessFrames);
+    shot = seams.WriteScreenshot("screenshot.png");
   } else {
     shell.Run();
   }
@@ -78,5 +87,6 @@ int main(int argc, char** argv) {
   printf("morvane: %d frames, %.2f s of frame time\n", shell.FrameCount(), shell.Time().Time);
   printf("  log:         %s\n", AbsolutePath("Log.txt").c_str());
   printf("  user folder: %s (UserData/, Temp/, Exchange/, window.txt)\n", folder.c_str());
+  if (!shot.empty()) printf("  screenshot:  %s\n", shot.c_str());
   return 0;
 }

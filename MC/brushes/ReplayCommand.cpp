@@ -10,6 +10,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Threader.h"
+#include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
@@ -187,5 +188,12 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   printf("replay: %d strokes, %d frames, %d triangles written to %s\n", r.Strokes, r.Frames, mesh.TriangleCount(),
          ply.c_str());
+  // The picture is a bonus: without an offscreen context the mesh still stands.
+  const std::string png = folder + "/replay.png";
+  std::string why;
+  if (WriteReplayPicture(volume, png, 800, 800, &why))
+    printf("replay: picture written to %s\n", png.c_str());
+  else
+    printf("replay: no picture: %s\n", why.c_str());
   return 0;
 }

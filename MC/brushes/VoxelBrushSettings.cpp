@@ -70,7 +70,8 @@ void VoxelBrushSettings::RegisterOwnMembers() {
 
 void VoxelBrushSettings::Reset(void*) {
   VoxelBrushSettings fresh;
-  Copy(&fresh);
+  // keepOld: Copy would otherwise call Reset again, without end.
+  Copy(&fresh, true);
 }
 
 void RegisterVoxelBrushClasses() {

@@ -62,7 +62,9 @@ void RegisterVoxModeEnumerators() {
     for (const VoxModeInfo& m : kModes) {
       if (std::strcmp(section, m.Section) != 0) {
         section = m.Section;
-        modes->Add(section, --title);
+        // Add() reads -1 as "take the entry's index", so the title's value
+        // is written afterwards.
+        modes->Values[modes->Add(section)] = --title;
       }
       modes->Add(m.Name, m.Index);
     }
@@ -74,6 +76,7 @@ void RegisterVoxModeEnumerators() {
   if (surf->GetStoredAmount() == 0) {
     const int* list;
     const int n = SurfaceModeList(&list);
-    for (int i = 0; i < n; ++i) surf->Add(list[i] == -1 ? "*Surface" : list[i] == -2 ? "*Adjust" : kModes[list[i]].Name, list[i]);
+    for (int i = 0; i < n; ++i)
+      surf->Values[surf->Add(list[i] == -1 ? "*Surface" : list[i] == -2 ? "*Adjust" : kModes[list[i]].Name)] = list[i];
   }
 }

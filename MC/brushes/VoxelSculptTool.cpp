@@ -1,0 +1,170 @@
+// The voxel room's tool and its stroke handler (see VoxelSculptTool.h).
+#include "MC/brushes/VoxelSculptTool.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "ClassEngine/Log.h"
+#include "MC/brushes/VolumePick.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "paint/GeneralPen.h"
+#include "paint/PenPressure.h"
+#include "render/Viewer.h"
+
+VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<MousePressure>()) {
+  RegisterVoxelBrushClasses();
+  stroke_.Tool = Mode;
+}
+
+VoxelSculptTool::~VoxelSculptTool() = default;
+
+void VoxelSculptTool::SetScene(VolumeObject* volume, const comms::cViewer* camera) {
+  if (stroke_.Active() && volume != volume_) FinishStroke();
+  volume_ = volume;
+  camera_ = camera;
+}
+
+bool VoxelSculptTool::SelectMode(int mode) {
+  if (!FindVoxMode(mode)) return false;
+  if (stroke_.Active()) FinishStroke();
+  Mode = mode;
+  return true;
+}
+
+const char* VoxelSculptTool::GetSecondHintId() {
+  const VoxModeInfo* info = FindVoxMode(Mode);
+  if (!info) return "";
+  return info->Available ? info->Name : "NOT_AVAILABLE_YET";
+}
+
+void VoxelSculptTool::OnToolListClick(int i) {
+  Enumerator* e = GetEnumerator("VOXMODES");
+  if (i < 0 || i >= e->GetStoredAmount()) return;
+  // Section titles ("*Voxels") open groups and are no modes.
+  const char* name = e->Names.Get(i);
+  if (name && name[0] == '*') return;
+  SelectMode(e->Values[i]);
+}
+
+bool VoxelSculptTool::RunsWhileStill() const {
+  if (Settings.MoveBasedGrowth) return false;
+  return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULP_FILL;
+}
+
+bool VoxelSculptTool::PicksLiveSurface() const {
+  return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULPT_BUILD || Mode == SCULP_PLANE2;
+}
+
+bool VoxelSculptTool::PenAt(float x, float y, PenPoint& out, bool fromUndo) const {
+  if (!volume_ || !camera_) return false;
+  comms::cVec3 origin, dir;
+  camera_->PixelRay(x, y, origin, dir);
+  const float o[3] = {origin.x, origin.y, origin.z}, d[3] = {dir.x, dir.y, dir.z};
+  float oo[3], od[3];
+  volume_->PointToObject(o, oo);
+  volume_->VectorToObject(d, od);
+  SurfaceHit hit;
+  if (!PickVolume(*volume_, oo, od, hit, fromUndo)) return false;
+  volume_->PointToScene(hit.Pos, out.P);
+  volume_->VectorToScene(hit.Normal, out.N);
+  const float l = std::sqrt(out.N[0] * out.N[0] + out.N[1] * out.N[1] + out.N[2] * out.N[2]);
+  if (l > 1e-12f)
+    for (float& c : out.N) c /= l;
+  // The pen's size is in pixels: a unit step along the camera's side at the
+  // hit covers `perUnit` pixels there.
+  const comms::cVec3 at(out.P[0], out.P[1], out.P[2]);
+  const comms::cVec3 a = camera_->ProjectToView(at), b = camera_->ProjectToView(at + camera_->Right);
+  const float perUnit = std::hypot(b.x - a.x, b.y - a.y);
+  out.Radius = perUnit > 1e-6f ? GeneralPen::PenRadius / perUnit : GeneralPen::PenRadius;
+  out.Pressure = GeneralPen::IgnorePressure ? 1.f : GeneralPen::PenPressure;
+  return true;
+}
+
+bool VoxelSculptTool::OnLMBDown() {
+  message_.clear();
+  if (!volume_ || !camera_) return false;
+  const ToolPointer& ptr = Pointer();
+  // Alt with a button is the view's navigation.
+  if (ptr.Alt) return false;
+  UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
+  PenPoint pen;
+  // Off the surface the press is not taken, so the view may navigate.
+  if (!PenAt(ptr.X, ptr.Y, pen)) return false;
+  stroke_.Tool = Mode;
+  stroke_.Reproject = Mode != SCULPT_BRANCH;
+  stroke_.InvertModifier = ptr.Ctrl;  // the invert modifier while the press lasts
+  if (!stroke_.Begin(*volume_, pen, ++strokes_)) {
+    message_ = stroke_.Message();
+    return true;
+  }
+  pendingX_ = ptr.X, pendingY_ = ptr.Y;
+  moved_ = false;
+  volume_->UpdateSurface();
+  return true;
+}
+
+bool VoxelSculptTool::OnMouseMove() {
+  if (!stroke_.Active()) return false;
+  pendingX_ = Pointer().X, pendingY_ = Pointer().Y;
+  moved_ = true;
+  return true;
+}
+
+void VoxelSculptTool::StrokeStep(bool force) {
+  if (!stroke_.Active()) return;
+  if (!moved_ && !force) return;
+  UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, false);
+  PenPoint pen;
+  // Where the pen leaves the surface the stroke waits for it to come back.
+  if (PenAt(pendingX_, pendingY_, pen, !PicksLiveSurface())) stroke_.MoveTo(pen);
+  moved_ = false;
+  volume_->UpdateSurface();
+}
+
+void VoxelSculptTool::FrameUpdate() { StrokeStep(RunsWhileStill()); }
+
+void VoxelSculptTool::FinishStroke() {
+  if (!stroke_.Active()) return;
+  StrokeStep(false);
+  stroke_.End();
+  if (OnStrokeEnd)
+    OnStrokeEnd(*volume_);
+  else
+    volume_->DropUndoCopies();
+  volume_->UpdateSurface();
+}
+
+bool VoxelSculptTool::OnLMBUp() {
+  if (!stroke_.Active()) return false;
+  FinishStroke();
+  return true;
+}
+
+void VoxelSculptTool::Deactivate() { FinishStroke(); }
+
+bool VoxelSculptTool::GetFullBounds(ToolBounds& out) {
+  out = ToolBounds();
+  if (!volume_ || volume_->CellBoundsMin[0] > volume_->CellBoundsMax[0]) return false;
+  // Cell bounds are in cells of CellSide voxels, object space.
+  float lo[3], hi[3];
+  for (int a = 0; a < 3; ++a) {
+    lo[a] = float(volume_->CellBoundsMin[a] * volume_->CellSide);
+    hi[a] = float((volume_->CellBoundsMax[a] + 1) * volume_->CellSide);
+  }
+  for (int a = 0; a < 3; ++a) out.Min[a] = 1e30f, out.Max[a] = -1e30f;
+  for (int c = 0; c < 8; ++c) {
+    const float p[3] = {c & 1 ? hi[0] : lo[0], c & 2 ? hi[1] : lo[1], c & 4 ? hi[2] : lo[2]};
+    float s[3];
+    volume_->PointToScene(p, s);
+    for (int a = 0; a < 3; ++a) out.Min[a] = std::min(out.Min[a], s[a]), out.Max[a] = std::max(out.Max[a], s[a]);
+  }
+  return true;
+}
+
+void RegisterVoxelTools(ToolProviders& providers) {
+  providers["VOX_SCULPT_TOOL"] = [] { return static_cast<BasicTool*>(new VoxelSculptTool); };
+}
+
+VoxelSculptTool* FindVoxelTool(ToolTable& table) {
+  return dynamic_cast<VoxelSculptTool*>(table.FindTool("VOX_SCULPT_TOOL"));
+}

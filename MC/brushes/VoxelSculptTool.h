@@ -1,0 +1,99 @@
+// The voxel room's tool: one object, registered as "VOX_SCULPT_TOOL", whose
+// mode is an index of the VOXMODES table and whose parameters are the brush
+// settings. The router's button and motion hooks start, feed and end a
+// VoxelSculptStroke; each frame picks the volume under the pointer through
+// the camera's ray, lets the stroke space its samples along the drag, and runs
+// UpdateSurface so the render groups follow in the same frame.
+// The road of one stroke: router -> VoxelSculptTool -> VoxelSculptStroke ->
+// field drivers -> VoxelCells -> UpdateSurface -> render groups.
+#pragma once
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "ClassEngine/Enumerator.h"
+#include "MC/brushes/VoxelBrushSettings.h"
+#include "MC/brushes/VoxelStroke.h"
+#include "shell/tools/BasicTool.h"
+#include "shell/tools/StandardTools.h"
+
+class VolumeObject;
+class PressureSource;
+namespace comms {
+class cViewer;
+}
+
+class VoxelSculptTool : public BasicTool {
+ public:
+  // The tool index of the VOXMODES table.
+  int Mode = SCULPT_CARVE;
+  VoxelBrushSettings Settings;
+
+  MV_CLASS(VoxelSculptTool, BasicTool) {
+    Member("_index", Mode, "VOXMODES", GetEnumerator("VOXMODES"));
+    Member(Settings, "VoxelBrushSettings");
+  }
+  VoxelSculptTool();
+  ~VoxelSculptTool() override;
+
+  // What the tool works on: the current volume and the camera whose pixel
+  // rays pick it. Either may be null (the tool then takes no press).
+  void SetScene(VolumeObject* volume, const comms::cViewer* camera);
+  VolumeObject* Volume() const { return volume_; }
+  // The pen's pressure device; null means the mouse (always 1.0). Not owned.
+  void SetPressureSource(PressureSource* source) { pressure_ = source; }
+  // Called at pen up with the volume that still holds the stroke's undo
+  // copies; without a hook the copies are dropped (the stroke is kept).
+  std::function<void(VolumeObject&)> OnStrokeEnd;
+
+  // Selects a mode of the table; section titles and unknown indices are
+  // refused. A mode whose engine part is missing is selectable but strokes
+  // say "not available yet".
+  bool SelectMode(int mode);
+  bool Stroking() const { return stroke_.Active(); }
+  // The last refusal ("not available yet"), empty when none.
+  const std::string& Message() const { return message_; }
+
+  // The pen on the volume under view pixel (x, y): scene-space point and
+  // normal, world radius from GeneralPen::PenRadius in pixels at that depth,
+  // the current pressure. fromUndo reads the surface as it was before the
+  // stroke. False when the ray misses or no scene is set.
+  bool PenAt(float x, float y, PenPoint& out, bool fromUndo = false) const;
+
+  const char* GetRoomName() override { return "Voxels"; }
+  const char* GetHintId() override { return "VOX_SCULPT_TOOL"; }
+  const char* GetSecondHintId() override;
+  bool OnLMBDown() override;
+  bool OnLMBUp() override;
+  bool OnMouseMove() override;
+  void FrameUpdate() override;
+  void Deactivate() override;
+  Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
+  void OnToolListClick(int i) override;
+  bool GetFullBounds(ToolBounds& out) override;
+
+ private:
+  // One frame of the drag: pick, samples to the new point, surface update.
+  void StrokeStep(bool force);
+  void FinishStroke();
+  // Tools that act every frame while the pen is held still.
+  bool RunsWhileStill() const;
+  // Tools that pick on their own result (they do not raise the pen's path).
+  bool PicksLiveSurface() const;
+
+  VoxelSculptStroke stroke_;
+  VolumeObject* volume_ = nullptr;
+  const comms::cViewer* camera_ = nullptr;
+  PressureSource* pressure_ = nullptr;
+  std::unique_ptr<PressureSource> mouse_;
+  std::string message_;
+  float pendingX_ = 0, pendingY_ = 0;
+  bool moved_ = false;
+  uint32_t strokes_ = 0;
+};
+
+// Adds the voxel room's tool to the providers of the start-up registration
+// (RegisterStandardTools), under "VOX_SCULPT_TOOL".
+void RegisterVoxelTools(ToolProviders& providers);
+// The registered voxel tool of a table, or null.
+VoxelSculptTool* FindVoxelTool(ToolTable& table);

@@ -1,0 +1,94 @@
+// The voxel room's links to the window (see VoxelRoom.h).
+#include "shell/VoxelRoom.h"
+
+#include "interface/RoomInterface.h"
+
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include "ClassEngine/Log.h"
+#include "MC/brushes/ReplayCommand.h"
+#include "MC/brushes/ReplayPicture.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "MC/mcubes/VolumeDraw.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "paint/TabletPenPressure.h"
+#include "platform/Platform.h"
+#include "render/Render.h"
+#include "render/Viewer.h"
+#include "shell/Viewport.h"
+#include "shell/tools/ToolTable.h"
+
+using namespace comms;
+
+VoxelRoomLink::VoxelRoomLink() = default;
+VoxelRoomLink::~VoxelRoomLink() = default;
+
+bool VoxelRoomLink::Connect(ToolTable& table, VolumeObject* volume, const cViewer* camera, Platform* platform) {
+  VoxelSculptTool* tool = FindVoxelTool(table);
+  if (!tool) return false;
+  tool->SetScene(volume, camera);
+  if (platform && !pressure_) {
+    pressure_ = std::make_unique<TabletPenPressure>(OpenTablet(*platform));
+    tool->SetPressureSource(pressure_.get());
+  }
+  return true;
+}
+
+bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, ToolTable& table) {
+  VoxelSculptTool* tool = FindVoxelTool(table);
+  if (!tool || table.CurrentTool() != tool) return false;
+  PenPoint pen;
+  if (!tool->PenAt(Pointer().X, Pointer().Y, pen)) return false;
+  // Two axes across the normal span the circle's plane.
+  const cVec3 n = cVec3(pen.N[0], pen.N[1], pen.N[2]).Normalized();
+  const cVec3 helper = std::fabs(n.y) < 0.9f ? cVec3(0, 1, 0) : cVec3(1, 0, 0);
+  const cVec3 t = Cross(n, helper).Normalized(), b = Cross(n, t);
+  const cVec3 centre(pen.P[0], pen.P[1], pen.P[2]);
+  // Lifted a little off the surface so the depth of the volume does not bite it.
+  const cVec3 lift = n * (pen.Radius * 0.02f);
+  constexpr int kSegments = 48;
+  constexpr uint32_t kColour = 0xffffc040u;
+  cVec3 prev = camera.ProjectToView(centre + lift + t * pen.Radius);
+  for (int i = 1; i <= kSegments; ++i) {
+    const float a = 6.2831853f * float(i) / kSegments;
+    const cVec3 p = camera.ProjectToView(centre + lift + (t * std::cos(a) + b * std::sin(a)) * pen.Radius);
+    render.DrawLine(prev.x, prev.y, p.x, p.y, 0.f, kColour, kColour);
+    prev = p;
+  }
+  render.Flush2D();
+  return true;
+}
+
+bool SculptHeadlessScene(VolumeObject& volume) {
+  const std::string path = ReplayDataFolder() + "/Replays/sphere.txt";
+  std::ifstream file(path, std::ios::binary);
+  if (!file) {
+    Log("SculptHeadlessScene(): no script %s", path.c_str());
+    return false;
+  }
+  std::stringstream text;
+  text << file.rdbuf();
+  const ReplayResult r = RunReplayScript(text.str(), volume);
+  if (r.Line) {
+    Log("SculptHeadlessScene(): %s:%d: %s", path.c_str(), r.Line, r.Error.c_str());
+    return false;
+  }
+  volume.UpdateSurface();
+  Log("SculptHeadlessScene(): %d strokes, %d frames from %s", r.Strokes, r.Frames, path.c_str());
+  return true;
+}
+
+void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, Platform& platform, bool headless) {
+  VolumeObject* volume = viewport.Volume();
+  if (!volume) return;
+  if (headless && SculptHeadlessScene(*volume)) FrameVolume(*volume, viewport.Camera());
+  // The tool list and its panel stand over the left of the view: the volume is
+  // centred in what is left of it.
+  viewport.Camera().ShiftX = RoomInterface::kToolListWidth + RoomInterface::kToolPanelWidth;
+  link.Connect(Tools(), volume, &viewport.Camera(), headless ? nullptr : &platform);
+  viewport.DrawOverVolume = [&link](comms::cRender& render, const comms::cViewer& camera) {
+    link.DrawBrushCursor(render, camera, Tools());
+  };
+}

@@ -1,0 +1,42 @@
+// The voxel room in the window: hands the scene's volume and camera to the
+// voxel tool with the tablet (or the mouse) as its pen pressure, draws the
+// brush circle on the surface under the pointer, and sculpts the headless
+// start scene with the shipped stroke script so a run without a display
+// still shows a sculpted head.
+#pragma once
+#include <memory>
+
+class VolumeObject;
+class Platform;
+class ToolTable;
+class TabletPenPressure;
+class ViewportSeams;
+namespace comms {
+class cRender;
+class cViewer;
+}  // namespace comms
+
+class VoxelRoomLink {
+ public:
+  VoxelRoomLink();
+  ~VoxelRoomLink();
+  // Gives the voxel tool of `table` its scene; with a platform, also opens
+  // the tablet for the pen's pressure. False when the table has no voxel tool.
+  bool Connect(ToolTable& table, VolumeObject* volume, const comms::cViewer* camera, Platform* platform);
+  // The brush circle (pen radius at the surface, in the surface's plane)
+  // where the pointer is over the volume, while the voxel tool is current.
+  // Returns whether one was drawn.
+  bool DrawBrushCursor(comms::cRender& render, const comms::cViewer& camera, ToolTable& table);
+
+ private:
+  std::unique_ptr<TabletPenPressure> pressure_;
+};
+
+// Runs the shipped stroke script ("Replays/sphere.txt" in the data folder) on
+// `volume`; false (logged) when it is missing or stops at an error.
+bool SculptHeadlessScene(VolumeObject& volume);
+
+// After start-up: links the program's voxel tool to the viewport's volume and
+// camera (and the tablet with a window), draws the brush circle over the
+// volume, and in a headless run sculpts the start scene first.
+void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, Platform& platform, bool headless);

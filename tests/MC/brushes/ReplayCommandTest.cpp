@@ -1,0 +1,74 @@
+// Stroke scripts: the shipped head script runs clean and sculpts, errors
+// point at their line and stop the script, and the command writes the mesh
+// and, where an offscreen context exists, a picture of the sculpted volume.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "BrushTestKit.h"
+#include "MC/brushes/ReplayCommand.h"
+#include "MC/brushes/ReplayPicture.h"
+#include "interchange/IO.h"
+#include "render/EglContext.h"
+
+namespace {
+std::string ReadText(const std::string& path) {
+  std::ifstream f(path, std::ios::binary);
+  std::stringstream s;
+  s << f.rdbuf();
+  return s.str();
+}
+
+std::string HeadScript() { return ReplayDataFolder() + "/Replays/sphere.txt"; }
+
+TEST(ReplayScript, TheShippedHeadRunsCleanAndSculpts) {
+  const std::string text = ReadText(HeadScript());
+  ASSERT_FALSE(text.empty()) << HeadScript();
+  VolumeObject head, plain;
+  const ReplayResult r = RunReplayScript(text, head);
+  EXPECT_EQ(r.Line, 0) << r.Error;
+  EXPECT_GT(r.Strokes, 10);
+  RunReplayScript("sphere 60\n", plain);
+  EXPECT_NE(Snapshot(head), Snapshot(plain));
+  const MeshTopology t = Surface(head);
+  EXPECT_EQ(t.badEdges, 0);
+  EXPECT_EQ(t.flippedEdges, 0);
+}
+
+TEST(ReplayScript, AnErrorNamesItsLineAndStopsTheScript) {
+  VolumeObject v;
+  ReplayResult r = RunReplayScript("sphere 20\n# fine\ntool carve\nwobble 3\nstroke 0 0 20\n", v);
+  EXPECT_EQ(r.Line, 4);
+  EXPECT_NE(r.Error.find("wobble"), std::string::npos);
+  EXPECT_EQ(r.Strokes, 0) << "nothing after the error runs";
+  for (const char* bad : {"sphere 0\n", "sphere 20\nstroke 1 2\n", "sphere 20\ntool nosuch\n", "sphere 20\nview 0 0 0\n"}) {
+    VolumeObject w;
+    EXPECT_EQ(RunReplayScript(bad, w).Line > 0, true) << bad;
+  }
+}
+
+TEST(ReplayCommand, WritesTheMeshAndThePicture) {
+  const std::filesystem::path out = std::filesystem::temp_directory_path() / "morvane_replay_test";
+  std::filesystem::remove_all(out);
+  std::filesystem::create_directories(out);
+  const std::string script = (out / "s.txt").string();
+  std::ofstream(script) << "sphere 24\ntool carve\nradius 6\nstroke -8 0 0  8 0 0\n";
+  ASSERT_EQ(RunReplayCommand({script, out.string()}), 0);
+  EXPECT_GT(std::filesystem::file_size(out / "replay.ply"), 1000u);
+  EXPECT_EQ(RunReplayCommand({(out / "missing.txt").string(), out.string()}), 1);
+  EXPECT_EQ(RunReplayCommand({}), 2);
+
+  std::string why;
+  if (!comms::cEglContext::Create(8, 8, &why)) GTEST_SKIP() << "no offscreen OpenGL: " << why;
+  comms::cImage img;
+  ASSERT_TRUE(comms::cIO::LoadImage((out / "replay.png").string(), img));
+  EXPECT_EQ(img.width, 800);
+  EXPECT_EQ(img.height, 800);
+  // The volume stands in the middle, lighter than the gradient's corner.
+  const uint8_t* centre = img.Pixel(400, 400);
+  const uint8_t* corner = img.Pixel(2, 2);
+  EXPECT_GT(centre[0] + centre[1] + centre[2], corner[0] + corner[1] + corner[2] + 60);
+}
+}  // namespace

@@ -1,0 +1,239 @@
+// The voxel room's tool driven through the tool router with a synthetic
+// camera: a drag sculpts exactly as a direct stroke of the same pen points,
+// the surface is current after each frame, presses off the volume stay free
+// for navigation, unavailable modes refuse, pressure reaches the field, and
+// the parameters come back after the tool was switched away.
+#include <gtest/gtest.h>
+
+#include "BrushTestKit.h"
+#include "ClassEngine/xml/ErrorCollector.h"
+#include "ClassEngine/xml/XmlNode.h"
+#include "MC/brushes/VolumePick.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "paint/PenPressure.h"
+#include "platform/Keys.h"
+#include "render/Viewer.h"
+#include "shell/tools/ToolRouter.h"
+
+namespace {
+constexpr float kSphere = 28.f;
+
+// Looks down -z at the origin from 100 units, 640 x 480 pixels.
+comms::cFreeViewer FrontCamera() {
+  comms::cFreeViewer cam;
+  cam.ViewRect = comms::cRect{0, 0, 640, 480};
+  cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
+  return cam;
+}
+
+void MakeSphere(VolumeObject& v) {
+  FillVolume(v, SphereShape(0, 0, 0, kSphere));
+  v.UpdateSurface();
+}
+
+// The pen at a pixel, worked out here from the camera alone: the ray's first
+// crossing and the pen's pixel radius turned to world units at that depth.
+bool PenFromCamera(VolumeObject& v, const comms::cViewer& cam, float x, float y, bool fromUndo, PenPoint& p) {
+  comms::cVec3 o, d;
+  cam.PixelRay(x, y, o, d);
+  const float of[3] = {o.x, o.y, o.z}, df[3] = {d.x, d.y, d.z};
+  SurfaceHit hit;
+  if (!PickVolume(v, of, df, hit, fromUndo)) return false;
+  for (int k = 0; k < 3; ++k) p.P[k] = hit.Pos[k], p.N[k] = hit.Normal[k];
+  const comms::cVec3 at(hit.Pos[0], hit.Pos[1], hit.Pos[2]);
+  const comms::cVec3 a = cam.ProjectToView(at), b = cam.ProjectToView(at + comms::cVec3(1, 0, 0));
+  p.Radius = GeneralPen::PenRadius / std::hypot(b.x - a.x, b.y - a.y);
+  p.Pressure = GeneralPen::PenPressure;
+  return true;
+}
+
+struct ToolFixture : ::testing::Test {
+  GeneralPenSaver savedPen;
+  SimplePen pen;
+  ToolTable table;
+  ToolRouter router{table};
+  comms::cFreeViewer cam = FrontCamera();
+  VolumeObject volume;
+  VoxelSculptTool* tool = nullptr;
+
+  void SetUp() override {
+    GeneralPen::CurrentPenPtr = &pen;
+    GeneralPen::DeepDegree = 0.5f;
+    GeneralPen::PenRadius = 30.f;
+    ToolProviders providers;
+    RegisterVoxelTools(providers);
+    RegisterStandardTools(table, providers);
+    tool = FindVoxelTool(table);
+    ASSERT_NE(tool, nullptr);
+    table.SetCurrentTool("VOX_SCULPT_TOOL");
+    ASSERT_EQ(table.CurrentTool(), tool);
+    MakeSphere(volume);
+    tool->SetScene(&volume, &cam);
+  }
+  void TearDown() override { Pointer() = ToolPointer(); }
+
+  // Press at the first pixel, one frame per further pixel, release.
+  void Drag(const std::vector<std::pair<float, float>>& path) {
+    router.OnPointerMove(path[0].first, path[0].second);
+    router.OnKeyChange(keys::LeftButton, true, false);
+    table.RunFrame();
+    for (size_t i = 1; i < path.size(); ++i) {
+      router.OnPointerMove(path[i].first, path[i].second);
+      table.RunFrame();
+    }
+    router.OnKeyChange(keys::LeftButton, false, false);
+    table.RunFrame();
+  }
+};
+
+const std::vector<std::pair<float, float>> kPath = {{250, 240}, {290, 236}, {330, 244}, {380, 240}};
+
+TEST_F(ToolFixture, DragSculptsAsTheDirectStrokeOfTheSamePenPoints) {
+  tool->SelectMode(SCULPT_CARVE);
+  const VolumeSnapshot untouched = Snapshot(volume);
+  Drag(kPath);
+  const VolumeSnapshot viaTool = Snapshot(volume);
+  EXPECT_NE(viaTool, untouched);
+  EXPECT_EQ(volume.UndoCopies, 0) << "pen up hands the undo copies on";
+
+  VolumeObject direct;
+  MakeSphere(direct);
+  VoxelBrushSettings settings;
+  VoxelSculptStroke stroke(settings);
+  stroke.Tool = SCULPT_CARVE;
+  PenPoint p;
+  ASSERT_TRUE(PenFromCamera(direct, cam, kPath[0].first, kPath[0].second, false, p));
+  ASSERT_TRUE(stroke.Begin(direct, p, 1));
+  for (size_t i = 1; i < kPath.size(); ++i) {
+    ASSERT_TRUE(PenFromCamera(direct, cam, kPath[i].first, kPath[i].second, true, p));
+    stroke.MoveTo(p);
+    direct.UpdateSurface();
+  }
+  stroke.End();
+  EXPECT_EQ(Snapshot(direct), viaTool);
+}
+
+TEST_F(ToolFixture, SurfaceIsCurrentAfterEveryFrameOfTheDrag) {
+  tool->SelectMode(SCULPT_CARVE);
+  const long before = InsideCount(volume);
+  router.OnPointerMove(260, 240);
+  ASSERT_TRUE(router.OnKeyChange(keys::LeftButton, true, false));
+  EXPECT_TRUE(tool->Stroking());
+  router.OnPointerMove(330, 240);
+  table.RunFrame();
+  EXPECT_EQ(volume.DirtyCells.Count(), 0);
+  EXPECT_LT(InsideCount(volume), before);
+  EXPECT_GT(volume.UndoCopies, 0) << "touched cells keep their copies while the pen is down";
+  const MeshTopology t = Surface(volume);
+  EXPECT_EQ(t.badEdges, 0);
+  EXPECT_EQ(t.flippedEdges, 0);
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_FALSE(tool->Stroking());
+}
+
+TEST_F(ToolFixture, PressOffTheVolumeIsLeftToTheView) {
+  const VolumeSnapshot untouched = Snapshot(volume);
+  router.OnPointerMove(5, 5);
+  EXPECT_FALSE(router.OnKeyChange(keys::LeftButton, true, false));
+  router.OnPointerMove(20, 20);
+  table.RunFrame();
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_EQ(Snapshot(volume), untouched);
+
+  // Alt with the button navigates the view, even over the volume.
+  router.OnKeyChange(keys::Alt, true, false);
+  router.OnPointerMove(320, 240);
+  EXPECT_FALSE(router.OnKeyChange(keys::LeftButton, true, false));
+  EXPECT_FALSE(tool->Stroking());
+  router.OnKeyChange(keys::LeftButton, false, false);
+  router.OnKeyChange(keys::Alt, false, false);
+  EXPECT_EQ(Snapshot(volume), untouched);
+
+  tool->SetScene(nullptr, &cam);
+  router.OnPointerMove(320, 240);
+  EXPECT_FALSE(router.OnKeyChange(keys::LeftButton, true, false));
+  router.OnKeyChange(keys::LeftButton, false, false);
+}
+
+TEST_F(ToolFixture, ModesOfLaterPartsSayNotAvailableAndChangeNothing) {
+  const VolumeSnapshot untouched = Snapshot(volume);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_MEASURE));
+  EXPECT_STREQ(tool->GetSecondHintId(), "NOT_AVAILABLE_YET");
+  Drag(kPath);
+  EXPECT_EQ(tool->Message(), "not available yet");
+  EXPECT_EQ(Snapshot(volume), untouched);
+
+  // Section titles and unknown indices are no modes.
+  Enumerator* list = tool->GetToolList();
+  ASSERT_NE(list, nullptr);
+  ASSERT_GT(list->GetStoredAmount(), 0);
+  EXPECT_EQ(list->Values[0], -1);
+  EXPECT_EQ(std::string(list->Get(-1)), "*Voxels");
+  EXPECT_EQ(std::string(list->Get(SCULP_GROW)), "SCULP_GROW");
+  tool->OnToolListClick(0);
+  EXPECT_EQ(tool->Mode, SCULPT_MEASURE);
+  tool->OnToolListClick(1 + SCULP_FILL);  // the title shifts the entries by one
+  EXPECT_EQ(tool->Mode, SCULP_FILL);
+  EXPECT_FALSE(tool->SelectMode(9999));
+  EXPECT_EQ(tool->Mode, SCULP_FILL);
+}
+
+TEST_F(ToolFixture, PressureFromTheSourceScalesTheCut) {
+  tool->SelectMode(SCULPT_CARVE);
+  const long before = InsideCount(volume);
+  Drag(kPath);
+  const long fullCut = before - InsideCount(volume);
+
+  VolumeObject light;
+  MakeSphere(light);
+  tool->SetScene(&light, &cam);
+  ReplayPressure soft({0.3f});
+  tool->SetPressureSource(&soft);
+  Drag(kPath);
+  tool->SetPressureSource(nullptr);
+  const long lightCut = before - InsideCount(light);
+  EXPECT_GT(lightCut, 0);
+  EXPECT_LT(lightCut, fullCut);
+  EXPECT_NEAR(GeneralPen::PenPressure, MapPressure(307, 1024, GeneralPen::PenSensivity), 1e-6f);
+}
+
+TEST_F(ToolFixture, ParametersComeBackAfterSwitchingAway) {
+  ASSERT_TRUE(tool->SelectMode(SCULP_GROW));
+  tool->Settings.GrowPower = 0.25f;
+  tool->Settings.DoubleSided = true;
+  tool->Settings.BorderStyle = voBorderSharp;
+  tool->Settings.InvertToolAction[SCULP_CLAY] = true;
+
+  // Away in the middle of a stroke: the stroke ends cleanly.
+  router.OnPointerMove(300, 240);
+  ASSERT_TRUE(router.OnKeyChange(keys::LeftButton, true, false));
+  table.SetCurrentTool("StdPen");
+  EXPECT_FALSE(tool->Stroking());
+  EXPECT_EQ(volume.UndoCopies, 0);
+  router.OnKeyChange(keys::LeftButton, false, false);
+
+  // The saved state carries the values by itself...
+  XmlNode* saved = table.SavedState("VOX_SCULPT_TOOL");
+  ASSERT_NE(saved, nullptr);
+  VoxelSculptTool fresh;
+  ErrorCollector quiet(false);
+  ASSERT_TRUE(fresh.Load(saved, &fresh, &quiet));
+  EXPECT_EQ(fresh.Mode, SCULP_GROW);
+  EXPECT_FLOAT_EQ(fresh.Settings.GrowPower, 0.25f);
+  EXPECT_TRUE(fresh.Settings.DoubleSided);
+  EXPECT_EQ(fresh.Settings.BorderStyle, voBorderSharp);
+  EXPECT_TRUE(fresh.Settings.InvertToolAction[SCULP_CLAY]);
+  EXPECT_FALSE(fresh.Settings.InvertToolAction[SCULPT_CARVE]);
+
+  // ...and coming back restores them over whatever the object held.
+  tool->Settings.Reset();
+  tool->Mode = SCULPT_CARVE;
+  table.SetCurrentTool("VOX_SCULPT_TOOL");
+  EXPECT_EQ(table.CurrentTool(), tool);
+  EXPECT_EQ(tool->Mode, SCULP_GROW);
+  EXPECT_FLOAT_EQ(tool->Settings.GrowPower, 0.25f);
+  EXPECT_TRUE(tool->Settings.DoubleSided);
+  EXPECT_TRUE(tool->Settings.InvertToolAction[SCULP_CLAY]);
+  EXPECT_STREQ(tool->GetRoomName(), "Voxels");
+}
+}  // namespace
