@@ -38,9 +38,13 @@ function(morvane_test name)
   add_executable(${name} ${srcs})
   target_link_libraries(${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main GTest::gmock)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
+  # The environment goes through `env` as the test's launcher: a list of
+  # variables in the ENVIRONMENT property loses all but the first on its way
+  # through test discovery.
+  set_property(TARGET ${name} PROPERTY CROSSCOMPILING_EMULATOR /usr/bin/env
+               "MORVANE_HOME=${CMAKE_BINARY_DIR}/testrun/home" "MORVANE_DATA=${PROJECT_SOURCE_DIR}/data")
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
-                       WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun
-                       PROPERTIES ENVIRONMENT "MORVANE_HOME=${CMAKE_BINARY_DIR}/testrun/home;MORVANE_DATA=${PROJECT_SOURCE_DIR}/data")
+                       WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun)
 endfunction()
 
 # morvane_fuzz(NAME SOURCE LIBS...) builds a fuzz target: SOURCE defines

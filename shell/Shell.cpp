@@ -5,9 +5,11 @@
 #include <thread>
 
 #include "ClassEngine/Log.h"
+#include "ClassEngine/Progress.h"
 #include "ClassEngine/SaveWorkOffer.h"
 #include "ClassEngine/SystemDialog.h"
 #include "ClassEngine/UserPaths.h"
+#include "platform/Keys.h"
 #include "shell/CrashHandler.h"
 
 namespace {
@@ -18,6 +20,13 @@ Shell* TheShell() { return gShell; }
 
 Shell::Shell(Platform& platform, ShellSeams& seams) : platform_(platform), seams_(seams) {
   gShell = this;
+  // Long operations in the libraries below report here: the bar moves at its
+  // own rhythm, and Esc held down stops them.
+  SetProgressHandler([this](const char* textKey, int64_t done, int64_t total) {
+    while (total > 1000000) total /= 1024, done /= 1024;  // the bar counts in ints
+    ProgressBar(int(done), int(total), textKey);
+    return IsKeyDownNow(keys::Esc);
+  });
   exitFromPump_ = [this] {
     Exit();
     std::exit(0);
@@ -27,6 +36,7 @@ Shell::Shell(Platform& platform, ShellSeams& seams) : platform_(platform), seams
 Shell::~Shell() {
   if (gShell == this) gShell = nullptr;
   SetSystemDialogHandler(nullptr);
+  SetProgressHandler(nullptr);
   SetUserPathResolver(nullptr);
   SetSaveWorkOffer(nullptr);
 }

@@ -1,6 +1,7 @@
 // Long operations: ProgressBar's 500 ms rhythm, the percentage in the title,
 // no nested frames, one message per call, Esc to stop; and leaving through
 // CanClose and the modal pump.
+#include "ClassEngine/Progress.h"
 #include "ShellFixture.h"
 
 TEST_F(ShellTest, ProgressBarRhythmTitleAndNoNestedFrames) {
@@ -54,6 +55,16 @@ TEST_F(ShellTest, LongLoopStopsOnEsc) {
   EXPECT_EQ(done, 30);
   fake.SetActive(false);
   EXPECT_FALSE(IsKeyDownNow(keys::Esc)) << "only while the window is in front";
+}
+
+TEST_F(ShellTest, LibrariesBelowReportThroughTheShellAndStopOnEsc) {
+  Started();
+  fake.AdvanceTick(600);
+  // Totals past an int are scaled, not wrapped: the title shows the true share.
+  EXPECT_FALSE(ReportProgress("UNPACKING", 3000000000LL, 4000000000LL));
+  EXPECT_EQ(fake.Title(), "75%");
+  fake.SetKeyDown(keys::Esc, true);
+  EXPECT_TRUE(ReportProgress("UNPACKING", 3, 4)) << "Esc held down stops the operation";
 }
 
 TEST_F(ShellTest, CloseAsksToSaveAModifiedScene) {
