@@ -6,6 +6,7 @@
 namespace keys {
 constexpr int Esc = 0;
 constexpr int F1 = 1;          // F1..F12 are 1..12
+constexpr int F12 = 12;
 constexpr int Digit0 = 13;     // 0..9 are 13..22
 constexpr int Minus = 23;
 constexpr int Equals = 24;

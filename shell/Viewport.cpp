@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <vector>
 
@@ -63,6 +64,10 @@ bool ViewportWidget::OnKeyDown(int key) {
     camera_.Dolly(key == keys::WheelUp ? std::max(notches, 1.0f) : -std::max(notches, 1.0f));
     return true;
   }
+  if (key == keys::F12 && OnScreenshotKey) {
+    OnScreenshotKey();
+    return true;
+  }
   return camera_.Key(key, platform_.IsKeyDownNow(keys::Control));
 }
 
@@ -92,6 +97,11 @@ ViewportSeams::~ViewportSeams() {
 
 void ViewportSeams::Attach(Shell& shell) {
   widget_ = std::make_unique<ViewportWidget>(camera_, shell.Dispatch(), platform_);
+  widget_->OnScreenshotKey = [this, &shell] {
+    std::string path = WriteNumberedScreenshot(shell.Folders().Path(""));
+    if (path.empty()) Log("Screenshot: the frame could not be read or written");
+    else Log("Screenshot written to %s", path.c_str());
+  };
   shell.Layers().Register(0, widget_.get(), true);
 }
 
@@ -185,6 +195,16 @@ void ViewportSeams::ClearDepth() { render_->Clear(false, true, 0, 1.0f); }
 void ViewportSeams::UpdateRoomAndTool() {
   if (volume_ && drawer_) drawer_->Draw(*volume_, camera_);
   if (render_ && DrawOverVolume) DrawOverVolume(*render_, camera_);
+}
+
+std::string ViewportSeams::WriteNumberedScreenshot(const std::string& folder) {
+  for (int n = 1; n < 1000; ++n) {
+    char name[32];
+    snprintf(name, sizeof name, "screenshot-%03d.png", n);
+    std::string path = folder.empty() || folder.back() == '/' ? folder + name : folder + "/" + name;
+    if (access(path.c_str(), F_OK) != 0) return WriteScreenshot(path);
+  }
+  return "";
 }
 
 std::string ViewportSeams::WriteScreenshot(const std::string& path) {

@@ -35,6 +35,8 @@ class ViewportWidget : public comms::cWidget {
   bool OnKeyDown(int key) override;
   bool OnKeyUp(int key) override;
   bool OnMouseMove() override;
+  // F12 over the view: a picture of the window (set by the seams).
+  std::function<void()> OnScreenshotKey;
 
  private:
   comms::cFreeViewer& camera_;
@@ -53,6 +55,8 @@ class ViewportSeams : public ShellSeams {
   void Attach(Shell& shell);
   // The last frame as "screenshot.png" (or `path`); the written path, empty on failure.
   std::string WriteScreenshot(const std::string& path = "screenshot.png");
+  // The last frame as the first free "screenshot-NNN.png" in `folder`.
+  std::string WriteNumberedScreenshot(const std::string& folder);
   comms::cFreeViewer& Camera() { return camera_; }
   // The start-up scene's volume, null until RendererReady has made it.
   VolumeObject* Volume() const { return volume_.get(); }

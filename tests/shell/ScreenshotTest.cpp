@@ -1,0 +1,57 @@
+// Pictures of the window: F12 over the view writes the last frame into the
+// user folder under the first free number, and the picture is the whole
+// frame as drawn. Needs the headless GL context; skips, saying why, without it.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "interchange/IO.h"
+#include "platform/FakePlatform.h"
+#include "platform/Keys.h"
+#include "render/EglContext.h"
+#include "shell/Shell.h"
+#include "shell/Viewport.h"
+
+TEST(Screenshot, F12WritesNumberedPicturesOfTheFrame) {
+  std::string why;
+  if (!comms::cEglContext::Create(8, 8, &why)) GTEST_SKIP() << "no headless GL context: " << why;
+  const auto home = std::filesystem::temp_directory_path() / "morvane-screenshot";
+  std::filesystem::remove_all(home);
+  setenv("MORVANE_HOME", home.c_str(), 1);
+
+  FakePlatform fake;
+  fake.SetClientSize(320, 200);
+  ViewportSeams seams(fake, true);
+  Shell shell(fake, seams);
+  seams.Attach(shell);
+  StartOptions o;
+  o.installCrashHandler = false;
+  ASSERT_TRUE(shell.Start(o));
+  shell.RunFrames(2);
+
+  PlatformEvent f12;
+  f12.type = PlatformEvent::Type::KeyDown;
+  f12.key = keys::F12;
+  fake.Push(f12);
+  shell.RunFrames(1);
+  fake.Push(f12);
+  shell.RunFrames(1);
+
+  const std::string first = shell.Folders().Path("screenshot-001.png");
+  ASSERT_TRUE(std::filesystem::exists(first)) << first;
+  EXPECT_TRUE(std::filesystem::exists(shell.Folders().Path("screenshot-002.png"))) << "the next number, not over the first";
+  comms::cImage image;
+  ASSERT_TRUE(comms::cIO::LoadImage(first, image));
+  EXPECT_EQ(image.width, 320);
+  EXPECT_EQ(image.height, 200);
+  // The frame holds the start-up sphere over the background: the middle
+  // differs from the corner.
+  const uint8_t* corner = image.Pixel(2, 2);
+  const uint8_t* middle = image.Pixel(160, 100);
+  int diff = 0;
+  for (int c = 0; c < 3; ++c) diff += std::abs(int(corner[c]) - int(middle[c]));
+  EXPECT_GT(diff, 30);
+  shell.Exit();
+  std::filesystem::remove_all(home);
+}
