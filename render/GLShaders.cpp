@@ -3,8 +3,11 @@
 #include <epoxy/gl.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include "ClassEngine/Log.h"
 #include "render/RenderGL.h"
@@ -40,20 +43,26 @@ bool IsSamplerType(GLenum t) {
 }
 
 // The compiler's "0:LINE(COL)" (Mesa) or "0(LINE)" (others) names the file.
-std::string NameTheFile(const std::string& log, const std::string& path) {
+// The compiler names source strings by number: 0 is the shader's own file, k
+// the k-th file it included.
+std::string NameTheFile(const std::string& log, const std::string& path, const std::vector<std::string>& included) {
   std::string out;
   std::istringstream in(log);
   for (std::string line; std::getline(in, line);) {
-    if (line.rfind("0:", 0) == 0)
-      line = path + ":" + line.substr(2);
-    else if (line.rfind("0(", 0) == 0)
-      line = path + line.substr(1);
+    size_t digits = 0;
+    while (digits < line.size() && isdigit((unsigned char)line[digits])) digits++;
+    if (digits > 0 && digits < line.size() && (line[digits] == ':' || line[digits] == '(')) {
+      size_t k = (size_t)atoi(line.c_str());
+      std::string file = k == 0 ? path : k <= included.size() ? "Shaders/" + included[k - 1] : "";
+      if (!file.empty()) line = file + (line[digits] == ':' ? line.substr(digits) : line.substr(digits));
+    }
     out += line + "\n";
   }
   return out;
 }
 
-GLuint CompileStage(GLenum kind, const std::string& text, const std::string& path) {
+GLuint CompileStage(GLenum kind, const std::string& text, const std::string& path,
+                    const std::vector<std::string>& included) {
   GLuint s = glCreateShader(kind);
   const char* src = text.c_str();
   glShaderSource(s, 1, &src, nullptr);
@@ -65,7 +74,7 @@ GLuint CompileStage(GLenum kind, const std::string& text, const std::string& pat
     glGetShaderiv(s, GL_INFO_LOG_LENGTH, &len);
     std::string info(size_t(std::max(len, 1)), '\0');
     glGetShaderInfoLog(s, len, nullptr, info.data());
-    Log("%s", NameTheFile(info.c_str(), path).c_str());
+    Log("%s", NameTheFile(info.c_str(), path, included).c_str());
     glDeleteShader(s);
     return 0;
   }
@@ -113,6 +122,7 @@ bool cRenderGL::CompileInto(Shader& s) {
   s.Program = 0;
   s.Samplers.clear(), s.User.clear(), s.Standard.clear();
   std::string vsText, psText;
+  std::vector<std::string> included;
   std::string full = DataFolder + "/" + s.Path;
   // A precompiled pair: the stage texts as the compiler got them.
   if (const ShaderCacheEntry* e = FindShaderCache(cache_, s.Path, s.Defines)) {
@@ -132,13 +142,16 @@ bool cRenderGL::CompileInto(Shader& s) {
       Log("No fragment / pixel shader found");
       return false;
     }
-    vsText = ComposeStage(s.Defines, parts.VertexLine, parts.Vertex, true);
-    psText = ComposeStage(s.Defines, parts.PixelLine, parts.Pixel, false);
+    const std::string folder = DataFolder + "/Shaders";
+    vsText = ComposeStage(s.Defines, parts.VertexLine,
+                          ExpandShaderIncludes(parts.Vertex, parts.VertexLine, folder, included), true);
+    psText = ComposeStage(s.Defines, parts.PixelLine,
+                          ExpandShaderIncludes(parts.Pixel, parts.PixelLine, folder, included), false);
   }
   Log("Compiling VS...");
-  GLuint vs = CompileStage(GL_VERTEX_SHADER, vsText, s.Path);
+  GLuint vs = CompileStage(GL_VERTEX_SHADER, vsText, s.Path, included);
   Log("Compiling PS...");
-  GLuint ps = CompileStage(GL_FRAGMENT_SHADER, psText, s.Path);
+  GLuint ps = CompileStage(GL_FRAGMENT_SHADER, psText, s.Path, included);
   if (!vs || !ps) {
     if (vs) glDeleteShader(vs);
     if (ps) glDeleteShader(ps);

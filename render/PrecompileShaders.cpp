@@ -93,8 +93,14 @@ int cRenderGL::PrecompileShaders(const std::string& platform) {
         defines += "#define " + w + "\n";
         words += (words.empty() ? "" : " ") + w;
       }
-      const std::string vs = ComposeStage(defines, parts.VertexLine, parts.Vertex, true);
-      const std::string ps = ComposeStage(defines, parts.PixelLine, parts.Pixel, false);
+      // Stored texts carry their includes, so a cached pair stands alone.
+      std::vector<std::string> included;
+      const std::string vs =
+          ComposeStage(defines, parts.VertexLine,
+                       ExpandShaderIncludes(parts.Vertex, parts.VertexLine, shaders.string(), included), true);
+      const std::string ps =
+          ComposeStage(defines, parts.PixelLine,
+                       ExpandShaderIncludes(parts.Pixel, parts.PixelLine, shaders.string(), included), false);
       if (!Compiles(GL_VERTEX_SHADER, vs)) {
         Log("Can't compile vertex shader \"%s\"%s%s", source.c_str(), "\n", words.c_str());
         continue;

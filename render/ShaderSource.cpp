@@ -4,6 +4,8 @@
 
 #include <cctype>
 #include <cstdio>
+#include <fstream>
+#include <sstream>
 
 namespace comms {
 
@@ -74,6 +76,39 @@ std::string NormalizeDefineList(const std::string& defines) {
       word += c;
   }
   flush();
+  return out;
+}
+
+std::string ExpandShaderIncludes(const std::string& body, int firstLine, const std::string& shadersFolder,
+                                 std::vector<std::string>& included) {
+  std::string out;
+  std::istringstream in(body);
+  int line = firstLine;
+  for (std::string text; std::getline(in, text); ++line) {
+    std::string t = Trim(text);
+    size_t open = t.find('"'), close = t.rfind('"');
+    if (t.rfind("#include", 0) != 0 || open == std::string::npos || close <= open) {
+      out += text + "\n";
+      continue;
+    }
+    std::string name = t.substr(open + 1, close - open - 1);
+    std::ifstream file(shadersFolder + "/" + name, std::ios::binary);
+    if (!file) {
+      out += text + "\n";
+      continue;
+    }
+    std::stringstream content;
+    content << file.rdbuf();
+    size_t k = 0;
+    while (k < included.size() && included[k] != name) k++;
+    if (k == included.size()) included.push_back(name);
+    char mark[48];
+    snprintf(mark, sizeof mark, "#line 1 %d\n", int(k + 1));
+    out += mark + content.str();
+    if (!out.empty() && out.back() != '\n') out += "\n";
+    snprintf(mark, sizeof mark, "#line %d 0\n", line + 1);
+    out += mark;
+  }
   return out;
 }
 

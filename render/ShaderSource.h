@@ -28,6 +28,14 @@ std::string NormalizeDefineList(const std::string& defines);
 // What the GL compiler is given for one stage: version, defines, the line
 // marker and the stage's text. The "#line" of GLSL counts from the next line.
 std::string ComposeStage(const std::string& defines, int fileLine, const std::string& body, bool vertexStage);
+// Expands the `#include "NAME"` lines of a stage whose first line is file line
+// `firstLine` (NAME relative to `shadersFolder`, one level deep). The included
+// text is numbered as GLSL source string k (its 1-based place in `included`),
+// and "#line" puts the stage's own numbering back after it, so a compiler's
+// "k:LINE" is the included file's own line. An include that can't be read is
+// left in the text for the compiler to name.
+std::string ExpandShaderIncludes(const std::string& body, int firstLine, const std::string& shadersFolder,
+                                 std::vector<std::string>& included);
 bool SameNameNoCase(const std::string& a, const std::string& b);
 // Paths compared without case, "/" and "\" alike.
 bool SamePath(const std::string& a, const std::string& b);

@@ -132,6 +132,30 @@ TEST_F(ShaderDeviceTest, ACompileErrorNamesTheFileAndItsOwnLine) {
   EXPECT_NE(log.find("Compiling PS..."), std::string::npos);
 }
 
+TEST_F(ShaderDeviceTest, IncludedFilesCompileAndTheirErrorsNameTheirOwnLines) {
+  ShaderFolder f;
+  f.Write("Shaders/Common/tint.glsl", "// shared\nuniform vec4 g_Tint;\nvec4 Tint() { return g_Tint; }\n");
+  f.Write("Shaders/Common/bad.glsl", "// shared\n\nvec4 Bad() { return undefinedThing; }\n");
+  std::string good = kGoodShader;
+  good.replace(good.find("uniform vec4 g_Tint;\n"), 21, "#include \"Common/tint.glsl\"\n");
+  good.replace(good.find("FragColor = g_Tint;"), 19, "FragColor = Tint();");
+  f.Write("Shaders/inc.hlsl", good);
+  std::string bad = good;
+  bad.replace(bad.find("#include \"Common/tint.glsl\"\n"), 28,
+              "#include \"Common/tint.glsl\"\n#include \"Common/bad.glsl\"\n");
+  bad += "float after = undefinedToo;\n";
+  f.Write("Shaders/incbad.hlsl", bad);
+  UseFolder(f);
+  EXPECT_GE(render_->GetShaderID("inc", kVfPos, ""), 0) << LogText();
+
+  size_t mark = LogText().size();
+  EXPECT_EQ(render_->GetShaderID("incbad", kVfPos, ""), -1);
+  std::string log = LogText().substr(mark);
+  // Line 3 of the included file, and the shader's own line after the includes.
+  EXPECT_NE(log.find("Shaders/Common/bad.glsl:3"), std::string::npos) << log;
+  EXPECT_NE(log.find("Shaders/incbad.hlsl:11"), std::string::npos) << log;
+}
+
 TEST_F(ShaderDeviceTest, MissingStagesAndFilesFail) {
   ShaderFolder f;
   f.Write("Shaders/novs.hlsl", "// Fragment shader\nout vec4 c; void main() { c = vec4(1.0); }\n");
