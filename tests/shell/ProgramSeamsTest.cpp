@@ -1,0 +1,154 @@
+// The whole program on the fake platform, drawn through EGL: a long
+// operation's box and the autosave countdown show in the view, a changed
+// scene makes closing ask first, and files handed over on the command line
+// or through Exchange/import.txt reach the scene commands, which say plainly
+// what cannot be done yet and name the file.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "ShellFixture.h"
+#include "interchange/IO.h"
+#include "paint/SceneChanges.h"
+#include "render/EglContext.h"
+#include "shell/Program.h"
+#include "shell/SceneCommands.h"
+
+namespace {
+constexpr int kW = 640, kH = 400;
+
+class ProgramSeams : public ShellTest {
+ protected:
+  void SetUp() override {
+    ShellTest::SetUp();
+    std::string why;
+    if (!comms::cEglContext::Create(8, 8, &why)) GTEST_SKIP() << "no headless GL context: " << why;
+    ChangedSinceSave = 0;
+  }
+  void TearDown() override {
+    program_.reset();
+    ChangedSinceSave = 0;
+    ShellTest::TearDown();
+  }
+  Program& Run(const std::string& commandLine = "", int width = kW, int height = kH) {
+    fake.SetClientSize(width, height);
+    ProgramMode mode;
+    mode.offscreen = true;
+    mode.askInWindow = false;
+    program_ = std::make_unique<Program>(fake, mode);
+    StartOptions o;
+    o.installCrashHandler = false;
+    o.commandLine = commandLine;
+    EXPECT_TRUE(program_->Start(o));
+    return *program_;
+  }
+  // The last frame, bottom row first.
+  comms::cImage Frame() {
+    comms::cImage image;
+    const std::string path = (dir_ / "frame.png").string();
+    EXPECT_EQ(program_->View().WriteScreenshot(path), path);
+    EXPECT_TRUE(comms::cIO::LoadImage(path, image));
+    return image;
+  }
+  // One frame, `ms` after the last.
+  void Tick(int ms) {
+    fake.AdvanceTick(uint32_t(ms));
+    program_->TheShell().RunFrames(1);
+  }
+  const SystemDialog* DialogSaying(const std::string& words) {
+    for (const SystemDialog& d : fake.DialogsShown())
+      if (d.text.find(words) != std::string::npos) return &d;
+    return nullptr;
+  }
+  std::unique_ptr<Program> program_;
+};
+}  // namespace
+
+TEST_F(ProgramSeams, LongOperationShowsItsBoxWithTheBarHalfway) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  ASSERT_TRUE(p.TheShell().ProgressBar(50, 100, "LOADING_PROGRESS"));
+  const comms::cImage image = Frame();
+  long green = 0;
+  int minX = kW, maxX = 0;
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) {
+      const uint8_t* c = image.Pixel(x, y);
+      if (c[1] > 220 && c[0] < 40 && c[2] < 40) {
+        ++green;
+        minX = std::min(minX, x), maxX = std::max(maxX, x);
+      }
+    }
+  EXPECT_GT(green, 800) << "no green bar";
+  EXPECT_NEAR(maxX, kW / 2, 6) << "half done: the bar ends in the middle";
+  EXPECT_LT(minX, kW / 2 - 100);
+  EXPECT_NE(p.TheShell().Window().Title().find("50%"), std::string::npos);
+}
+
+TEST_F(ProgramSeams, AutosaveCountdownShowsInTheView) {
+  // Wide enough that the tool panel leaves the middle of the view free.
+  constexpr int w = 1280, h = 720;
+  Program& p = Run("", w, h);
+  p.TheShell().Autosave().AutosaveTime = 1;
+  ChangedSinceSave = 1;
+  for (int i = 0; i < 45; ++i) Tick(1000);  // 45 s of frames
+  const comms::cImage image = Frame();
+  long red = 0;
+  for (int y = 96; y < 120; ++y)
+    for (int x = w / 2 - 30; x < w / 2 + 120; ++x) {
+      const uint8_t* c = image.Pixel(x, h - 1 - y);
+      red += c[0] > c[1] + 40 && c[0] > c[2] + 40;
+    }
+  EXPECT_GT(red, 30) << "no countdown text at y = 100";
+}
+
+TEST_F(ProgramSeams, ClosingAChangedSceneAsksFirst) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  EXPECT_TRUE(p.TheShell().CanClose()) << "nothing changed: leaves at once";
+  EXPECT_TRUE(fake.DialogsShown().empty());
+
+  ChangedSinceSave = 1;  // a stroke
+  fake.AnswerDialogs({2});  // Cancel
+  EXPECT_FALSE(p.TheShell().CanClose());
+  ASSERT_EQ(fake.DialogsShown().size(), 1u);
+  EXPECT_EQ(fake.DialogsShown()[0].text, "Save the changes to the scene before closing?");
+  EXPECT_EQ(fake.DialogsShown()[0].title, "Leaving Morvane");
+  fake.AnswerDialogs({1});  // No
+  EXPECT_TRUE(p.TheShell().CanClose());
+}
+
+TEST_F(ProgramSeams, FilesHandedOverReachTheSceneCommands) {
+  Program& p = Run("\"/models/bust.obj\"");
+  p.TheShell().RunFrames(5);  // the command line waits for the fourth frame
+  const SystemDialog* d = DialogSaying("cannot be imported yet");
+  ASSERT_NE(d, nullptr);
+  EXPECT_NE(d->text.find("/models/bust.obj"), std::string::npos) << d->text;
+
+  std::ofstream(Home("Exchange/import.txt")) << "/models/from-another-program.stl\n";
+  for (int i = 0; i < 3; ++i) Tick(600);
+  EXPECT_NE(DialogSaying("/models/from-another-program.stl"), nullptr);
+  EXPECT_FALSE(std::filesystem::exists(Home("Exchange/import.txt")));
+
+  // Once a room takes meshes, the same road leads there.
+  std::vector<std::string> imported;
+  SceneCommands saved = TheSceneCommands();
+  TheSceneCommands().ImportMesh = [&](const std::string& path, CommandLineDecision::Action) {
+    imported.push_back(path);
+    return true;
+  };
+  std::ofstream(Home("Exchange/import.txt")) << "/models/next.ply";
+  for (int i = 0; i < 3; ++i) Tick(600);
+  TheSceneCommands() = saved;
+  ASSERT_EQ(imported.size(), 1u);
+  EXPECT_EQ(imported[0], "/models/next.ply");
+}
+
+TEST_F(ProgramSeams, SceneFilesCannotBeOpenedYetAndSaySo) {
+  Program& p = Run("/scenes/head.mvn");
+  p.TheShell().RunFrames(5);
+  const SystemDialog* d = DialogSaying("cannot be opened yet");
+  ASSERT_NE(d, nullptr);
+  EXPECT_NE(d->text.find("/scenes/head.mvn"), std::string::npos);
+}
