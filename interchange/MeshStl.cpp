@@ -15,15 +15,77 @@ namespace {
 constexpr float kWeldTolerance = 0.005f;
 constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider than the tolerance
 
+// Remembers the position each corner went to, by the corner's exact bits. A
+// corner met again goes where it went the first time: the positions added
+// since then come later in the list, so the earliest within the tolerance is
+// still the same one. Open addressing in one flat array.
+class ExactCorners {
+ public:
+  ExactCorners() { Grow(4096); }
+  // The position of an earlier corner with these bits, or -1.
+  int Find(const cMeshVec3& p, size_t& slot) const {
+    uint32_t key[3];
+    std::memcpy(key, &p, 12);
+    slot = Hash(key) & (slots_.size() - 1);
+    while (slots_[slot].index >= 0) {
+      const Slot& s = slots_[slot];
+      if (s.key[0] == key[0] && s.key[1] == key[1] && s.key[2] == key[2]) return s.index;
+      slot = (slot + 1) & (slots_.size() - 1);
+    }
+    return -1;
+  }
+  // Stores `index` in the empty slot that Find gave.
+  void Put(const cMeshVec3& p, size_t slot, int index) {
+    Slot& s = slots_[slot];
+    std::memcpy(s.key, &p, 12);
+    s.index = index;
+    if (++used_ * 2 > slots_.size()) Grow(slots_.size() * 2);
+  }
+
+ private:
+  struct Slot {
+    uint32_t key[3];
+    int index = -1;
+  };
+  static size_t Hash(const uint32_t* k) {
+    uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
+                 (uint64_t)k[2] * 0x165667b19e3779f9ull;
+    return (size_t)(h ^ (h >> 29));
+  }
+  void Grow(size_t size) {
+    std::vector<Slot> old = std::move(slots_);
+    slots_.assign(size, Slot{});
+    for (const Slot& s : old) {
+      if (s.index < 0) continue;
+      size_t i = Hash(s.key) & (size - 1);
+      while (slots_[i].index >= 0) i = (i + 1) & (size - 1);
+      slots_[i] = s;
+    }
+  }
+  std::vector<Slot> slots_;
+  size_t used_ = 0;
+};
+
 // Keeps the first position that falls within the tolerance of a new corner.
-// Positions hang in chains from the cells of an open-addressed grid; a
-// neighbouring cell is searched only along the axes where the corner lies
-// within the tolerance of its cell's side, so most corners look at one cell.
+// Corners met before are answered by their exact bits; a new one searches
+// the chains of positions that hang from the cells of an open-addressed grid,
+// a neighbouring cell only along the axes where the corner lies within the
+// tolerance of its cell's side.
 class Welder {
  public:
   explicit Welder(std::vector<cMeshVec3>& positions) : positions_(positions) { Grow(1024); }
   int Add(const cMeshVec3& p) {
     if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return Append(p, 0, 0, 0);
+    size_t slot;
+    int seen = exact_.Find(p, slot);
+    if (seen >= 0) return seen;
+    seen = Weld(p);
+    exact_.Put(p, slot, seen);
+    return seen;
+  }
+
+ private:
+  int Weld(const cMeshVec3& p) {
     const float v[3] = {p.x, p.y, p.z};
     long cell[3];
     int lo[3], hi[3];
@@ -45,7 +107,6 @@ class Welder {
     return first >= 0 ? first : Append(p, cell[0], cell[1], cell[2]);
   }
 
- private:
   struct Slot {
     long x, y, z;
     int head = -1;  // the cell's latest position; -1: an empty slot
@@ -93,6 +154,7 @@ class Welder {
   std::vector<Slot> slots_;
   std::vector<int> next_;
   size_t used_ = 0;
+  ExactCorners exact_;
 };
 
 }  // namespace
@@ -115,6 +177,11 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
   }
   int material = mesh->AddMaterial("default");
   if (binary) {
+    if (source.Size() < 84) {
+      Log("cMeshStl::DecodeStl(): The file of %lld bytes is shorter than the 84-byte head of a binary STL.",
+          (long long)source.Size());
+      return nullptr;
+    }
     int object = mesh->AddObject("default");
     source.Seek(80);
     uint32_t count = source.ReadDword();
