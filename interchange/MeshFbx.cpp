@@ -1,6 +1,9 @@
 // FBX meshes, read through Assimp: every node with meshes becomes an object,
-// positions go through the node's global transform, UVs and normals are
-// deduplicated by value, materials come by name with their diffuse texture.
+// positions go through the node's global transform, materials come by name
+// with their diffuse texture. Assimp gives each polygon corner a vertex of
+// its own; the corners of one node that share a position are joined again,
+// so that the mesh has the file's control points and its faces stay
+// connected. UVs and normals are deduplicated by value.
 // Writing FBX isn't offered.
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
@@ -8,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "ClassEngine/Log.h"
 #include "interchange/MeshCodecs.h"
@@ -45,6 +49,12 @@ struct FbxBuild {
     if (fresh) mesh.uvs.push_back(v);
     return it->second;
   }
+  // The position of this node at exactly these coordinates, added if new.
+  int Position(cMeshVec3 v, std::unordered_map<cMeshVec3, int, ValueHash<cMeshVec3>, ValueEq<cMeshVec3>>& index) {
+    auto [it, fresh] = index.emplace(v, (int)mesh.positions.size());
+    if (fresh) mesh.positions.push_back(v);
+    return it->second;
+  }
   int Normal(cMeshVec3 v) {
     auto [it, fresh] = normalIndex.emplace(v, (int)mesh.normals.size());
     if (fresh) mesh.normals.push_back(v);
@@ -74,12 +84,15 @@ struct FbxBuild {
       int object = mesh.AddObject(node->mName.C_Str());
       aiMatrix3x3 turn(global);
       turn.Inverse().Transpose();
+      // Across the node's meshes: Assimp splits one geometry by material.
+      std::unordered_map<cMeshVec3, int, ValueHash<cMeshVec3>, ValueEq<cMeshVec3>> positionIndex;
+      std::vector<int> positionOf;
       for (unsigned i = 0; i < node->mNumMeshes; i++) {
         const aiMesh* am = scene->mMeshes[node->mMeshes[i]];
-        int base = (int)mesh.positions.size();
+        positionOf.resize(am->mNumVertices);
         for (unsigned v = 0; v < am->mNumVertices; v++) {
           aiVector3D p = global * am->mVertices[v];
-          mesh.positions.push_back({p.x, p.y, p.z});
+          positionOf[v] = Position({p.x + 0.0f, p.y + 0.0f, p.z + 0.0f}, positionIndex);  // -0 joins +0
         }
         int material = Material(am->mMaterialIndex);
         for (unsigned f = 0; f < am->mNumFaces; f++) {
@@ -95,7 +108,7 @@ struct FbxBuild {
               n.Normalize();
               nr = Normal({n.x, n.y, n.z});
             }
-            mesh.AddCorner(base + (int)v, uv, nr);
+            mesh.AddCorner(v < positionOf.size() ? positionOf[v] : 0x7fffffff, uv, nr);
           }
         }
       }

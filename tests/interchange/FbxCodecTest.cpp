@@ -6,6 +6,7 @@
 #include <assimp/Importer.hpp>
 #include <assimp/scene.h>
 
+#include <map>
 #include <memory>
 
 #include "MeshSamples.h"
@@ -48,4 +49,77 @@ TEST(FbxCodec, ReadsWhatAssimpWritesFromAnObj) {
   std::unique_ptr<cMesh> junk(cMeshIO::LoadMesh((dir + "junk.fbx").c_str()));
   EXPECT_FALSE(junk);
   EXPECT_NE(LogSince(mark).find("cMeshIO::LoadMesh(): Can't decode mesh file"), std::string::npos);
+}
+
+namespace {
+
+// An ASCII FBX 7.4 file as a modelling program writes one: a box of 8
+// control points and 6 quads (the last corner of each polygon stored as
+// -index - 1), under a model moved by (10, 0, 0).
+std::string BoxFbx() {
+  return R"(; FBX 7.4.0 project file
+FBXHeaderExtension:  {
+	FBXHeaderVersion: 1003
+	FBXVersion: 7400
+}
+GlobalSettings:  {
+	Version: 1000
+	Properties70:  {
+		P: "UpAxis", "int", "Integer", "",1
+		P: "UnitScaleFactor", "double", "Number", "",1
+	}
+}
+Objects:  {
+	Geometry: 1001, "Geometry::box", "Mesh" {
+		Vertices: *24 {
+			a: 0,0,0,2,0,0,2,3,0,0,3,0,0,0,5,2,0,5,2,3,5,0,3,5
+		}
+		PolygonVertexIndex: *24 {
+			a: 0,3,2,-2,4,5,6,-8,0,1,5,-5,3,7,6,-3,0,4,7,-4,1,2,6,-6
+		}
+		GeometryVersion: 124
+	}
+	Model: 2001, "Model::box", "Mesh" {
+		Version: 232
+		Properties70:  {
+			P: "Lcl Translation", "Lcl Translation", "", "A",10,0,0
+		}
+	}
+}
+Connections:  {
+	C: "OO",1001,2001
+	C: "OO",2001,0
+}
+)";
+}
+
+}  // namespace
+
+TEST(FbxCodec, PositionsAreTheControlPointsAndFacesShareThem) {
+  std::string dir = FreshFolder();
+  WriteText(dir + "box.fbx", BoxFbx());
+  std::unique_ptr<cMesh> mesh(cMeshIO::LoadMesh((dir + "box.fbx").c_str()));
+  ASSERT_TRUE(mesh) << LogText();
+  const float points[8][3] = {{0, 0, 0}, {2, 0, 0}, {2, 3, 0}, {0, 3, 0}, {0, 0, 5}, {2, 0, 5}, {2, 3, 5}, {0, 3, 5}};
+  ASSERT_EQ(mesh->positions.size(), 8u);
+  // Each control point once, moved by the model's translation.
+  for (const auto& p : points) {
+    int found = 0;
+    for (const auto& q : mesh->positions) found += q.x == p[0] + 10 && q.y == p[1] && q.z == p[2];
+    EXPECT_EQ(found, 1) << p[0] << " " << p[1] << " " << p[2];
+  }
+  // A closed box: every corner is shared by three faces, every edge by two.
+  std::vector<int> uses(8, 0);
+  std::map<std::pair<int, int>, int> edges;
+  mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
+    EXPECT_EQ(h.a, 4);
+    for (int k = 0; k < h.a; k++) {
+      uses[c[k].a]++;
+      int a = c[k].a, b = c[(k + 1) % h.a].a;
+      edges[{std::min(a, b), std::max(a, b)}]++;
+    }
+  });
+  EXPECT_EQ(uses, std::vector<int>(8, 3));
+  EXPECT_EQ(edges.size(), 12u);
+  for (const auto& [edge, count] : edges) EXPECT_EQ(count, 2);
 }
