@@ -81,7 +81,7 @@ uint64_t LeastJpegBytes(const jpeg_decompress_struct& info) {
 }  // namespace
 
 bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
-  if (buffer.size() < 4) return false;
+  if (buffer.size() < 4) return Refuse("cCodecJpeg::Decode()", "The file is too short for a JPEG.");
   jpeg_decompress_struct info;
   JpegError error;
   info.err = jpeg_std_error(&error.mgr);

@@ -2,8 +2,14 @@
 #include "interchange/ImageLimits.h"
 
 #include "ClassEngine/Log.h"
+#include "interchange/ImageCodecs.h"
 
 namespace comms {
+
+bool Refuse(const char* codec, const char* why) {
+  Log("%s: %s", codec, why);
+  return false;
+}
 
 bool CheckImageSize(const char* who, uint64_t w, uint64_t h, uint64_t leastFileBytes, uint64_t fileBytes) {
   if (w == 0 || h == 0) {
