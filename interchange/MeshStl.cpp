@@ -1,8 +1,11 @@
 // STL, text and binary. Corners are welded as they arrive through a spatial
-// hash, so a large binary file loads in linear time.
+// hash, so a large binary file loads in linear time; in a binary file the
+// corners met again are found first, by their exact bits, in bulk.
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "ClassEngine/Log.h"
 #include "interchange/MeshCodecs.h"
@@ -15,88 +18,88 @@ namespace {
 constexpr float kWeldTolerance = 0.005f;
 constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider than the tolerance
 
-// Remembers the position each corner went to, by the corner's exact bits. A
-// corner met again goes where it went the first time: the positions added
-// since then come later in the list, so the earliest within the tolerance is
-// still the same one. Open addressing in one flat array.
-class ExactCorners {
- public:
-  ExactCorners() { Grow(4096); }
-  // The position of an earlier corner with these bits, or -1.
-  int Find(const cMeshVec3& p, size_t& slot) const {
-    uint32_t key[3];
-    std::memcpy(key, &p, 12);
-    slot = Hash(key) & (slots_.size() - 1);
-    while (slots_[slot].index >= 0) {
-      const Slot& s = slots_[slot];
-      if (s.key[0] == key[0] && s.key[1] == key[1] && s.key[2] == key[2]) return s.index;
-      slot = (slot + 1) & (slots_.size() - 1);
-    }
-    return -1;
-  }
-  // Stores `index` in the empty slot that Find gave.
-  void Put(const cMeshVec3& p, size_t slot, int index) {
-    Slot& s = slots_[slot];
-    std::memcpy(s.key, &p, 12);
-    s.index = index;
-    if (++used_ * 2 > slots_.size()) Grow(slots_.size() * 2);
-  }
+// For each corner of a list, the first corner with the same bits. A corner
+// met again goes where its first twin went: the positions added since then
+// come later in the list, so the earliest within the tolerance is still the
+// same one. The corners are spread into buckets by a hash of their bits (two
+// passes over the list), and each bucket, small enough for the cache, is
+// matched through a little open-addressed table.
+bool IsFinite(const cMeshVec3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
- private:
-  struct Slot {
+std::vector<uint32_t> FirstTwins(const std::vector<cMeshVec3>& corners) {
+  struct Entry {
+    uint64_t hash;
     uint32_t key[3];
-    int index = -1;
+    uint32_t corner;
   };
-  static size_t Hash(const uint32_t* k) {
-    uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
-                 (uint64_t)k[2] * 0x165667b19e3779f9ull;
-    return (size_t)(h ^ (h >> 29));
+  const size_t n = corners.size();
+  int bits = 0;
+  // About 2048 corners a bucket: few enough buckets for the spreading pass to
+  // write to, and a bucket's table still fits the first-level cache.
+  while (bits < 20 && ((size_t)1 << bits) * 2048 < n) bits++;
+  const size_t buckets = (size_t)1 << bits;
+  std::vector<uint64_t> hashes(n);
+  std::vector<uint32_t> start(buckets + 1, 0);
+  for (size_t c = 0; c < n; c++) {
+    uint32_t k[3];
+    std::memcpy(k, &corners[c], 12);
+    const uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
+                       (uint64_t)k[2] * 0x165667b19e3779f9ull;
+    hashes[c] = h ^ (h >> 31);
+    start[(hashes[c] >> 40) & (buckets - 1)]++;
   }
-  void Grow(size_t size) {
-    std::vector<Slot> old = std::move(slots_);
-    slots_.assign(size, Slot{});
-    for (const Slot& s : old) {
-      if (s.index < 0) continue;
-      size_t i = Hash(s.key) & (size - 1);
-      while (slots_[i].index >= 0) i = (i + 1) & (size - 1);
-      slots_[i] = s;
+  uint32_t sum = 0;
+  for (size_t b = 0; b <= buckets; b++) {
+    const uint32_t here = start[b];
+    start[b] = sum;
+    sum += here;
+  }
+  // The corners by bucket, in their order within each, with what the match needs.
+  std::vector<Entry> entries(n);
+  std::vector<uint32_t> fill(start.begin(), start.end() - 1);
+  for (size_t c = 0; c < n; c++) {
+    Entry& e = entries[fill[(hashes[c] >> 40) & (buckets - 1)]++];
+    e.hash = hashes[c];
+    std::memcpy(e.key, &corners[c], 12);
+    e.corner = (uint32_t)c;
+  }
+  std::vector<uint32_t> first(n);
+  std::vector<uint32_t> table;
+  for (size_t b = 0; b < buckets; b++) {
+    const uint32_t from = start[b], to = start[b + 1];
+    size_t size = 16;
+    while (size < 2 * (size_t)(to - from)) size *= 2;
+    table.assign(size, UINT32_MAX);
+    for (uint32_t at = from; at < to; at++) {
+      const Entry& e = entries[at];
+      size_t slot = e.hash & (size - 1);
+      while (table[slot] != UINT32_MAX && std::memcmp(entries[table[slot]].key, e.key, 12) != 0)
+        slot = (slot + 1) & (size - 1);
+      if (table[slot] == UINT32_MAX) table[slot] = at;
+      first[e.corner] = entries[table[slot]].corner;
     }
   }
-  std::vector<Slot> slots_;
-  size_t used_ = 0;
-};
+  return first;
+}
 
 // Keeps the first position that falls within the tolerance of a new corner.
-// Corners met before are answered by their exact bits; a new one searches
-// the chains of positions that hang from the cells of an open-addressed grid,
-// a neighbouring cell only along the axes where the corner lies within the
-// tolerance of its cell's side.
+// Positions hang in chains from the cells of an open-addressed grid; a
+// neighbouring cell is searched only along the axes where the corner lies
+// within the tolerance of its cell's side, so most corners look at one cell.
 class Welder {
  public:
   explicit Welder(std::vector<cMeshVec3>& positions) : positions_(positions) { Grow(1024); }
-  int Add(const cMeshVec3& p) {
-    if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return Append(p, 0, 0, 0);
-    size_t slot;
-    int seen = exact_.Find(p, slot);
-    if (seen >= 0) return seen;
-    seen = Weld(p);
-    exact_.Put(p, slot, seen);
-    return seen;
+  // Room for about `count` positions without growing.
+  void Reserve(size_t count) {
+    size_t size = slots_.size();
+    while (size < count * 2) size *= 2;
+    if (size > slots_.size()) Grow(size);
   }
-
- private:
-  int Weld(const cMeshVec3& p) {
-    const float v[3] = {p.x, p.y, p.z};
-    long cell[3];
+  int Add(const cMeshVec3& p) {
+    if (!IsFinite(p)) return Append(p, 0, 0, 0);
+    int32_t cell[3];
     int lo[3], hi[3];
-    for (int k = 0; k < 3; k++) {
-      double scaled = (double)v[k] * kCellScale;
-      double c = std::floor(scaled);
-      cell[k] = c < -1e15 ? (long)-1e15 : c > 1e15 ? (long)1e15 : (long)c;
-      double frac = (scaled - c) / kCellScale;  // distance to the cell's lower side
-      lo[k] = frac <= kWeldTolerance ? -1 : 0;
-      hi[k] = (1.0 / kCellScale - frac) <= kWeldTolerance ? 1 : 0;
-    }
+    Cells(p, cell, lo, hi);
     int first = -1;
     for (int dx = lo[0]; dx <= hi[0]; dx++)
       for (int dy = lo[1]; dy <= hi[1]; dy++)
@@ -106,22 +109,48 @@ class Welder {
         }
     return first >= 0 ? first : Append(p, cell[0], cell[1], cell[2]);
   }
+  // Asks the cache for the grid slots that Add will search for `p` soon: the
+  // search spends most of its time waiting for memory.
+  void Prefetch(const cMeshVec3& p) const {
+    if (!IsFinite(p)) return;
+    int32_t cell[3];
+    int lo[3], hi[3];
+    Cells(p, cell, lo, hi);
+    for (int dx = lo[0]; dx <= hi[0]; dx++)
+      for (int dy = lo[1]; dy <= hi[1]; dy++)
+        for (int dz = lo[2]; dz <= hi[2]; dz++)
+          __builtin_prefetch(&slots_[Hash(cell[0] + dx, cell[1] + dy, cell[2] + dz) & (slots_.size() - 1)]);
+  }
 
+ private:
+  // The cell of `p`, and on each axis whether the neighbour below (lo -1) or
+  // above (hi 1) lies within the tolerance.
+  static void Cells(const cMeshVec3& p, int32_t cell[3], int lo[3], int hi[3]) {
+    const float v[3] = {p.x, p.y, p.z};
+    for (int k = 0; k < 3; k++) {
+      double scaled = (double)v[k] * kCellScale;
+      double c = std::floor(scaled);
+      cell[k] = c < -1e9 ? (int32_t)-1e9 : c > 1e9 ? (int32_t)1e9 : (int32_t)c;  // far cells share, still exact
+      double frac = (scaled - c) / kCellScale;  // distance to the cell's lower side
+      lo[k] = frac <= kWeldTolerance ? -1 : 0;
+      hi[k] = (1.0 / kCellScale - frac) <= kWeldTolerance ? 1 : 0;
+    }
+  }
   struct Slot {
-    long x, y, z;
+    int32_t x, y, z;
     int head = -1;  // the cell's latest position; -1: an empty slot
   };
-  static size_t Hash(long x, long y, long z) {
+  static size_t Hash(int32_t x, int32_t y, int32_t z) {
     return (size_t)((uint64_t)x * 73856093u ^ (uint64_t)y * 19349663u ^ (uint64_t)z * 83492791u);
   }
-  size_t Find(long x, long y, long z) const {
+  size_t Find(int32_t x, int32_t y, int32_t z) const {
     size_t i = Hash(x, y, z) & (slots_.size() - 1);
     while (slots_[i].head >= 0 && !(slots_[i].x == x && slots_[i].y == y && slots_[i].z == z))
       i = (i + 1) & (slots_.size() - 1);
     return i;
   }
   // The earliest position of the cell within the tolerance, or -1.
-  int Search(long x, long y, long z, const cMeshVec3& p) const {
+  int Search(int32_t x, int32_t y, int32_t z, const cMeshVec3& p) const {
     const Slot& s = slots_[Find(x, y, z)];
     int best = -1;
     for (int i = s.head; i >= 0; i = next_[i]) {
@@ -131,7 +160,7 @@ class Welder {
     }
     return best;
   }
-  int Append(const cMeshVec3& p, long x, long y, long z) {
+  int Append(const cMeshVec3& p, int32_t x, int32_t y, int32_t z) {
     positions_.push_back(p);
     int i = (int)positions_.size() - 1;
     if ((size_t)(used_ + 1) * 2 > slots_.size()) Grow(slots_.size() * 2);
@@ -154,7 +183,6 @@ class Welder {
   std::vector<Slot> slots_;
   std::vector<int> next_;
   size_t used_ = 0;
-  ExactCorners exact_;
 };
 
 }  // namespace
@@ -190,13 +218,32 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
       return nullptr;
     }
     mesh->positions.reserve(count / 2 + 3);
+    weld.Reserve(count / 2 + 3);  // a closed mesh has about half as many points as triangles
     mesh->polygons.reserve((size_t)count * 4);
+    std::vector<cMeshVec3> corners((size_t)count * 3);
     for (uint32_t t = 0; t < count; t++) {
       float f[12];
       source.Read(f, 48);  // little-endian floats, as on every machine we run on
       source.ReadWord();
-      mesh->BeginPolygon(3, material, object);
-      for (int k = 0; k < 3; k++) mesh->AddCorner(weld.Add({f[3 + 3 * k], f[4 + 3 * k], f[5 + 3 * k]}), -1, -1);
+      for (int k = 0; k < 3; k++) corners[(size_t)t * 3 + k] = {f[3 + 3 * k], f[4 + 3 * k], f[5 + 3 * k]};
+    }
+    // Corners met before take their first twin's position; only the first
+    // of each goes through the spatial search.
+    const std::vector<uint32_t> first = FirstTwins(corners);
+    std::vector<int> position(corners.size());
+    size_t ahead = 0;  // corners before `ahead` have had their grid slots fetched
+    int waiting = 0;   // new corners among them not welded yet
+    for (size_t c = 0; c < corners.size(); c++) {
+      for (; waiting < 8 && ahead < corners.size(); ahead++)
+        if (first[ahead] == ahead) {
+          weld.Prefetch(corners[ahead]);
+          waiting++;
+        }
+      if (first[c] == c) waiting--;
+      // A corner that isn't finite is a position of its own, as in the search.
+      position[c] = first[c] == c || !IsFinite(corners[c]) ? weld.Add(corners[c]) : position[first[c]];
+      if (c % 3 == 0) mesh->BeginPolygon(3, material, object);
+      mesh->AddCorner(position[c], -1, -1);
     }
     return mesh.release();
   }
