@@ -12,6 +12,7 @@
 #include "interchange/FloatImage.h"
 #include "interchange/IO.h"
 #include "interchange/MeshIO.h"
+#include "interchange/SourceZip.h"
 #include "interchange/TextUtil.h"
 
 namespace comms {
@@ -126,6 +127,26 @@ int RunConvertCommand(const std::string& inPath, const std::string& outPath) {
   if (imageIn) return ConvertImage(in, out, mark);
   std::fprintf(stderr, "Don't know how to convert \"%s\"\n", in.c_str());
   return 1;
+}
+
+int RunUnpackCommand(const std::string& archivePath, const std::string& folderPath) {
+  std::error_code ec;
+  const std::string archive = std::filesystem::absolute(archivePath, ec).string();
+  const std::string folder = std::filesystem::absolute(folderPath, ec).string();
+  const size_t mark = LogText().size();
+  SourceZip zip(archive);
+  if (!zip.open) {
+    Fail(mark, "Can't read the ZIP archive \"%s\"", archive);
+    std::fprintf(stderr, "  No ZIP directory was found in it (not an archive, or cut short).\n");
+    return 1;
+  }
+  std::filesystem::create_directories(folder, ec);
+  if (!zip.Unpack(folder)) {
+    Fail(mark, "Can't unpack every entry of \"%s\" into \"%s\"", archive, folder);
+    return 1;
+  }
+  std::printf("Unpacked %d entries of \"%s\" into \"%s\"\n", (int)zip.names.size(), archive.c_str(), folder.c_str());
+  return 0;
 }
 
 }  // namespace comms

@@ -1,7 +1,9 @@
 // What "--convert" tells the user when it can't do the job: the codec's own
 // reason under the failure, a refusal for a float image aimed at a file type
-// that can't hold it, and no silent empty meshes or dropped polygons.
+// that can't hold it, no silent empty meshes or dropped polygons, and the
+// unpacking of a ZIP archive.
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 
 #include "TestFiles.h"
@@ -93,4 +95,28 @@ TEST(ConvertReasons, PolygonsOfManyCornersSurviveInPly) {
     }
   });
   EXPECT_EQ(counts, (std::vector<int>{corners, 3}));
+}
+
+TEST(ConvertReasons, UnpackWritesEveryEntryOfAnArchive) {
+  std::string dir = FreshFolder();
+  // Python's zipfile makes the archive: a stored entry and a deflated one in a folder.
+  const std::string script =
+      "import sys, zipfile\n"
+      "with zipfile.ZipFile(sys.argv[1], 'w') as z:\n"
+      "    z.writestr('plain.txt', 'stored as it is', compress_type=zipfile.ZIP_STORED)\n"
+      "    z.writestr('maps/odd.txt', 'packed ' * 100, compress_type=zipfile.ZIP_DEFLATED)\n";
+  WriteText(dir + "make.py", script);
+  ASSERT_EQ(std::system(("python3 " + dir + "make.py " + dir + "pack.zip").c_str()), 0);
+  ::testing::internal::CaptureStdout();
+  EXPECT_EQ(comms::RunUnpackCommand(dir + "pack.zip", dir + "out"), 0);
+  EXPECT_NE(::testing::internal::GetCapturedStdout().find("Unpacked 2 entries"), std::string::npos);
+  EXPECT_EQ(ReadText(dir + "out/plain.txt"), "stored as it is");
+  std::string packed;
+  for (int i = 0; i < 100; i++) packed += "packed ";
+  EXPECT_EQ(ReadText(dir + "out/maps/odd.txt"), packed);
+
+  WriteText(dir + "fake.zip", "not an archive at all");
+  ::testing::internal::CaptureStderr();
+  EXPECT_EQ(comms::RunUnpackCommand(dir + "fake.zip", dir + "out2"), 1);
+  EXPECT_NE(::testing::internal::GetCapturedStderr().find("No ZIP directory"), std::string::npos);
 }
