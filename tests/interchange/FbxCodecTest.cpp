@@ -1,5 +1,7 @@
 // FBX through Assimp: a file that Assimp's own exporter writes from an OBJ
-// reads back with the same polygons, materials and objects. The exporter's
+// reads back with the same polygons, materials and objects; a hand-written
+// file comes back with its control points shared by its faces; a damaged
+// real file that breaks the reader fails with a reason. The exporter's
 // ASCII form is used: Assimp 5.2 can't read back its own binary FBX
 // ("block offset is out of range").
 #include <assimp/Exporter.hpp>
@@ -122,4 +124,28 @@ TEST(FbxCodec, PositionsAreTheControlPointsAndFacesShareThem) {
   EXPECT_EQ(uses, std::vector<int>(8, 3));
   EXPECT_EQ(edges.size(), 12u);
   for (const auto& [edge, count] : edges) EXPECT_EQ(count, 2);
+}
+
+// A real file (from assimp-testmodels) with 19 bits flipped, on which the FBX
+// reader corrupts its memory and aborts: that happens in a child process, and
+// the load fails with a reason while the program goes on.
+TEST(FbxCodec, AFileThatBreaksTheReaderFailsWithAReason) {
+  const std::string real = "/usr/share/assimp/models/FBX/box_orphant_embedded_texture.fbx";
+  if (!Installed(real)) GTEST_SKIP() << "assimp-testmodels is not installed (scripts/deps.sh --tests)";
+  std::vector<uint8_t> bytes = ReadBytes(real);
+  ASSERT_EQ(bytes.size(), 36622u);
+  const std::pair<size_t, uint8_t> flips[] = {
+      {920, 1},     {7993, 4},    {11230, 1},   {11323, 128}, {11815, 64}, {15062, 8},  {19207, 64},
+      {21737, 1},   {22115, 32},  {22140, 4},   {22390, 2},   {23447, 8},  {25382, 64}, {30524, 8},
+      {31545, 16},  {32511, 8},   {35178, 128}, {35935, 32},  {36558, 128}};
+  for (const auto& [at, bit] : flips) bytes[at] ^= bit;
+  std::string dir = FreshFolder();
+  WriteBytes(dir + "damaged.fbx", bytes);
+  size_t mark = LogText().size();
+  std::unique_ptr<cMesh> mesh(cMeshIO::LoadMesh((dir + "damaged.fbx").c_str()));
+  EXPECT_FALSE(mesh);
+  EXPECT_NE(LogSince(mark).find("cMeshFbx::Decode(): "), std::string::npos) << LogSince(mark);
+  std::unique_ptr<cMesh> whole(cMeshIO::LoadMesh(real.c_str()));  // and the reader still works
+  ASSERT_TRUE(whole);
+  EXPECT_GT(whole->PolygonCount(), 0);
 }
