@@ -78,18 +78,15 @@ uint64_t LeastJpegBytes(const jpeg_decompress_struct& info) {
   return blocks / 8;
 }
 
-}  // namespace
-
-bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
-  if (buffer.size() < 4) return Refuse("cCodecJpeg::Decode()", "The file is too short for a JPEG.");
+// The part under libjpeg's longjmp. Objects with destructors belong to the
+// caller: a local changed after setjmp may be stale after the jump.
+bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<uint8_t>& cmyk) {
   jpeg_decompress_struct info;
   JpegError error;
   info.err = jpeg_std_error(&error.mgr);
   error.mgr.error_exit = OnError;
   error.mgr.output_message = OnMessage;
   error.text[0] = 0;
-  cImage out;
-  std::vector<uint8_t> cmyk;
   if (setjmp(error.jump)) {
     if (error.text[0]) Log("cCodecJpeg::Decode(): %s.", error.text);
     jpeg_destroy_decompress(&info);
@@ -121,6 +118,16 @@ bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   }
   jpeg_finish_decompress(&info);
   jpeg_destroy_decompress(&info);
+  return true;
+}
+
+}  // namespace
+
+bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
+  if (buffer.size() < 4) return Refuse("cCodecJpeg::Decode()", "The file is too short for a JPEG.");
+  cImage out;
+  std::vector<uint8_t> cmyk;
+  if (!DecodeInto(buffer, out, cmyk)) return false;
   image = std::move(out);
   return true;
 }

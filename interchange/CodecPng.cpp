@@ -40,17 +40,13 @@ void FailWithReason(png_structp png, png_const_charp message) {
   png_longjmp(png, 1);
 }
 
-}  // namespace
-
-bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
-  if (buffer.size() < 8 || png_sig_cmp(buffer.data(), 0, 8) != 0)
-    return Refuse("cCodecPng::Decode()", "Not a PNG file (no PNG signature).");
+// The part under libpng's longjmp. Objects with destructors belong to the
+// caller: a local changed after setjmp may be stale after the jump.
+bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<png_bytep>& rows) {
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, FailWithReason, Warn);
   if (!png) return false;
   png_infop info = png_create_info_struct(png);
   PngReadSource src{buffer.data(), buffer.size(), 0};
-  cImage out;
-  std::vector<png_bytep> rows;
   if (!info || setjmp(png_jmpbuf(png))) {
     png_destroy_read_struct(&png, info ? &info : nullptr, nullptr);
     return false;
@@ -86,6 +82,17 @@ bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   png_read_image(png, rows.data());
   png_read_end(png, nullptr);
   png_destroy_read_struct(&png, &info, nullptr);
+  return true;
+}
+
+}  // namespace
+
+bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
+  if (buffer.size() < 8 || png_sig_cmp(buffer.data(), 0, 8) != 0)
+    return Refuse("cCodecPng::Decode()", "Not a PNG file (no PNG signature).");
+  cImage out;
+  std::vector<png_bytep> rows;
+  if (!DecodeInto(buffer, out, rows)) return false;
   image = std::move(out);
   return true;
 }
