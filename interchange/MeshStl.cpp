@@ -26,44 +26,53 @@ constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider th
 // matched through a little open-addressed table.
 bool IsFinite(const cMeshVec3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
-std::vector<uint32_t> FirstTwins(const std::vector<cMeshVec3>& corners) {
+// Corner c of the triangles of a binary STL, read where it lies in the file
+// (50 bytes a triangle: the normal, three corners, two spare bytes).
+cMeshVec3 CornerOf(const uint8_t* triangles, size_t c) {
+  float f[3];  // little-endian floats, as on every machine we run on
+  std::memcpy(f, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
+  return {f[0], f[1], f[2]};
+}
+
+uint64_t HashOfCorner(const uint8_t* triangles, size_t c) {
+  uint32_t k[3];
+  std::memcpy(k, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
+  const uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
+                     (uint64_t)k[2] * 0x165667b19e3779f9ull;
+  return h ^ (h >> 31);
+}
+
+std::unique_ptr<uint32_t[]> FirstTwins(const uint8_t* triangles, size_t n) {
   struct Entry {
     uint64_t hash;
     uint32_t key[3];
     uint32_t corner;
   };
-  const size_t n = corners.size();
   int bits = 0;
   // About 2048 corners a bucket: few enough buckets for the spreading pass to
   // write to, and a bucket's table still fits the first-level cache.
   while (bits < 20 && ((size_t)1 << bits) * 2048 < n) bits++;
   const size_t buckets = (size_t)1 << bits;
-  std::vector<uint64_t> hashes(n);
   std::vector<uint32_t> start(buckets + 1, 0);
-  for (size_t c = 0; c < n; c++) {
-    uint32_t k[3];
-    std::memcpy(k, &corners[c], 12);
-    const uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
-                       (uint64_t)k[2] * 0x165667b19e3779f9ull;
-    hashes[c] = h ^ (h >> 31);
-    start[(hashes[c] >> 40) & (buckets - 1)]++;
-  }
+  for (size_t c = 0; c < n; c++) start[(HashOfCorner(triangles, c) >> 40) & (buckets - 1)]++;
   uint32_t sum = 0;
   for (size_t b = 0; b <= buckets; b++) {
     const uint32_t here = start[b];
     start[b] = sum;
     sum += here;
   }
-  // The corners by bucket, in their order within each, with what the match needs.
-  std::vector<Entry> entries(n);
+  // The corners by bucket, in their order within each, with what the match
+  // needs (left uninitialised: every entry is written).
+  std::unique_ptr<Entry[]> entries(new Entry[n]);
   std::vector<uint32_t> fill(start.begin(), start.end() - 1);
   for (size_t c = 0; c < n; c++) {
-    Entry& e = entries[fill[(hashes[c] >> 40) & (buckets - 1)]++];
-    e.hash = hashes[c];
-    std::memcpy(e.key, &corners[c], 12);
+    const uint64_t hash = HashOfCorner(triangles, c);
+    Entry& e = entries[fill[(hash >> 40) & (buckets - 1)]++];
+    e.hash = hash;
+    std::memcpy(e.key, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
     e.corner = (uint32_t)c;
   }
-  std::vector<uint32_t> first(n);
+  std::unique_ptr<uint32_t[]> first(new uint32_t[n]);
   std::vector<uint32_t> table;
   for (size_t b = 0; b < buckets; b++) {
     const uint32_t from = start[b], to = start[b + 1];
@@ -140,8 +149,12 @@ class Welder {
     int32_t x, y, z;
     int head = -1;  // the cell's latest position; -1: an empty slot
   };
+  // Mixed well in the low bits that pick the slot: neighbouring cells must
+  // not run into one long probe sequence.
   static size_t Hash(int32_t x, int32_t y, int32_t z) {
-    return (size_t)((uint64_t)x * 73856093u ^ (uint64_t)y * 19349663u ^ (uint64_t)z * 83492791u);
+    uint64_t h = (uint64_t)(uint32_t)x * 0x9e3779b97f4a7c15ull ^ (uint64_t)(uint32_t)y * 0xc2b2ae3d27d4eb4full ^
+                 (uint64_t)(uint32_t)z * 0x165667b19e3779f9ull;
+    return (size_t)(h ^ (h >> 32));
   }
   size_t Find(int32_t x, int32_t y, int32_t z) const {
     size_t i = Hash(x, y, z) & (slots_.size() - 1);
@@ -220,30 +233,28 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
     mesh->positions.reserve(count / 2 + 3);
     weld.Reserve(count / 2 + 3);  // a closed mesh has about half as many points as triangles
     mesh->polygons.reserve((size_t)count * 4);
-    std::vector<cMeshVec3> corners((size_t)count * 3);
-    for (uint32_t t = 0; t < count; t++) {
-      float f[12];
-      source.Read(f, 48);  // little-endian floats, as on every machine we run on
-      source.ReadWord();
-      for (int k = 0; k < 3; k++) corners[(size_t)t * 3 + k] = {f[3 + 3 * k], f[4 + 3 * k], f[5 + 3 * k]};
-    }
     // Corners met before take their first twin's position; only the first
-    // of each goes through the spatial search.
-    const std::vector<uint32_t> first = FirstTwins(corners);
-    std::vector<int> position(corners.size());
+    // of each goes through the spatial search. `first` then keeps, corner by
+    // corner, the position each went to.
+    const uint8_t* triangles = source.Data() + 84;
+    const size_t corners = (size_t)count * 3;
+    std::unique_ptr<uint32_t[]> first = FirstTwins(triangles, corners);
     size_t ahead = 0;  // corners before `ahead` have had their grid slots fetched
     int waiting = 0;   // new corners among them not welded yet
-    for (size_t c = 0; c < corners.size(); c++) {
-      for (; waiting < 8 && ahead < corners.size(); ahead++)
+    for (size_t c = 0; c < corners; c++) {
+      for (; waiting < 16 && ahead < corners; ahead++)
         if (first[ahead] == ahead) {
-          weld.Prefetch(corners[ahead]);
+          weld.Prefetch(CornerOf(triangles, ahead));
           waiting++;
         }
-      if (first[c] == c) waiting--;
+      const uint32_t twin = first[c];
+      if (twin == c) waiting--;
+      const cMeshVec3 p = CornerOf(triangles, c);
       // A corner that isn't finite is a position of its own, as in the search.
-      position[c] = first[c] == c || !IsFinite(corners[c]) ? weld.Add(corners[c]) : position[first[c]];
+      const int position = twin == c || !IsFinite(p) ? weld.Add(p) : (int)first[twin];
+      first[c] = (uint32_t)position;
       if (c % 3 == 0) mesh->BeginPolygon(3, material, object);
-      mesh->AddCorner(position[c], -1, -1);
+      mesh->AddCorner(position, -1, -1);
     }
     return mesh.release();
   }
