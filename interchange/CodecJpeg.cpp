@@ -78,7 +78,7 @@ uint64_t LeastJpegBytes(const jpeg_decompress_struct& info) {
   return blocks / 8;
 }
 
-// The part under libjpeg's longjmp. Objects with destructors belong to the
+// The work under libjpeg's longjmp. Objects with destructors belong to the
 // caller: a local changed after setjmp may be stale after the jump.
 bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<uint8_t>& cmyk) {
   jpeg_decompress_struct info;

@@ -40,7 +40,7 @@ void FailWithReason(png_structp png, png_const_charp message) {
   png_longjmp(png, 1);
 }
 
-// The part under libpng's longjmp. Objects with destructors belong to the
+// The work under libpng's longjmp. Objects with destructors belong to the
 // caller: a local changed after setjmp may be stale after the jump.
 bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<png_bytep>& rows) {
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, FailWithReason, Warn);
