@@ -47,9 +47,10 @@ function(morvane_test name)
                        WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/testrun)
 endfunction()
 
-# morvane_fuzz(NAME SOURCE LIBS...) builds a fuzz target: SOURCE defines
+# morvane_fuzz(NAME SOURCE [RUNS n] LIBS...) builds a fuzz target: SOURCE defines
 # LLVMFuzzerTestOneInput. With MORVANE_FUZZ (a clang build) it links libFuzzer
-# with AddressSanitizer and ctest runs it for a fixed number of runs; otherwise
+# with AddressSanitizer and ctest runs it for a fixed number of runs
+# (MORVANE_FUZZ_RUNS, or n for a target whose runs are slow); otherwise
 # it links our replay driver, which feeds the seed corpus (tests/<folder>/fuzz/
 # corpus/NAME/, if any) and a fixed set of seeded random mutations, so every
 # build exercises the target a little. `scripts/fuzz.sh NAME SECONDS` runs one longer.
@@ -57,12 +58,18 @@ if(NOT TARGET fuzz_targets)
   add_custom_target(fuzz_targets)
 endif()
 function(morvane_fuzz name source)
+  cmake_parse_arguments(FUZZ "" "RUNS" "" ${ARGN})
+  set(libs ${FUZZ_UNPARSED_ARGUMENTS})
+  set(runs ${MORVANE_FUZZ_RUNS})
+  if(FUZZ_RUNS)
+    set(runs ${FUZZ_RUNS})
+  endif()
   set(corpus ${CMAKE_CURRENT_SOURCE_DIR}/fuzz/corpus/${name})
   if(MORVANE_FUZZ)
     add_executable(${name} ${source})
     target_compile_options(${name} PRIVATE -fsanitize=fuzzer,address)
     target_link_options(${name} PRIVATE -fsanitize=fuzzer,address)
-    target_link_libraries(${name} PRIVATE ${ARGN})
+    target_link_libraries(${name} PRIVATE ${libs})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
     # libFuzzer saves the inputs it finds into its first corpus folder: that
     # is one in the build tree, so a test run never writes into the sources.
@@ -72,11 +79,11 @@ function(morvane_fuzz name source)
     if(EXISTS ${corpus})
       list(APPEND dirs ${corpus})
     endif()
-    add_test(NAME ${name} COMMAND ${name} -runs=${MORVANE_FUZZ_RUNS} -seed=1 -rss_limit_mb=1024 ${dirs})
+    add_test(NAME ${name} COMMAND ${name} -runs=${runs} -seed=1 -rss_limit_mb=1024 ${dirs})
     add_dependencies(fuzz_targets ${name})
   else()
     add_executable(${name} ${source} ${PROJECT_SOURCE_DIR}/tests/FuzzReplayDriver.cpp)
-    target_link_libraries(${name} PRIVATE ${ARGN})
+    target_link_libraries(${name} PRIVATE ${libs})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests)
     add_test(NAME ${name} COMMAND ${name} ${corpus})
   endif()

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "interchange/ImageCodecs.h"
+#include "interchange/ImageLimits.h"
 
 namespace comms {
 
@@ -22,31 +23,33 @@ void Put32(std::vector<uint8_t>& b, size_t at, uint32_t v) {
 bool cCodecBmp::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   const uint8_t* b = buffer.data();
   const size_t size = buffer.size();
-  if (size < 54 || Le16(b) != 0x4d42) return false;
+  if (size < 54 || Le16(b) != 0x4d42) return Refuse("cCodecBmp::Decode()", "Not a BMP file (no \"BM\" and 54-byte header).");
   const uint32_t offset = Le32(b + 10);
   const uint8_t* info = b + 14;
-  if (Le32(info) != 0x28) return false;
+  if (Le32(info) != 0x28) return Refuse("cCodecBmp::Decode()", "Only the 40-byte info header is read.");
   const int32_t width = (int32_t)Le32(info + 4);
   int32_t height = (int32_t)Le32(info + 8);
   const int planes = Le16(info + 12), bits = Le16(info + 14);
   const uint32_t compression = Le32(info + 16);
   uint32_t colours = Le32(info + 32);
-  if (planes != 1 || (bits != 1 && bits != 4 && bits != 8 && bits != 24 && bits != 32)) return false;
-  if (compression != 0 && compression != 3) return false;
+  if (planes != 1 || (bits != 1 && bits != 4 && bits != 8 && bits != 24 && bits != 32))
+    return Refuse("cCodecBmp::Decode()", "One plane of 1, 4, 8, 24 or 32 bits only.");
+  if (compression != 0 && compression != 3) return Refuse("cCodecBmp::Decode()", "Compressed (run-length) BMP isn't read.");
   const bool topDown = height < 0;  // a negative height stores rows from the top
   if (topDown) height = -height;
-  if (width <= 0 || height <= 0 || width > 65536 || height > 65536) return false;
+  if (width <= 0 || !CheckImageSize("cCodecBmp::Decode()", (uint64_t)width, (uint64_t)height, 0, 1)) return false;
   uint8_t palette[256][3] = {};
   if (bits <= 8) {
     if (colours == 0 || colours > (1u << bits)) colours = 1u << bits;
-    if (54 + (size_t)colours * 4 > size) return false;
+    if (54 + (size_t)colours * 4 > size) return Refuse("cCodecBmp::Decode()", "The palette runs past the end of the file.");
     for (uint32_t i = 0; i < colours; i++) {
       const uint8_t* e = b + 54 + i * 4;
       palette[i][0] = e[2], palette[i][1] = e[1], palette[i][2] = e[0];
     }
   }
   const size_t stride = (((size_t)width * bits + 31) / 32) * 4;
-  if (offset > size || stride * height > size - offset) return false;
+  if (offset > size || stride * height > size - offset)
+    return Refuse("cCodecBmp::Decode()", "The file is too short for the size its header gives.");
   const int format = bits == 32 ? 4 : 3;
   cImage out;
   out.Create(width, height, format);

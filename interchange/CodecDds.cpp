@@ -6,6 +6,7 @@
 
 #include "interchange/DxtBlocks.h"
 #include "interchange/ImageCodecs.h"
+#include "interchange/ImageLimits.h"
 
 namespace comms {
 
@@ -74,12 +75,12 @@ void SwapRedBlue(cImage& image) {
 
 bool cCodecDds::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   const uint8_t* b = buffer.data();
-  if (buffer.size() < 128 || std::memcmp(b, "DDS ", 4) != 0) return false;
+  if (buffer.size() < 128 || std::memcmp(b, "DDS ", 4) != 0) return Refuse("cCodecDds::Decode()", "Not a DDS file (no \"DDS \" and 128-byte header).");
   const uint32_t height = Le32(b + 12), width = Le32(b + 16), headerDepth = Le32(b + 24);
   uint32_t mips = Le32(b + 28);
   const uint32_t pfFlags = Le32(b + 80), fourCC = Le32(b + 84), bitCount = Le32(b + 88);
   const uint32_t blueMask = Le32(b + 100), alphaMask = Le32(b + 104), caps2 = Le32(b + 112);
-  if (width == 0 || height == 0 || width > 65536 || height > 65536) return false;
+  if (!CheckImageSize("cCodecDds::Decode()", width, height, 0, 1)) return false;
   cImage out;
   out.width = (int)width;
   out.height = (int)height;
@@ -103,10 +104,11 @@ bool cCodecDds::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   } else if (bitCount == 32) {
     out.format = 4;
   }
-  if (out.format == 0) return false;
+  if (out.format == 0) return Refuse("cCodecDds::Decode()", "A pixel format that isn't read.");
   const uint64_t bytes = WalkSurfaces(out.format, out.width, out.height, out.depth, out.mips, out.kind,
                                       [](uint64_t, int, int) {});
-  if (bytes > buffer.size() - 128) return false;  // checked before anything is allocated
+  if (bytes > buffer.size() - 128)  // checked before anything is allocated
+    return Refuse("cCodecDds::Decode()", "The file is too short for the size its header gives.");
   out.data.assign(b + 128, b + 128 + bytes);
   if ((out.format == 3 || out.format == 4) && blueMask == 0xff) SwapRedBlue(out);
   FlipSurfaces(out);

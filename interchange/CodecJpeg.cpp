@@ -1,6 +1,7 @@
-// JPEG through libjpeg: grey, RGB and four-component images in; grey, RGB and
-// RGBA (alpha dropped) out, with a quality of 92 unless set. The output grows
-// in steps of 65535 bytes.
+// JPEG through libjpeg: grey, RGB and CMYK images in (CMYK, plain or in the
+// inverted form of Adobe files, becomes RGB); grey, RGB and RGBA (alpha
+// dropped) out, with a quality of 92 unless set. The output grows in steps of
+// 65535 bytes. The declared size is checked against the file before decoding.
 #include <cstdio>
 
 #include <jpeglib.h>
@@ -8,7 +9,9 @@
 #include <csetjmp>
 #include <cstring>
 
+#include "ClassEngine/Log.h"
 #include "interchange/ImageCodecs.h"
+#include "interchange/ImageLimits.h"
 
 namespace comms {
 
@@ -19,9 +22,14 @@ namespace {
 struct JpegError {
   jpeg_error_mgr mgr;
   jmp_buf jump;
+  char text[JMSG_LENGTH_MAX];
 };
 
-void OnError(j_common_ptr info) { longjmp(((JpegError*)info->err)->jump, 1); }
+void OnError(j_common_ptr info) {
+  auto* e = (JpegError*)info->err;
+  e->mgr.format_message(info, e->text);
+  longjmp(e->jump, 1);
+}
 void OnMessage(j_common_ptr) {}
 
 constexpr size_t kStep = 65535;
@@ -50,36 +58,76 @@ void TermDestination(j_compress_ptr c) {
   d->out->resize(d->out->size() - d->mgr.free_in_buffer);
 }
 
-}  // namespace
+// Ink to light, per pixel, as image editors do: each colour is what its ink
+// and the black leave. Adobe's files store the inks inverted (0 is full ink).
+void CmykRowToRgb(const uint8_t* cmyk, uint8_t* rgb, size_t pixels, bool inverted) {
+  for (size_t i = 0; i < pixels; i++, cmyk += 4, rgb += 3) {
+    const int k = inverted ? cmyk[3] : 255 - cmyk[3];
+    for (int c = 0; c < 3; c++) {
+      const int light = inverted ? cmyk[c] : 255 - cmyk[c];
+      rgb[c] = (uint8_t)((light * k + 127) / 255);
+    }
+  }
+}
 
-bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
-  if (buffer.size() < 4) return false;
+// A Huffman-coded picture spends at least one bit on each 8 x 8 block in its
+// first scan; arithmetic coding has no such floor.
+uint64_t LeastJpegBytes(const jpeg_decompress_struct& info) {
+  if (info.arith_code) return 0;
+  const uint64_t blocks = ((uint64_t)info.image_width + 7) / 8 * (((uint64_t)info.image_height + 7) / 8);
+  return blocks / 8;
+}
+
+// The work under libjpeg's longjmp. Objects with destructors belong to the
+// caller: a local changed after setjmp may be stale after the jump.
+bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<uint8_t>& cmyk) {
   jpeg_decompress_struct info;
   JpegError error;
   info.err = jpeg_std_error(&error.mgr);
   error.mgr.error_exit = OnError;
   error.mgr.output_message = OnMessage;
-  cImage out;
+  error.text[0] = 0;
   if (setjmp(error.jump)) {
+    if (error.text[0]) Log("cCodecJpeg::Decode(): %s.", error.text);
     jpeg_destroy_decompress(&info);
     return false;
   }
   jpeg_create_decompress(&info);
   jpeg_mem_src(&info, buffer.data(), (unsigned long)buffer.size());
   jpeg_read_header(&info, TRUE);
+  const bool inks = info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK;
   if (info.num_components == 1) info.out_color_space = JCS_GRAYSCALE;
   else if (info.num_components == 3) info.out_color_space = JCS_RGB;
-  if (info.image_width > 65536 || info.image_height > 65536) longjmp(error.jump, 1);
+  else if (inks) info.out_color_space = JCS_CMYK;  // libjpeg turns YCCK into CMYK
+  if (!CheckImageSize("cCodecJpeg::Decode()", info.image_width, info.image_height, LeastJpegBytes(info),
+                      buffer.size()))
+    longjmp(error.jump, 1);
   jpeg_start_decompress(&info);
   const int channels = info.output_components;
-  if (channels != 1 && channels != 3 && channels != 4) longjmp(error.jump, 1);
-  out.Create((int)info.output_width, (int)info.output_height, channels);
+  if (channels != 1 && channels != 3 && !(channels == 4 && inks)) {
+    std::snprintf(error.text, sizeof error.text, "%d colour components can't be shown", channels);
+    longjmp(error.jump, 1);
+  }
+  out.Create((int)info.output_width, (int)info.output_height, channels == 4 ? 3 : channels);
+  if (channels == 4) cmyk.resize((size_t)info.output_width * 4);
   while (info.output_scanline < info.output_height) {
-    JSAMPROW row = out.Pixel(0, (int)(info.output_height - 1 - info.output_scanline));  // bottom-up
+    uint8_t* target = out.Pixel(0, (int)(info.output_height - 1 - info.output_scanline));  // bottom-up
+    JSAMPROW row = channels == 4 ? cmyk.data() : target;
     jpeg_read_scanlines(&info, &row, 1);
+    if (channels == 4) CmykRowToRgb(cmyk.data(), target, info.output_width, info.saw_Adobe_marker);
   }
   jpeg_finish_decompress(&info);
   jpeg_destroy_decompress(&info);
+  return true;
+}
+
+}  // namespace
+
+bool cCodecJpeg::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
+  if (buffer.size() < 4) return Refuse("cCodecJpeg::Decode()", "The file is too short for a JPEG.");
+  cImage out;
+  std::vector<uint8_t> cmyk;
+  if (!DecodeInto(buffer, out, cmyk)) return false;
   image = std::move(out);
   return true;
 }

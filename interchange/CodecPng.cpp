@@ -7,7 +7,9 @@
 #include <csetjmp>
 #include <cstring>
 
+#include "ClassEngine/Log.h"
 #include "interchange/ImageCodecs.h"
+#include "interchange/ImageLimits.h"
 
 namespace comms {
 
@@ -32,17 +34,19 @@ void WriteToMemory(png_structp png, png_bytep data, png_size_t count) {
 
 void Flush(png_structp) {}
 void Warn(png_structp, png_const_charp) {}
+// libpng's reason goes to the log before its longjmp.
+void FailWithReason(png_structp png, png_const_charp message) {
+  Log("cCodecPng: %s.", message);
+  png_longjmp(png, 1);
+}
 
-}  // namespace
-
-bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
-  if (buffer.size() < 8 || png_sig_cmp(buffer.data(), 0, 8) != 0) return false;
-  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, Warn);
+// The work under libpng's longjmp. Objects with destructors belong to the
+// caller: a local changed after setjmp may be stale after the jump.
+bool DecodeInto(const std::vector<uint8_t>& buffer, cImage& out, std::vector<png_bytep>& rows) {
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, FailWithReason, Warn);
   if (!png) return false;
   png_infop info = png_create_info_struct(png);
   PngReadSource src{buffer.data(), buffer.size(), 0};
-  cImage out;
-  std::vector<png_bytep> rows;
   if (!info || setjmp(png_jmpbuf(png))) {
     png_destroy_read_struct(&png, info ? &info : nullptr, nullptr);
     return false;
@@ -64,7 +68,11 @@ bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   if (bits == 16) png_set_swap(png);
   png_read_update_info(png, info);
   const int channels = png_get_channels(png, info);
-  if (channels < 1 || channels > 4 || (uint64_t)png_get_rowbytes(png, info) * height > buffer.size() * 1032ull + (1u << 20)) {
+  // Deflate packs at most 1032 to 1; a megabyte of slack covers the headers
+  // of a small picture.
+  const uint64_t raw = (uint64_t)png_get_rowbytes(png, info) * height;
+  const uint64_t least = raw > (1u << 20) ? (raw - (1u << 20)) / 1032 : 0;
+  if (channels < 1 || channels > 4 || !CheckImageSize("cCodecPng::Decode()", width, height, least, buffer.size())) {
     png_destroy_read_struct(&png, &info, nullptr);
     return false;
   }
@@ -74,6 +82,17 @@ bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   png_read_image(png, rows.data());
   png_read_end(png, nullptr);
   png_destroy_read_struct(&png, &info, nullptr);
+  return true;
+}
+
+}  // namespace
+
+bool cCodecPng::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
+  if (buffer.size() < 8 || png_sig_cmp(buffer.data(), 0, 8) != 0)
+    return Refuse("cCodecPng::Decode()", "Not a PNG file (no PNG signature).");
+  cImage out;
+  std::vector<png_bytep> rows;
+  if (!DecodeInto(buffer, out, rows)) return false;
   image = std::move(out);
   return true;
 }

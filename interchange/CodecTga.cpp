@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "interchange/ImageCodecs.h"
+#include "interchange/ImageLimits.h"
 
 namespace comms {
 
@@ -32,29 +33,32 @@ void Unpack1555(uint16_t v, uint8_t* out) {
 bool cCodecTga::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   const uint8_t* b = buffer.data();
   const size_t size = buffer.size();
-  if (size < 18) return false;
+  if (size < 18) return Refuse("cCodecTga::Decode()", "The file is shorter than a TGA header.");
   const int idLength = b[0], mapType = b[1], type = b[2];
   const int mapFirst = b[3] | b[4] << 8, mapLength = b[5] | b[6] << 8, mapDepth = b[7];
   const int width = b[12] | b[13] << 8, height = b[14] | b[15] << 8, bits = b[16], descriptor = b[17];
   const bool rle = (type & 8) != 0;
   const int base = type & 7;
-  if (width == 0 || height == 0 || (base != 1 && base != 2 && base != 3)) return false;
-  if (bits != 8 && bits != 16 && bits != 24 && bits != 32 && bits != 15) return false;
+  if (base != 1 && base != 2 && base != 3) return Refuse("cCodecTga::Decode()", "Not a TGA image type that is read (1, 2, 3, 9, 10, 11).");
+  if (!CheckImageSize("cCodecTga::Decode()", (uint64_t)width, (uint64_t)height, 0, 1)) return false;
+  if (bits != 8 && bits != 16 && bits != 24 && bits != 32 && bits != 15)
+    return Refuse("cCodecTga::Decode()", "Pixels of 8, 15, 16, 24 or 32 bits only.");
   size_t at = 18 + (size_t)idLength;
   const size_t mapBytes = mapType ? (size_t)mapLength * ((mapDepth + 7) / 8) : 0;
-  if (at + mapBytes > size) return false;
+  if (at + mapBytes > size) return Refuse("cCodecTga::Decode()", "The colour map runs past the end of the file.");
   const uint8_t* map = b + at;
   at += mapBytes;
   const bool mapped = mapType != 0 && bits == 8 && base == 1;
-  if (base == 1 && !mapped) return false;
-  if (mapped && mapDepth != 15 && mapDepth != 16 && mapDepth != 24 && mapDepth != 32) return false;
+  if (base == 1 && !mapped) return Refuse("cCodecTga::Decode()", "A colour-mapped image needs 8-bit indices and a map.");
+  if (mapped && mapDepth != 15 && mapDepth != 16 && mapDepth != 24 && mapDepth != 32)
+    return Refuse("cCodecTga::Decode()", "Colour map entries of 15, 16, 24 or 32 bits only.");
   const int inBytes = (bits + 7) / 8;
   const int format = bits == 8 ? (mapped ? 3 : 1) : bits == 24 ? 3 : 4;
   const int outBytes = format;
   const size_t pixels = (size_t)width * height;
   // A raw image must be all there; a run-length one at least one byte per packet.
-  if (!rle && pixels * inBytes > size - at) return false;
-  if (rle && pixels > (size - at) * 128) return false;
+  if ((!rle && pixels * inBytes > size - at) || (rle && pixels > (size - at) * 128))
+    return Refuse("cCodecTga::Decode()", "The file is too short for the size its header gives.");
 
   cImage out;
   out.Create(width, height, format);
@@ -88,15 +92,15 @@ bool cCodecTga::Decode(const std::vector<uint8_t>& buffer, cImage& image) {
   } else {
     size_t i = 0;
     while (i < pixels) {
-      if (at >= size) return false;
+      if (at >= size) return Refuse("cCodecTga::Decode()", "The run-length data ends early.");
       const uint8_t packet = b[at++];
       const size_t count = (size_t)(packet & 0x7f) + 1;
       if (packet & 0x80) {
-        if (at + inBytes > size) return false;
+        if (at + inBytes > size) return Refuse("cCodecTga::Decode()", "The run-length data ends early.");
         for (size_t k = 0; k < count && i < pixels; k++) put(b + at, i++);
         at += inBytes;
       } else {
-        if (at + count * inBytes > size) return false;
+        if (at + count * inBytes > size) return Refuse("cCodecTga::Decode()", "The run-length data ends early.");
         for (size_t k = 0; k < count && i < pixels; k++) put(b + at + k * inBytes, i++);
         at += count * inBytes;
       }

@@ -8,14 +8,31 @@
 #include <filesystem>
 #include <memory>
 
+#include "ClassEngine/Log.h"
 #include "interchange/FloatImage.h"
 #include "interchange/IO.h"
 #include "interchange/MeshIO.h"
+#include "interchange/SourceZip.h"
 #include "interchange/TextUtil.h"
 
 namespace comms {
 
 namespace {
+
+// Prints the failure and, under it, each line the codecs logged since `mark`:
+// their reasons.
+void Fail(size_t mark, const char* format, const std::string& a, const std::string& b = "") {
+  std::fprintf(stderr, format, a.c_str(), b.c_str());
+  std::fputc('\n', stderr);
+  const std::string reasons = LogText().substr(mark);
+  size_t at = 0;
+  while (at < reasons.size()) {
+    size_t end = reasons.find('\n', at);
+    if (end == std::string::npos) end = reasons.size();
+    if (end > at) std::fprintf(stderr, "  %.*s\n", (int)(end - at), reasons.data() + at);
+    at = end + 1;
+  }
+}
 
 bool IsMeshExtension(const std::string& extension, bool encode) {
   for (int i = 0; i < cMeshIO::CodecCount(); i++)
@@ -42,22 +59,22 @@ bool ToFloat(const cImage& image, cFloatImage& out, bool tiff) {
   return true;
 }
 
-int ConvertImage(const std::string& in, const std::string& out) {
+int ConvertImage(const std::string& in, const std::string& out, size_t mark) {
   const std::string inExt = ExtensionOf(in), outExt = ExtensionOf(out);
   cFloatImage floats;
   if (IsFloatExtension(inExt)) {
     if (!floats.Load(in)) {
-      std::fprintf(stderr, "Can't read image \"%s\"\n", in.c_str());
+      Fail(mark, "Can't read image \"%s\"", in);
       return 1;
     }
     if (!floats.Save(out)) {
-      std::fprintf(stderr, "Can't write image \"%s\"\n", out.c_str());
+      Fail(mark, "Can't write image \"%s\"", out);
       return 1;
     }
   } else {
     cImage image;
     if (!cIO::LoadImage(in, image)) {
-      std::fprintf(stderr, "Can't read image \"%s\"\n", in.c_str());
+      Fail(mark, "Can't read image \"%s\"", in);
       return 1;
     }
     if (cImage::IsCompressed(image.format) && !IEquals(outExt, "dds")) {
@@ -67,7 +84,8 @@ int ConvertImage(const std::string& in, const std::string& out) {
     }
     bool ok = IsFloatExtension(outExt) ? ToFloat(image, floats, !IEquals(outExt, "exr")) && floats.Save(out) : cIO::SaveImage(out, image);
     if (!ok) {
-      std::fprintf(stderr, "Can't write image \"%s\" in format %d as \"%s\"\n", in.c_str(), image.format, out.c_str());
+      Fail(mark, "Can't write image \"%s\" as \"%s\"", in, out);
+      std::fprintf(stderr, "  Its pixels are of format %d.\n", image.format);
       return 1;
     }
     floats.width = image.width;
@@ -84,27 +102,51 @@ int RunConvertCommand(const std::string& inPath, const std::string& outPath) {
   const std::string in = std::filesystem::absolute(inPath, ec).string();
   const std::string out = std::filesystem::absolute(outPath, ec).string();
   const std::string inExt = ExtensionOf(in), outExt = ExtensionOf(out);
-  if (IsMeshExtension(inExt, false)) {
+  const bool meshIn = IsMeshExtension(inExt, false), imageIn = cIO::FindImageCodec(inExt) || IsFloatExtension(inExt);
+  const size_t mark = LogText().size();  // after the registries have logged their start
+  if (meshIn) {
     if (!IsMeshExtension(outExt, true)) {
       std::fprintf(stderr, "No mesh codec writes \"%s\"\n", out.c_str());
       return 1;
     }
     std::unique_ptr<cMesh> mesh(cMeshIO::LoadMesh(in.c_str()));
     if (!mesh) {
-      std::fprintf(stderr, "Can't read mesh \"%s\" (see Log.txt)\n", in.c_str());
+      Fail(mark, "Can't read mesh \"%s\"", in);
       return 1;
     }
+    if (mesh->PolygonCount() == 0)
+      std::fprintf(stderr, "Mesh \"%s\" holds no polygons (%d positions)\n", in.c_str(), (int)mesh->positions.size());
     if (!cMeshIO::SaveMesh(*mesh, out.c_str())) {
-      std::fprintf(stderr, "Can't write mesh \"%s\"\n", out.c_str());
+      Fail(mark, "Can't write mesh \"%s\"", out);
       return 1;
     }
     std::printf("Converted mesh \"%s\" (%d positions, %d polygons, %d materials) to \"%s\"\n", in.c_str(),
                 (int)mesh->positions.size(), mesh->PolygonCount(), (int)mesh->materials.size(), out.c_str());
     return 0;
   }
-  if (cIO::FindImageCodec(inExt) || IsFloatExtension(inExt)) return ConvertImage(in, out);
+  if (imageIn) return ConvertImage(in, out, mark);
   std::fprintf(stderr, "Don't know how to convert \"%s\"\n", in.c_str());
   return 1;
+}
+
+int RunUnpackCommand(const std::string& archivePath, const std::string& folderPath) {
+  std::error_code ec;
+  const std::string archive = std::filesystem::absolute(archivePath, ec).string();
+  const std::string folder = std::filesystem::absolute(folderPath, ec).string();
+  const size_t mark = LogText().size();
+  SourceZip zip(archive);
+  if (!zip.open) {
+    Fail(mark, "Can't read the ZIP archive \"%s\"", archive);
+    std::fprintf(stderr, "  No ZIP directory was found in it (not an archive, or cut short).\n");
+    return 1;
+  }
+  std::filesystem::create_directories(folder, ec);
+  if (!zip.Unpack(folder)) {
+    Fail(mark, "Can't unpack every entry of \"%s\" into \"%s\"", archive, folder);
+    return 1;
+  }
+  std::printf("Unpacked %d entries of \"%s\" into \"%s\"\n", (int)zip.names.size(), archive.c_str(), folder.c_str());
+  return 0;
 }
 
 }  // namespace comms

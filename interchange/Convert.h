@@ -1,5 +1,6 @@
-// The converter behind "morvane --convert in out": meshes and images by
-// extension, through the same codecs the program loads and saves with.
+// The file commands of the program: "morvane --convert in out" (meshes and
+// images by extension, through the same codecs the program loads and saves
+// with) and "morvane --unpack archive folder" (every entry of a ZIP archive).
 #pragma once
 #include <string>
 
@@ -9,5 +10,10 @@ namespace comms {
 // stdout/stderr. Relative paths are taken from the working folder. Returns
 // 0 on success, 1 on failure: a process exit code.
 int RunConvertCommand(const std::string& in, const std::string& out);
+
+// Writes every entry of the ZIP archive below `folder` (made if missing),
+// with the progress bar "UNPACKING"; prints what it did or why not. Returns
+// 0 on success, 1 on failure.
+int RunUnpackCommand(const std::string& archive, const std::string& folder);
 
 }  // namespace comms

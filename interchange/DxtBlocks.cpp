@@ -40,6 +40,8 @@ void Colour565(uint16_t v, uint8_t* out) {
 
 }  // namespace
 
+int DxtPaddingRows(int h) { return h < 4 ? 0 : (4 - h % 4) % 4; }
+
 void FlipDxtLevel(uint8_t* data, int format, int w, int h) {
   const size_t blockBytes = format == kFormatDxt1 ? 8 : 16;
   const int bw = (w + 3) / 4, bh = (h + 3) / 4;
@@ -106,13 +108,13 @@ bool DecodeDxt(const cImage& source, cImage& rgba) {
   cImage out;
   out.Create(source.width, source.height, 4);
   uint8_t px[16][4];
-  // The stored blocks are already bottom-up, so block row 0 row 0 is the bottom.
+  const int pad = DxtPaddingRows(source.height);
   for (int by = 0; by < bh; by++)
     for (int bx = 0; bx < bw; bx++) {
       DecodeDxtBlock(source.data.data() + ((size_t)by * bw + bx) * blockBytes, source.format, px);
       for (int i = 0; i < 16; i++) {
-        int x = bx * 4 + i % 4, y = by * 4 + i / 4;
-        if (x < out.width && y < out.height) std::memcpy(out.Pixel(x, y), px[i], 4);
+        int x = bx * 4 + i % 4, y = by * 4 + i / 4 - pad;
+        if (x < out.width && y >= 0 && y < out.height) std::memcpy(out.Pixel(x, y), px[i], 4);
       }
     }
   rgba = std::move(out);

@@ -10,11 +10,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdarg>
+#include <cstdio>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 
 #include "ClassEngine/Log.h"
+#include "interchange/Guarded.h"
 #include "interchange/IO.h"
+#include "interchange/ImageLimits.h"
 #include "interchange/TextUtil.h"
 
 namespace comms {
@@ -27,20 +32,28 @@ cFloatImage::cFloatImage(int w, int h, int channelCount, int bitDepth)
 bool cFloatImage::Save(const std::string& path) const {
   if (width <= 0 || height <= 0 || channels < 1 || channels > 4 || samples.size() < (size_t)width * height * channels)
     return false;
-  std::string extension = ExtensionOf(path);
-  bool ok;
-  if (IEquals(extension, "exr")) ok = SaveExr(cIO::ResolvePath(path));
-  else if (IEquals(extension, "bmp") || IEquals(extension, "png") || IEquals(extension, "jpg") ||
-           IEquals(extension, "tga"))
-    return Save8(path);
-  else ok = SaveTiff(cIO::ResolvePath(path));
+  const std::string extension = ExtensionOf(path);
+  const bool exr = IEquals(extension, "exr"), tiff = IEquals(extension, "tif") || IEquals(extension, "tiff");
+  const bool eight = IEquals(extension, "bmp") || IEquals(extension, "png") || IEquals(extension, "jpg") ||
+                     IEquals(extension, "jpeg") || IEquals(extension, "tga");
+  if (!exr && !tiff && !eight) {
+    Log("cFloatImage::Save(): Can't save \"%s\": float images go to EXR, TIFF, PNG, BMP, JPG or TGA.",
+        path.c_str());
+    return false;
+  }
+  if (eight) return Guarded("cFloatImage::Save()", [&] { return Save8(path); });
+  const bool ok = Guarded("cFloatImage::Save()", [&] {
+    return exr ? SaveExr(cIO::ResolvePath(path)) : SaveTiff(cIO::ResolvePath(path));
+  });
   if (!ok) Log("cFloatImage::Save(): Can't save \"%s\".", path.c_str());
   return ok;
 }
 
 bool cFloatImage::Load(const std::string& path) {
-  std::string extension = ExtensionOf(path);
-  bool ok = IEquals(extension, "exr") ? LoadExr(cIO::ResolvePath(path)) : LoadTiff(cIO::ResolvePath(path));
+  const std::string extension = ExtensionOf(path);
+  const bool ok = Guarded("cFloatImage::Load()", [&] {
+    return IEquals(extension, "exr") ? LoadExr(cIO::ResolvePath(path)) : LoadTiff(cIO::ResolvePath(path));
+  });
   if (!ok) Log("cFloatImage::Load(): Can't load \"%s\".", path.c_str());
   return ok;
 }
@@ -99,8 +112,13 @@ bool cFloatImage::LoadExr(const std::string& path) {
   try {
     Imf::InputFile file(path.c_str());
     const Imath::Box2i window = file.header().dataWindow();
-    const int w = window.max.x - window.min.x + 1, h = window.max.y - window.min.y + 1;
-    if (w <= 0 || h <= 0 || (int64_t)w * h > (int64_t)1 << 28) return false;
+    const int64_t wide = (int64_t)window.max.x - window.min.x + 1, high = (int64_t)window.max.y - window.min.y + 1;
+    if (wide <= 0 || high <= 0) {
+      Log("cFloatImage::LoadExr(): The data window is empty.");
+      return false;
+    }
+    if (!CheckImageSize("cFloatImage::LoadExr()", (uint64_t)wide, (uint64_t)high, 0, 1)) return false;
+    const int w = (int)wide, h = (int)high;
     const Imf::ChannelList& list = file.header().channels();
     const bool alpha = list.findChannel("A") != nullptr;
     const Imf::Channel* red = list.findChannel("R");
@@ -167,31 +185,83 @@ bool cFloatImage::SaveTiff(const std::string& path) const {
   return ok;
 }
 
+namespace {
+
+// libtiff's last error, for the log line of a failed load.
+thread_local char tiffError[256];
+void KeepTiffError(const char*, const char* format, va_list args) {
+  std::vsnprintf(tiffError, sizeof tiffError, format, args);
+}
+
+// The fewest bytes the strips of a picture of `raw` bytes may take: none when
+// uncompressed, PackBits at most 128 to 1, the other methods (LZW, Deflate,
+// JPEG) well under 4096 to 1.
+uint64_t LeastTiffBytes(uint16_t compression, uint64_t raw) {
+  if (compression == COMPRESSION_NONE) return raw;
+  if (compression == COMPRESSION_PACKBITS) return raw / 128;
+  return raw / 4096;
+}
+
+}  // namespace
+
+// Grey, grey-alpha, RGB and RGBA of 8, 16 or 32-bit float samples, and
+// palette pictures of 1 to 8 bits, which become RGB through their palette.
 bool cFloatImage::LoadTiff(const std::string& path) {
   TIFFSetWarningHandler(QuietTiff);
-  TIFFSetErrorHandler(QuietTiff);
+  TIFFSetErrorHandler(KeepTiffError);
+  tiffError[0] = 0;
   TIFF* tif = TIFFOpen(path.c_str(), "r");
-  if (!tif) return false;
+  if (!tif) {
+    Log("cFloatImage::LoadTiff(): %s", tiffError[0] ? tiffError : "Not a TIFF file.");
+    return false;
+  }
   uint32_t w = 0, h = 0;
   uint16_t spp = 1, bps = 8, format = SAMPLEFORMAT_UINT, planar = PLANARCONFIG_CONTIG;
+  uint16_t photometric = PHOTOMETRIC_MINISBLACK, compression = COMPRESSION_NONE;
   TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &w);
   TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &h);
   TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &spp);
   TIFFGetFieldDefaulted(tif, TIFFTAG_BITSPERSAMPLE, &bps);
   TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &format);
   TIFFGetFieldDefaulted(tif, TIFFTAG_PLANARCONFIG, &planar);
-  const bool known = (bps == 8 || bps == 16) ? format == SAMPLEFORMAT_UINT : bps == 32 && format == SAMPLEFORMAT_IEEEFP;
-  if (!known || planar != PLANARCONFIG_CONTIG || spp < 1 || spp > 4 || w == 0 || h == 0 ||
-      (uint64_t)w * h > (uint64_t)1 << 28 || TIFFScanlineSize(tif) < (tmsize_t)w * spp * (bps / 8)) {
+  TIFFGetFieldDefaulted(tif, TIFFTAG_COMPRESSION, &compression);
+  TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &photometric);
+  uint16_t *red = nullptr, *green = nullptr, *blue = nullptr;
+  const bool palette = photometric == PHOTOMETRIC_PALETTE && spp == 1 && bps <= 8 &&
+                       (bps == 1 || bps == 2 || bps == 4 || bps == 8) &&
+                       TIFFGetField(tif, TIFFTAG_COLORMAP, &red, &green, &blue) && red && green && blue;
+  const bool known = palette || ((bps == 8 || bps == 16) ? format == SAMPLEFORMAT_UINT
+                                                          : bps == 32 && format == SAMPLEFORMAT_IEEEFP);
+  std::error_code ec;
+  const uint64_t fileBytes = std::filesystem::file_size(path, ec);
+  const uint64_t raw = ((uint64_t)w * spp * bps + 7) / 8 * h;
+  const char* why = !known ? "Only 8, 16 and 32-bit float samples and palettes of up to 8 bits are read."
+                    : planar != PLANARCONFIG_CONTIG ? "Separate sample planes aren't read."
+                    : spp < 1 || spp > 4            ? "Only 1 to 4 samples per pixel are read."
+                                                    : nullptr;
+  if (why) Log("cFloatImage::LoadTiff(): %s", why);
+  if (why || !CheckImageSize("cFloatImage::LoadTiff()", w, h, LeastTiffBytes(compression, raw), ec ? 0 : fileBytes) ||
+      TIFFScanlineSize(tif) < (tmsize_t)(((uint64_t)w * spp * bps + 7) / 8)) {
     TIFFClose(tif);
     return false;
   }
-  cFloatImage out((int)w, (int)h, spp, bps == 32 ? 32 : 16);
+  const int outChannels = palette ? 3 : spp;
+  cFloatImage out((int)w, (int)h, outChannels, bps == 32 ? 32 : 16);
   std::vector<uint8_t> row(TIFFScanlineSize(tif));
   bool ok = true;
   for (uint32_t y = 0; y < h && ok; y++) {
     ok = TIFFReadScanline(tif, row.data(), y, 0) >= 0;
-    float* d = &out.samples[(size_t)(h - 1 - y) * w * spp];
+    float* d = &out.samples[(size_t)(h - 1 - y) * w * outChannels];
+    if (palette) {
+      const int perByte = 8 / bps, mask = (1 << bps) - 1;
+      for (uint32_t x = 0; x < w; x++, d += 3) {
+        const int index = row[x / perByte] >> (8 - bps * (int)(x % perByte + 1)) & mask;
+        d[0] = red[index] / 65535.0f;
+        d[1] = green[index] / 65535.0f;
+        d[2] = blue[index] / 65535.0f;
+      }
+      continue;
+    }
     for (size_t i = 0; i < (size_t)w * spp; i++) {
       if (bps == 8) d[i] = row[i] / 255.0f;
       else if (bps == 16) d[i] = ((const uint16_t*)row.data())[i] / 65535.0f;
@@ -199,7 +269,10 @@ bool cFloatImage::LoadTiff(const std::string& path) {
     }
   }
   TIFFClose(tif);
-  if (!ok) return false;
+  if (!ok) {
+    Log("cFloatImage::LoadTiff(): %s", tiffError[0] ? tiffError : "A row can't be read.");
+    return false;
+  }
   *this = std::move(out);
   return true;
 }

@@ -1,7 +1,9 @@
 // cFloatImage: float samples for high-range outputs (baked displacement,
 // normal maps). Saved by extension: EXR through OpenEXR, TIFF through libtiff
 // as 16-bit or 32-bit samples by the depth it was made with, or 8 bits through
-// the image codecs. Rows bottom-up, like cImage.
+// the image codecs (PNG, BMP, JPG, TGA); any other extension is refused.
+// Loads check the declared size against the file and the pixel limit first.
+// Rows bottom-up, like cImage.
 #pragma once
 #include <string>
 #include <vector>
@@ -18,7 +20,7 @@ class cFloatImage {
   float Get(int x, int y, int channel) const { return samples[Index(x, y, channel)]; }
 
   bool Save(const std::string& path) const;
-  // Reads an EXR or TIFF file (by extension).
+  // Reads an EXR or TIFF file (by extension); a palette TIFF becomes RGB.
   bool Load(const std::string& path);
 
   int width = 0, height = 0, channels = 0, bits = 32;

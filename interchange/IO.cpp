@@ -11,6 +11,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/PathCase.h"
+#include "interchange/Guarded.h"
 #include "interchange/ImageCodecs.h"
 #include "interchange/TextUtil.h"
 
@@ -236,7 +237,7 @@ bool cIO::LoadImage(const std::string& name, cImage& image) {
     codec = FindImageCodec(extension);
   }
   cImage decoded;
-  if (!codec || !codec->Decode(bytes, decoded)) {
+  if (!codec || !Guarded("cIO::LoadImage()", [&] { return codec->Decode(bytes, decoded); })) {
     Log("Can't decode image file \"%s\"", name.c_str());
     return false;
   }
@@ -249,7 +250,7 @@ bool cIO::SaveImage(const std::string& name, const cImage& image) {
   Start();
   ImageCodec* codec = FindImageCodec(ExtensionOf(name));
   std::vector<uint8_t> bytes;
-  if (!codec || !codec->Encode(image, bytes)) {
+  if (!codec || !Guarded("cIO::SaveImage()", [&] { return codec->Encode(image, bytes); })) {
     Log("Can't encode image \"%s\"", name.c_str());
     return false;
   }

@@ -1,7 +1,9 @@
 // cImage: an image in memory as the image codecs read and write it. Rows are
 // stored bottom-up: row 0 is the bottom of the picture. Formats 1-4: 8 bits
 // with 1-4 channels; 5-8: 16 bits; 9-12: 16-bit float; 13-16: 32-bit float;
-// 18: 5-6-5; 19: 4-4-4-4; 24, 25, 26: DXT1, DXT3, DXT5 blocks.
+// 18: 5-6-5; 19: 4-4-4-4; 24, 25, 26: DXT1, DXT3, DXT5 blocks (whose rows
+// keep the padding of a height that isn't a multiple of 4 below the picture:
+// see FlipDxtLevel).
 #pragma once
 #include <cstddef>
 #include <cstdint>

@@ -37,6 +37,9 @@ class cCodecPng : public cIO::ImageCodec {
   bool Encode(const cImage& image, std::vector<uint8_t>& buffer) override;
 };
 
+// Logs "<codec>: <why>" as the reason a decode fails and returns false.
+bool Refuse(const char* codec, const char* why);
+
 // Reverses the order of rows of each level of a plain uncompressed image.
 void FlipRows(uint8_t* data, size_t rowBytes, int rows);
 

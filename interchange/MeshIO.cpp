@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ClassEngine/Log.h"
+#include "interchange/Guarded.h"
 #include "interchange/IO.h"
 #include "interchange/MeshCodecs.h"
 #include "interchange/TextUtil.h"
@@ -165,7 +166,7 @@ int cMeshIO::LoadModules(const std::string& folder) {
 namespace {
 // Runs the codec and checks what it made.
 cMesh* DecodeFile(cMeshCodec* codec, cMeshFile& file) {
-  cMesh* mesh = codec->Decode(file);
+  cMesh* mesh = Guarded("cMeshIO::LoadMesh()", [&] { return codec->Decode(file); });
   if (mesh && !mesh->IsConsistent()) {
     Log("cMeshIO::LoadMesh(): Mesh file \"%s\" has indices out of range.", file.Path().c_str());
     delete mesh;
@@ -241,8 +242,12 @@ bool cMeshIO::SaveMesh(cMesh& mesh, const char* path) {
   }
   cMeshFile file(full);
   if (m_SwapYZ) TurnAxes(mesh, false);
-  codec->Encode(mesh, file);
+  const bool encoded = Guarded("cMeshIO::SaveMesh()", [&] {
+    codec->Encode(mesh, file);
+    return true;
+  });
   if (m_SwapYZ) TurnAxes(mesh, true);  // the caller's mesh comes back unchanged
+  if (!encoded) return false;
   return cIO::WriteFile(full, file.Data(), file.Bytes().size(), false, true);
 }
 

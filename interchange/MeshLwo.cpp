@@ -234,6 +234,7 @@ cMesh* cMeshLwo::Decode(cMeshFile& source) {
   uint32_t formSize = file.U4();
   uint32_t type = file.U4();
   if (type == LwoTag("LWOB")) {
+    Log("cMeshLwo::DecodeLwo(): \"%s\" is an old LWOB file; only LWO2 files are read.", source.Path().c_str());
     SystemDialog box;
     box.title = "Warning";
     box.text = "OLD_LWO";

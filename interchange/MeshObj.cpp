@@ -77,7 +77,21 @@ bool ResolveIndex(std::string_view token, long size, int& out) {
 
 }  // namespace
 
+namespace {
+// UTF-16 text: a byte-order mark, or a zero byte beside the first character.
+bool IsUtf16(const cMeshFile& source) {
+  if (source.Size() < 2) return false;
+  const uint8_t a = source.Data()[0], b = source.Data()[1];
+  return (a == 0xff && b == 0xfe) || (a == 0xfe && b == 0xff) || a == 0 || b == 0;
+}
+}  // namespace
+
 cMesh* cMeshObj::Decode(cMeshFile& source) {
+  if (IsUtf16(source)) {
+    Log("cMeshObj::DecodeObj(): \"%s\" is UTF-16 text; OBJ files are read as 8-bit text (save it as UTF-8).",
+        source.Path().c_str());
+    return nullptr;
+  }
   auto mesh = std::make_unique<cMesh>();
   mesh->name = StripExtension(FileNameOf(source.Path()));
   MtlLookup mtl(source.Path());

@@ -228,23 +228,27 @@ cMesh* cMeshPly::Decode(cMeshFile& source) {
   return mesh.release();
 }
 
+// A polygon of more than 255 corners doesn't fit the usual byte count: the
+// file then counts corners with 32-bit integers, which readers take as well.
 void cMeshPly::Encode(const cMesh& mesh, cMeshFile& target) {
   int faces = 0;
+  bool wide = false;
   mesh.ForEachPolygon([&](size_t, const cPolyCell& h, const cPolyCell*) {
-    if (h.a <= 255) faces++;
+    faces++;
+    if (h.a > 255) wide = true;
   });
   target.WriteText(FormatC(
       "ply\nformat binary_little_endian 1.0\ncomment by Morvane\nelement vertex %d\nproperty float x\n"
-      "property float y\nproperty float z\nelement face %d\nproperty list uchar int vertex_indices\nend_header\n",
-      (int)mesh.positions.size(), faces));
+      "property float y\nproperty float z\nelement face %d\nproperty list %s int vertex_indices\nend_header\n",
+      (int)mesh.positions.size(), faces, wide ? "int" : "uchar"));
   for (const cMeshVec3& p : mesh.positions) {
     target.WriteFloat(p.x);
     target.WriteFloat(p.y);
     target.WriteFloat(p.z);
   }
   mesh.ForEachPolygon([&](size_t, const cPolyCell& h, const cPolyCell* c) {
-    if (h.a > 255) return;  // a byte holds the corner count
-    target.WriteByte((uint8_t)h.a);
+    if (wide) target.WriteDword((uint32_t)h.a);
+    else target.WriteByte((uint8_t)h.a);
     for (int k = 0; k < h.a; k++) target.WriteDword((uint32_t)c[k].a);
   });
 }

@@ -1,8 +1,11 @@
 // STL, text and binary. Corners are welded as they arrive through a spatial
-// hash, so a large binary file loads in linear time.
+// hash, so a large binary file loads in linear time; in a binary file the
+// corners met again are found first, by their exact bits, in bulk.
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include "ClassEngine/Log.h"
 #include "interchange/MeshCodecs.h"
@@ -15,6 +18,79 @@ namespace {
 constexpr float kWeldTolerance = 0.005f;
 constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider than the tolerance
 
+// For each corner of a list, the first corner with the same bits. A corner
+// met again goes where its first twin went: the positions added since then
+// come later in the list, so the earliest within the tolerance is still the
+// same one. The corners are spread into buckets by a hash of their bits (two
+// passes over the list), and each bucket, small enough for the cache, is
+// matched through a little open-addressed table.
+bool IsFinite(const cMeshVec3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
+
+// Corner c of the triangles of a binary STL, read where it lies in the file
+// (50 bytes a triangle: the normal, three corners, two spare bytes).
+cMeshVec3 CornerOf(const uint8_t* triangles, size_t c) {
+  float f[3];  // little-endian floats, as on every machine we run on
+  std::memcpy(f, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
+  return {f[0], f[1], f[2]};
+}
+
+uint64_t HashOfCorner(const uint8_t* triangles, size_t c) {
+  uint32_t k[3];
+  std::memcpy(k, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
+  const uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
+                     (uint64_t)k[2] * 0x165667b19e3779f9ull;
+  return h ^ (h >> 31);
+}
+
+std::unique_ptr<uint32_t[]> FirstTwins(const uint8_t* triangles, size_t n) {
+  struct Entry {
+    uint64_t hash;
+    uint32_t key[3];
+    uint32_t corner;
+  };
+  int bits = 0;
+  // About 2048 corners a bucket: few enough buckets for the spreading pass to
+  // write to, and a bucket's table still fits the first-level cache.
+  while (bits < 20 && ((size_t)1 << bits) * 2048 < n) bits++;
+  const size_t buckets = (size_t)1 << bits;
+  std::vector<uint32_t> start(buckets + 1, 0);
+  for (size_t c = 0; c < n; c++) start[(HashOfCorner(triangles, c) >> 40) & (buckets - 1)]++;
+  uint32_t sum = 0;
+  for (size_t b = 0; b <= buckets; b++) {
+    const uint32_t here = start[b];
+    start[b] = sum;
+    sum += here;
+  }
+  // The corners by bucket, in their order within each, with what the match
+  // needs (left uninitialised: every entry is written).
+  std::unique_ptr<Entry[]> entries(new Entry[n]);
+  std::vector<uint32_t> fill(start.begin(), start.end() - 1);
+  for (size_t c = 0; c < n; c++) {
+    const uint64_t hash = HashOfCorner(triangles, c);
+    Entry& e = entries[fill[(hash >> 40) & (buckets - 1)]++];
+    e.hash = hash;
+    std::memcpy(e.key, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
+    e.corner = (uint32_t)c;
+  }
+  std::unique_ptr<uint32_t[]> first(new uint32_t[n]);
+  std::vector<uint32_t> table;
+  for (size_t b = 0; b < buckets; b++) {
+    const uint32_t from = start[b], to = start[b + 1];
+    size_t size = 16;
+    while (size < 2 * (size_t)(to - from)) size *= 2;
+    table.assign(size, UINT32_MAX);
+    for (uint32_t at = from; at < to; at++) {
+      const Entry& e = entries[at];
+      size_t slot = e.hash & (size - 1);
+      while (table[slot] != UINT32_MAX && std::memcmp(entries[table[slot]].key, e.key, 12) != 0)
+        slot = (slot + 1) & (size - 1);
+      if (table[slot] == UINT32_MAX) table[slot] = at;
+      first[e.corner] = entries[table[slot]].corner;
+    }
+  }
+  return first;
+}
+
 // Keeps the first position that falls within the tolerance of a new corner.
 // Positions hang in chains from the cells of an open-addressed grid; a
 // neighbouring cell is searched only along the axes where the corner lies
@@ -22,19 +98,17 @@ constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider th
 class Welder {
  public:
   explicit Welder(std::vector<cMeshVec3>& positions) : positions_(positions) { Grow(1024); }
+  // Room for about `count` positions without growing.
+  void Reserve(size_t count) {
+    size_t size = slots_.size();
+    while (size < count * 2) size *= 2;
+    if (size > slots_.size()) Grow(size);
+  }
   int Add(const cMeshVec3& p) {
-    if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return Append(p, 0, 0, 0);
-    const float v[3] = {p.x, p.y, p.z};
-    long cell[3];
+    if (!IsFinite(p)) return Append(p, 0, 0, 0);
+    int32_t cell[3];
     int lo[3], hi[3];
-    for (int k = 0; k < 3; k++) {
-      double scaled = (double)v[k] * kCellScale;
-      double c = std::floor(scaled);
-      cell[k] = c < -1e15 ? (long)-1e15 : c > 1e15 ? (long)1e15 : (long)c;
-      double frac = (scaled - c) / kCellScale;  // distance to the cell's lower side
-      lo[k] = frac <= kWeldTolerance ? -1 : 0;
-      hi[k] = (1.0 / kCellScale - frac) <= kWeldTolerance ? 1 : 0;
-    }
+    Cells(p, cell, lo, hi);
     int first = -1;
     for (int dx = lo[0]; dx <= hi[0]; dx++)
       for (int dy = lo[1]; dy <= hi[1]; dy++)
@@ -44,23 +118,52 @@ class Welder {
         }
     return first >= 0 ? first : Append(p, cell[0], cell[1], cell[2]);
   }
+  // Asks the cache for the grid slots that Add will search for `p` soon: the
+  // search spends most of its time waiting for memory.
+  void Prefetch(const cMeshVec3& p) const {
+    if (!IsFinite(p)) return;
+    int32_t cell[3];
+    int lo[3], hi[3];
+    Cells(p, cell, lo, hi);
+    for (int dx = lo[0]; dx <= hi[0]; dx++)
+      for (int dy = lo[1]; dy <= hi[1]; dy++)
+        for (int dz = lo[2]; dz <= hi[2]; dz++)
+          __builtin_prefetch(&slots_[Hash(cell[0] + dx, cell[1] + dy, cell[2] + dz) & (slots_.size() - 1)]);
+  }
 
  private:
+  // The cell of `p`, and on each axis whether the neighbour below (lo -1) or
+  // above (hi 1) lies within the tolerance.
+  static void Cells(const cMeshVec3& p, int32_t cell[3], int lo[3], int hi[3]) {
+    const float v[3] = {p.x, p.y, p.z};
+    for (int k = 0; k < 3; k++) {
+      double scaled = (double)v[k] * kCellScale;
+      double c = std::floor(scaled);
+      cell[k] = c < -1e9 ? (int32_t)-1e9 : c > 1e9 ? (int32_t)1e9 : (int32_t)c;  // far cells share, still exact
+      double frac = (scaled - c) / kCellScale;  // distance to the cell's lower side
+      lo[k] = frac <= kWeldTolerance ? -1 : 0;
+      hi[k] = (1.0 / kCellScale - frac) <= kWeldTolerance ? 1 : 0;
+    }
+  }
   struct Slot {
-    long x, y, z;
+    int32_t x, y, z;
     int head = -1;  // the cell's latest position; -1: an empty slot
   };
-  static size_t Hash(long x, long y, long z) {
-    return (size_t)((uint64_t)x * 73856093u ^ (uint64_t)y * 19349663u ^ (uint64_t)z * 83492791u);
+  // Mixed well in the low bits that pick the slot: neighbouring cells must
+  // not run into one long probe sequence.
+  static size_t Hash(int32_t x, int32_t y, int32_t z) {
+    uint64_t h = (uint64_t)(uint32_t)x * 0x9e3779b97f4a7c15ull ^ (uint64_t)(uint32_t)y * 0xc2b2ae3d27d4eb4full ^
+                 (uint64_t)(uint32_t)z * 0x165667b19e3779f9ull;
+    return (size_t)(h ^ (h >> 32));
   }
-  size_t Find(long x, long y, long z) const {
+  size_t Find(int32_t x, int32_t y, int32_t z) const {
     size_t i = Hash(x, y, z) & (slots_.size() - 1);
     while (slots_[i].head >= 0 && !(slots_[i].x == x && slots_[i].y == y && slots_[i].z == z))
       i = (i + 1) & (slots_.size() - 1);
     return i;
   }
   // The earliest position of the cell within the tolerance, or -1.
-  int Search(long x, long y, long z, const cMeshVec3& p) const {
+  int Search(int32_t x, int32_t y, int32_t z, const cMeshVec3& p) const {
     const Slot& s = slots_[Find(x, y, z)];
     int best = -1;
     for (int i = s.head; i >= 0; i = next_[i]) {
@@ -70,7 +173,7 @@ class Welder {
     }
     return best;
   }
-  int Append(const cMeshVec3& p, long x, long y, long z) {
+  int Append(const cMeshVec3& p, int32_t x, int32_t y, int32_t z) {
     positions_.push_back(p);
     int i = (int)positions_.size() - 1;
     if ((size_t)(used_ + 1) * 2 > slots_.size()) Grow(slots_.size() * 2);
@@ -115,6 +218,11 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
   }
   int material = mesh->AddMaterial("default");
   if (binary) {
+    if (source.Size() < 84) {
+      Log("cMeshStl::DecodeStl(): The file of %lld bytes is shorter than the 84-byte head of a binary STL.",
+          (long long)source.Size());
+      return nullptr;
+    }
     int object = mesh->AddObject("default");
     source.Seek(80);
     uint32_t count = source.ReadDword();
@@ -123,13 +231,30 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
       return nullptr;
     }
     mesh->positions.reserve(count / 2 + 3);
+    weld.Reserve(count / 2 + 3);  // a closed mesh has about half as many points as triangles
     mesh->polygons.reserve((size_t)count * 4);
-    for (uint32_t t = 0; t < count; t++) {
-      float f[12];
-      source.Read(f, 48);  // little-endian floats, as on every machine we run on
-      source.ReadWord();
-      mesh->BeginPolygon(3, material, object);
-      for (int k = 0; k < 3; k++) mesh->AddCorner(weld.Add({f[3 + 3 * k], f[4 + 3 * k], f[5 + 3 * k]}), -1, -1);
+    // Corners met before take their first twin's position; only the first
+    // of each goes through the spatial search. `first` then keeps, corner by
+    // corner, the position each went to.
+    const uint8_t* triangles = source.Data() + 84;
+    const size_t corners = (size_t)count * 3;
+    std::unique_ptr<uint32_t[]> first = FirstTwins(triangles, corners);
+    size_t ahead = 0;  // corners before `ahead` have had their grid slots fetched
+    int waiting = 0;   // new corners among them not welded yet
+    for (size_t c = 0; c < corners; c++) {
+      for (; waiting < 16 && ahead < corners; ahead++)
+        if (first[ahead] == ahead) {
+          weld.Prefetch(CornerOf(triangles, ahead));
+          waiting++;
+        }
+      const uint32_t twin = first[c];
+      if (twin == c) waiting--;
+      const cMeshVec3 p = CornerOf(triangles, c);
+      // A corner that isn't finite is a position of its own, as in the search.
+      const int position = twin == c || !IsFinite(p) ? weld.Add(p) : (int)first[twin];
+      first[c] = (uint32_t)position;
+      if (c % 3 == 0) mesh->BeginPolygon(3, material, object);
+      mesh->AddCorner(position, -1, -1);
     }
     return mesh.release();
   }

@@ -2,9 +2,10 @@
 // until the user leaves; with --headless it runs the start-up and 8 frames
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
-// the last frame and says where its files went. Three commands run
+// the last frame and says where its files went. Four commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions
+//   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
 #include <unistd.h>
@@ -37,6 +38,13 @@ int main(int argc, char** argv) {
       return 2;
     }
     return comms::RunConvertCommand(argv[2], argv[3]);
+  }
+  if (argc >= 2 && strcmp(argv[1], "--unpack") == 0) {
+    if (argc != 4) {
+      fprintf(stderr, "usage: morvane --unpack ARCHIVE FOLDER\n");
+      return 2;
+    }
+    return comms::RunUnpackCommand(argv[2], argv[3]);
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));

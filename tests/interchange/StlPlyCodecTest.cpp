@@ -5,6 +5,7 @@
 
 #include "MeshSamples.h"
 #include "TestFiles.h"
+#include "ClassEngine/Random.h"
 #include "interchange/MeshIO.h"
 
 using comms::cMesh;
@@ -204,4 +205,57 @@ TEST(PlyCodec, MissingCoordinatesAndLyingCountsFail) {
     EXPECT_FALSE(Load(dir + "bad.ply")) << c.text;
     EXPECT_NE(LogSince(mark).find(c.message), std::string::npos) << LogSince(mark);
   }
+}
+
+// The weld against the plain rule it keeps: each corner goes to the earliest
+// position within 0.005, or becomes a new one. The corners are a soup of
+// shared points, points nudged by less and by more than the tolerance, and
+// points close to the sides of the weld's grid cells, each met many times.
+TEST(StlCodec, WeldKeepsTheEarliestPositionWithinTheTolerance) {
+  Random random(22);
+  std::vector<std::array<float, 3>> pool;
+  for (int i = 0; i < 400; i++) {
+    float base[3];
+    for (float& v : base) v = (float)(random.Next() % 40) * 0.02f + (random.Next() % 3 == 0 ? 0.0049f : 0.0f);
+    pool.push_back({base[0], base[1], base[2]});
+    const float nudge = random.Next() % 2 ? 0.003f : 0.006f;
+    pool.push_back({base[0] + nudge, base[1], base[2] - nudge * 0.5f});
+  }
+  std::vector<std::array<float, 9>> triangles;
+  for (int t = 0; t < 3000; t++) {
+    std::array<float, 9> tri;
+    for (int k = 0; k < 3; k++)
+      for (int c = 0; c < 3; c++) tri[3 * k + c] = pool[random.Next() % pool.size()][c];
+    triangles.push_back(tri);
+  }
+  std::vector<std::array<float, 3>> expected;
+  std::vector<int> expectedCorners;
+  for (const auto& tri : triangles)
+    for (int k = 0; k < 3; k++) {
+      const float* p = &tri[3 * k];
+      int found = -1;
+      for (size_t i = 0; i < expected.size() && found < 0; i++) {
+        float dx = expected[i][0] - p[0], dy = expected[i][1] - p[1], dz = expected[i][2] - p[2];
+        if (dx * dx + dy * dy + dz * dz <= 0.005f * 0.005f) found = (int)i;
+      }
+      if (found < 0) {
+        found = (int)expected.size();
+        expected.push_back({p[0], p[1], p[2]});
+      }
+      expectedCorners.push_back(found);
+    }
+  std::string dir = FreshFolder();
+  WriteBytes(dir + "soup.stl", BinaryStl(triangles, (uint32_t)triangles.size()));
+  auto mesh = Load(dir + "soup.stl");
+  ASSERT_TRUE(mesh);
+  ASSERT_EQ(mesh->positions.size(), expected.size());
+  for (size_t i = 0; i < expected.size(); i++) {
+    EXPECT_EQ(mesh->positions[i].x, expected[i][0]) << i;
+    EXPECT_EQ(mesh->positions[i].z, expected[i][2]) << i;
+  }
+  std::vector<int> corners;
+  mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
+    for (int k = 0; k < h.a; k++) corners.push_back(c[k].a);
+  });
+  EXPECT_EQ(corners, expectedCorners);
 }

@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
 
 #include "ClassEngine/Log.h"
+#include "interchange/IO.h"
+#include "interchange/Image.h"
 
 namespace testfiles {
 
@@ -50,5 +53,25 @@ inline bool Installed(const std::string& path) { return std::filesystem::exists(
 // ImageMagick's own program, not a stand-in earlier on the PATH.
 inline const char* Convert() { return "/usr/bin/convert"; }
 inline bool HaveConvert() { return std::filesystem::exists(Convert()); }
+
+// Runs ImageMagick's convert with `args`, quietly; true when it succeeded.
+inline bool Magick(const std::string& args) {
+  std::string cmd = std::string(Convert()) + " " + args + " 2>/dev/null";
+  return std::system(cmd.c_str()) == 0;
+}
+
+// ImageMagick turns `source` into the file `path` with `options` (a BMP as
+// version 3), which is then loaded through our codecs, DXT decoded to RGBA.
+inline bool MagickImage(const std::string& source, const std::string& options, const std::string& path,
+                        comms::cImage& out) {
+  const std::string prefix = path.find(".bmp") != std::string::npos ? "BMP3:" : "";
+  if (!Magick(source + " " + options + " " + prefix + path) || !comms::cIO::LoadImage(path, out)) return false;
+  if (comms::cImage::IsCompressed(out.format)) {
+    comms::cImage rgba;
+    if (!comms::DecodeDxt(out, rgba)) return false;
+    out = std::move(rgba);
+  }
+  return true;
+}
 
 }  // namespace testfiles
