@@ -15,7 +15,7 @@ packages=(
 )
 # Inputs for the tests that nobody here wrote, and the tools that make them.
 testdata=(
-  glmark2-data openscad-testing-data minetest-data libcgal-demo imagemagick
+  glmark2-data openscad-testing-data minetest-data libcgal-demo imagemagick assimp-testmodels
   clang libclang-rt-dev
 )
 peers=(libopenvdb-dev libtbb-dev)

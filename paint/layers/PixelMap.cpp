@@ -1,0 +1,257 @@
+// PixelMap: the sparse tile store, the one road to a pixel, per-tile layer
+// lists with their undo copies, and the composition of a tile.
+#include "paint/layers/PixelMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "paint/layers/BlendOps.h"
+#include "paint/layers/OneLayerInfo.h"
+#include "paint/scene/PaintScene.h"
+
+PixelTile::~PixelTile() {
+  for (LayerTile* l : LayerTiles) delete l;
+  for (LayerTile* l : OtherLayerUndo) delete l;
+  delete UndoLayerTile;
+  delete ScratchLayerTile;
+  delete[] Frames;
+  delete[] FreezeUndo;
+}
+
+LayerTile* PixelTile::FindLayer(int layerID) const {
+  for (LayerTile* l : LayerTiles)
+    if ((int)l->LayerID == layerID) return l;
+  return nullptr;
+}
+
+PixelMap::PixelMap(PaintScene* scene, int width, int height)
+    : Width(std::max(1, width)), Height(std::max(1, height)), Scene(scene) {
+  Tiles.reserve(31457);
+}
+
+PixelMap::~PixelMap() {
+  for (auto& [key, tile] : Tiles) delete tile;
+}
+
+PixelTile* PixelMap::FindTile(int tx, int ty) const {
+  auto it = Tiles.find(TileKey(tx, ty));
+  return it == Tiles.end() ? nullptr : it->second;
+}
+
+PixelTile* PixelMap::GetTile(int tx, int ty) {
+  PixelTile*& slot = Tiles[TileKey(tx, ty)];
+  if (!slot) {
+    slot = new PixelTile;
+    slot->X = tx, slot->Y = ty;
+  }
+  return slot;
+}
+
+void PixelMap::MarkDirty(PixelTile* tile, int state) {
+  DirtyTiles.insert(TileKey(tile->X, tile->Y));
+  if (state == 1 || tile->DirtyState == 0) tile->DirtyState = state;
+}
+
+bool PixelMap::FetchPixel(PixelCursor& cursor, int x, int y, bool create, bool markDirty,
+                          bool backup, int layerID) {
+  x %= Width, y %= Height;
+  if (x < 0) x += Width;
+  if (y < 0) y += Height;
+  const int tx = x >> 4, ty = y >> 4;
+  if (!cursor.Tile || cursor.TileX != tx || cursor.TileY != ty) {
+    cursor.Tile = create ? GetTile(tx, ty) : FindTile(tx, ty);
+    cursor.TileX = tx, cursor.TileY = ty;
+    cursor.LayerID = -1;
+    cursor.Layer = nullptr;
+  }
+  PixelTile* tile = cursor.Tile;
+  if (!tile) return false;
+  cursor.Index = (y & 15) * kTileSide + (x & 15);
+  if (markDirty) MarkDirty(tile, 1);
+  if (create && backup) GetLayerTile(tile, Scene ? Scene->CurrentLayer : 0, true);
+  if (backup && !tile->UndoLayerTile && tile->CurrentLayerTile) {
+    tile->UndoLayerTile = new LayerTile(*tile->CurrentLayerTile);
+    Changed = true;
+    if (!tile->FreezeUndo) {
+      tile->FreezeUndo = new uint16_t[kTilePixels];
+      for (int i = 0; i < kTilePixels; i++) tile->FreezeUndo[i] = tile->Pixels[i].Freeze;
+    }
+  }
+  if (layerID >= 0 && (cursor.LayerID != layerID || (!cursor.Layer && create))) {
+    cursor.Layer = GetLayerTile(tile, layerID, create);
+    cursor.LayerID = layerID;
+  }
+  return true;
+}
+
+LayerTile* PixelMap::GetLayerTile(PixelTile* tile, int layerID, bool create) {
+  LayerTile* found = tile->FindLayer(layerID);
+  if (!found && create) {
+    found = new LayerTile;
+    found->LayerID = (uint32_t)layerID;
+    found->Info = Scene ? Scene->GetLayerByID(layerID) : nullptr;
+    int order = Scene ? Scene->OrderOf(layerID) : layerID;
+    int pos = tile->LayerTiles.GetAmount();
+    for (int i = 0; i < tile->LayerTiles.GetAmount(); i++) {
+      int o = Scene ? Scene->OrderOf(tile->LayerTiles[i]->LayerID) : tile->LayerTiles[i]->LayerID;
+      if (o > order) {
+        pos = i;
+        break;
+      }
+    }
+    tile->LayerTiles.Insert(found, pos);
+  }
+  if (found && Scene && layerID == Scene->CurrentLayer) tile->CurrentLayerTile = found;
+  return found;
+}
+
+bool PixelMap::BackupLayerTile(PixelTile* tile, int layerID) {
+  for (LayerTile* l : tile->OtherLayerUndo)
+    if ((int)l->LayerID == layerID) return true;
+  LayerTile* l = tile->FindLayer(layerID);
+  if (!l) return false;
+  tile->OtherLayerUndo.Add(new LayerTile(*l));
+  return true;
+}
+
+void PixelMap::PruneEmptyLayer(PixelTile* tile, int layerID) {
+  for (int i = 0; i < tile->LayerTiles.GetAmount(); i++) {
+    LayerTile* l = tile->LayerTiles[i];
+    if ((int)l->LayerID != layerID || !l->IsEmpty()) continue;
+    if (tile->CurrentLayerTile == l) tile->CurrentLayerTile = nullptr;
+    if (tile->ScratchLayerTile == l) tile->ScratchLayerTile = nullptr;
+    delete l;
+    tile->LayerTiles.Del(i, 1);
+    return;
+  }
+}
+
+void PixelMap::PruneEmpty(PixelTile* tile) {
+  for (int i = tile->LayerTiles.GetAmount() - 1; i >= 0; i--)
+    PruneEmptyLayer(tile, (int)tile->LayerTiles[i]->LayerID);
+}
+
+void PixelMap::PruneAll() {
+  for (auto& [key, tile] : Tiles) PruneEmpty(tile);
+}
+
+void PixelMap::ClearUndo() {
+  for (auto& [key, tile] : Tiles) {
+    delete tile->UndoLayerTile;
+    tile->UndoLayerTile = nullptr;
+    for (LayerTile* l : tile->OtherLayerUndo) delete l;
+    tile->OtherLayerUndo.Clear();
+    delete[] tile->FreezeUndo;
+    tile->FreezeUndo = nullptr;
+  }
+  Changed = false;
+}
+
+void PixelMap::ResortLayers() {
+  for (auto& [key, tile] : Tiles)
+    std::stable_sort(tile->LayerTiles.begin(), tile->LayerTiles.end(),
+                     [&](const LayerTile* a, const LayerTile* b) {
+                       return Scene->OrderOf(a->LayerID) < Scene->OrderOf(b->LayerID);
+                     });
+}
+
+void PixelMap::ComposeTile(PixelTile* tile) {
+  struct Entry {
+    const LayerTile* layer;
+    const LayerTile* mask;
+  };
+  Entry list[64];
+  int count = 0;
+  for (const LayerTile* l : tile->LayerTiles) {
+    if (count == 64) break;  // more layers in one tile than a painter stacks
+    const OneLayerInfo* info = l->Info;
+    if (!info || !info->Visible || info->ColorOp >= ColorOps::LOP_NORMALMAP) continue;
+    const LayerTile* mask = nullptr;
+    if (info->LinkedLayer >= 0) {
+      mask = tile->FindLayer(info->LinkedLayer);
+      if (mask && (!mask->Info || !mask->Info->Visible)) mask = nullptr;
+    }
+    list[count++] = {l, mask};
+  }
+  const float unitScale = Scene ? Scene->UnitScale : 1.0f;
+  const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
+  for (int i = 0; i < kTilePixels; i++) {
+    TilePixel& px = tile->Pixels[i];
+    if (px.Class() == kPixelPadding) continue;  // shows its source, copied by the links
+    SampleBlend blend(seed + (uint32_t)i);
+    float D = 0;
+    for (int k = 0; k < count; k++) {
+      const LayerPixel& lp = list[k].layer->Pixels[i];
+      const OneLayerInfo& info = *list[k].layer->Info;
+      const float m = LinkMask(info, list[k].mask != nullptr,
+                               list[k].mask ? (list[k].mask->Pixels[i].Color >> 24) / 255.0f : 0);
+      const float a = (lp.Color >> 24) * info.ColorTransparency / 255.0f;
+      float d = info.DepthTransparency * m * lp.Depth;
+      if (info.EmbossPower != 0) d += 2 * info.EmbossPower * a / unitScale;
+      D = ApplyDepthOp(info.DepthOp, D, d, unitScale);
+      blend.Add(info, lp.Color, lp.Specular, a, m, true);
+    }
+    px.Depth = D;
+    px.Specular = (uint8_t)std::lround(std::clamp(blend.Specular, 0.0f, 255.0f));
+    float out[4] = {blend.A[0], blend.A[1], blend.A[2], std::min(blend.Coverage, 1.0f) * 255};
+    px.Color = PackColor(out);
+  }
+}
+
+void PixelMap::ComputeTileNormals(PixelTile* tile) {
+  const float sx = 8.0f / Width, sy = 8.0f / Height;
+  PixelCursor cur;
+  auto at = [&](int x, int y) -> const TilePixel* {
+    if (!FetchPixel(cur, x, y, false, false, false)) return nullptr;
+    return &cur.Pixel();
+  };
+  // Normal-map layers of this tile, at most 15.
+  const LayerTile* maps[15];
+  int nmaps = 0;
+  for (const LayerTile* l : tile->LayerTiles)
+    if (l->Info && l->Info->Visible && l->Info->ColorOp == ColorOps::LOP_NORMALMAP && nmaps < 15)
+      maps[nmaps++] = l;
+  for (int i = 0; i < kTilePixels; i++) {
+    TilePixel& p = tile->Pixels[i];
+    p.NormalX = p.NormalY = p.MapNormalX = p.MapNormalY = 128;
+    if (p.Class() == kPixelOutside) continue;
+    const int x = tile->X * kTileSide + (i & 15), y = tile->Y * kTileSide + (i >> 4);
+    const TilePixel* n[4] = {at(x - 1, y), at(x + 1, y), at(x, y - 1), at(x, y + 1)};
+    float k[2] = {1, 1};
+    for (int j = 0; j < 4; j++)
+      if (!n[j] || n[j]->Class() != kPixelOnMesh) n[j] = &p, k[j / 2] = 2;
+    float gx = (n[1]->Depth - n[0]->Depth) * k[0], gy = (n[3]->Depth - n[2]->Depth) * k[1];
+    auto inv = [](float w) { return w > 0 ? 0.5f / w : 0.0f; };
+    float wx = sx * (inv(n[0]->Width) + inv(n[1]->Width));
+    float wy = sy * (inv(n[2]->Height) + inv(n[3]->Height));
+    comms::cVec3 v(gx * wy, gy * wx, wx * wy);
+    if (v.Length() > 0) {
+      v = v.Normalized();
+      p.NormalX = (uint8_t)std::lround(v.x * 127 + 128);
+      p.NormalY = (uint8_t)std::lround(v.y * 127 + 128);
+    }
+    if (nmaps) {
+      float mx = 0, my = 0;
+      for (int j = 0; j < nmaps; j++) {
+        uint32_t c = maps[j]->Pixels[i].Color;
+        if (!c) continue;
+        float w = maps[j]->Info->DepthTransparency;
+        mx += -((float)((c >> 16) & 0xff) - 128) * w;
+        my += ((float)((c >> 8) & 0xff) - 128) * w;
+      }
+      p.MapNormalX = (uint8_t)(128 + (int)std::clamp(mx, -127.0f, 127.0f));
+      p.MapNormalY = (uint8_t)(128 + (int)std::clamp(my, -127.0f, 127.0f));
+    }
+  }
+}
+
+size_t PixelMap::MemoryBytes() const {
+  size_t bytes = Tiles.bucket_count() * sizeof(void*);
+  for (const auto& [key, tile] : Tiles) {
+    bytes += sizeof(PixelTile) + sizeof(void*) * 2;
+    bytes += (size_t)tile->LayerTiles.GetAmount() * (sizeof(LayerTile) + sizeof(void*));
+    bytes += (size_t)(tile->SeamLinks.MaxValues + tile->PadLinks.MaxValues) * sizeof(TileLink);
+  }
+  return bytes;
+}
