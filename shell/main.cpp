@@ -2,11 +2,12 @@
 // until the user leaves; with --headless it runs the start-up and 120 frames
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
-// the last frame and says where its files went. Three commands run
+// the last frame and says where its files went. Four commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
+//   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
 #include <unistd.h>
 
 #include <climits>
@@ -20,6 +21,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
+#include "paint/scene/PaintImportCommand.h"
 #include "platform/Platform.h"
 #include "shell/Shell.h"
 #include "shell/Interface.h"
@@ -44,6 +46,8 @@ int main(int argc, char** argv) {
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--paint-import") == 0)
+    return RunPaintImportCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--replay") == 0)
     return RunReplayCommand(std::vector<std::string>(argv + 2, argv + argc));
 

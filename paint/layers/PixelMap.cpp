@@ -255,3 +255,23 @@ size_t PixelMap::MemoryBytes() const {
   }
   return bytes;
 }
+
+void PixelMap::ForEachLayerTile(int layerID, const std::function<void(LayerTile&)>& fn) {
+  for (auto& [key, tile] : Tiles)
+    if (LayerTile* l = tile->FindLayer(layerID)) {
+      fn(*l);
+      MarkDirty(tile, 1);
+    }
+}
+
+void PixelMap::DeleteLayer(int layerID) {
+  for (auto& [key, tile] : Tiles)
+    for (int i = 0; i < tile->LayerTiles.GetAmount(); i++)
+      if ((int)tile->LayerTiles[i]->LayerID == layerID) {
+        if (tile->CurrentLayerTile == tile->LayerTiles[i]) tile->CurrentLayerTile = nullptr;
+        delete tile->LayerTiles[i];
+        tile->LayerTiles.Del(i, 1);
+        MarkDirty(tile, 1);
+        break;
+      }
+}

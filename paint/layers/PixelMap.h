@@ -84,15 +84,16 @@ class PixelMap {
   // sizes, FaceTexels, padding links. Marks every built tile dirty.
   void Build(PaintScene& scene, int renderTarget);
 
-  // Layer operations on the pixels of one layer.
-  void InvertColor(int layerID);
-  void InvertSpecular(int layerID);
-  void ColorToSpecular(int layerID);
-  void ClearLayer(int layerID, bool depth, bool colour, bool specular);
+  // Calls fn(layerTile) for the layer's tile in every tile that has one and
+  // marks those tiles for composition.
+  void ForEachLayerTile(int layerID, const std::function<void(LayerTile&)>& fn);
+  // Frees the layer's tiles (the layer is being deleted).
   void DeleteLayer(int layerID);
 
   size_t MemoryBytes() const;
 
  private:
+  // Copies pixels along the tile's seam or padding links; layerID -1 copies
+  // the composite only. Padding links sit in the tile of their source pixel.
   void WalkLinks(PixelTile* tile, int layerID, bool pad);
 };
