@@ -138,6 +138,24 @@ void BM_RecomposeTiles4K10Layers(benchmark::State& state) {
 }
 BENCHMARK(BM_RecomposeTiles4K10Layers)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
 
+// One tile of 10 layers composed on one thread: the cost of a layer pixel.
+void BM_ComposeOneTile10Layers(benchmark::State& state) {
+  PaintScene scene;
+  PaintLayers(scene, 10);
+  PixelMap map(&scene, 64, 64);
+  PixelTile* tile = map.GetTile(1, 1);
+  for (int l = 0; l < 10; l++) {
+    LayerTile* lt = map.GetLayerTile(tile, l, true);
+    for (int i = 0; i < kTilePixels; i++) lt->Pixels[i].Color = 0x80406080u + (uint32_t)(l * 0x10203 + i);
+  }
+  for (auto _ : state) {
+    map.ComposeTile(tile);
+    benchmark::DoNotOptimize(tile->Pixels[7].Color);
+  }
+  state.SetItemsProcessed(state.iterations() * kTilePixels * 10);
+}
+BENCHMARK(BM_ComposeOneTile10Layers);
+
 void BM_FetchPixel(benchmark::State& state) {
   const bool across = state.range(0) != 0;
   PaintScene scene;

@@ -2,6 +2,8 @@
 // the accumulator that blends one sample's layers bottom to top. Colours are
 // four floats 0..255 in stored byte order: blue, green, red, alpha.
 #pragma once
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 #include "ClassEngine/Random.h"
@@ -30,7 +32,7 @@ struct SampleBlend {
   bool First = true;
   Random Rng;
 
-  explicit SampleBlend(uint32_t seed) : Rng(seed) {}
+  explicit SampleBlend(uint32_t seed = 1) : Rng(seed) {}
   // Adds one layer: colour bytes (stored order, alpha byte included),
   // specular, layer alpha a, mask m; `perPixel` picks the weight rule.
   void Add(const OneLayerInfo& info, uint32_t color, float specular, float a, float m,
@@ -40,3 +42,10 @@ struct SampleBlend {
 // The mask of a linked layer: `present` says whether it has a visible sample
 // here and `value` is its alpha (0..1).
 float LinkMask(const OneLayerInfo& info, bool present, float value);
+
+// Modes 19..22 (Hue, Saturation, Color, Lightness) on L against A.
+void BlendHsvParts(int op, float L[4], const float A[4]);
+
+// The per-sample formulas are inline: composition runs them hundreds of
+// millions of times for a full map.
+#include "paint/layers/BlendOpsInline.h"

@@ -28,6 +28,7 @@ LayerTile* PixelTile::FindLayer(int layerID) const {
 PixelMap::PixelMap(PaintScene* scene, int width, int height)
     : Width(std::max(1, width)), Height(std::max(1, height)), Scene(scene) {
   Tiles.reserve(31457);
+  directory_.assign((size_t)TilesX() * TilesY(), nullptr);
 }
 
 PixelMap::~PixelMap() {
@@ -35,15 +36,17 @@ PixelMap::~PixelMap() {
 }
 
 PixelTile* PixelMap::FindTile(int tx, int ty) const {
-  auto it = Tiles.find(TileKey(tx, ty));
-  return it == Tiles.end() ? nullptr : it->second;
+  if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
+  return directory_[(size_t)ty * TilesX() + tx];
 }
 
 PixelTile* PixelMap::GetTile(int tx, int ty) {
-  PixelTile*& slot = Tiles[TileKey(tx, ty)];
+  if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
+  PixelTile*& slot = directory_[(size_t)ty * TilesX() + tx];
   if (!slot) {
     slot = new PixelTile;
     slot->X = tx, slot->Y = ty;
+    Tiles[TileKey(tx, ty)] = slot;
   }
   return slot;
 }
@@ -157,44 +160,66 @@ void PixelMap::ResortLayers() {
 }
 
 void PixelMap::ComposeTile(PixelTile* tile) {
-  struct Entry {
-    const LayerTile* layer;
-    const LayerTile* mask;
-  };
-  Entry list[64];
-  int count = 0;
+  const float unitScale = Scene ? Scene->UnitScale : 1.0f;
+  const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
+  // Layer by layer over the tile's pixels: each layer's samples are read in
+  // order, and the blend's switches are the same for a whole row of work.
+  SampleBlend blend[kTilePixels];
+  float D[kTilePixels] = {};
+  for (int i = 0; i < kTilePixels; i++) blend[i].Rng.Seed(seed + (uint32_t)i);
+  int looked = 0;
   for (const LayerTile* l : tile->LayerTiles) {
-    if (count == 64) break;  // more layers in one tile than a painter stacks
     const OneLayerInfo* info = l->Info;
     if (!info || !info->Visible || info->ColorOp >= ColorOps::LOP_NORMALMAP) continue;
+    if (++looked > 1024) break;
     const LayerTile* mask = nullptr;
     if (info->LinkedLayer >= 0) {
       mask = tile->FindLayer(info->LinkedLayer);
       if (mask && (!mask->Info || !mask->Info->Visible)) mask = nullptr;
     }
-    list[count++] = {l, mask};
+    const float ct = info->ColorTransparency / 255.0f, dt = info->DepthTransparency;
+    const float emboss = info->EmbossPower != 0 ? 2 * info->EmbossPower / unitScale : 0;
+    const int depthOp = info->DepthOp;
+    const bool plain = info->ColorOp == ColorOps::LOP_STANDART_BLEND && info->LinkedLayer < 0 &&
+                       info->Contrast == 0 && info->Brightness == 0 && info->SpecContrast == 0 &&
+                       info->SpecBrightness == 0;
+    if (plain && depthOp == DepthOps::LOP_ADDDEPTH) {
+      // The common layer: normal blend, no mask, no corrections. The same
+      // steps as SampleBlend::Add with m = 1, on bytes that need no clamp.
+      for (int i = 0; i < kTilePixels; i++) {
+        const LayerPixel& lp = l->Pixels[i];
+        SampleBlend& b = blend[i];
+        const float a = (float)(lp.Color >> 24) * ct;
+        D[i] += dt * lp.Depth + emboss * a;
+        const float L0 = (float)(lp.Color & 255), L1 = (float)((lp.Color >> 8) & 255),
+                    L2 = (float)((lp.Color >> 16) & 255);
+        if (b.First) b.A[0] = L0, b.A[1] = L1, b.A[2] = L2, b.A[3] = (float)(lp.Color >> 24), b.First = false;
+        b.A[0] += (L0 - b.A[0]) * a;
+        b.A[1] += (L1 - b.A[1]) * a;
+        b.A[2] += (L2 - b.A[2]) * a;
+        b.Coverage = (1 - a) * b.Coverage + a;
+        b.Specular += lp.Specular;
+      }
+      continue;
+    }
+    for (int i = 0; i < kTilePixels; i++) {
+      const LayerPixel& lp = l->Pixels[i];
+      const float m = info->LinkedLayer < 0 ? 1.0f
+                                            : LinkMask(*info, mask != nullptr,
+                                                       mask ? (mask->Pixels[i].Color >> 24) / 255.0f : 0);
+      const float a = (float)(lp.Color >> 24) * ct;
+      const float d = dt * m * lp.Depth + emboss * a;
+      D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
+      blend[i].Add(*info, lp.Color, lp.Specular, a, m, true);
+    }
   }
-  const float unitScale = Scene ? Scene->UnitScale : 1.0f;
-  const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
   for (int i = 0; i < kTilePixels; i++) {
     TilePixel& px = tile->Pixels[i];
     if (px.Class() == kPixelPadding) continue;  // shows its source, copied by the links
-    SampleBlend blend(seed + (uint32_t)i);
-    float D = 0;
-    for (int k = 0; k < count; k++) {
-      const LayerPixel& lp = list[k].layer->Pixels[i];
-      const OneLayerInfo& info = *list[k].layer->Info;
-      const float m = LinkMask(info, list[k].mask != nullptr,
-                               list[k].mask ? (list[k].mask->Pixels[i].Color >> 24) / 255.0f : 0);
-      const float a = (lp.Color >> 24) * info.ColorTransparency / 255.0f;
-      float d = info.DepthTransparency * m * lp.Depth;
-      if (info.EmbossPower != 0) d += 2 * info.EmbossPower * a / unitScale;
-      D = ApplyDepthOp(info.DepthOp, D, d, unitScale);
-      blend.Add(info, lp.Color, lp.Specular, a, m, true);
-    }
-    px.Depth = D;
-    px.Specular = (uint8_t)std::lround(std::clamp(blend.Specular, 0.0f, 255.0f));
-    float out[4] = {blend.A[0], blend.A[1], blend.A[2], std::min(blend.Coverage, 1.0f) * 255};
+    const SampleBlend& b = blend[i];
+    px.Depth = D[i];
+    px.Specular = (uint8_t)(std::clamp(b.Specular, 0.0f, 255.0f) + 0.5f);
+    float out[4] = {b.A[0], b.A[1], b.A[2], std::min(b.Coverage, 1.0f) * 255};
     px.Color = PackColor(out);
   }
 }
@@ -202,8 +227,12 @@ void PixelMap::ComposeTile(PixelTile* tile) {
 void PixelMap::ComputeTileNormals(PixelTile* tile) {
   const float sx = 8.0f / Width, sy = 8.0f / Height;
   PixelCursor cur;
-  auto at = [&](int x, int y) -> const TilePixel* {
-    if (!FetchPixel(cur, x, y, false, false, false)) return nullptr;
+  // A neighbour inside the tile is read directly; across its edge, by lookup.
+  auto at = [&](int i, int dx, int dy) -> const TilePixel* {
+    const int lx = (i & 15) + dx, ly = (i >> 4) + dy;
+    if (lx >= 0 && lx < kTileSide && ly >= 0 && ly < kTileSide) return &tile->Pixels[ly * kTileSide + lx];
+    if (!FetchPixel(cur, tile->X * kTileSide + lx, tile->Y * kTileSide + ly, false, false, false))
+      return nullptr;
     return &cur.Pixel();
   };
   // Normal-map layers of this tile, at most 15.
@@ -216,8 +245,7 @@ void PixelMap::ComputeTileNormals(PixelTile* tile) {
     TilePixel& p = tile->Pixels[i];
     p.NormalX = p.NormalY = p.MapNormalX = p.MapNormalY = 128;
     if (p.Class() == kPixelOutside) continue;
-    const int x = tile->X * kTileSide + (i & 15), y = tile->Y * kTileSide + (i >> 4);
-    const TilePixel* n[4] = {at(x - 1, y), at(x + 1, y), at(x, y - 1), at(x, y + 1)};
+    const TilePixel* n[4] = {at(i, -1, 0), at(i, 1, 0), at(i, 0, -1), at(i, 0, 1)};
     float k[2] = {1, 1};
     for (int j = 0; j < 4; j++)
       if (!n[j] || n[j]->Class() != kPixelOnMesh) n[j] = &p, k[j / 2] = 2;
@@ -247,7 +275,7 @@ void PixelMap::ComputeTileNormals(PixelTile* tile) {
 }
 
 size_t PixelMap::MemoryBytes() const {
-  size_t bytes = Tiles.bucket_count() * sizeof(void*);
+  size_t bytes = Tiles.bucket_count() * sizeof(void*) + directory_.capacity() * sizeof(PixelTile*);
   for (const auto& [key, tile] : Tiles) {
     bytes += sizeof(PixelTile) + sizeof(void*) * 2;
     bytes += (size_t)tile->LayerTiles.GetAmount() * (sizeof(LayerTile) + sizeof(void*));

@@ -50,8 +50,9 @@ class PixelMap {
   static uint32_t TileKey(int tx, int ty) { return ((uint32_t)ty << 16) | (uint32_t)tx; }
   int TilesX() const { return (Width + kTileSide - 1) / kTileSide; }
   int TilesY() const { return (Height + kTileSide - 1) / kTileSide; }
+  // The tile at (tx, ty) or null; a flat directory answers without hashing.
   PixelTile* FindTile(int tx, int ty) const;
-  // Makes the tile, zeroed, if it is missing.
+  // Makes the tile, zeroed, if it is missing (null outside the map).
   PixelTile* GetTile(int tx, int ty);
   void MarkDirty(PixelTile* tile, int state = 1);
 
@@ -93,6 +94,7 @@ class PixelMap {
   size_t MemoryBytes() const;
 
  private:
+  std::vector<PixelTile*> directory_;  // TilesX * TilesY slots, the tiles of Tiles
   // Copies pixels along the tile's seam or padding links; layerID -1 copies
   // the composite only. Padding links sit in the tile of their source pixel.
   void WalkLinks(PixelTile* tile, int layerID, bool pad);
