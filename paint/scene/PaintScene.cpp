@@ -86,20 +86,33 @@ FaceLayer* PaintScene::GetFaceLayer(int face, int layerID, bool create) {
       pos = i;
       break;
     }
+  // Most faces hold one or two layers: grow the list by one slot at a time
+  // at first rather than by the array's usual reserve.
+  // (the array keeps one spare slot beyond what it holds).
+  if (f.LayerList.MaxValues <= f.LayerList.GetAmount() + 1 && f.LayerList.GetAmount() < 4)
+    f.LayerList.ReserveExact(f.LayerList.GetAmount() + 2);
   f.LayerList.Insert(entry, pos);
   return &f.LayerList[pos];
 }
+
+namespace {
+// A layer named "Layer %d" after its ID.
+OneLayerInfo* MakeLayer(ClassArray<OneLayerInfo>& layers, int id) {
+  auto* l = new OneLayerInfo;
+  char name[32];
+  snprintf(name, sizeof(name), "Layer %d", id);
+  l->Name = name;
+  l->LayerID = id;
+  l->Parent = &layers;
+  return l;
+}
+}  // namespace
 
 OneLayerInfo* PaintScene::GetLayerByID(int layerID) {
   if (layerID < 0) layerID = 0;
   int order = OrderOf(layerID);
   if (order > 0) return Layers[order - 1];
-  auto* l = new OneLayerInfo;
-  char name[32];
-  snprintf(name, sizeof(name), "Layer %d", layerID);
-  l->Name = name;
-  l->LayerID = layerID;
-  l->Parent = &Layers;
+  OneLayerInfo* l = MakeLayer(Layers, layerID);
   Layers.Add(l);
   RebuildLayerOrder();
   for (PaintFace& f : Faces)
@@ -111,12 +124,7 @@ OneLayerInfo* PaintScene::GetLayerByID(int layerID) {
 int PaintScene::NewLayer(bool makeCurrent, int after) {
   int id = 0;
   for (OneLayerInfo* l : Layers) id = std::max(id, l->LayerID + 1);
-  auto* l = new OneLayerInfo;
-  char name[32];
-  snprintf(name, sizeof(name), "Layer %d", id);
-  l->Name = name;
-  l->LayerID = id;
-  l->Parent = &Layers;
+  OneLayerInfo* l = MakeLayer(Layers, id);
   if (after < 0 || after >= Layers.GetAmount() - 1)
     Layers.Add(l);
   else

@@ -3,6 +3,7 @@
 // and face deletion through one remap table.
 #include <gtest/gtest.h>
 
+#include "ClassEngine/Log.h"
 #include "ClassEngine/Threader.h"
 #include "PaintMeshes.h"
 #include "paint/layers/ComposeFace.h"
@@ -224,4 +225,31 @@ TEST(PaintSceneFaces, DeletingFacesRemapsCornersVerticesAndPairs) {
   EXPECT_EQ(scene.Faces[1].Neighbour[3], -1);  // its right neighbour is gone
   EXPECT_TRUE(scene.Faces[1].SeamBits & 2);
   EXPECT_EQ(scene.Cells.Size(), 2u);
+}
+
+TEST(PaintSceneStages, LoadingStagesRunInOrderAndSayWhenEachEnds) {
+  const size_t mark = LogText().size();
+  PaintScene scene;
+  Import(scene, Sheet(2, 2));
+  const std::string log = LogText().substr(mark);
+  const char* lines[] = {"CreateUVEdgesInfo: done", "Faces: done", "SetupUVIds: done", "SetAllDirty: done",
+                         "PutFacesInCells: done", "UpdateDirtyFaces: done", "CreateMeshes: done",
+                         "CreatePaddingInfo: done", "CreatePointsCorrespondence: done",
+                         "CreateTangentSpaceFromBasicNormals: done", "Loading: done"};
+  size_t at = 0;
+  for (const char* line : lines) {
+    size_t found = log.find(line, at);
+    ASSERT_NE(found, std::string::npos) << line << " missing or out of order";
+    at = found;
+  }
+  // Tangents of a flat sheet mapped u along x, v along y.
+  for (const FaceCorner& c : scene.Corners) {
+    EXPECT_NEAR(c.Tangent.x, 1, 1e-4f);
+    EXPECT_NEAR(c.Binormal.y, 1, 1e-4f);
+  }
+  // Every face has a block mesh part on its target.
+  size_t listed = 0;
+  for (auto& [key, parts] : scene.MeshBlocks)
+    for (const MeshBlockPart& p : parts) listed += p.Faces.GetAmount();
+  EXPECT_EQ(listed, scene.Faces.size());
 }
