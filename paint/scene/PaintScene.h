@@ -14,6 +14,7 @@
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
 #include "paint/layers/OneLayerInfo.h"
+#include "paint/scene/FaceBatches.h"
 #include "paint/scene/SceneClasses.h"
 #include "paint/scene/SceneRecords.h"
 #include "paint/scene/SceneTables.h"
@@ -77,6 +78,7 @@ class PaintScene {
   std::vector<int> LayerOrder;  // by LayerID: position in Layers + 1, or 0
   int CurrentLayer = 0;
   std::vector<int> StrokeFaces;  // the current stroke's faces (ForEachFace mode 2)
+  FaceBatchDrawer DrawFaceBatch;  // the render side's drawing of face batches; none headless
   uint8_t Modified = 0;
   std::vector<uint64_t> UVPatchData8;
   std::vector<std::array<uint32_t, 3>> UVPatchData12;

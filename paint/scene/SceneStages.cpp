@@ -353,8 +353,7 @@ bool PaintScene::Prepare(int* warnings) {
   SetAllDirty();
   Log("SetAllDirty: done");
   PutFacesInCells();
-  // Drawing the dirty faces into the targets happens on the render side; the
-  // faces stay listed until it has run.
+  UpdateDirtyFaces(*this, true, -1, DrawFaceBatch);
   Log("UpdateDirtyFaces: done");
   CreateMeshBlocks();
   Log("CreatePaddingInfo: done");
