@@ -156,6 +156,28 @@ void BM_ComposeOneTile10Layers(benchmark::State& state) {
 }
 BENCHMARK(BM_ComposeOneTile10Layers);
 
+// Normals from depth for one tile whose neighbours exist.
+void BM_NormalsOneTile(benchmark::State& state) {
+  PaintScene scene;
+  PixelMap map(&scene, 64, 64);
+  for (int ty = 0; ty < 4; ty++)
+    for (int tx = 0; tx < 4; tx++) {
+      PixelTile* t = map.GetTile(tx, ty);
+      for (int i = 0; i < kTilePixels; i++) {
+        t->Pixels[i].SetBits(kPixelOnMesh, 0, 0);
+        t->Pixels[i].Width = t->Pixels[i].Height = 0.01f;
+        t->Pixels[i].Depth = 0.001f * (i % 7);
+      }
+    }
+  PixelTile* tile = map.FindTile(1, 1);
+  for (auto _ : state) {
+    map.ComputeTileNormals(tile);
+    benchmark::DoNotOptimize(tile->Pixels[7].NormalX);
+  }
+  state.SetItemsProcessed(state.iterations() * kTilePixels);
+}
+BENCHMARK(BM_NormalsOneTile);
+
 void BM_FetchPixel(benchmark::State& state) {
   const bool across = state.range(0) != 0;
   PaintScene scene;
