@@ -58,4 +58,6 @@ class OneLayerInfo : public BaseClass {
   static void RegisterModeNames();
   // True when the layer is a colour source kept outside the scene ("[ext]").
   bool IsExternal() const;
+  // A panel row changed: the scene recomposes what the layer covers.
+  bool OnChange(BaseClass* cls, void* ptr, void* extra, const char* name) override;
 };

@@ -18,6 +18,7 @@ PaintScene& ThePaintScene() {
 }
 
 PaintScene::PaintScene() {
+  LayerPanel.Scene = this;
   OneLayerInfo::RegisterModeNames();
   MakeDefaults();
 }

@@ -13,6 +13,7 @@
 
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
+#include "paint/layers/LayerStack.h"
 #include "paint/layers/OneLayerInfo.h"
 #include "paint/scene/FaceBatches.h"
 #include "paint/scene/SceneClasses.h"
@@ -74,7 +75,8 @@ class PaintScene {
   CellBox Bounds;
   float CellSize = 1;
   float UnitScale = 1;
-  ClassArray<OneLayerInfo> Layers;
+  LayerStack LayerPanel;                         // the layer panel's object
+  ClassArray<OneLayerInfo>& Layers = LayerPanel.Layers;  // bottom to top
   std::vector<int> LayerOrder;  // by LayerID: position in Layers + 1, or 0
   int CurrentLayer = 0;
   std::vector<int> StrokeFaces;  // the current stroke's faces (ForEachFace mode 2)
