@@ -41,10 +41,26 @@ void RasteriseUV(const float px[3], const float py[3], F&& f) {
     }
 }
 
+// One side of a UV seam in pixel space: the edge's ends and the unit normal
+// pointing away from the face.
+struct SeamSide {
+  float ax, ay, bx, by, nx, ny;
+};
+
+SeamSide SideOf(const comms::cVec2& a, const comms::cVec2& b, float cx, float cy, int W, int H) {
+  SeamSide s{a.x * W, (1 - a.y) * H, b.x * W, (1 - b.y) * H, 0, 0};
+  float dx = s.bx - s.ax, dy = s.by - s.ay, len = std::sqrt(dx * dx + dy * dy);
+  if (len > 0) s.nx = dy / len, s.ny = -dx / len;
+  // Point away from the face's centre.
+  if (((s.ax + s.bx) / 2 - cx) * s.nx + ((s.ay + s.by) / 2 - cy) * s.ny < 0) s.nx = -s.nx, s.ny = -s.ny;
+  return s;
+}
+
 }  // namespace
 
 void PixelMap::Build(PaintScene& scene, int renderTarget) {
   Scene = &scene;
+  if (scene.EdgeMap.Size() == 0) scene.BuildEdgeMap();  // the seams need it
   const int W = Width, H = Height;
   std::vector<int> owner((size_t)W * H, -1);
   std::vector<BuildTexel> texels;
@@ -117,9 +133,83 @@ void PixelMap::Build(PaintScene& scene, int renderTarget) {
       px.Width = t.width, px.Height = t.height;
     }
   }
+  // Seams, in two passes widening by 0 then 1 texel: an empty texel just
+  // outside a seam edge shows the nearest texel across the seam, on the
+  // partner edge of the other face, so colour continues over the cut.
+  auto wrapIndex = [&](int x, int y) {
+    x = ((x % W) + W) % W, y = ((y % H) + H) % H;
+    return (size_t)y * W + x;
+  };
+  auto centreOf = [&](int f, float& cx, float& cy) {
+    const int n = scene.FaceCornerMap.Entries(f) - 1;
+    cx = cy = 0;
+    for (int i = 0; i < n; i++) {
+      const comms::cVec2& uv = scene.Corners[scene.FaceCornerMap.Of(f)[i]].UV;
+      cx += uv.x * W / n, cy += (1 - uv.y) * H / n;
+    }
+  };
+  std::vector<std::pair<int, int>> seamPads;  // destination, source (pixel indices)
+  for (int pass = 0; pass < 2; pass++)
+    for (int f = 0; f < (int)scene.Faces.size(); f++) {
+      if (scene.Faces[f].RenderTarget != renderTarget) continue;
+      const int n = scene.FaceCornerMap.Entries(f) - 1;
+      if (n < 3) continue;
+      const int* c = scene.FaceCornerMap.Of(f);
+      float cx, cy;
+      centreOf(f, cx, cy);
+      for (int e = 0; e < n; e++) {
+        const FaceCorner& a = scene.Corners[c[e]];
+        const FaceCorner& b = scene.Corners[c[e + 1]];
+        int count = 0, other = -1;
+        scene.EdgeMap.ForEach(EdgeKey(a.Vertex, b.Vertex), [&](int g) { count++, other = g != f ? g : other; });
+        if (count != 2 || other < 0 || scene.Faces[other].RenderTarget != renderTarget) continue;
+        const FaceCorner *pa = nullptr, *pb = nullptr;
+        const int on = scene.FaceCornerMap.Entries(other) - 1;
+        for (int i = 0; i < on; i++) {
+          const FaceCorner& k = scene.Corners[scene.FaceCornerMap.Of(other)[i]];
+          if (k.Vertex == a.Vertex) pa = &k;
+          if (k.Vertex == b.Vertex) pb = &k;
+        }
+        if (!pa || !pb) continue;
+        auto same = [](const comms::cVec2& p, const comms::cVec2& q) {
+          return (p.x - q.x) * (p.x - q.x) + (p.y - q.y) * (p.y - q.y) < 1e-10f;
+        };
+        if (same(a.UV, pa->UV) && same(b.UV, pb->UV)) continue;  // no seam
+        float ocx, ocy;
+        centreOf(other, ocx, ocy);
+        const SeamSide mine = SideOf(a.UV, b.UV, cx, cy, W, H);
+        const SeamSide theirs = SideOf(pa->UV, pb->UV, ocx, ocy, W, H);
+        const float steps = std::ceil(std::max(std::fabs(mine.bx - mine.ax), std::fabs(mine.by - mine.ay)));
+        for (int k = 0; k < (int)steps; k++) {
+          const float t = (k + 0.5f) / steps;
+          const float px = mine.ax + (mine.bx - mine.ax) * t, py = mine.ay + (mine.by - mine.ay) * t;
+          for (int d = 1; d <= pass + 1; d++) {
+            const size_t dst = wrapIndex((int)std::floor(px + mine.nx * d), (int)std::floor(py + mine.ny * d));
+            if (owner[dst] != -1) continue;
+            // The nearest filled texel across the seam, then on this side.
+            const float qx = theirs.ax + (theirs.bx - theirs.ax) * t, qy = theirs.ay + (theirs.by - theirs.ay) * t;
+            long src = -1;
+            for (float o : {0.5f, 1.5f, -0.5f, 2.5f, -1.5f}) {
+              size_t i = wrapIndex((int)std::floor(qx - theirs.nx * o), (int)std::floor(qy - theirs.ny * o));
+              if (owner[i] >= 0) {
+                src = (long)i;
+                break;
+              }
+            }
+            for (int back = 1; src < 0 && back <= 5; back++) {
+              size_t i = wrapIndex((int)std::floor(px - mine.nx * back), (int)std::floor(py - mine.ny * back));
+              if (owner[i] >= 0) src = (long)i;
+            }
+            if (src < 0) continue;
+            owner[dst] = -2;
+            seamPads.push_back({(int)dst, (int)src});
+          }
+        }
+      }
+    }
   // Padding: an empty texel touching a mesh texel shows that texel.
   static const int dx[8] = {-1, 1, 0, 0, -1, 1, -1, 1}, dy[8] = {0, 0, -1, 1, -1, -1, 1, 1};
-  std::vector<std::pair<int, int>> pads;  // destination, source (pixel indices)
+  std::vector<std::pair<int, int>> pads = std::move(seamPads);  // destination, source
   for (int y = 0; y < H; y++)
     for (int x = 0; x < W; x++) {
       if (owner[(size_t)y * W + x] != -1) continue;
