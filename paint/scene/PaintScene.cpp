@@ -11,6 +11,7 @@
 #include "ClassEngine/Progress.h"
 #include "ClassEngine/Threader.h"
 #include "paint/layers/PixelMap.h"
+#include "shell/tools/ToolTable.h"
 
 PaintScene& ThePaintScene() {
   static PaintScene scene;
@@ -181,8 +182,7 @@ void PaintScene::ForEachFace(int mode, const std::function<void(int face)>& fn,
   });
 }
 
-void PaintScene::ResetScene(bool keepTools) {
-  (void)keepTools;  // tools clear their own data through the tool table
+void PaintScene::ResetScene(bool keepTools, ToolTable* tools) {
   Faces.clear();
   Corners.clear();
   Vertices.clear();
@@ -218,6 +218,10 @@ void PaintScene::ResetScene(bool keepTools) {
   Shift = comms::cVec3();
   Modified = 0;
   MakeDefaults();
+  if (!keepTools && tools) {
+    tools->SetCurrentTool("StdPen");
+    for (int i = 0; i < tools->Count(); i++) tools->At(i)->OnSceneReset();
+  }
 }
 
 void PaintScene::DeleteFaces(const std::vector<uint8_t>& doomed) {

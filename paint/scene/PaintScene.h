@@ -21,6 +21,7 @@
 #include "paint/scene/SceneTables.h"
 
 class PixelMap;
+class ToolTable;
 
 // Faces of one MeshBlock and one render target, drawn together.
 struct MeshBlockPart {
@@ -119,8 +120,10 @@ class PaintScene {
   // over the thread pool: worker i takes faces i, i + N, ...
   void ForEachFace(int mode, const std::function<void(int face)>& fn, float progressBase = 0,
                    float progressSpan = 0);
-  // Empties everything; without keepTools the tools clear their data too.
-  void ResetScene(bool keepTools = true);
+  // Empties everything. Without keepTools, and given the program's tool
+  // table, "StdPen" becomes the current tool and every tool clears its own
+  // data (OnSceneReset).
+  void ResetScene(bool keepTools = true, ToolTable* tools = nullptr);
   // Deletes the marked faces (one flag per face) and every corner, vertex and
   // record only they used, through one index-remap table; then re-runs the
   // edge, cell and dirty stages.

@@ -7,6 +7,7 @@
 #include "ClassEngine/Threader.h"
 #include "PaintMeshes.h"
 #include "paint/layers/ComposeFace.h"
+#include "shell/tools/ToolTable.h"
 
 using namespace paintmeshes;
 
@@ -252,4 +253,37 @@ TEST(PaintSceneStages, LoadingStagesRunInOrderAndSayWhenEachEnds) {
   for (auto& [key, parts] : scene.MeshBlocks)
     for (const MeshBlockPart& p : parts) listed += p.Faces.GetAmount();
   EXPECT_EQ(listed, scene.Faces.size());
+}
+
+namespace {
+class CountingTool : public BasicTool {
+ public:
+  int resets = 0;
+  void OnSceneReset() override { resets++; }
+};
+}  // namespace
+
+TEST(PaintSceneStages, ResetReturnsToTheEmptySceneAndTellsTheTools) {
+  PaintScene scene;
+  Import(scene, Sheet(3, 3));
+  scene.NewLayer(true);
+  ToolTable tools;
+  auto* pen = new CountingTool;
+  auto* other = new CountingTool;
+  tools.Register(pen, "StdPen");
+  tools.Register(other, "FillTool");
+  tools.SetCurrentTool("FillTool");
+  scene.ResetScene(true, &tools);  // tools kept as they are
+  EXPECT_EQ(pen->resets + other->resets, 0);
+  EXPECT_EQ(tools.CurrentTool(), other);
+  EXPECT_TRUE(scene.Faces.empty());
+  EXPECT_EQ(scene.Layers.GetAmount(), 1);
+  EXPECT_EQ(scene.Materials.GetAmount(), 1);
+  EXPECT_EQ(scene.Objects.GetAmount(), 1);
+  EXPECT_EQ(scene.Cells.Size(), 0u);
+  EXPECT_EQ(scene.CurrentLayer, 0);
+  scene.ResetScene(false, &tools);
+  EXPECT_EQ(tools.CurrentTool(), pen);
+  EXPECT_EQ(pen->resets, 1);
+  EXPECT_EQ(other->resets, 1);
 }
