@@ -57,7 +57,8 @@ class PixelMap {
   void MarkDirty(PixelTile* tile, int state = 1);
 
   // The one road to a pixel: x and y wrap modulo the map size. `layerID` -1
-  // asks for no layer. True when the tile exists (after create).
+  // asks for no layer. True when the tile exists (after create). Creating
+  // tiles or layer tiles is for the main thread; workers only read.
   bool FetchPixel(PixelCursor& cursor, int x, int y, bool create, bool markDirty, bool backup,
                   int layerID = -1);
   // Finds or inserts (by LayerOrder) a zeroed LayerTile.

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "PaintMeshes.h"
+#include "ClassEngine/Threader.h"
 #include "paint/layers/PixelMap.h"
 
 TEST(TileStore, FetchPixelWrapsBothWaysAndMinusOneReachesTheLastPixel) {
@@ -102,4 +103,41 @@ TEST(TileStore, MemoryFollowsPaint) {
   printf("[ memory ] a touched tile %.0f bytes, each layer in it %.0f bytes\n", perTile, perLayer);
   EXPECT_NEAR(perTile, 8192, 512);
   EXPECT_NEAR(perLayer, 3072, 128);
+}
+
+TEST(TileStore, UpdateGivesTheSameMapOnOneAndTwoThreads) {
+  PaintScene scene;
+  scene.RtSizeX = scene.RtSizeY = 96;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(5, 3), PaintImportMode::PerPixel, DPSettings()).ok);
+  for (int i = 0; i < 4; i++) scene.NewLayer(false);
+  scene.GetLayerByID(2)->ColorOp = ColorOps::Dissolve;  // chance, seeded per pixel
+  scene.GetLayerByID(3)->ColorOp = ColorOps::Overlay;
+  scene.GetLayerByID(4)->LinkedLayer = 1;
+  PixelMap* map = scene.GetPixelMap(0);
+  PixelCursor c;
+  for (int y = 0; y < 96; y++)
+    for (int x = 0; x < 96; x++)
+      for (int l = 1; l <= 4; l++)
+        if ((x * 7 + y * 3 + l) % 5 < 3 && map->FetchPixel(c, x, y, false, true, false, -1)) {
+          LayerTile* lt = map->GetLayerTile(c.Tile, l, true);
+          lt->Pixels[c.Index].Color = (uint32_t)(x * 2654435761u ^ (y * 40503u) ^ (l * 977u));
+          lt->Pixels[c.Index].Depth = 0.01f * ((x + y + l) % 9);
+        }
+  std::vector<uint32_t> runs[2];
+  for (int run = 0; run < 2; run++) {
+    ThreadOptions::UseMultiCore = run == 1;
+    ThreadOptions::MaxProcessorsToBeUsed = run == 1 ? 2 : 1;
+    for (auto& [key, tile] : map->Tiles) map->MarkDirty(tile, 1);
+    EXPECT_GT(map->Update(), 0);
+    for (int y = 0; y < 96; y++)
+      for (int x = 0; x < 96; x++) {
+        map->FetchPixel(c, x, y, false, false, false);
+        runs[run].push_back(c.Pixel().Color);
+        runs[run].push_back((uint32_t)c.Pixel().NormalX << 8 | c.Pixel().NormalY);
+      }
+  }
+  ThreadOptions::UseMultiCore = true;
+  ThreadOptions::MaxProcessorsToBeUsed = 0;
+  EXPECT_EQ(runs[0], runs[1]);
+  EXPECT_TRUE(map->DirtyTiles.empty());
 }
