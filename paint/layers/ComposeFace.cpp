@@ -42,7 +42,7 @@ void ComposeFace(PaintScene& scene, int faceIndex) {
     comms::cVec3 D, base;
     for (int k = 0; k < count; k++) {
       const FaceLayer& l = *list[k].layer;
-      const LayerMicroVertex& v = l.Data[s];
+      LayerMicroVertex& v = l.Data[s];
       const OneLayerInfo& info = *l.Info;
       const bool blendIt = info.Visible && info.ColorOp < ColorOps::LOP_NORMALMAP;
       const float m = LinkMask(info, list[k].mask != nullptr,
@@ -53,7 +53,7 @@ void ComposeFace(PaintScene& scene, int faceIndex) {
       } else if (blendIt) {
         comms::cVec3 d = v.Offset * (info.DepthTransparency * m);
         float emboss = info.EmbossPower != 0 ? info.EmbossPower * v.Opacity * 2 / unitScale : 0;
-        const_cast<LayerMicroVertex&>(v).Emboss = emboss;
+        v.Emboss = emboss;  // kept for merging down
         d += mv.BaseNormal * emboss;
         D = ApplyDepthOp(info.DepthOp, D, d, mv.BaseNormal, unitScale);
       }
@@ -61,8 +61,8 @@ void ComposeFace(PaintScene& scene, int faceIndex) {
       blend.Add(info, v.Color, (float)(v.Color >> 24), a, m, false);
     }
     float outColor[4] = {blend.A[0], blend.A[1], blend.A[2], 0};
-    float spec = blend.Specular > 255 ? 255 : blend.Specular < 0 ? 0 : blend.Specular;
-    outColor[3] = spec;
+    const float specular = blend.Specular > 255 ? 255 : blend.Specular < 0 ? 0 : blend.Specular;
+    outColor[3] = specular;
     mv.Color = PackColor(outColor);
     mv.Opacity = blend.Coverage > 1 ? 1 : blend.Coverage;
     mv.Position = base + D;
