@@ -1,18 +1,60 @@
 // Inline bodies of the blend and depth modes and of the per-sample blend;
 // included by BlendOps.h only.
 #pragma once
+#include <type_traits>
+
 #include "paint/layers/OneLayerInfo.h"
 
 inline float Clamp255(float v) { return v < 0 ? 0 : v > 255 ? 255 : v; }
 
-inline bool ApplyColorOp(int op, float L[4], const float A[4], float& a) {
+// The modes that work on each channel alone, one formula each: L is the
+// layer's channel, A the accumulated one.
+template <int Op>
+inline float ChannelOp(float L, float A) {
+  if constexpr (Op == ColorOps::Darken) return std::min(L, A);
+  if constexpr (Op == ColorOps::Multiply) return L * A / 255;
+  if constexpr (Op == ColorOps::Lighten) return std::max(L, A);
+  if constexpr (Op == ColorOps::Screen) return 255 - (255 - L) * (255 - A) / 255;
+  if constexpr (Op == ColorOps::ColorDodge) return L < 255 ? std::min(A * 255 / (255 - L), 255.0f) : L;
+  if constexpr (Op == ColorOps::LinearDodge || Op == ColorOps::LOP_ADD) return std::min(L + A, 255.0f);
+  if constexpr (Op == ColorOps::Overlay) return A < 128 ? 2 * A / 255 * L : 255 - (255 - L) * (255 - A) / 128;
+  if constexpr (Op == ColorOps::HardLight) return L < 128 ? 2 * L / 255 * A : 255 - (255 - A) * (255 - L) / 128;
+  if constexpr (Op == ColorOps::SoftLight)
+    return L < 128 ? (L + 128) * A / 255 : 255 - (382 - L) * (255 - A) / 255;
+  if constexpr (Op == ColorOps::VividLight)
+    return Clamp255(L < 128 ? (L > 0 ? (1 - (255 - A) / 2 / L) * 255 : 0) : (L < 255 ? A * 128 / (255 - L) : 255));
+  if constexpr (Op == ColorOps::LinearLight) return Clamp255(2 * L + A - 255);
+  if constexpr (Op == ColorOps::PinLight)
+    return Clamp255(L > 128 ? std::max(A, 2 * L - 255) : std::min(2 * L, A));
+  if constexpr (Op == ColorOps::HardMix) return L < 255 - A ? 0 : 255;
+  if constexpr (Op == ColorOps::Difference) return std::fabs(L - A);
+  if constexpr (Op == ColorOps::Exclusion) return L + A - 2 * L * A / 255;
+  return L;
+}
+
+// Calls f(std::integral_constant<int, op>) when `op` is a per-channel mode;
+// false for the others.
+template <class F>
+inline bool WithChannelMode(int op, F&& f) {
   switch (op) {
-    case ColorOps::Darken:
-      for (int i = 0; i < 4; i++) L[i] = std::min(L[i], A[i]);
-      return true;
-    case ColorOps::Multiply:
-      for (int i = 0; i < 4; i++) L[i] = L[i] * A[i] / 255;
-      return true;
+#define MV_CHANNEL_MODE(m) \
+  case ColorOps::m: f(std::integral_constant<int, ColorOps::m>{}); return true;
+    MV_CHANNEL_MODE(Darken) MV_CHANNEL_MODE(Multiply) MV_CHANNEL_MODE(Lighten) MV_CHANNEL_MODE(Screen)
+    MV_CHANNEL_MODE(ColorDodge) MV_CHANNEL_MODE(LinearDodge) MV_CHANNEL_MODE(LOP_ADD)
+    MV_CHANNEL_MODE(Overlay) MV_CHANNEL_MODE(HardLight) MV_CHANNEL_MODE(SoftLight)
+    MV_CHANNEL_MODE(VividLight) MV_CHANNEL_MODE(LinearLight) MV_CHANNEL_MODE(PinLight)
+    MV_CHANNEL_MODE(HardMix) MV_CHANNEL_MODE(Difference) MV_CHANNEL_MODE(Exclusion)
+#undef MV_CHANNEL_MODE
+    default: return false;
+  }
+}
+
+inline bool ApplyColorOp(int op, float L[4], const float A[4], float& a) {
+  if (WithChannelMode(op, [&](auto mode) {
+        for (int i = 0; i < 4; i++) L[i] = ChannelOp<decltype(mode)::value>(L[i], A[i]);
+      }))
+    return true;
+  switch (op) {
     case ColorOps::ColorBurn:
       for (int i = 0; i < 4; i++) {
         L[i] = L[i] * a + (1 - a) * 255;
@@ -24,57 +66,6 @@ inline bool ApplyColorOp(int op, float L[4], const float A[4], float& a) {
     case ColorOps::LinearBurn:
       for (int i = 0; i < 4; i++) L[i] = std::max(L[i] * a + A[i] - a * 255, 0.0f);
       a = std::min(4 * a, 1.0f);
-      return true;
-    case ColorOps::Lighten:
-      for (int i = 0; i < 4; i++) L[i] = std::max(L[i], A[i]);
-      return true;
-    case ColorOps::Screen:
-      for (int i = 0; i < 4; i++) L[i] = 255 - (255 - L[i]) * (255 - A[i]) / 255;
-      return true;
-    case ColorOps::ColorDodge:
-      for (int i = 0; i < 4; i++)
-        if (L[i] < 255) L[i] = std::min(A[i] * 255 / (255 - L[i]), 255.0f);
-      return true;
-    case ColorOps::LinearDodge:
-    case ColorOps::LOP_ADD:
-      for (int i = 0; i < 4; i++) L[i] = std::min(L[i] + A[i], 255.0f);
-      return true;
-    case ColorOps::Overlay:
-    case ColorOps::HardLight:
-      for (int i = 0; i < 4; i++) {
-        float l = L[i], b = A[i];
-        if (op == ColorOps::HardLight) std::swap(l, b);
-        L[i] = b < 128 ? 2 * b / 255 * l : 255 - (255 - l) * (255 - b) / 128;
-      }
-      return true;
-    case ColorOps::SoftLight:
-      for (int i = 0; i < 4; i++)
-        L[i] = L[i] < 128 ? (L[i] + 128) * A[i] / 255 : 255 - (382 - L[i]) * (255 - A[i]) / 255;
-      return true;
-    case ColorOps::VividLight:
-      for (int i = 0; i < 4; i++) {
-        if (L[i] < 128)
-          L[i] = L[i] > 0 ? (1 - (255 - A[i]) / 2 / L[i]) * 255 : 0;
-        else
-          L[i] = L[i] < 255 ? A[i] * 128 / (255 - L[i]) : 255;
-        L[i] = Clamp255(L[i]);
-      }
-      return true;
-    case ColorOps::LinearLight:
-      for (int i = 0; i < 4; i++) L[i] = Clamp255(2 * L[i] + A[i] - 255);
-      return true;
-    case ColorOps::PinLight:
-      for (int i = 0; i < 4; i++)
-        L[i] = Clamp255(L[i] > 128 ? std::max(A[i], 2 * L[i] - 255) : std::min(2 * L[i], A[i]));
-      return true;
-    case ColorOps::HardMix:
-      for (int i = 0; i < 4; i++) L[i] = L[i] < 255 - A[i] ? 0 : 255;
-      return true;
-    case ColorOps::Difference:
-      for (int i = 0; i < 4; i++) L[i] = std::fabs(L[i] - A[i]);
-      return true;
-    case ColorOps::Exclusion:
-      for (int i = 0; i < 4; i++) L[i] = L[i] + A[i] - 2 * L[i] * A[i] / 255;
       return true;
     case ColorOps::Hue:
     case ColorOps::Saturation:

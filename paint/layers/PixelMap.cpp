@@ -202,6 +202,28 @@ void PixelMap::ComposeTile(PixelTile* tile) {
       }
       continue;
     }
+    const bool unmasked = info->LinkedLayer < 0 && info->Contrast == 0 && info->Brightness == 0 &&
+                          info->SpecContrast == 0 && info->SpecBrightness == 0;
+    // A per-channel blend mode without mask or corrections: the mode's
+    // formula is fixed for the whole row, so the loop carries no switch.
+    if (unmasked && WithChannelMode(info->ColorOp, [&](auto mode) {
+          constexpr int Op = decltype(mode)::value;
+          for (int i = 0; i < kTilePixels; i++) {
+            const LayerPixel& lp = l->Pixels[i];
+            SampleBlend& b = blend[i];
+            const float a = (float)(lp.Color >> 24) * ct;
+            const float d = dt * lp.Depth + emboss * a;
+            D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
+            float L[4];
+            UnpackColor(lp.Color, L);
+            for (int ch = 0; ch < 4; ch++) L[ch] = Clamp255(ChannelOp<Op>(L[ch], b.A[ch]));
+            if (b.First) b.A[0] = L[0], b.A[1] = L[1], b.A[2] = L[2], b.A[3] = L[3], b.First = false;
+            for (int ch = 0; ch < 3; ch++) b.A[ch] += (L[ch] - b.A[ch]) * a;
+            b.Coverage = (1 - a) * b.Coverage + a;
+            b.Specular += lp.Specular;
+          }
+        }))
+      continue;
     for (int i = 0; i < kTilePixels; i++) {
       const LayerPixel& lp = l->Pixels[i];
       const float m = info->LinkedLayer < 0 ? 1.0f

@@ -136,3 +136,36 @@ TEST(LayerComposition, ATilePaintedLikeAFaceComposesAlike) {
     EXPECT_NEAR((int)((face >> (8 * ch)) & 255), (int)((pixel >> (8 * ch)) & 255), 1) << ch;
   EXPECT_NEAR(scene.Faces[0].Grid[0].Opacity * 255, (double)(pixel >> 24), 1);
 }
+
+TEST(LayerComposition, TheTileRowPathsAgreeWithTheGeneralBlend) {
+  // Every mode, composed by a tile (which takes its fast row paths where it
+  // can) and sample by sample through SampleBlend.
+  for (int op = 0; op < ColorOps::LOP_NORMALMAP; op++) {
+    if (op == ColorOps::Dissolve) continue;  // chance: seeded per pixel, checked elsewhere
+    PaintScene scene;
+    int top = scene.NewLayer(false);
+    scene.GetLayerByID(top)->ColorOp = op;
+    PixelMap map(&scene, 16, 16);
+    PixelTile* tile = map.GetTile(0, 0);
+    LayerTile* bottom = map.GetLayerTile(tile, 0, true);
+    LayerTile* layer = map.GetLayerTile(tile, top, true);
+    for (int i = 0; i < kTilePixels; i++) {
+      bottom->Pixels[i].Color = 0xff000000u | (uint32_t)(i * 2654435761u >> 8);
+      layer->Pixels[i].Color = (uint32_t)(i * 40503u * 977u + 12345u);
+      layer->Pixels[i].Specular = (uint8_t)i;
+      tile->Pixels[i].SetBits(kPixelOnMesh, 0, 0);
+    }
+    map.ComposeTile(tile);
+    for (int i = 0; i < kTilePixels; i++) {
+      SampleBlend b;
+      b.Add(*scene.GetLayerByID(0), bottom->Pixels[i].Color, 0, 1, 1, true);
+      b.Add(*scene.GetLayerByID(top), layer->Pixels[i].Color, layer->Pixels[i].Specular,
+            (layer->Pixels[i].Color >> 24) / 255.0f, 1, true);
+      const uint32_t got = tile->Pixels[i].Color, want = PackColor(b.A);
+      for (int ch = 0; ch < 3; ch++)
+        ASSERT_NEAR((int)((got >> (8 * ch)) & 255), (int)((want >> (8 * ch)) & 255), 1) << "mode " << op << " pixel " << i;
+      ASSERT_NEAR((got >> 24) / 255.0f, std::min(b.Coverage, 1.0f), 1 / 255.0f) << op;
+      ASSERT_EQ(tile->Pixels[i].Specular, (uint8_t)std::min(255.0f, b.Specular)) << op;
+    }
+  }
+}
