@@ -8,6 +8,7 @@
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
+//   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
 #include <unistd.h>
 
 #include <climits>
@@ -20,6 +21,7 @@
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
+#include "paint/scene/PaintImportCommand.h"
 #include "platform/Platform.h"
 #include "shell/Program.h"
 
@@ -48,6 +50,8 @@ int main(int argc, char** argv) {
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--paint-import") == 0)
+    return RunPaintImportCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--replay") == 0)
     return RunReplayCommand(std::vector<std::string>(argv + 2, argv + argc));
 

@@ -1,0 +1,33 @@
+// The scene's layers as the layer panel shows them: the list bottom to top
+// (each layer's visibility, opacity, blend mode and the rest are rows of its
+// own) and the panel's commands. Every edit recomposes what the layer covers.
+#pragma once
+#include "ClassEngine/ClassArray.h"
+#include "paint/layers/OneLayerInfo.h"
+
+class PaintScene;
+
+class LayerStack : public BaseClass {
+ public:
+  ClassArray<OneLayerInfo> Layers;  // bottom to top; layer 0 first
+  PaintScene* Scene = nullptr;
+
+  MV_CLASS(LayerStack, BaseClass) {
+    Member(Layers, "Layers");
+    Method(&LayerStack::AddLayer, "ADD_NEW_LAYER_HINT");
+    Method(&LayerStack::DeleteCurrent, "DELETE_LAYER_HINT");
+    Method(&LayerStack::MoveCurrentUp, "MOVE_LAYER_UP_HINT");
+    Method(&LayerStack::MoveCurrentDown, "MOVE_LAYER_DOWN_HINT");
+  }
+  LayerStack() { Layers.SetParentOnly(this); }
+  LayerStack(const LayerStack&) = delete;
+  LayerStack& operator=(const LayerStack&) = delete;
+
+  // The panel's commands, on the scene's current layer.
+  void AddLayer();
+  void DeleteCurrent();
+  void MoveCurrentUp();
+  void MoveCurrentDown();
+  // A row of `layer` changed: recompose what it covers.
+  void LayerChanged(OneLayerInfo* layer);
+};

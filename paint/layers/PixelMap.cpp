@@ -1,0 +1,327 @@
+// PixelMap: the sparse tile store, the one road to a pixel, per-tile layer
+// lists with their undo copies, and the composition of a tile.
+#include "paint/layers/PixelMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "paint/layers/BlendOps.h"
+#include "paint/layers/OneLayerInfo.h"
+#include "paint/scene/PaintScene.h"
+
+PixelTile::~PixelTile() {
+  for (LayerTile* l : LayerTiles) delete l;
+  for (LayerTile* l : OtherLayerUndo) delete l;
+  delete UndoLayerTile;
+  delete ScratchLayerTile;
+  delete[] Frames;
+  delete[] FreezeUndo;
+}
+
+LayerTile* PixelTile::FindLayer(int layerID) const {
+  for (LayerTile* l : LayerTiles)
+    if ((int)l->LayerID == layerID) return l;
+  return nullptr;
+}
+
+PixelMap::PixelMap(PaintScene* scene, int width, int height)
+    : Width(std::max(1, width)), Height(std::max(1, height)), Scene(scene) {
+  Tiles.reserve(31457);
+  directory_.assign((size_t)TilesX() * TilesY(), nullptr);
+}
+
+PixelMap::~PixelMap() {
+  for (auto& [key, tile] : Tiles) delete tile;
+}
+
+PixelTile* PixelMap::FindTile(int tx, int ty) const {
+  if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
+  return directory_[(size_t)ty * TilesX() + tx];
+}
+
+PixelTile* PixelMap::GetTile(int tx, int ty) {
+  if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
+  PixelTile*& slot = directory_[(size_t)ty * TilesX() + tx];
+  if (!slot) {
+    slot = new PixelTile;
+    slot->X = tx, slot->Y = ty;
+    Tiles[TileKey(tx, ty)] = slot;
+  }
+  return slot;
+}
+
+void PixelMap::MarkDirty(PixelTile* tile, int state) {
+  DirtyTiles.insert(TileKey(tile->X, tile->Y));
+  if (state == 1 || tile->DirtyState == 0) tile->DirtyState = state;
+}
+
+bool PixelMap::FetchPixel(PixelCursor& cursor, int x, int y, bool create, bool markDirty,
+                          bool backup, int layerID) {
+  x %= Width, y %= Height;
+  if (x < 0) x += Width;
+  if (y < 0) y += Height;
+  const int tx = x >> 4, ty = y >> 4;
+  if (!cursor.Tile || cursor.TileX != tx || cursor.TileY != ty) {
+    cursor.Tile = create ? GetTile(tx, ty) : FindTile(tx, ty);
+    cursor.TileX = tx, cursor.TileY = ty;
+    cursor.LayerID = -1;
+    cursor.Layer = nullptr;
+  }
+  PixelTile* tile = cursor.Tile;
+  if (!tile) return false;
+  cursor.Index = (y & 15) * kTileSide + (x & 15);
+  if (markDirty) MarkDirty(tile, 1);
+  if (create && backup) GetLayerTile(tile, Scene ? Scene->CurrentLayer : 0, true);
+  if (backup && !tile->UndoLayerTile && tile->CurrentLayerTile) {
+    tile->UndoLayerTile = new LayerTile(*tile->CurrentLayerTile);
+    Changed = true;
+    if (!tile->FreezeUndo) {
+      tile->FreezeUndo = new uint16_t[kTilePixels];
+      for (int i = 0; i < kTilePixels; i++) tile->FreezeUndo[i] = tile->Pixels[i].Freeze;
+    }
+  }
+  if (layerID >= 0 && (cursor.LayerID != layerID || (!cursor.Layer && create))) {
+    cursor.Layer = GetLayerTile(tile, layerID, create);
+    cursor.LayerID = layerID;
+  }
+  return true;
+}
+
+LayerTile* PixelMap::GetLayerTile(PixelTile* tile, int layerID, bool create) {
+  LayerTile* found = tile->FindLayer(layerID);
+  if (!found && create) {
+    found = new LayerTile;
+    found->LayerID = (uint32_t)layerID;
+    found->Info = Scene ? Scene->GetLayerByID(layerID) : nullptr;
+    int order = Scene ? Scene->OrderOf(layerID) : layerID;
+    int pos = tile->LayerTiles.GetAmount();
+    for (int i = 0; i < tile->LayerTiles.GetAmount(); i++) {
+      int o = Scene ? Scene->OrderOf(tile->LayerTiles[i]->LayerID) : tile->LayerTiles[i]->LayerID;
+      if (o > order) {
+        pos = i;
+        break;
+      }
+    }
+    tile->LayerTiles.Insert(found, pos);
+  }
+  if (found && Scene && layerID == Scene->CurrentLayer) tile->CurrentLayerTile = found;
+  return found;
+}
+
+bool PixelMap::BackupLayerTile(PixelTile* tile, int layerID) {
+  for (LayerTile* l : tile->OtherLayerUndo)
+    if ((int)l->LayerID == layerID) return true;
+  LayerTile* l = tile->FindLayer(layerID);
+  if (!l) return false;
+  tile->OtherLayerUndo.Add(new LayerTile(*l));
+  return true;
+}
+
+void PixelMap::PruneEmptyLayer(PixelTile* tile, int layerID) {
+  for (int i = 0; i < tile->LayerTiles.GetAmount(); i++) {
+    LayerTile* l = tile->LayerTiles[i];
+    if ((int)l->LayerID != layerID || !l->IsEmpty()) continue;
+    if (tile->CurrentLayerTile == l) tile->CurrentLayerTile = nullptr;
+    if (tile->ScratchLayerTile == l) tile->ScratchLayerTile = nullptr;
+    delete l;
+    tile->LayerTiles.Del(i, 1);
+    return;
+  }
+}
+
+void PixelMap::PruneEmpty(PixelTile* tile) {
+  for (int i = tile->LayerTiles.GetAmount() - 1; i >= 0; i--)
+    PruneEmptyLayer(tile, (int)tile->LayerTiles[i]->LayerID);
+}
+
+void PixelMap::PruneAll() {
+  for (auto& [key, tile] : Tiles) PruneEmpty(tile);
+}
+
+void PixelMap::ClearUndo() {
+  for (auto& [key, tile] : Tiles) {
+    delete tile->UndoLayerTile;
+    tile->UndoLayerTile = nullptr;
+    for (LayerTile* l : tile->OtherLayerUndo) delete l;
+    tile->OtherLayerUndo.Clear();
+    delete[] tile->FreezeUndo;
+    tile->FreezeUndo = nullptr;
+  }
+  Changed = false;
+}
+
+void PixelMap::ResortLayers() {
+  for (auto& [key, tile] : Tiles)
+    std::stable_sort(tile->LayerTiles.begin(), tile->LayerTiles.end(),
+                     [&](const LayerTile* a, const LayerTile* b) {
+                       return Scene->OrderOf(a->LayerID) < Scene->OrderOf(b->LayerID);
+                     });
+}
+
+void PixelMap::ComposeTile(PixelTile* tile) {
+  const float unitScale = Scene ? Scene->UnitScale : 1.0f;
+  const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
+  // Layer by layer over the tile's pixels: each layer's samples are read in
+  // order, and the blend's switches are the same for a whole row of work.
+  SampleBlend blend[kTilePixels];
+  float D[kTilePixels] = {};
+  for (int i = 0; i < kTilePixels; i++) blend[i].Rng.Seed(seed + (uint32_t)i);
+  int looked = 0;
+  for (const LayerTile* l : tile->LayerTiles) {
+    const OneLayerInfo* info = l->Info;
+    if (!info || !info->Visible || info->ColorOp >= ColorOps::LOP_NORMALMAP) continue;
+    if (++looked > 1024) break;
+    const LayerTile* mask = nullptr;
+    if (info->LinkedLayer >= 0) {
+      mask = tile->FindLayer(info->LinkedLayer);
+      if (mask && (!mask->Info || !mask->Info->Visible)) mask = nullptr;
+    }
+    const float ct = info->ColorTransparency / 255.0f, dt = info->DepthTransparency;
+    const float emboss = info->EmbossPower != 0 ? 2 * info->EmbossPower / unitScale : 0;
+    const int depthOp = info->DepthOp;
+    const bool plain = info->ColorOp == ColorOps::LOP_STANDART_BLEND && info->LinkedLayer < 0 &&
+                       info->Contrast == 0 && info->Brightness == 0 && info->SpecContrast == 0 &&
+                       info->SpecBrightness == 0;
+    if (plain && depthOp == DepthOps::LOP_ADDDEPTH) {
+      // The common layer: normal blend, no mask, no corrections. The same
+      // steps as SampleBlend::Add with m = 1, on bytes that need no clamp.
+      for (int i = 0; i < kTilePixels; i++) {
+        const LayerPixel& lp = l->Pixels[i];
+        SampleBlend& b = blend[i];
+        const float a = (float)(lp.Color >> 24) * ct;
+        D[i] += dt * lp.Depth + emboss * a;
+        const float L0 = (float)(lp.Color & 255), L1 = (float)((lp.Color >> 8) & 255),
+                    L2 = (float)((lp.Color >> 16) & 255);
+        if (b.First) b.A[0] = L0, b.A[1] = L1, b.A[2] = L2, b.A[3] = (float)(lp.Color >> 24), b.First = false;
+        b.A[0] += (L0 - b.A[0]) * a;
+        b.A[1] += (L1 - b.A[1]) * a;
+        b.A[2] += (L2 - b.A[2]) * a;
+        b.Coverage = (1 - a) * b.Coverage + a;
+        b.Specular += lp.Specular;
+      }
+      continue;
+    }
+    const bool unmasked = info->LinkedLayer < 0 && info->Contrast == 0 && info->Brightness == 0 &&
+                          info->SpecContrast == 0 && info->SpecBrightness == 0;
+    // A per-channel blend mode without mask or corrections: the mode's
+    // formula is fixed for the whole row, so the loop carries no switch.
+    if (unmasked && WithChannelMode(info->ColorOp, [&](auto mode) {
+          constexpr int Op = decltype(mode)::value;
+          for (int i = 0; i < kTilePixels; i++) {
+            const LayerPixel& lp = l->Pixels[i];
+            SampleBlend& b = blend[i];
+            const float a = (float)(lp.Color >> 24) * ct;
+            const float d = dt * lp.Depth + emboss * a;
+            D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
+            float L[4];
+            UnpackColor(lp.Color, L);
+            for (int ch = 0; ch < 4; ch++) L[ch] = Clamp255(ChannelOp<Op>(L[ch], b.A[ch]));
+            if (b.First) b.A[0] = L[0], b.A[1] = L[1], b.A[2] = L[2], b.A[3] = L[3], b.First = false;
+            for (int ch = 0; ch < 3; ch++) b.A[ch] += (L[ch] - b.A[ch]) * a;
+            b.Coverage = (1 - a) * b.Coverage + a;
+            b.Specular += lp.Specular;
+          }
+        }))
+      continue;
+    for (int i = 0; i < kTilePixels; i++) {
+      const LayerPixel& lp = l->Pixels[i];
+      const float m = info->LinkedLayer < 0 ? 1.0f
+                                            : LinkMask(*info, mask != nullptr,
+                                                       mask ? (mask->Pixels[i].Color >> 24) / 255.0f : 0);
+      const float a = (float)(lp.Color >> 24) * ct;
+      const float d = dt * m * lp.Depth + emboss * a;
+      D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
+      blend[i].Add(*info, lp.Color, lp.Specular, a, m, true);
+    }
+  }
+  for (int i = 0; i < kTilePixels; i++) {
+    TilePixel& px = tile->Pixels[i];
+    if (px.Class() == kPixelPadding) continue;  // shows its source, copied by the links
+    const SampleBlend& b = blend[i];
+    px.Depth = D[i];
+    px.Specular = (uint8_t)(std::clamp(b.Specular, 0.0f, 255.0f) + 0.5f);
+    float out[4] = {b.A[0], b.A[1], b.A[2], std::min(b.Coverage, 1.0f) * 255};
+    px.Color = PackColor(out);
+  }
+}
+
+void PixelMap::ComputeTileNormals(PixelTile* tile) {
+  const float sx = 8.0f / Width, sy = 8.0f / Height;
+  PixelCursor cur;
+  // A neighbour inside the tile is read directly; across its edge, by lookup.
+  auto at = [&](int i, int dx, int dy) -> const TilePixel* {
+    const int lx = (i & 15) + dx, ly = (i >> 4) + dy;
+    if (lx >= 0 && lx < kTileSide && ly >= 0 && ly < kTileSide) return &tile->Pixels[ly * kTileSide + lx];
+    if (!FetchPixel(cur, tile->X * kTileSide + lx, tile->Y * kTileSide + ly, false, false, false))
+      return nullptr;
+    return &cur.Pixel();
+  };
+  // Normal-map layers of this tile, at most 15.
+  const LayerTile* maps[15];
+  int nmaps = 0;
+  for (const LayerTile* l : tile->LayerTiles)
+    if (l->Info && l->Info->Visible && l->Info->ColorOp == ColorOps::LOP_NORMALMAP && nmaps < 15)
+      maps[nmaps++] = l;
+  for (int i = 0; i < kTilePixels; i++) {
+    TilePixel& p = tile->Pixels[i];
+    p.NormalX = p.NormalY = p.MapNormalX = p.MapNormalY = 128;
+    if (p.Class() == kPixelOutside) continue;
+    const TilePixel* n[4] = {at(i, -1, 0), at(i, 1, 0), at(i, 0, -1), at(i, 0, 1)};
+    float k[2] = {1, 1};
+    for (int j = 0; j < 4; j++)
+      if (!n[j] || n[j]->Class() != kPixelOnMesh) n[j] = &p, k[j / 2] = 2;
+    float gx = (n[1]->Depth - n[0]->Depth) * k[0], gy = (n[3]->Depth - n[2]->Depth) * k[1];
+    auto inv = [](float w) { return w > 0 ? 0.5f / w : 0.0f; };
+    float wx = sx * (inv(n[0]->Width) + inv(n[1]->Width));
+    float wy = sy * (inv(n[2]->Height) + inv(n[3]->Height));
+    comms::cVec3 v(gx * wy, gy * wx, wx * wy);
+    if (v.Length() > 0) {
+      v = v.Normalized();
+      p.NormalX = (uint8_t)std::lround(v.x * 127 + 128);
+      p.NormalY = (uint8_t)std::lround(v.y * 127 + 128);
+    }
+    if (nmaps) {
+      float mx = 0, my = 0;
+      for (int j = 0; j < nmaps; j++) {
+        uint32_t c = maps[j]->Pixels[i].Color;
+        if (!c) continue;
+        float w = maps[j]->Info->DepthTransparency;
+        mx += -((float)((c >> 16) & 0xff) - 128) * w;
+        my += ((float)((c >> 8) & 0xff) - 128) * w;
+      }
+      p.MapNormalX = (uint8_t)(128 + (int)std::clamp(mx, -127.0f, 127.0f));
+      p.MapNormalY = (uint8_t)(128 + (int)std::clamp(my, -127.0f, 127.0f));
+    }
+  }
+}
+
+size_t PixelMap::MemoryBytes() const {
+  size_t bytes = Tiles.bucket_count() * sizeof(void*) + directory_.capacity() * sizeof(PixelTile*);
+  for (const auto& [key, tile] : Tiles) {
+    bytes += sizeof(PixelTile) + sizeof(void*) * 2;
+    bytes += (size_t)tile->LayerTiles.GetAmount() * (sizeof(LayerTile) + sizeof(void*));
+    bytes += (size_t)(tile->SeamLinks.MaxValues + tile->PadLinks.MaxValues) * sizeof(TileLink);
+  }
+  return bytes;
+}
+
+void PixelMap::ForEachLayerTile(int layerID, const std::function<void(LayerTile&)>& fn) {
+  for (auto& [key, tile] : Tiles)
+    if (LayerTile* l = tile->FindLayer(layerID)) {
+      fn(*l);
+      MarkDirty(tile, 1);
+    }
+}
+
+void PixelMap::DeleteLayer(int layerID) {
+  for (auto& [key, tile] : Tiles)
+    for (int i = 0; i < tile->LayerTiles.GetAmount(); i++)
+      if ((int)tile->LayerTiles[i]->LayerID == layerID) {
+        if (tile->CurrentLayerTile == tile->LayerTiles[i]) tile->CurrentLayerTile = nullptr;
+        delete tile->LayerTiles[i];
+        tile->LayerTiles.Del(i, 1);
+        MarkDirty(tile, 1);
+        break;
+      }
+}

@@ -1,0 +1,109 @@
+// PixelMap::Update: dirty tiles are composed and given normals on the thread
+// pool (tile n to worker n modulo workers), then links copy pixels across
+// seams and into padding, and the tiles go to the device 64 at a time.
+#include <algorithm>
+#include <cstring>
+
+#include "ClassEngine/Threader.h"
+#include "paint/layers/OneLayerInfo.h"
+#include "paint/layers/PixelMap.h"
+#include "paint/scene/PaintScene.h"
+
+namespace {
+constexpr int kUploadBatch = 64;
+
+// Runs fn over the tiles, striding by worker.
+void OnWorkers(const std::vector<PixelTile*>& tiles, const std::function<void(PixelTile*)>& fn) {
+  const int n = (int)tiles.size();
+  const int workers = std::max(1, std::min(UsingProcessors(), kMaxThreads));
+  RunSection(std::min(workers, std::max(1, n)), [&](int w) {
+    const int count = std::min(workers, std::max(1, n));
+    for (int i = w; i < n; i += count) fn(tiles[i]);
+  });
+}
+}  // namespace
+
+void PixelMap::WalkLinks(PixelTile* tile, int layerID, bool pad) {
+  const DynArray<TileLink>& links = pad ? tile->PadLinks : tile->SeamLinks;
+  PixelCursor from, to;
+  for (const TileLink& l : links) {
+    if (!FetchPixel(from, l.X0, l.Y0, false, false, false, layerID)) continue;
+    FetchPixel(to, l.X1, l.Y1, true, false, false, layerID);
+    TilePixel& dst = to.Pixel();
+    const TilePixel& src = from.Pixel();
+    const uint32_t bits = dst.PixelBits;
+    const float w = dst.Width, h = dst.Height;
+    dst = src;  // composite, specular, freeze and normals
+    dst.PixelBits = bits, dst.Width = w, dst.Height = h;
+    if (layerID >= 0 && from.Layer) {
+      if (!to.Layer) to.Layer = GetLayerTile(to.Tile, layerID, true);
+      to.Layer->Pixels[to.Index] = from.Layer->Pixels[from.Index];
+    }
+    if (to.Tile != tile) DirtyTiles.insert(TileKey(to.Tile->X, to.Tile->Y));
+  }
+}
+
+int PixelMap::Update(const TileUploader& upload) {
+  if (DirtyTiles.empty()) return 0;
+  std::vector<uint32_t> keys(DirtyTiles.begin(), DirtyTiles.end());
+  std::sort(keys.begin(), keys.end());  // the same walk whatever the hash did
+  std::vector<PixelTile*> dirty, compose;
+  for (uint32_t k : keys) {
+    auto it = Tiles.find(k);
+    if (it == Tiles.end()) continue;
+    dirty.push_back(it->second);
+    if (it->second->DirtyState == 1) compose.push_back(it->second);
+  }
+  // Phase one: composition.
+  OnWorkers(compose, [&](PixelTile* t) { ComposeTile(t); });
+  const bool composed = !compose.empty();
+  for (PixelTile* t : dirty) t->DirtyState = 0;
+  // Phase two: normals, once every composite is in place.
+  if (composed) OnWorkers(dirty, [&](PixelTile* t) { ComputeTileNormals(t); });
+  // Links: padding pixels show their source, seams copy the current layer.
+  const int current = Scene ? Scene->CurrentLayer : 0;
+  const OneLayerInfo* info = Scene ? Scene->GetLayerByID(current) : nullptr;
+  const size_t before = DirtyTiles.size();
+  for (PixelTile* t : dirty) {
+    WalkLinks(t, info && info->ColorOp == ColorOps::LOP_NORMALMAP ? current : -1, true);
+    WalkLinks(t, current, false);
+  }
+  if (LayerChanged && Scene) {
+    for (OneLayerInfo* l : Scene->Layers)
+      if (l->LayerID != current && !l->IsExternal())
+        for (PixelTile* t : dirty) WalkLinks(t, l->LayerID, false);
+    LayerChanged = false;
+  }
+  // Tiles reached by links join the upload.
+  if (DirtyTiles.size() != before)
+    for (uint32_t k : DirtyTiles)
+      if (!std::binary_search(keys.begin(), keys.end(), k)) {
+        auto it = Tiles.find(k);
+        if (it != Tiles.end()) dirty.push_back(it->second), it->second->DirtyState = 0;
+      }
+  if (upload) {
+    std::vector<PixelTile*> batch;
+    std::vector<uint32_t> colour, normal;
+    for (size_t first = 0; first < dirty.size(); first += kUploadBatch) {
+      size_t last = std::min(dirty.size(), first + kUploadBatch);
+      batch.assign(dirty.begin() + first, dirty.begin() + last);
+      colour.assign(batch.size() * kTilePixels, 0);
+      normal.assign(batch.size() * kTilePixels, 0);
+      for (size_t b = 0; b < batch.size(); b++)
+        for (int i = 0; i < kTilePixels; i++) {
+          const TilePixel& p = batch[b]->Pixels[i];
+          uint32_t c = p.Color;
+          colour[b * kTilePixels + i] =
+              (c & 0xff00ff00) | ((c >> 16) & 0xff) | ((c & 0xff) << 16);  // red <-> blue
+          int nx = std::clamp(p.NormalX + p.MapNormalX - 128, 0, 255);
+          int ny = std::clamp(p.NormalY + p.MapNormalY - 128, 0, 255);
+          normal[b * kTilePixels + i] = (uint32_t)nx | ((uint32_t)ny << 8) |
+                                        ((uint32_t)(p.Freeze >> 8) << 16) |
+                                        ((uint32_t)p.Specular << 24);
+        }
+      upload(batch, colour, normal, composed);
+    }
+  }
+  DirtyTiles.clear();
+  return (int)compose.size();
+}

@@ -1,0 +1,128 @@
+// Batches of dirty faces for the colour and normal passes of a render target.
+#include "paint/scene/FaceBatches.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "paint/layers/PixelMap.h"
+#include "paint/scene/PaintScene.h"
+
+using comms::cVec2;
+using comms::cVec3;
+
+namespace {
+
+cVec2 Lerp(const cVec2& a, const cVec2& b, float t) { return {a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t}; }
+
+cVec2 Bilinear(const cVec2 c[4], float s, float t) {
+  return Lerp(Lerp(c[0], c[1], s), Lerp(c[3], c[2], s), t);
+}
+
+uint32_t NormalWord(const MicroVertex& v) {
+  const float k = 1 - v.Freeze * 0.7f;
+  auto byte = [&](float n) { return (uint32_t)std::clamp((int)std::lround((n * k * 0.5f + 0.5f) * 255), 0, 255); };
+  return (v.Color & 0xff000000u) | byte(v.Normal.x) << 16 | byte(v.Normal.y) << 8 | byte(v.Normal.z);
+}
+
+uint32_t ColourWord(const MicroVertex& v) {
+  const uint32_t alpha = (uint32_t)std::lround(std::clamp(v.Opacity, 0.0f, 1.0f) * 255);
+  const uint32_t c = v.Color;
+  return alpha << 24 | (c & 0x0000ff00u) | ((c >> 16) & 0xffu) | ((c & 0xffu) << 16);
+}
+
+}  // namespace
+
+void EmitFace(PaintScene& scene, int face, FaceBatch& batch) {
+  PaintFace& f = scene.Faces[face];
+  const int nx = f.Nx, ny = f.Ny;
+  if (!f.Grid || nx == 0 || ny == 0) return;
+  const int entries = scene.FaceCornerMap.Entries(face);
+  if (entries < 4) return;
+  const int* c = scene.FaceCornerMap.Of(face);
+  const int corners = entries - 1;
+  int width = 1024, height = 1024;
+  if (f.RenderTarget < scene.RenderTargets.GetAmount()) {
+    width = std::max(1, scene.RenderTargets[f.RenderTarget]->rtSizeX);
+    height = std::max(1, scene.RenderTargets[f.RenderTarget]->rtSizeY);
+  }
+  cVec2 uv[4], pad[4];
+  for (int i = 0; i < 4; i++) {
+    const FaceCorner& k = scene.Corners[c[std::min(i, corners - 1)]];
+    uv[i] = cVec2(k.UV.x - 0.5f / width, k.UV.y + 0.5f / height);
+    pad[i] = k.PadDir;
+  }
+  const float padX = 3.0f / std::max(width, 1024), padY = 3.0f / std::max(height, 1024);
+  const int first = (int)batch.Vertices.size();
+  const int W = nx + 2;
+  MicroVertex scratch;
+  for (int y = -1; y <= ny; y++)
+    for (int x = -1; x <= nx; x++) {
+      const float s = (x + 0.5f) / nx, t = (y + 0.5f) / ny;
+      cVec2 p = Bilinear(uv, s, t);
+      // Outside the grid on a seam: out along the padding direction.
+      const float sc = std::clamp(s, 0.0f, 1.0f), tc = std::clamp(t, 0.0f, 1.0f);
+      cVec2 out;
+      if (y < 0 && (f.SeamBits & 1)) out = Lerp(pad[0], pad[1], sc);
+      if (x >= nx && (f.SeamBits & 2)) out = Lerp(pad[1], pad[2], tc);
+      if (y >= ny && (f.SeamBits & 4)) out = Lerp(pad[3], pad[2], sc);
+      if (x < 0 && (f.SeamBits & 8)) out = Lerp(pad[0], pad[3], tc);
+      p.x += out.x * padX, p.y += out.y * padY;
+      const MicroVertex& v = *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
+      batch.Vertices.push_back({v.Position, p, ColourWord(v), NormalWord(v)});
+    }
+  // The split of each quad follows the shorter UV diagonal: rows run right to
+  // left when the first diagonal is the shorter one.
+  const float d0x = uv[2].x - uv[0].x, d0y = uv[2].y - uv[0].y;
+  const float d1x = uv[3].x - uv[1].x, d1y = uv[3].y - uv[1].y;
+  const bool mirrored = d0x * d0x + d0y * d0y < d1x * d1x + d1y * d1y;
+  for (int y = 0; y <= ny; y++)
+    for (int x = 0; x <= nx; x++) {
+      if (!mirrored) {
+        const uint32_t i = (uint32_t)(first + y * W + x);
+        batch.Indices.insert(batch.Indices.end(), {i, i + 1, i + W, i + 1, i + W + 1, i + W});
+      } else {
+        const uint32_t i = (uint32_t)(first + y * W + (W - 1 - x));
+        batch.Indices.insert(batch.Indices.end(), {i, i - 1, i + W, i - 1, i + W - 1, i + W});
+      }
+    }
+}
+
+int UpdateDirtyFaces(PaintScene& scene, bool useColorPass, int target, const FaceBatchDrawer& draw) {
+  if (target < 0) {
+    int emitted = 0;
+    for (int t = 0; t < std::max(1, scene.RenderTargets.GetAmount()); t++)
+      emitted += UpdateDirtyFaces(scene, useColorPass, t, draw);
+    scene.DirtyFaces.clear();
+    scene.DirtyFlag.clear();
+    return emitted;
+  }
+  if (target < scene.RenderTargets.GetAmount()) {
+    MRenderTarget* rt = scene.RenderTargets[target];
+    if (rt->UseExternalTexture) {
+      if (rt->Pixels) rt->Pixels->Update();
+      return 0;
+    }
+  }
+  if (scene.DirtyFaces.empty()) return 0;
+  FaceBatch batch;
+  batch.RenderTarget = target;
+  batch.Vertices.reserve(FaceBatch::kMaxVertices);
+  batch.Indices.reserve(FaceBatch::kMaxIndices);
+  int emitted = 0;
+  for (int face : scene.DirtyFaces) {
+    const PaintFace& f = scene.Faces[face];
+    if (f.RenderTarget != target || !f.Grid || f.Nx == 0 || f.Ny == 0) continue;
+    const size_t vertices = (size_t)(f.Nx + 2) * (f.Ny + 2), indices = (size_t)(f.Nx + 1) * (f.Ny + 1) * 6;
+    if (vertices > (size_t)FaceBatch::kMaxVertices || indices > (size_t)FaceBatch::kMaxIndices) continue;
+    if (batch.Vertices.size() + vertices > (size_t)FaceBatch::kMaxVertices ||
+        batch.Indices.size() + indices > (size_t)FaceBatch::kMaxIndices) {
+      if (draw) draw(batch, useColorPass);
+      batch.Vertices.clear();
+      batch.Indices.clear();
+    }
+    EmitFace(scene, face, batch);
+    emitted++;
+  }
+  if (!batch.Indices.empty() && draw) draw(batch, useColorPass);
+  return emitted;
+}

@@ -1,0 +1,101 @@
+// The paint room's layer panel is generated from the scene's layer stack:
+// each layer's visibility, opacity and blend mode are rows, the commands are
+// buttons, and an edit in the panel recomposes the painted faces.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "WidgetTestKit.h"
+#include "interface/ClassPanel.h"
+#include "paint/scene/PaintScene.h"
+#include "paint/scene/SceneImport.h"
+
+namespace {
+
+// Rows of the panel at any depth, by member name, in panel order.
+void CollectRows(BaseWidget* w, const char* member, std::vector<ClassRow*>& out) {
+  for (BaseWidget* c : w->Children) {
+    if (auto* r = dynamic_cast<ClassRow*>(c); r && r->MemberName == member) out.push_back(r);
+    CollectRows(c, member, out);
+  }
+}
+
+template <class T>
+T* EditorIn(ClassRow* r) {
+  for (BaseWidget* w : r->Children)
+    if (auto* t = dynamic_cast<T*>(w)) return t;
+  return nullptr;
+}
+
+struct LayerPanelFixture : ::testing::Test {
+  UiScope ui;
+  PaintScene scene;
+  ClassPanel* panel = nullptr;
+  int top = 0;
+  void SetUp() override {
+    comms::cMesh quad;
+    quad.positions = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+    quad.BeginPolygon(4, 0, -1);
+    for (int i = 0; i < 4; i++) quad.AddCorner(i, -1, -1);
+    DPSettings s;
+    s.InitialSubdivision = 1;
+    ASSERT_TRUE(ImportMeshIntoScene(scene, quad, PaintImportMode::MicroVertex, s).ok);
+    top = scene.NewLayer(true);
+    FaceLayer* l = scene.GetFaceLayer(0, top, true);
+    for (int i = 0; i < 4; i++) l->Data[i].Color = 0x00ff0000, l->Data[i].Opacity = 1;
+    ComposeAll();
+    panel = ui.tree.Root().Add(new ClassPanel);
+    panel->W = 360;
+    panel->Object = &scene.LayerPanel;
+    panel->Rebuild();
+    ui.tree.Layout();
+  }
+  void ComposeAll() { scene.ComposeAll(); }
+  std::vector<ClassRow*> Rows(const char* member) {
+    std::vector<ClassRow*> rows;
+    CollectRows(panel, member, rows);
+    return rows;
+  }
+};
+
+}  // namespace
+
+TEST_F(LayerPanelFixture, EveryLayerHasItsRowsAndThePanelItsCommands) {
+  for (const char* member : {"Visible", "ColorTransparency", "ColorOp", "Name"}) {
+    std::vector<ClassRow*> rows = Rows(member);
+    EXPECT_EQ(rows.size(), 2u) << member;  // one per layer
+  }
+  ASSERT_EQ(Rows("ColorOp").size(), 2u);
+  ComboBox* modes = EditorIn<ComboBox>(Rows("ColorOp")[1]);
+  ASSERT_NE(modes, nullptr);
+  EXPECT_EQ(modes->Items.size(), (size_t)ColorOps::kCount);
+  EXPECT_NE(EditorIn<SimpleSlider>(Rows("ColorTransparency")[1]), nullptr);
+  for (const char* command : {"ADD_NEW_LAYER_HINT", "DELETE_LAYER_HINT", "MOVE_LAYER_UP_HINT", "MOVE_LAYER_DOWN_HINT"})
+    EXPECT_EQ(Rows(command).size(), 1u) << command;
+}
+
+TEST_F(LayerPanelFixture, HidingALayerInThePanelRecomposesTheFace) {
+  ASSERT_EQ(scene.Faces[0].Grid[0].Color & 0xffffff, 0xff0000u);
+  CheckBox* visible = EditorIn<CheckBox>(Rows("Visible")[1]);
+  ASSERT_NE(visible, nullptr);
+  ui.Click(visible->AbsX + 3, visible->AbsY + 3);
+  EXPECT_FALSE(scene.GetLayerByID(top)->Visible);
+  EXPECT_EQ(scene.Faces[0].Grid[0].Color, 0x00808080u);  // back to the unpainted default
+  EXPECT_FALSE(scene.DirtyFaces.empty());                // waiting to be drawn
+}
+
+TEST_F(LayerPanelFixture, CommandsAddMoveAndDeleteTheCurrentLayer) {
+  scene.LayerPanel.AddLayer();
+  const int added = scene.CurrentLayer;
+  EXPECT_EQ(scene.Layers.GetAmount(), 3);
+  EXPECT_EQ(scene.OrderOf(added), 3);
+  scene.LayerPanel.MoveCurrentDown();
+  EXPECT_EQ(scene.OrderOf(added), 2);
+  scene.LayerPanel.MoveCurrentDown();  // stops above layer 0
+  EXPECT_EQ(scene.OrderOf(added), 2);
+  scene.LayerPanel.DeleteCurrent();
+  EXPECT_EQ(scene.Layers.GetAmount(), 2);
+  EXPECT_EQ(scene.CurrentLayer, 0);
+  scene.LayerPanel.DeleteCurrent();  // the bottom layer stays
+  EXPECT_EQ(scene.Layers.GetAmount(), 2);
+}
