@@ -7,6 +7,7 @@
 #include <functional>
 #include <string>
 
+#include "ClassEngine/comms/cSettings.h"
 #include "platform/Platform.h"
 #include "shell/Autosave.h"
 #include "shell/CommandLine.h"
@@ -14,6 +15,7 @@
 #include "shell/EventQueue.h"
 #include "shell/InputSampler.h"
 #include "shell/PeriodicChecks.h"
+#include "shell/SettingsWidget.h"
 #include "shell/ShellSeams.h"
 #include "shell/TimeBase.h"
 #include "shell/UserFolders.h"
@@ -25,6 +27,8 @@ struct StartOptions {
   std::string logPath = "Log.txt";
   bool installCrashHandler = true;
   std::string title = "Morvane";
+  // The engine settings read at start-up.
+  std::string settingsPath = "Xmls/Settings.xml";
 };
 
 class Shell {
@@ -55,7 +59,9 @@ class Shell {
   bool ProgressBar(int current, int total, const char* text);
   bool IsKeyDownNow(int key) const;
 
-  void SetFullScreenWanted(bool on) { fullScreenWanted_ = on; }
+  void SetFullScreenWanted(bool on) { settings_.FullScreen = on; }
+  // Grid, wireframe, full screen, clear colour: the frame reads them each time.
+  comms::cSettings& Settings() { return settings_; }
   // What leaving from inside a modal pump does; the default ends the process.
   void SetExitFromPump(std::function<void()> fn) { exitFromPump_ = std::move(fn); }
 
@@ -109,7 +115,8 @@ class Shell {
   bool firstAppFrame_ = true, commandLineRan_ = false;
   bool exitFlag_ = false, closeLocked_ = false;
   bool needFrame_ = true, redrawRequested_ = false, movingOrSizing_ = false;
-  bool fullScreenWanted_ = false;
+  comms::cSettings settings_;
+  SettingsWidget settingsWidget_{settings_};
 };
 
 // The one shell of the run, null outside it.
