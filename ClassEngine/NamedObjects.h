@@ -12,6 +12,21 @@ class BaseClass;
 
 constexpr int kNamedChains = 256;
 
+// The four object-name operations of a class whose objects are named by the
+// _str member `nameMember`, with the id kept in the object. Its destructor
+// still calls ForgetNamedObject(this).
+#define MV_NAMED_OBJECT(nameMember)                                   \
+ public:                                                              \
+  _str* GetObjectName() override { return &nameMember; }             \
+  bool IsNamed() override { return true; }                            \
+  int GetObjectID() override { return namedObjectId_; }               \
+  void SetObjectID(int id) override { namedObjectId_ = id; }          \
+                                                                      \
+ private:                                                             \
+  int namedObjectId_ = -1;                                            \
+                                                                      \
+ public:
+
 // The chain of a class name: (sum of character * position, from 1) modulo 256.
 int NamedObjectChain(const char* className);
 

@@ -213,13 +213,7 @@ class NamedSwatch : public cImageSwatchFile {
  public:
   MV_CLASS(NamedSwatch, cImageSwatchFile) {}
   ~NamedSwatch() override { ForgetNamedObject(this); }
-  _str* GetObjectName() override { return &Name; }
-  bool IsNamed() override { return true; }
-  int GetObjectID() override { return id_; }
-  void SetObjectID(int id) override { id_ = id; }
-
- private:
-  int id_ = -1;
+  MV_NAMED_OBJECT(Name)
 };
 
 class Palette : public cClass {

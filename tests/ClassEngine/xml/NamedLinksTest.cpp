@@ -24,13 +24,7 @@ class Material : public BaseClass {
     Member("_int", Shininess, "Shininess");
   }
   ~Material() override { ForgetNamedObject(this); }
-  _str* GetObjectName() override { return &Name; }
-  bool IsNamed() override { return true; }
-  int GetObjectID() override { return id_; }
-  void SetObjectID(int id) override { id_ = id; }
-
- private:
-  int id_ = -1;
+  MV_NAMED_OBJECT(Name)
 };
 
 // Refers to a material by its name; the pointer follows the name.
