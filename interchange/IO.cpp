@@ -10,6 +10,7 @@
 #include <mutex>
 
 #include "ClassEngine/Log.h"
+#include "ClassEngine/PathCase.h"
 #include "interchange/ImageCodecs.h"
 #include "interchange/TextUtil.h"
 
@@ -57,19 +58,6 @@ void Start() {
     cIO::AddImageCodec("Tga", new cCodecTga);
     cIO::AddImageCodec("Png", new cCodecPng);
   });
-}
-
-// The entry of `folder` whose name equals `part` without regard to case.
-bool MatchEntry(const std::string& folder, const std::string& part, std::string& found) {
-  std::error_code ec;
-  for (fs::directory_iterator it(folder.empty() ? "/" : folder, ec), end; !ec && it != end; it.increment(ec)) {
-    std::string name = it->path().filename().string();
-    if (IEquals(name, part)) {
-      found = name;
-      return true;
-    }
-  }
-  return false;
 }
 
 }  // namespace
@@ -150,34 +138,7 @@ std::string cIO::ResolvePath(const std::string& name) {
     std::string root = State().sources.empty() ? State().programFolder : State().sources.front()->Path();
     path = root + "/" + path;
   }
-  // Separators and dots.
-  std::vector<std::string> parts;
-  size_t i = 0;
-  while (i <= path.size()) {
-    size_t j = path.find('/', i);
-    if (j == std::string::npos) j = path.size();
-    std::string part = path.substr(i, j - i);
-    if (part == "..") {
-      if (!parts.empty()) parts.pop_back();
-    } else if (!part.empty() && part != ".") {
-      parts.push_back(part);
-    }
-    i = j + 1;
-  }
-  // Each part as written, else the entry that matches it without case.
-  std::string out;
-  bool onDisk = true;
-  for (const std::string& part : parts) {
-    std::string next = out + "/" + part;
-    std::error_code ec;
-    if (onDisk && !fs::exists(next, ec)) {
-      std::string found;
-      if (MatchEntry(out, part, found)) next = out + "/" + found;
-      else onDisk = false;  // the rest doesn't exist yet: keep it as written
-    }
-    out = next;
-  }
-  return out.empty() ? "/" : out;
+  return ResolvePathCase(path);
 }
 
 bool cIO::ReadFile(const std::string& name, std::vector<uint8_t>& buffer, bool report) {

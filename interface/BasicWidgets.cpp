@@ -1,7 +1,7 @@
 // Text, framed buttons, texture cells, panels and check boxes; see Widgets.h.
 #include <algorithm>
 
-#include "interface/DataPaths.h"
+#include "ClassEngine/DataFolder.h"
 #include "interface/UiContext.h"
 #include "interface/Widgets.h"
 #include "render/Render.h"
@@ -51,7 +51,7 @@ void DrawTexRect::SetCell(int texture, int index, int columns, int rows) {
   // The icon sheets are found once and kept.
   static int smallIcons = -2;
   if (texture == -1) {
-    if (smallIcons == -2 && Ui().Render) smallIcons = Ui().Render->LoadTexture(DataFilePath("textures/icons/smallicons.dds"), -1);
+    if (smallIcons == -2 && Ui().Render) smallIcons = Ui().Render->LoadTexture(comms::DataFilePath("textures/icons/smallicons.dds"), -1);
     texture = smallIcons;
   }
   Texture = texture;

@@ -7,7 +7,7 @@
 
 #include "ClassEngine/Enumerator.h"
 #include "interface/TextTable.h"
-#include "interface/DataPaths.h"
+#include "ClassEngine/DataFolder.h"
 #include "interface/UiContext.h"
 #include "render/Render.h"
 
@@ -233,7 +233,7 @@ void BuildClassPanel(BaseWidget* parent, float rect[4], const char* name, BaseCl
     for (const char* icon : icons)
       if (rn.label == icon && ui.Render) {
         static int sheet = -2;
-        if (sheet == -2) sheet = ui.Render->LoadTexture(DataFilePath("textures/dark/Icons16.tga"), -1);
+        if (sheet == -2) sheet = ui.Render->LoadTexture(comms::DataFilePath("textures/dark/Icons16.tga"), -1);
         box->IconTexture = sheet;
       }
     if (!rn.readOnly) box->AddCallback(kEvChanged, MakeCallback(row, &ClassRow::Changed));

@@ -34,12 +34,14 @@ class ClassRow : public BaseWidget {
   MV_CLASS(ClassRow, BaseWidget) {}
   // The value as text (world units applied for "%" rows).
   std::string ValueText() const;
-  // Parses `text` into the member; on failure the old value comes back and
-  // false is returned.
+  // Parses `text` into the member, kept inside a slider's range; on failure
+  // the old value comes back and false is returned.
   bool CommitText(const std::string& text);
   // After an edit: OnChange of the owner, kEvChanged to the panel.
   bool Changed();
   bool OpenTextEntry();
+  // A slider member's value brought inside its range.
+  void ClampToRange();
   bool CallMethod();
   bool ClearTexture();
   bool OpenColorPicker();

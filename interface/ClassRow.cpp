@@ -1,10 +1,12 @@
 // What a generated row does after a click: edits through the entry box,
 // method buttons, texture clearing, the colour picker and "add..." rows. See
 // ClassPanel.h.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "ClassEngine/Log.h"
+#include "ClassEngine/MemberClasses.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
 #include "interface/ClassPanel.h"
@@ -32,6 +34,7 @@ bool ClassRow::CommitText(const std::string& text) {
   bool ok = Class->Load(&entered, Ptr, &quiet, Extra);
   if (ok && WorldUnits && Class->GetClassName() == std::string("_float") && WorldUnitScale() != 0)
     *static_cast<float*>(Ptr) /= WorldUnitScale();
+  if (ok) ClampToRange();
   if (!ok) {
     // The entry did not parse: the old text comes back.
     Class->Load(&old, Ptr, &quiet, Extra);
@@ -40,6 +43,19 @@ bool ClassRow::CommitText(const std::string& text) {
   }
   Changed();
   return true;
+}
+
+void ClassRow::ClampToRange() {
+  const std::string kind = Class->GetClassName();
+  if (kind == "CtrlFSlider" && Extra) {
+    const auto* r = static_cast<const FloatSliderRange*>(Extra);
+    float& v = *static_cast<float*>(Ptr);
+    v = std::clamp(v, std::min(r->Min, r->Max), std::max(r->Min, r->Max));
+  } else if (kind == "CtrlISlider" && Extra) {
+    const auto* r = static_cast<const IntSliderRange*>(Extra);
+    int& v = *static_cast<int*>(Ptr);
+    v = std::clamp(v, std::min(r->Min, r->Max), std::max(r->Min, r->Max));
+  }
 }
 
 bool ClassRow::Changed() {

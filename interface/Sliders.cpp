@@ -10,6 +10,7 @@ SimpleSlider::SimpleSlider() {
   AddCallback(kEvDraw, MakeCallback(this, &SimpleSlider::OnDraw));
   AddCallback(kEvLDown, MakeCallback(this, &SimpleSlider::OnPress));
   AddCallback(kEvMove, MakeCallback(this, &SimpleSlider::OnMove));
+  AddCallback(kEvLDouble, MakeCallback(this, &SimpleSlider::OnDoubleClick));
 }
 
 float SimpleSlider::Get() const {
@@ -33,11 +34,25 @@ void SimpleSlider::Set(float v) {
 
 bool SimpleSlider::OnPress() {
   if (W <= 0) return false;
+  const uint32_t now = Ui().Tick;
+  if (!pressedOnce_ || now - lastPressTick_ > kDoubleClickMs) beforeClicks_ = Get();
+  pressedOnce_ = true;
+  lastPressTick_ = now;
   Set(Min + (Max - Min) * std::clamp((Ui().PointerX - AbsX) / W, 0.0f, 1.0f));
   return true;
 }
 
-bool SimpleSlider::OnMove() { return Has(kWfPressed) && Ui().LeftHeld ? OnPress() : false; }
+bool SimpleSlider::OnMove() {
+  if (!Has(kWfPressed) || !Ui().LeftHeld || W <= 0) return false;
+  Set(Min + (Max - Min) * std::clamp((Ui().PointerX - AbsX) / W, 0.0f, 1.0f));
+  return true;
+}
+
+bool SimpleSlider::OnDoubleClick() {
+  if (pressedOnce_) Set(beforeClicks_);
+  pressedOnce_ = false;
+  return false;  // the row's own double-click callback (the text box) runs too
+}
 
 bool SimpleSlider::OnDraw() {
   UiContext& ui = Ui();

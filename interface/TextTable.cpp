@@ -15,7 +15,7 @@
 #include "ClassEngine/UserPaths.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
-#include "interface/DataPaths.h"
+#include "ClassEngine/DataFolder.h"
 
 uint32_t TextTable::HashKey(const char* key) {
   const signed char* s = reinterpret_cast<const signed char*>(key);
@@ -71,7 +71,9 @@ bool TextTable::LoadList(List& list, const std::string& path) {
 
 void TextTable::LoadText() {
   LoadList(user_, userFile_);
-  LoadList(english_, dataFolder_ + "/Languages/English.xml");
+  englishLoaded_ = LoadList(english_, dataFolder_ + "/Languages/English.xml");
+  unsaved_.items.Clear();
+  unsaved_.index.clear();
   changed_ = false;
   if (TextItem* e = user_.Find("ENCODING", HashKey("ENCODING")))
     encoding_ = EncodingOf(e->Text.cpchar());
@@ -192,8 +194,21 @@ const char* TextTable::Text(const char* key) {
   if (key[0] == '#') return key + 1;
   if (!started_) StartUp();
   uint32_t h = HashKey(key);
-  if (TextItem* item = user_.Find(key, h)) return item->Text.cpchar();
+  if (TextItem* item = user_.Find(key, h)) {
+    // A key stored as its own words (by a run that could not read the
+    // English table) takes the English words once they are there again.
+    if (item->ID == item->Text.cpchar())
+      if (TextItem* english = english_.Find(key, h); english && !(english->Text == key)) {
+        item->Text = english->Text;
+        changed_ = true;
+      }
+    return item->Text.cpchar();
+  }
+  if (TextItem* item = unsaved_.Find(key, h)) return item->Text.cpchar();
   TextItem* english = english_.Find(key, h);
+  // Without the English table a key is shown as itself but not written to
+  // the user's table: its words are unknown, not the key.
+  List& learnt = english || englishLoaded_ ? user_ : unsaved_;
   auto* item = new TextItem;
   item->ID = key;
   if (english) {
@@ -206,9 +221,9 @@ const char* TextTable::Text(const char* key) {
   } else {
     item->Text = key;
   }
-  item->SetParent(&user_.items);
-  user_.index.emplace(h, user_.items.Add(item));
-  changed_ = true;
+  item->SetParent(&learnt.items);
+  learnt.index.emplace(h, learnt.items.Add(item));
+  if (&learnt == &user_) changed_ = true;
   return item->Text.cpchar();
 }
 
@@ -275,7 +290,7 @@ TextTable* gTable = nullptr;
 TextTable& TheTextTable() {
   if (gTable) return *gTable;
   if (!gDefault) {
-    gDefault = std::make_unique<TextTable>(UserFilePath("text.xml"), DataFolder());
+    gDefault = std::make_unique<TextTable>(UserFilePath("text.xml"), comms::DataFolder());
     // The class engine's hints find their words here; a miss stays a miss.
     SetTextLookup([](const char* key) { return TheTextTable().Find(key); });
   }

@@ -86,6 +86,8 @@ class TextTable {
   void ApplyReplacements(std::string& text) const;
   const ClassArray<reps>& Replacements() const { return replacements_; }
   bool Changed() const { return changed_; }
+  // Whether Languages/English.xml was read by the last load.
+  bool EnglishLoaded() const { return englishLoaded_; }
   int UserCount() const { return user_.items.GetAmount(); }
   const std::string& UserFile() const { return userFile_; }
 
@@ -108,9 +110,12 @@ class TextTable {
 
   std::string userFile_, dataFolder_;
   List user_, english_;
+  // Keys asked for while the English table could not be read: shown as
+  // themselves, never saved.
+  List unsaved_;
   ClassArray<OneLang> languages_;
   ClassArray<reps> replacements_;
-  bool started_ = false, changed_ = false, languagesFound_ = false;
+  bool started_ = false, changed_ = false, languagesFound_ = false, englishLoaded_ = false;
   int encoding_ = kEncodingByte;
 };
 

@@ -193,11 +193,14 @@ bool WidgetTree::OnKey(int message, int key) {
     hooks_.ReloadShaders();
     return true;
   }
-  if (hooks_.Navigation && hooks_.Navigation(key, down)) return true;
-  if (down && hooks_.ToolKeys && hooks_.ToolKeys(key)) return true;
-  Widgets().StopFlag = false;
+  // A modal box has the keyboard to itself: no camera keys, no tool keys.
   BaseWidget* from = ModalRoot();
-  if (!from) from = root_.get();
+  if (!from) {
+    if (hooks_.Navigation && hooks_.Navigation(key, down)) return true;
+    if (down && hooks_.ToolKeys && hooks_.ToolKeys(key)) return true;
+    from = root_.get();
+  }
+  Widgets().StopFlag = false;
   bool taken = OfferKeyToWidgets(from, true) || OfferKeyToWidgets(from, false);
   Widgets().StopFlag = false;
   return taken;

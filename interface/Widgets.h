@@ -73,6 +73,16 @@ class SimpleSlider : public BaseWidget {
   bool OnDraw();
   bool OnPress();
   bool OnMove();
+  // A double click edits the value as text: the first click of the pair must
+  // not have moved it, so the value from before that click comes back.
+  bool OnDoubleClick();
+  // Presses closer together than this are one double click.
+  static constexpr uint32_t kDoubleClickMs = 500;
+
+ private:
+  float beforeClicks_ = 0;
+  uint32_t lastPressTick_ = 0;
+  bool pressedOnce_ = false;
 };
 
 class CheckBox : public FrameWidget {

@@ -2,18 +2,17 @@
 // pressure source. A stylus reports levels while it touches; no contact
 // means the press came from the mouse, which presses fully.
 #pragma once
-#include <memory>
-
 #include "paint/PenPressure.h"
 #include "platform/TabletPressure.h"
 
 class TabletPenPressure final : public PressureSource {
  public:
-  explicit TabletPenPressure(std::unique_ptr<TabletReader> reader) : reader_(std::move(reader)) {}
+  // `reader` (may be null: the mouse) is the shell's and outlives this.
+  explicit TabletPenPressure(TabletReader* reader) : reader_(reader) {}
   bool Read(int& raw) override;
   int Levels() const override { return reader_ ? reader_->Levels() : 1; }
   bool HasTablet() const { return reader_ != nullptr; }
 
  private:
-  std::unique_ptr<TabletReader> reader_;
+  TabletReader* reader_;
 };

@@ -54,6 +54,7 @@ int FakePlatform::KeyToChar(int key, bool shift, bool capsLock) const {
   if (key >= keys::A && key < keys::A + 26) return (shift != capsLock ? 'A' : 'a') + (key - keys::A);
   if (key >= keys::Digit0 && key < keys::Digit0 + 10) return '0' + (key - keys::Digit0);
   if (key == keys::Space) return ' ';
+  if (key == keys::Period) return '.';
   return 0;
 }
 

@@ -15,13 +15,11 @@ int ValuatorToLevel(double value, double min, double max, int levels) {
   return (int)std::lround(t * levels);
 }
 
-std::unique_ptr<TabletReader> OpenTablet(Platform& platform) {
+std::unique_ptr<TabletReader> OpenTablet(Platform& platform, std::string* why) {
   void* display = platform.NativeX11Display();
   if (!display) {
-    Log("OpenTablet(): no X11 display; the mouse gives full pressure");
+    if (why) *why = "no X11 display; the mouse gives full pressure";
     return nullptr;
   }
-  std::unique_ptr<TabletReader> reader = OpenX11Tablet(display);
-  if (!reader) Log("OpenTablet(): no device with a pressure axis; the mouse gives full pressure");
-  return reader;
+  return OpenX11Tablet(display, why);
 }

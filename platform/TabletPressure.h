@@ -29,11 +29,13 @@ class TabletReader {
 constexpr int kTabletLevels = 1024;
 
 // A reader on the first device with a pressure axis of the X display that
-// `display` points to (a Display*); null without one.
-std::unique_ptr<TabletReader> OpenX11Tablet(void* display);
+// `display` points to (a Display*); null without one, with the reason in
+// `why`. Works beside a toolkit that already chose its XInput2 version, and
+// an X error on the way is reported, never fatal.
+std::unique_ptr<TabletReader> OpenX11Tablet(void* display, std::string* why = nullptr);
 // The reader for the platform's window: asks it for its X display; null
-// where there is no X11 window or no tablet (logged either way).
-std::unique_ptr<TabletReader> OpenTablet(Platform& platform);
+// where there is no X11 window or no tablet, with the reason in `why`.
+std::unique_ptr<TabletReader> OpenTablet(Platform& platform, std::string* why = nullptr);
 // The X display of an SDL window (SDL_GetWindowWMInfo), null off X11. Kept
 // apart from the SDL platform so that X11's macros stay out of it.
 void* X11DisplayOfSdlWindow(SDL_Window* window);

@@ -40,14 +40,16 @@ std::vector<ShaderRequest> StartupShaderList() {
 }
 
 int RequestStartupShaders(cIRS& irs) {
-  int failed = 0;
+  int failed = 0, asked = 0;
   for (const ShaderRequest& r : StartupShaderList()) {
     if (!irs.Render() || r.VertexFormat >= irs.Render()->GetVertexFormatCount()) continue;
+    ++asked;
     if (irs.GetShaderID(r.Name, r.VertexFormat, r.Defines) < 0) {
       Log("Start-up shader \"%s\" (%d, \"%s\") failed", r.Name.c_str(), r.VertexFormat, r.Defines.c_str());
       ++failed;
     }
   }
+  Log("Start-up shaders: %d of %d compiled", asked - failed, asked);
   return failed;
 }
 

@@ -9,8 +9,8 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build pkg-config
   libsdl2-dev libepoxy-dev libegl-dev libegl1-mesa-dev libgl1-mesa-dri
-  zlib1g-dev libfreetype-dev fonts-dejavu-core libxi-dev libx11-dev
-  libgtest-dev libgmock-dev libbenchmark-dev xvfb locales
+  zlib1g-dev libfreetype-dev fonts-dejavu-core libxi-dev libx11-dev libxtst-dev
+  libgtest-dev libgmock-dev libbenchmark-dev xvfb xdotool x11-apps locales
   libpng-dev libjpeg-dev libtiff-dev libopenexr-dev libassimp-dev libtinyobjloader-dev
 )
 # Inputs for the tests that nobody here wrote, and the tools that make them.
@@ -18,7 +18,7 @@ testdata=(
   glmark2-data openscad-testing-data minetest-data libcgal-demo imagemagick
   clang libclang-rt-dev
 )
-peers=(libopenvdb-dev libtbb-dev)
+peers=(libopenvdb-dev libtbb-dev libboost-dev)
 
 want=("${packages[@]}")
 for arg in "$@"; do

@@ -24,6 +24,8 @@ void Shell::Frame() {
     return;
   }
   ++nesting_;  // 4.
+  const uint32_t tick = platform_.TickMs();
+  std::erase_if(frameDue_, [tick](uint32_t due) { return int(due - tick) <= 0; });
   // 5, 6. No splash to close; the widget tree deletes its marked widgets
   // inside the interface's own idle work.
   clock_.Update(platform_.TickMs());  // 7.
@@ -57,18 +59,42 @@ void Shell::Frame() {
   ++frameCount_;
 }
 
-void Shell::ApplicationFrame(int width, int) {
-  uint32_t now = uint32_t(clock_.Now().TimeMs);
+bool Shell::PollHandOvers(uint32_t now) {
+  bool happened = false;
   // 1. A path handed over by another program.
   if (importPoll_.Due(now)) {
     std::string path = TakeImportRequest(folders_.Path("Exchange/import.txt"));
     if (!path.empty()) {
       Log("Import requested: %s", path.c_str());
       seams_.ImportMesh(path);
+      happened = true;
     }
   }
   // 2. A colour copied as six hex digits.
-  if (clipboardPoll_.Due(now)) clipboardWatch_.Check(platform_.ClipboardText());
+  if (clipboardPoll_.Due(now)) happened |= clipboardWatch_.Check(platform_.ClipboardText());
+  return happened;
+}
+
+bool Shell::StepAutosave(uint32_t now) {
+  const int shown = autosaveLeft_;
+  const int saves = autosaveTimer_.Saves();
+  autosaveLeft_ = autosaveTimer_.Step(now, autosave_, seams_.SceneModified(), folders_,
+                                      [this](const std::string& path) { return seams_.WriteScene(path); });
+  return autosaveLeft_ != shown || autosaveTimer_.Saves() != saves;
+}
+
+bool Shell::IdleWork() {
+  clock_.Update(platform_.TickMs());
+  const uint32_t now = uint32_t(clock_.Now().TimeMs);
+  bool redraw = PollHandOvers(now);
+  redraw |= StepAutosave(now);
+  return redraw;
+}
+
+void Shell::ApplicationFrame(int width, int) {
+  uint32_t now = uint32_t(clock_.Now().TimeMs);
+  // 1, 2. A path handed over by another program; a colour copied as six hex digits.
+  PollHandOvers(now);
   // 3. The debug key combinations act on docks, which arrive with the panels.
   // 4. The title bar (a progress bar may have written its percentage there).
   if (platform_.Title() != title_) platform_.SetTitle(title_);
@@ -88,11 +114,10 @@ void Shell::ApplicationFrame(int width, int) {
     if (commandLine_.action != CommandLineDecision::Action::Nothing) seams_.RunCommandLine(commandLine_);
   }
   // 8. Autosave, with its countdown in the view.
-  int left = autosaveTimer_.Step(now, autosave_, seams_.SceneModified(), folders_,
-                                 [this](const std::string& path) { return seams_.WriteScene(path); });
-  if (left >= 0) {
+  StepAutosave(now);
+  if (autosaveLeft_ >= 0) {
     char text[64];
-    snprintf(text, sizeof text, "Autosave: %d s", left);
+    snprintf(text, sizeof text, "Autosave: %d s", autosaveLeft_);
     seams_.DrawText(float(width / 2 - 30), 100.0f, 0x80ff0000u, text);
   }
   seams_.IdleWork();  // 9.
@@ -109,7 +134,7 @@ void Shell::CheckCrashBackup() {
   d.buttons = {"Load", "Delete", "Skip"};
   d.defaultButton = 2;
   d.kind = SystemDialog::Kind::Question;
-  int answer = ShowSystemDialog(d);
+  int answer = Ask(d);
   if (answer == 0) {
     seams_.LoadScene(path, true);
     remove(path.c_str());

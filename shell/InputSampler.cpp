@@ -11,7 +11,7 @@ int KeyClass(int key) {
   return 0;
 }
 
-void InputSampler::OnPlatformEvent(const PlatformEvent& pe, EventQueue& queue, double now) {
+void InputSampler::OnPlatformEvent(const PlatformEvent& pe, EventQueue& queue, double now, const Platform* platform) {
   using T = PlatformEvent::Type;
   InputEvent e;
   switch (pe.type) {
@@ -51,19 +51,27 @@ void InputSampler::OnPlatformEvent(const PlatformEvent& pe, EventQueue& queue, d
     default: return;
   }
   queue.AddBack(e, now);
+  if (keys::IsKeyboard(pe.key) && (pe.type == T::KeyDown || pe.type == T::KeyUp)) {
+    messageDown_[size_t(pe.key)] = pe.type == T::KeyDown;
+    if (platform && pe.type == T::KeyDown && KeyClass(pe.key) != 0) {
+      EmitCharacter(*platform, queue, pe.key, now, messageDown_);
+      typedByMessage_[size_t(pe.key)] = true;
+    }
+  }
 }
 
-void InputSampler::EmitCharacter(Platform& platform, EventQueue& queue, int key, double now) {
+void InputSampler::EmitCharacter(const Platform& platform, EventQueue& queue, int key, double now,
+                                 const std::bitset<keys::Count>& down) {
   InputEvent e;
   e.Kind = InputEvent::Character;
   e.Key = key;
   e.x = lastX_, e.y = lastY_;
-  bool ctrlAlt = state_[keys::Control] || state_[keys::Alt];
+  bool ctrlAlt = down[keys::Control] || down[keys::Alt];
   if (keys::IsGamepad(key) || KeyClass(key) == 2 || ctrlAlt) {
     e.Code = key;
     e.IsKey = 1;
   } else {
-    e.Code = platform.KeyToChar(key, state_[keys::Shift], platform.IsCapsLockOn());
+    e.Code = platform.KeyToChar(key, down[keys::Shift], platform.IsCapsLockOn());
     if (e.Code == 0) return;
   }
   queue.AddBack(e, now);
@@ -71,12 +79,15 @@ void InputSampler::EmitCharacter(Platform& platform, EventQueue& queue, int key,
 
 void InputSampler::SampleKeyboard(Platform& platform, EventQueue& queue, double now) {
   // With the window behind, the previous state stands.
-  if (!platform.IsActive()) return;
+  if (!platform.IsActive()) {
+    typedByMessage_.reset();
+    return;
+  }
   std::bitset<keys::Count> before = state_;
   for (int k = 0; k <= keys::MiddleButton; ++k) state_[k] = platform.IsKeyDownNow(k);
 
   bool anyNew = false;
-  for (int k = 0; k < keys::KeyboardCount; ++k) anyNew |= state_[k] && !before[k];
+  for (int k = 0; k < keys::KeyboardCount; ++k) anyNew |= (state_[k] && !before[k]) || typedByMessage_[k];
   if (anyNew)  // only the newest key repeats
     for (int k = 0; k < keys::KeyboardCount; ++k) repeating_[k] = false;
 
@@ -86,17 +97,19 @@ void InputSampler::SampleKeyboard(Platform& platform, EventQueue& queue, double 
       continue;
     }
     if (KeyClass(k) == 0) continue;
-    if (!before[k]) {
-      EmitCharacter(platform, queue, k, now);
+    if (!before[k] || typedByMessage_[k]) {
+      // A press: its character went out with its message, or goes now.
+      if (!typedByMessage_[k]) EmitCharacter(platform, queue, k, now, state_);
       repeating_[k] = true;
       nextRepeat_[k] = now + kKeyDelay;
     } else if (repeating_[k]) {
       while (now >= nextRepeat_[k]) {
-        EmitCharacter(platform, queue, k, now);
+        EmitCharacter(platform, queue, k, now, state_);
         nextRepeat_[k] += kKeyPeriod;
       }
     }
   }
+  typedByMessage_.reset();
 }
 
 void InputSampler::SampleGamepad(Platform& platform, EventQueue& queue, double now) {
@@ -115,12 +128,12 @@ void InputSampler::SampleGamepad(Platform& platform, EventQueue& queue, double n
       e.x = lastX_, e.y = lastY_;
       queue.AddBack(e, now);
       if (down) {
-        EmitCharacter(platform, queue, key, now);
+        EmitCharacter(platform, queue, key, now, state_);
         nextRepeat_[key] = now + kPadDelay;
       }
     } else if (down) {
       while (now >= nextRepeat_[key]) {  // a slow frame catches up
-        EmitCharacter(platform, queue, key, now);
+        EmitCharacter(platform, queue, key, now, state_);
         nextRepeat_[key] += kPadPeriod;
       }
     }

@@ -36,6 +36,7 @@ class ShellInterface {
   void DrawTree();
 
  private:
+  static bool HasOpenTextEntry(BaseWidget* w);
   class SceneWidget;
   class RouterWidget;
   class DrawWidget;

@@ -1,15 +1,18 @@
 // Start-up, the message loop, window messages and the exit; see Shell.h.
 #include "shell/Shell.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <thread>
 
+#include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Progress.h"
 #include "ClassEngine/SaveWorkOffer.h"
 #include "ClassEngine/SystemDialog.h"
 #include "ClassEngine/UserPaths.h"
 #include "platform/Keys.h"
+#include "platform/TabletPressure.h"
 #include "shell/CrashHandler.h"
 
 namespace {
@@ -71,7 +74,8 @@ bool Shell::Start(const StartOptions& o) {
   // The engine classes (a throw-away cSettings registers its class), then
   // the real settings read their file; they live on layer 4.
   comms::RegisterCommsClasses();
-  settings_.ReadFromFile(o.settingsPath.c_str());
+  settings_.ReadFromFile(
+      (o.settingsPath.empty() ? comms::DataFilePath("Xmls/Settings.xml") : o.settingsPath).c_str());
   layers_.Register(4, &settingsWidget_, true);
 
   // 7. The window's place from window.txt.
@@ -86,9 +90,20 @@ bool Shell::Start(const StartOptions& o) {
   InstallPlatformDialogs(platform_);
   ShowLastCrash();
 
+  // Without its data (shaders, words) the program would show a black window.
+  if (std::string why = comms::MissingDataReason(); !why.empty()) {
+    startupProblem_ = why;
+    Error("%s", why.c_str());
+    return false;
+  }
+  Log("Data folder: %s", comms::DataFolder().c_str());
+
   // 9. The renderer.
   if (!seams_.RendererReady()) {
-    Error("Couldn't init the renderer. You should have OpenGL 3.3 or later installed.");
+    startupProblem_ = seams_.RendererProblem();
+    if (startupProblem_.empty())
+      startupProblem_ = "Couldn't init the renderer. You should have OpenGL 3.3 or later installed.";
+    Error("%s", startupProblem_.c_str());
     return false;
   }
   Log("Registering vertex formats...");
@@ -97,8 +112,12 @@ bool Shell::Start(const StartOptions& o) {
   // shaders come with their own pieces.
   clock_.Update(platform_.TickMs());
   platform_.SetCursor(SystemCursor::Wait);
+  // The tablet: its absence is no error; the mouse then presses fully.
   Log("Initialising Wacom tablet...");
-  Log("Initialising Wacom tablet... failed.");  // no tablet interface yet
+  std::string tabletNote;
+  tablet_ = OpenTablet(platform_, &tabletNote);
+  Log("Initialising Wacom tablet... %s", tablet_ ? "done." : "failed.");
+  if (!tabletNote.empty()) Log("  %s", tabletNote.c_str());
 
   // 11. Placement (the window opened with it), drop target (always on), first frame.
   Frame();
@@ -131,13 +150,27 @@ void Shell::HandleEvent(const PlatformEvent& e) {
       seams_.RunCommandLine(d);
       break;
     }
-    default: sampler_.OnPlatformEvent(e, queue_, clock_.Now().Time); break;
+    case T::MouseMove:
+      // Hover pop-ups open after 150 ms and hints show after half a second
+      // of a still pointer: one frame for each, after the pointer stops.
+      frameDue_.clear();
+      FrameIn(200);
+      FrameIn(550);
+      sampler_.OnPlatformEvent(e, queue_, clock_.Now().Time, &platform_);
+      break;
+    default: sampler_.OnPlatformEvent(e, queue_, clock_.Now().Time, &platform_); break;
   }
 }
 
+void Shell::FrameIn(uint32_t ms) { frameDue_.push_back(platform_.TickMs() + ms); }
+
 int Shell::IdleWaitMs() const {
-  // Wake for the next poll of the clipboard (the most frequent periodic work).
-  return 330;
+  // Wake for the next poll of the clipboard (the most frequent periodic work),
+  // or sooner for a frame that was asked for.
+  int wait = 330;
+  const uint32_t now = platform_.TickMs();
+  for (uint32_t due : frameDue_) wait = std::min(wait, std::max(0, int(due - now)));
+  return wait;
 }
 
 void Shell::PumpOnce() {
@@ -161,13 +194,23 @@ void Shell::PumpOnce() {
     return;
   }
   // Nothing waits: sleep until a message or the next periodic work, unless
-  // something animates; an idle program uses no processor time.
+  // something animates. A wait that ends with no message runs the timed
+  // work, and draws only if that work changed what the view shows: an idle
+  // program uses no processor time.
   if (!needFrame_ && !seams_.Animating() && !redrawRequested_) {
     if (platform_.WaitEvent(e, IdleWaitMs())) {
       HandleEvent(e);
       needFrame_ = true;
       return;  // more messages may follow; the frame waits for an empty queue
     }
+    bool due = false;
+    const uint32_t now = platform_.TickMs();
+    for (size_t i = frameDue_.size(); i-- > 0;)
+      if (int(frameDue_[i] - now) <= 0) {
+        due = true;
+        frameDue_.erase(frameDue_.begin() + long(i));
+      }
+    if (!IdleWork() && !due) return;
   }
   needFrame_ = redrawRequested_ = false;
   Frame();
@@ -175,9 +218,13 @@ void Shell::PumpOnce() {
 
 void Shell::RunFrames(int frames) {
   int target = frameCount_ + frames;
-  // A paused window runs no frames; the turn limit keeps a caller from
+  // Each turn asks for a frame, so an idle program still draws them. A
+  // paused window runs no frames; the turn limit keeps a caller from
   // waiting for ever.
-  for (long turns = 0; frameCount_ < target && !exitFlag_ && turns < 100000; ++turns) PumpOnce();
+  for (long turns = 0; frameCount_ < target && !exitFlag_ && turns < 100000; ++turns) {
+    needFrame_ = true;
+    PumpOnce();
+  }
 }
 
 void Shell::Run() {
@@ -185,7 +232,7 @@ void Shell::Run() {
 }
 
 bool Shell::CanClose() {
-  if (closeLocked_) return false;
+  if (closeLocked_ || asking_) return false;
   if (!seams_.ToolsAllowClose()) return false;
   if (seams_.SceneModified()) {
     SystemDialog d;
@@ -194,7 +241,9 @@ bool Shell::CanClose() {
     d.buttons = {"Yes", "No", "Cancel"};
     d.defaultButton = 2;
     d.kind = SystemDialog::Kind::Question;
-    int answer = ShowSystemDialog(d);
+    asking_ = true;
+    int answer = Ask(d);
+    asking_ = false;
     if (answer == 2) return false;
     if (answer == 0 && !seams_.SaveAs()) return false;
   }
@@ -208,6 +257,8 @@ void Shell::Exit() {
   WriteWindowPlacement(folders_.Path("window.txt"), r, platform_.IsMaximised());
   Log("Exit after %d frames", frameCount_);
 }
+
+int Shell::Ask(const SystemDialog& d) { return askInWindow_ ? askInWindow_(d) : ShowSystemDialog(d); }
 
 void Shell::ShowLastCrash() {
   std::string report = TakeLastCrashReport();

@@ -5,10 +5,13 @@
 // the ShellSeams it is given.
 #pragma once
 #include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "ClassEngine/comms/cSettings.h"
 #include "platform/Platform.h"
+#include "platform/TabletPressure.h"
 #include "shell/Autosave.h"
 #include "shell/CommandLine.h"
 #include "shell/Dispatcher.h"
@@ -27,8 +30,9 @@ struct StartOptions {
   std::string logPath = "Log.txt";
   bool installCrashHandler = true;
   std::string title = "Morvane";
-  // The engine settings read at start-up.
-  std::string settingsPath = "Xmls/Settings.xml";
+  // The engine settings read at start-up; empty: Xmls/Settings.xml of the
+  // program's data folder.
+  std::string settingsPath;
 };
 
 class Shell {
@@ -55,6 +59,10 @@ class Shell {
   bool ExitRequested() const { return exitFlag_; }
 
   void PumpModal(const std::function<bool()>& done);
+  // A question or notice for the user: the index of the answer, from 0. In
+  // the window's own box once one is installed, else the system's box.
+  int Ask(const SystemDialog& dialog);
+  void SetAskInWindow(std::function<int(const SystemDialog&)> ask) { askInWindow_ = std::move(ask); }
   // Returns whether it drew (at most every 500 ms).
   bool ProgressBar(int current, int total, const char* text);
   bool IsKeyDownNow(int key) const;
@@ -62,6 +70,9 @@ class Shell {
   void SetFullScreenWanted(bool on) { settings_.FullScreen = on; }
   // Grid, wireframe, full screen, clear colour: the frame reads them each time.
   comms::cSettings& Settings() { return settings_; }
+  // Asks for a frame `ms` milliseconds from now even if no message comes: a
+  // hint that is due to appear, a blinking caret.
+  void FrameIn(uint32_t ms);
   // What leaving from inside a modal pump does; the default ends the process.
   void SetExitFromPump(std::function<void()> fn) { exitFromPump_ = std::move(fn); }
 
@@ -81,13 +92,28 @@ class Shell {
   int DispatchedEvents() const { return dispatchedEvents_; }
   bool Paused() const;
   Platform& Window() { return platform_; }
+  // The tablet opened at start-up; null without one (the mouse presses fully).
+  TabletReader* Tablet() const { return tablet_.get(); }
+  // Why Start returned false, in words for the user; empty otherwise.
+  const std::string& StartupProblem() const { return startupProblem_; }
 
  private:
   void HandleEvent(const PlatformEvent& e);
   void ApplicationFrame(int width, int height);
+  // The hand-overs of other programs: Exchange/import.txt and the clipboard
+  // colour. True when one of them changed something.
+  bool PollHandOvers(uint32_t nowMs);
+  // The autosave timer; true when the countdown in the view changed or a
+  // save ran.
+  bool StepAutosave(uint32_t nowMs);
+  // The timed work of a turn that found no message: true when it needs a
+  // frame to show what it did. A window with nothing to do draws nothing.
+  bool IdleWork();
   void CheckCrashBackup();
   void ShowLastCrash();
   void OfferToSaveOnCrash();
+  // How long an idle turn may sleep: until the next periodic work or the
+  // next frame asked for.
   int IdleWaitMs() const;
 
   Platform& platform_;
@@ -107,13 +133,18 @@ class Shell {
   Interval clipboardPoll_{330};
   ClipboardColourWatch clipboardWatch_;
   std::function<void()> exitFromPump_;
+  std::function<int(const SystemDialog&)> askInWindow_;
+  std::unique_ptr<TabletReader> tablet_;
+  std::string startupProblem_;
   std::string title_ = "Morvane";
   uint32_t lastProgressMs_ = 0;
+  std::vector<uint32_t> frameDue_;  // ticks at which frames were asked for
   int frameCount_ = 0, nesting_ = 0, dispatchedEvents_ = 0;
+  int autosaveLeft_ = -1;  // seconds shown in the view, -1 none
   bool progressDrawn_ = false;
   bool frameForbidden_ = false, sceneBegun_ = false, modalRan_ = false;
   bool firstAppFrame_ = true, commandLineRan_ = false;
-  bool exitFlag_ = false, closeLocked_ = false;
+  bool exitFlag_ = false, closeLocked_ = false, asking_ = false;
   bool needFrame_ = true, redrawRequested_ = false, movingOrSizing_ = false;
   comms::cSettings settings_;
   SettingsWidget settingsWidget_{settings_};

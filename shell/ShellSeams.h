@@ -14,6 +14,8 @@ class ShellSeams {
 
   // Renderer.
   virtual bool RendererReady() { return true; }
+  // Why RendererReady said no, in words for the user; empty for the default.
+  virtual std::string RendererProblem() { return ""; }
   virtual void BeginScene() {}
   virtual void EndScene() {}  // presents
   virtual void SetViewport(int /*width*/, int /*height*/) {}

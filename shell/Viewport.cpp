@@ -3,13 +3,18 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
+#include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
+#include "interface/TextTable.h"
+#include "interface/UiContext.h"
+#include "paint/SceneChanges.h"
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -22,30 +27,13 @@
 #include "render/RenderGL.h"
 #include "render/StartupShaders.h"
 #include "shell/Dispatcher.h"
+#include "shell/SceneCommands.h"
 #include "shell/Shell.h"
+#include "shell/tools/ToolTable.h"
 
 using namespace comms;
 
 namespace {
-// The data folder (Shaders/ and the rest): $MORVANE_DATA, else data/ in the
-// working folder, else the source tree's data/ two folders above the program
-// (build-*/bin/morvane).
-std::string FindDataFolder() {
-  if (const char* d = std::getenv("MORVANE_DATA")) return d;
-  std::vector<std::string> candidates = {"data", "../data"};
-  char exe[PATH_MAX];
-  ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-  if (n > 0) {
-    std::string dir(exe, size_t(n));
-    dir = dir.substr(0, dir.rfind('/'));
-    candidates.push_back(dir + "/../../data");
-    candidates.push_back(dir + "/../data");
-  }
-  for (const std::string& c : candidates)
-    if (access((c + "/Shaders/mcubes.hlsl").c_str(), R_OK) == 0) return c;
-  return "data";
-}
-
 std::string Absolute(const std::string& path) {
   if (!path.empty() && path[0] == '/') return path;
   char cwd[PATH_MAX];
@@ -61,8 +49,10 @@ bool ViewportWidget::OnKeyDown(int key) {
     return true;
   }
   if (key == keys::WheelUp || key == keys::WheelDown) {
-    float notches = std::fabs(dispatch_.EventWheel());
-    camera_.Dolly(key == keys::WheelUp ? std::max(notches, 1.0f) : -std::max(notches, 1.0f));
+    // The wheel pushes the pivot away or pulls it nearer, the eye staying
+    // put: the next orbit turns about the new point.
+    const float notches = std::max(std::fabs(dispatch_.EventWheel()), 1.0f);
+    camera_.Wheel(key == keys::WheelUp ? notches : -notches);
     return true;
   }
   if (key == keys::F12 && OnScreenshotKey) {
@@ -99,11 +89,9 @@ ViewportSeams::~ViewportSeams() {
 
 void ViewportSeams::Attach(Shell& shell) {
   widget_ = std::make_unique<ViewportWidget>(camera_, shell.Dispatch(), platform_);
-  widget_->OnScreenshotKey = [this, &shell] {
-    std::string path = WriteNumberedScreenshot(shell.Folders().Path(""));
-    if (path.empty()) Log("Screenshot: the frame could not be read or written");
-    else Log("Screenshot written to %s", path.c_str());
-  };
+  // The key arrives in the middle of the frame: the picture is taken when
+  // the frame is whole, just before it is shown.
+  widget_->OnScreenshotKey = [this, &shell] { pendingShotFolder_ = shell.Folders().Path(""); };
   shell.Layers().Register(0, widget_.get(), true);
   settings_ = &shell.Settings();
   cSettings::SetReloadShadersHook([this] {
@@ -128,11 +116,14 @@ bool ViewportSeams::InitRenderer() {
   }
   if (window_) {
     auto gl = std::make_unique<cRenderGL>();
-    gl->DataFolder = FindDataFolder();
+    gl->DataFolder = DataFolder();
     if (gl->Init(window_.get(), 4)) render_ = std::move(gl);
   }
   if (!render_) {
-    if (!headless_) return false;
+    if (!headless_) {
+      problem_ = "Couldn't init the renderer. You should have OpenGL 3.3 or later installed.";
+      return false;
+    }
     render_ = std::make_unique<cNullRender>();
   }
   irs_ = std::make_unique<cIRS>(render_.get());
@@ -141,8 +132,11 @@ bool ViewportSeams::InitRenderer() {
   camera_.Fov = 50;
   camera_.Znear = 1.0f;
   camera_.Zfar = 1000.0f;
-  int failed = RequestStartupShaders(*irs_);
-  if (failed) Log("%d start-up shaders failed", failed);
+  if (int failed = RequestStartupShaders(*irs_); failed && !dynamic_cast<cNullRender*>(render_.get())) {
+    problem_ = std::to_string(failed) + " of the start-up shaders could not be built from " + DataFolder() +
+               "/Shaders (see Log.txt for each one).";
+    return false;
+  }
   defaultDepth_ = render_->GetDepthState(true, true, kCmpLessEqual);
   MakeStartScene();
   return true;
@@ -172,6 +166,13 @@ void ViewportSeams::BeginScene() {
 
 void ViewportSeams::EndScene() {
   if (!sceneOpen_) return;
+  if (!pendingShotFolder_.empty()) {
+    const std::string path = WriteNumberedScreenshot(pendingShotFolder_);
+    pendingShotFolder_.clear();
+    if (path.empty()) Log("Screenshot: the frame could not be read or written");
+    else Log("Screenshot written to %s", path.c_str());
+    LastScreenshot = path;
+  }
   comms::EndScene();
   sceneOpen_ = false;
 }
@@ -216,6 +217,52 @@ void ViewportSeams::UpdateRoomAndTool() {
   }
   if (render_ && DrawOverVolume) DrawOverVolume(*render_, camera_);
 }
+
+void ViewportSeams::DrawText(float x, float y, uint32_t argb, const std::string& text) {
+  if (!render_ || text.empty()) return;
+  UiContext& ui = Ui();
+  ui.Render = render_.get();
+  ui.ResetClip();
+  ui.DrawText(x, y, text.c_str(), argb);
+  render_->Flush2D();
+}
+
+// The box of a long operation in the middle of the view: what runs, a green
+// bar of the part done, and how to stop.
+void ViewportSeams::DrawProgressBox(int percent, const std::string& textKey) {
+  if (!render_) return;
+  UiContext& ui = Ui();
+  ui.Render = render_.get();
+  ui.ResetClip();
+  int w = 0, h = 0;
+  platform_.ClientSize(w, h);
+  const std::string text = textKey.empty() ? "" : Text(textKey.c_str());
+  const std::string stop = Text("EscToStop");
+  const float pad = ui.Px(12), line = ui.Px(18), barH = ui.Px(12);
+  const float boxW = std::max({261.0f, ui.TextWidth(text.c_str()) + 2 * pad, ui.TextWidth(stop.c_str()) + 2 * pad});
+  const float boxH = pad + line + barH + ui.Px(6) + line + pad;
+  const float x = std::floor((float(w) - boxW) / 2), y = std::floor((float(h) - boxH) / 2);
+  ui.FillRect(x, y, boxW, boxH, ui.Colors.Panel | 0xff000000u);
+  ui.FrameRect(x, y, boxW, boxH, ui.Colors.Frame);
+  ui.DrawText(x + (boxW - ui.TextWidth(text.c_str())) / 2, y + pad, text.c_str(), ui.Colors.Text);
+  const float barY = y + pad + line, barW = boxW - 2 * pad;
+  ui.FillRect(x + pad, barY, barW, barH, ui.Colors.Field);
+  ui.FillRect(x + pad, barY, barW * float(std::clamp(percent, 0, 100)) / 100.0f, barH, kProgressBarColour);
+  ui.DrawText(x + (boxW - ui.TextWidth(stop.c_str())) / 2, barY + barH + ui.Px(6), stop.c_str(), ui.Colors.DimText);
+  render_->Flush2D();
+}
+
+bool ViewportSeams::Animating() {
+  BasicTool* tool = Tools().CurrentTool();
+  return tool && tool->WantsFrames();
+}
+
+bool ViewportSeams::SceneModified() { return ChangedSinceSave != 0; }
+bool ViewportSeams::WriteScene(const std::string& path) { return SaveSceneFile(path); }
+bool ViewportSeams::LoadScene(const std::string& path, bool restoring) { return LoadSceneFile(path, restoring); }
+bool ViewportSeams::SaveAs() { return SaveSceneAs(); }
+void ViewportSeams::ImportMesh(const std::string& path) { ImportMeshFile(path); }
+void ViewportSeams::RunCommandLine(const CommandLineDecision& decision) { RunFileCommand(decision); }
 
 std::string ViewportSeams::WriteNumberedScreenshot(const std::string& folder) {
   for (int n = 1; n < 1000; ++n) {

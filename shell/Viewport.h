@@ -27,8 +27,9 @@ class cEglContext;
 }  // namespace comms
 
 // Mouse over the view: left drags orbit, right drags zoom (with left also
-// held they pan), middle drags pan, Alt + a button navigates, the wheel zooms,
-// the keypad gives axis views and Home the start position.
+// held they pan), middle drags pan, Alt + a button navigates, the wheel moves
+// the pivot in depth (the eye stays), the keypad gives axis views and Home
+// the start position.
 class ViewportWidget : public comms::cWidget {
  public:
   ViewportWidget(comms::cFreeViewer& camera, const Dispatcher& dispatch, Platform& platform)
@@ -49,6 +50,8 @@ class ViewportWidget : public comms::cWidget {
 
 class ViewportSeams : public ShellSeams {
  public:
+  // The bar of a long operation's box.
+  static constexpr uint32_t kProgressBarColour = 0xff00ff00u;
   ViewportSeams(Platform& platform, bool headless);
   ~ViewportSeams() override;
 
@@ -63,10 +66,13 @@ class ViewportSeams : public ShellSeams {
   VolumeObject* Volume() const { return volume_.get(); }
   // The renderer, null until RendererReady has made it.
   comms::cRender* Renderer() const { return render_.get(); }
+  // The path of the last picture that F12 wrote, empty if it failed.
+  std::string LastScreenshot;
   // Drawn over the volume in each frame (the voxel tool's brush circle).
   std::function<void(comms::cRender&, const comms::cViewer&)> DrawOverVolume;
 
   bool RendererReady() override;
+  std::string RendererProblem() override { return problem_; }
   void BeginScene() override;
   void EndScene() override;
   void SetViewport(int width, int height) override;
@@ -76,6 +82,17 @@ class ViewportSeams : public ShellSeams {
   void SetSceneWireframe(bool on) override { sceneWireframe_ = on; }
   void ClearDepth() override;
   void UpdateRoomAndTool() override;
+  bool Animating() override;
+  void DrawText(float x, float y, uint32_t argb, const std::string& text) override;
+  void DrawProgressBox(int percent, const std::string& textKey) override;
+
+  // The scene: the changed flag, and files through the scene commands.
+  bool SceneModified() override;
+  bool WriteScene(const std::string& path) override;
+  bool LoadScene(const std::string& path, bool restoring) override;
+  bool SaveAs() override;
+  void ImportMesh(const std::string& path) override;
+  void RunCommandLine(const CommandLineDecision& decision) override;
 
  private:
   bool InitRenderer();
@@ -97,4 +114,6 @@ class ViewportSeams : public ShellSeams {
   bool sceneOpen_ = false;
   bool sceneWireframe_ = false;
   const comms::cSettings* settings_ = nullptr;  // the shell's, for the clear colour
+  std::string problem_;
+  std::string pendingShotFolder_;  // F12 was pressed: the folder of its picture
 };

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/ReplayPicture.h"
@@ -25,12 +26,13 @@ using namespace comms;
 VoxelRoomLink::VoxelRoomLink() = default;
 VoxelRoomLink::~VoxelRoomLink() = default;
 
-bool VoxelRoomLink::Connect(ToolTable& table, VolumeObject* volume, const cViewer* camera, Platform* platform) {
+bool VoxelRoomLink::Connect(ToolTable& table, VolumeObject* volume, const cViewer* camera, TabletReader* tablet,
+                            bool window) {
   VoxelSculptTool* tool = FindVoxelTool(table);
   if (!tool) return false;
   tool->SetScene(volume, camera);
-  if (platform && !pressure_) {
-    pressure_ = std::make_unique<TabletPenPressure>(OpenTablet(*platform));
+  if (window && !pressure_) {
+    pressure_ = std::make_unique<TabletPenPressure>(tablet);
     tool->SetPressureSource(pressure_.get());
   }
   return true;
@@ -62,7 +64,7 @@ bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, Tool
 }
 
 bool SculptHeadlessScene(VolumeObject& volume) {
-  const std::string path = ReplayDataFolder() + "/Replays/sphere.txt";
+  const std::string path = comms::DataFilePath("Replays/sphere.txt");
   std::ifstream file(path, std::ios::binary);
   if (!file) {
     Log("SculptHeadlessScene(): no script %s", path.c_str());
@@ -80,14 +82,14 @@ bool SculptHeadlessScene(VolumeObject& volume) {
   return true;
 }
 
-void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, Platform& platform, bool headless) {
+void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, TabletReader* tablet, bool sculptHead) {
   VolumeObject* volume = viewport.Volume();
   if (!volume) return;
-  if (headless && SculptHeadlessScene(*volume)) FrameVolume(*volume, viewport.Camera());
+  if (sculptHead && SculptHeadlessScene(*volume)) FrameVolume(*volume, viewport.Camera());
   // The tool list and its panel stand over the left of the view: the volume is
   // centred in what is left of it.
   viewport.Camera().ShiftX = RoomInterface::kToolListWidth + RoomInterface::kToolPanelWidth;
-  link.Connect(Tools(), volume, &viewport.Camera(), headless ? nullptr : &platform);
+  link.Connect(Tools(), volume, &viewport.Camera(), tablet, true);
   viewport.DrawOverVolume = [&link](comms::cRender& render, const comms::cViewer& camera) {
     link.DrawBrushCursor(render, camera, Tools());
   };

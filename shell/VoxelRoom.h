@@ -7,7 +7,7 @@
 #include <memory>
 
 class VolumeObject;
-class Platform;
+class TabletReader;
 class ToolTable;
 class TabletPenPressure;
 class ViewportSeams;
@@ -20,9 +20,11 @@ class VoxelRoomLink {
  public:
   VoxelRoomLink();
   ~VoxelRoomLink();
-  // Gives the voxel tool of `table` its scene; with a platform, also opens
-  // the tablet for the pen's pressure. False when the table has no voxel tool.
-  bool Connect(ToolTable& table, VolumeObject* volume, const comms::cViewer* camera, Platform* platform);
+  // Gives the voxel tool of `table` its scene; with `pressure` (the tablet,
+  // or null for the mouse's full pressure in a window), also the pen's
+  // pressure. False when the table has no voxel tool.
+  bool Connect(ToolTable& table, VolumeObject* volume, const comms::cViewer* camera, TabletReader* tablet,
+               bool window);
   // The brush circle (pen radius at the surface, in the surface's plane)
   // where the pointer is over the volume, while the voxel tool is current.
   // Returns whether one was drawn.
@@ -37,6 +39,7 @@ class VoxelRoomLink {
 bool SculptHeadlessScene(VolumeObject& volume);
 
 // After start-up: links the program's voxel tool to the viewport's volume and
-// camera (and the tablet with a window), draws the brush circle over the
-// volume, and in a headless run sculpts the start scene first.
-void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, Platform& platform, bool headless);
+// camera, with the tablet (or the mouse) as the pen's pressure, draws the
+// brush circle over the volume, and with `sculptHead` (the headless run)
+// sculpts the start scene first.
+void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, TabletReader* tablet, bool sculptHead);

@@ -1,5 +1,5 @@
 // morvane: the program. With a display it opens the 1280 x 720 window and runs
-// until the user leaves; with --headless it runs the start-up and 120 frames
+// until the user leaves; with --headless it runs the start-up and 8 frames
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
 // the last frame and says where its files went. Three commands run
@@ -17,14 +17,10 @@
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ReplayCommand.h"
-#include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "platform/Platform.h"
-#include "shell/Shell.h"
-#include "shell/Interface.h"
-#include "shell/Viewport.h"
-#include "shell/VoxelRoom.h"
+#include "shell/Program.h"
 
 namespace {
 std::string AbsolutePath(const std::string& name) {
@@ -59,24 +55,19 @@ int main(int argc, char** argv) {
   }
 
   std::unique_ptr<Platform> platform = headless ? CreateNullPlatform() : CreateSdlPlatform();
-  ViewportSeams seams(*platform, headless);
-  Shell shell(*platform, seams);
-  seams.Attach(shell);
-  ToolProviders tools;  // the rooms that are built hand in their tools
-  RegisterVoxelTools(tools);
-  ShellInterface interface(shell, [&seams] { return seams.Renderer(); }, tools);
-  interface.Attach();
+  Program program(*platform, headless ? ProgramMode::Headless() : ProgramMode::Window());
+  Shell& shell = program.TheShell();
   StartOptions options;
   options.commandLine = line;
-  if (!shell.Start(options)) {
-    fprintf(stderr, "morvane: start-up failed, see %s\n", AbsolutePath("Log.txt").c_str());
+  if (!program.Start(options)) {
+    fprintf(stderr, "morvane: start-up failed: %s\n(see %s)\n", shell.StartupProblem().c_str(),
+            AbsolutePath("Log.txt").c_str());
     return 1;
   }
-  VoxelRoomLink voxelRoom;
-  StartVoxelRoom(voxelRoom, seams, *platform, headless);
+  ViewportSeams& seams = program.View();
   std::string shot;
   if (headless) {
-    constexpr int kHeadlessFrames = 120;
+    constexpr int kHeadlessFrames = 8;  // past the fourth, which reads the command line
     shell.RunFrames(kHeadlessFrames);
     shot = seams.WriteScreenshot("screenshot.png");
   } else {
@@ -88,5 +79,9 @@ int main(int argc, char** argv) {
   printf("  log:         %s\n", AbsolutePath("Log.txt").c_str());
   printf("  user folder: %s (UserData/, Temp/, Exchange/, window.txt)\n", folder.c_str());
   if (!shot.empty()) printf("  screenshot:  %s\n", shot.c_str());
+  if (headless && shot.empty()) {
+    fprintf(stderr, "morvane: the picture of the last frame could not be made (see the log)\n");
+    return 1;
+  }
   return 0;
 }

@@ -1,13 +1,10 @@
 // The offscreen picture of a replay (see ReplayPicture.h).
 #include "MC/brushes/ReplayPicture.h"
 
-#include <unistd.h>
-
-#include <climits>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
+#include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -15,22 +12,6 @@
 #include "render/RenderGL.h"
 
 using namespace comms;
-
-std::string ReplayDataFolder() {
-  if (const char* d = std::getenv("MORVANE_DATA")) return d;
-  std::vector<std::string> candidates = {"data", "../data"};
-  char exe[PATH_MAX];
-  const ssize_t n = readlink("/proc/self/exe", exe, sizeof exe - 1);
-  if (n > 0) {
-    std::string dir(exe, size_t(n));
-    dir = dir.substr(0, dir.rfind('/'));
-    candidates.push_back(dir + "/../../data");
-    candidates.push_back(dir + "/../data");
-  }
-  for (const std::string& c : candidates)
-    if (access((c + "/Shaders/mcubes.hlsl").c_str(), R_OK) == 0) return c;
-  return "data";
-}
 
 bool WriteReplayPicture(VolumeObject& volume, const std::string& path, int width, int height, std::string* why) {
   std::string reason;
@@ -41,7 +22,7 @@ bool WriteReplayPicture(VolumeObject& volume, const std::string& path, int width
     return false;
   }
   cRenderGL render;
-  render.DataFolder = ReplayDataFolder();
+  render.DataFolder = DataFolder();
   if (!render.Init(context.get(), 1)) {
     if (why) *why = "the OpenGL renderer did not start";
     return false;

@@ -7,10 +7,6 @@
 
 class VolumeObject;
 
-// The folder with Shaders/: $MORVANE_DATA, else "data" here or one folder up,
-// else the source tree's data/ two folders above the program.
-std::string ReplayDataFolder();
-
 // False (logged, with the reason in `why`) where no context or renderer can be
 // made, or the file cannot be written.
 bool WriteReplayPicture(VolumeObject& volume, const std::string& path, int width, int height, std::string* why);

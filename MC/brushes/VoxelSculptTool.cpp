@@ -7,6 +7,7 @@
 #include "ClassEngine/Log.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "paint/SceneChanges.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenPressure.h"
 #include "render/Viewer.h"
@@ -127,6 +128,7 @@ void VoxelSculptTool::FinishStroke() {
   if (!stroke_.Active()) return;
   StrokeStep(false);
   stroke_.End();
+  ChangedSinceSave = 1;
   if (OnStrokeEnd)
     OnStrokeEnd(*volume_);
   else

@@ -67,6 +67,7 @@ class VoxelSculptTool : public BasicTool {
   bool OnLMBUp() override;
   bool OnMouseMove() override;
   void FrameUpdate() override;
+  bool WantsFrames() override { return stroke_.Active() && RunsWhileStill(); }
   void Deactivate() override;
   Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
   void OnToolListClick(int i) override;

@@ -82,6 +82,9 @@ class BasicTool : public BaseClass {
   virtual void Activate() {}
   virtual void Deactivate() {}
   virtual void FrameUpdate() {}
+  // True while the tool works with nothing moving (a brush that keeps acting
+  // on a still pen): frames must then come without messages.
+  virtual bool WantsFrames() { return false; }
   virtual void FrameEnd() {}
   virtual void FrameActive() {}
   virtual void OnSceneReset() {}

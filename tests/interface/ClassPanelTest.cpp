@@ -187,6 +187,50 @@ TEST_F(PanelFixture, SliderDragWritesTheMemberInRange) {
   EXPECT_EQ(object.changes, 1);  // the move to the same clamped value changed nothing
 }
 
+// A value typed into a slider's box stays inside the slider's range.
+TEST_F(PanelFixture, TypedSliderValuesAreKeptInTheirRange) {
+  ClassRow* soft = Row("Soft");
+  ASSERT_NE(soft, nullptr);
+  EXPECT_TRUE(soft->CommitText("0.8"));
+  EXPECT_FLOAT_EQ(object.Soft, 0.8f);
+  EXPECT_TRUE(soft->CommitText("8"));
+  EXPECT_FLOAT_EQ(object.Soft, 1.0f);
+  EXPECT_TRUE(soft->CommitText("-3"));
+  EXPECT_FLOAT_EQ(object.Soft, 0.0f);
+  ClassRow* steps = Row("Steps");
+  EXPECT_TRUE(steps->CommitText("400"));
+  EXPECT_EQ(object.Steps, 20);
+  EXPECT_TRUE(steps->CommitText("0"));
+  EXPECT_EQ(object.Steps, 1);
+}
+
+// The double click that opens a slider's text box does not move the value
+// with its first click: the box opens on the value from before.
+TEST_F(PanelFixture, DoubleClickOnASliderEditsTheValueItHad) {
+  SimpleSlider* s = Editor<SimpleSlider>("Soft");
+  ASSERT_NE(s, nullptr);
+  const float x = s->AbsX + s->W * 0.9f, y = s->AbsY + 2;
+  Ui().Tick = 5000;
+  ui.tree.OnPointer(kEvLDown, x, y);
+  ui.tree.OnPointer(kEvLUp, x, y);
+  EXPECT_NEAR(object.Soft, 0.9f, 0.02f) << "a single click sets the value where it lands";
+  Ui().Tick = 5200;
+  ui.tree.OnPointer(kEvLDouble, x, y);
+  ui.tree.OnPointer(kEvLUp, x, y);
+  EXPECT_FLOAT_EQ(object.Soft, 0.25f) << "the pair of clicks left the value as it was";
+  TextEntry* entry = Row("Soft")->Entry();
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(entry->Edit, Row("Soft")->ValueText());
+  EXPECT_FLOAT_EQ(std::stof(entry->Edit), 0.25f);
+
+  // Two clicks far apart in time are two single clicks.
+  ui.tree.OnKey(kEvKeyDown, keys::Esc);
+  Ui().Tick = 9000;
+  ui.tree.OnPointer(kEvLDown, s->AbsX + s->W * 0.5f, y);
+  ui.tree.OnPointer(kEvLUp, s->AbsX + s->W * 0.5f, y);
+  EXPECT_NEAR(object.Soft, 0.5f, 0.02f);
+}
+
 TEST_F(PanelFixture, ComboBoxPicksAValueOfTheEnumerator) {
   ComboBox* box = Editor<ComboBox>("Mode");
   ASSERT_NE(box, nullptr);

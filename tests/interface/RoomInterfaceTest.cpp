@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "WidgetTestKit.h"
 #include "interface/Dialogs.h"
 #include "interface/RoomInterface.h"
 #include "interface/TextTable.h"
+#include "platform/Keys.h"
 #include "shell/tools/PendingTools.h"
 #include "shell/tools/StandardTools.h"
 
@@ -101,4 +103,47 @@ TEST(DialogTest, PumpRunsUntilAButtonIsPressed) {
   EXPECT_EQ(ShowDialog(ui.tree, "WANT_TO_SAVE", "", nullptr, {"YES", "NO", "CANCEL"}, 1), 2);
   EXPECT_EQ(pumped, 1);
   SetDialogPump(nullptr);
+}
+
+// The box answers the keyboard: a button's first letter, Enter for the
+// default, Esc for the last; and while it is open the tools get no keys.
+TEST(DialogTest, KeysPickButtonsAndStayInTheBox) {
+  UiScope ui;
+  int toolKeys = 0;
+  ui.tree.Hooks().ToolKeys = [&](int) { return ++toolKeys, true; };
+  const std::vector<std::string> buttons = {"YES", "NO", "CANCEL"};
+  struct Case {
+    int key;
+    int answer;
+  };
+  for (Case c : {Case{keys::A + ('N' - 'A'), 2}, Case{keys::Enter, 1}, Case{keys::Esc, 3}, Case{keys::A + ('C' - 'A'), 3}}) {
+    SetDialogPump([&](const std::function<bool()>& done) {
+      ui.Frame();
+      EXPECT_TRUE(ui.tree.OnKey(kEvKeyDown, keys::A + ('Q' - 'A')));  // no button: kept, nothing picked
+      EXPECT_FALSE(done());
+      ui.tree.OnKey(kEvKeyDown, c.key);
+      EXPECT_TRUE(done());
+    });
+    EXPECT_EQ(ShowDialog(ui.tree, "WANT_TO_SAVE", "EXIT_PROGRAM", nullptr, buttons, 1), c.answer) << c.key;
+    ui.Frame();
+  }
+  EXPECT_EQ(toolKeys, 0);
+  ui.tree.OnKey(kEvKeyDown, keys::A);
+  EXPECT_EQ(toolKeys, 1) << "with the box gone the tools have the keys again";
+  SetDialogPump(nullptr);
+}
+
+// Long words wrap inside the box instead of running past its edge.
+TEST(DialogTest, LongTextWrapsInsideTheBox) {
+  UiScope ui;
+  DialogBox* box = BuildDialog(ui.tree, "IMPORT_NOT_AVAILABLE", "", nullptr, std::vector<std::string>{"OK"});
+  ui.Frame();
+  int lines = 0;
+  for (BaseWidget* w : box->Children)
+    if (auto* t = dynamic_cast<TextWidget*>(w); t && !dynamic_cast<FrameWidget*>(w)) {
+      ++lines;
+      EXPECT_LE(Ui().TextWidth(t->Text.cpchar()), box->W) << t->Text.cpchar();
+    }
+  EXPECT_GE(lines, 3);
+  box->Delete();
 }

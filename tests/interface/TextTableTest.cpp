@@ -76,6 +76,44 @@ TEST_F(TextFixture, MissingEnglishShowsKeysAsThemselves) {
   EXPECT_STREQ(t.Text("HELLO"), "HELLO");
 }
 
+// A run that could not read English.xml must not write keys into the user's
+// table as their own words: once the file is back, the words come back too.
+TEST_F(TextFixture, KeysShownBareWithoutEnglishAreNotSavedAsTheirWords) {
+  const std::string english = (dir / "data/Languages/English.xml").string();
+  fs::rename(english, english + ".away");
+  {
+    TextTable t(UserFile(), Data());
+    EXPECT_STREQ(t.Text("HELLO"), "HELLO");
+    EXPECT_STREQ(t.Text("HELLO"), "HELLO");
+    EXPECT_FALSE(t.EnglishLoaded());
+    EXPECT_TRUE(t.SaveText());
+  }
+  if (fs::exists(UserFile())) {
+    std::ifstream in(UserFile());
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(text.find("HELLO"), std::string::npos) << text;
+  }
+  fs::rename(english + ".away", english);
+  TextTable t(UserFile(), Data());
+  EXPECT_STREQ(t.Text("HELLO"), "Hello");
+}
+
+// A text.xml that an earlier run filled with keys as their own words heals
+// from the English table.
+TEST_F(TextFixture, KeyStoredAsItsOwnWordsTakesTheEnglishWords) {
+  Write("text.xml",
+        "<ClassArray.TextItem>\n <TextItem>\n  <ID>HELLO</ID>\n  <Text>HELLO</Text>\n </TextItem>\n"
+        " <TextItem>\n  <ID>MINE</ID>\n  <Text>MINE</Text>\n </TextItem>\n</ClassArray.TextItem>\n");
+  {
+    TextTable t(UserFile(), Data());
+    EXPECT_STREQ(t.Text("HELLO"), "Hello");
+    EXPECT_STREQ(t.Text("MINE"), "MINE");  // in no table: stays as it is
+    EXPECT_TRUE(t.SaveText());
+  }
+  TextTable again(UserFile(), Data());
+  EXPECT_STREQ(again.Find("HELLO"), "Hello");
+}
+
 TEST_F(TextFixture, DamagedUserFileLeavesTheEnglishTableWorking) {
   Write("text.xml", "<ClassArray.TextItem>\n <TextItem>\n  <ID>HEL");  // cut off
   TextTable t(UserFile(), Data());

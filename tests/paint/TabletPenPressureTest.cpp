@@ -27,7 +27,8 @@ class ScriptedReader final : public TabletReader {
 
 TEST(TabletPenPressure, LevelsFollowThePenCurveAndZeroIsTheMouse) {
   GeneralPenSaver keep;
-  TabletPenPressure source(std::make_unique<ScriptedReader>(std::vector<int>{256, 0, 1024}));
+  ScriptedReader reader(std::vector<int>{256, 0, 1024});
+  TabletPenPressure source(&reader);
   ASSERT_TRUE(source.HasTablet());
   GeneralPen::PenSensivity = 0.75f;  // exponent 2
   UpdatePenPressure(source, true);

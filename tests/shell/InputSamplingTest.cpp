@@ -3,6 +3,7 @@
 // the fields of wheel and motion events.
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "platform/FakePlatform.h"
@@ -139,6 +140,54 @@ TEST_F(SamplerTest, GamepadChangesRepeatAndCatchUp) {
   }
   EXPECT_TRUE(releasedA);
   EXPECT_TRUE(pressedRight);
+}
+
+// Typing faster than frames come: every press and release of "1.5" arrives
+// between two samples, and the box must still get "1.5", once, in order.
+TEST_F(SamplerTest, KeysPressedBetweenFramesAreTypedInOrder) {
+  for (int key : {keys::Digit0 + 1, keys::Period, keys::Digit0 + 5}) {
+    PlatformEvent e;
+    e.type = PlatformEvent::Type::KeyDown;
+    e.key = key;
+    sampler.OnPlatformEvent(e, queue, 0.0, &fake);
+    e.type = PlatformEvent::Type::KeyUp;
+    sampler.OnPlatformEvent(e, queue, 0.0, &fake);
+  }
+  std::string typed;
+  for (const InputEvent& e : At(0.016))
+    if (e.Kind == InputEvent::Character) typed += char(e.Code);
+  EXPECT_EQ(typed, "1.5");
+  EXPECT_TRUE(At(0.032).empty());
+}
+
+// A press told by its message and still held at the sample is typed once,
+// and then repeats as any held key does.
+TEST_F(SamplerTest, HeldKeyTypedByItsMessageIsNotTypedTwice) {
+  PlatformEvent e;
+  e.type = PlatformEvent::Type::KeyDown;
+  e.key = keys::A;
+  sampler.OnPlatformEvent(e, queue, 0.0, &fake);
+  fake.SetKeyDown(keys::A, true);
+  auto first = Drain(queue);
+  auto sampled = At(0.016);
+  first.insert(first.end(), sampled.begin(), sampled.end());
+  EXPECT_EQ(CountChars(first, keys::A), 1);
+  EXPECT_EQ(CountChars(At(0.3), keys::A), 0);
+  EXPECT_GE(CountChars(At(0.5), keys::A), 1) << "the repeat starts 0.4 s after the press";
+}
+
+// Shift pressed just before a letter within one frame gives the capital.
+TEST_F(SamplerTest, ShiftByMessageAppliesToTheNextKey) {
+  PlatformEvent e;
+  e.type = PlatformEvent::Type::KeyDown;
+  e.key = keys::Shift;
+  sampler.OnPlatformEvent(e, queue, 0.0, &fake);
+  e.key = keys::A + 1;
+  sampler.OnPlatformEvent(e, queue, 0.0, &fake);
+  int code = 0;
+  for (const InputEvent& ev : Drain(queue))
+    if (ev.Kind == InputEvent::Character) code = ev.Code;
+  EXPECT_EQ(code, 'B');
 }
 
 TEST(InputEvents, WheelAndMotionFields) {

@@ -100,6 +100,16 @@ TEST_F(ViewSettings, StartUpReadsTheSettingsFileAndAltEnterSwitchesFullScreen) {
   std::remove(path.c_str());
 }
 
+TEST_F(ViewSettings, DefaultStartReadsTheShippedSettingsFromTheDataFolder) {
+  ShellSeams plain;
+  Shell shell(fake_, plain);
+  StartOptions o;
+  o.installCrashHandler = false;
+  ASSERT_TRUE(shell.Start(o));
+  EXPECT_TRUE(shell.Settings().ShowGrid);
+  EXPECT_EQ(shell.Settings().GridColor, 0xFF707880u);
+}
+
 TEST_F(ViewSettings, MissingSettingsFileLeavesTheDefaults) {
   ShellSeams plain;
   Shell shell(fake_, plain);

@@ -32,7 +32,7 @@ struct VoxelRoomFixture : ::testing::Test {
     cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
     FillVolume(volume, SphereShape(0, 0, 0, 28));
     volume.UpdateSurface();
-    ASSERT_TRUE(link.Connect(table, &volume, &cam, nullptr));
+    ASSERT_TRUE(link.Connect(table, &volume, &cam, nullptr, false));
     GeneralPen::PenRadius = 30.f;
   }
   void TearDown() override { Pointer() = ToolPointer(); }
@@ -68,7 +68,7 @@ TEST_F(VoxelRoomFixture, NoCircleOffTheVolumeOrForAnotherTool) {
   EXPECT_FALSE(link.DrawBrushCursor(render, cam, table));
   EXPECT_EQ(render.Count("DrawLine"), 0);
   ToolTable empty;
-  EXPECT_FALSE(link.Connect(empty, &volume, &cam, nullptr));
+  EXPECT_FALSE(link.Connect(empty, &volume, &cam, nullptr, false));
 }
 
 TEST(HeadlessScene, TheShippedScriptSculptsTheStartVolume) {

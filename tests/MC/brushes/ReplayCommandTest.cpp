@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "BrushTestKit.h"
+#include "ClassEngine/DataFolder.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "interchange/IO.h"
@@ -21,7 +22,7 @@ std::string ReadText(const std::string& path) {
   return s.str();
 }
 
-std::string HeadScript() { return ReplayDataFolder() + "/Replays/sphere.txt"; }
+std::string HeadScript() { return comms::DataFilePath("Replays/sphere.txt"); }
 
 TEST(ReplayScript, TheShippedHeadRunsCleanAndSculpts) {
   const std::string text = ReadText(HeadScript());
