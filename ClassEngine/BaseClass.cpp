@@ -9,6 +9,7 @@
 #include "ClassEngine/ExMalloc.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/TextLookup.h"
+#include "ClassEngine/xml/XmlNode.h"
 
 namespace {
 // A member read through GetValue lands in a scratch word. A few words turn
@@ -36,7 +37,7 @@ void BaseClass::UndefinedClass() {
 }
 
 int BaseClass::GetRealIndex(int i) {
-  if (i >= 0x1000000) return i - 0x1000000;
+  if (i >= kPlainElementIndex) return i - kPlainElementIndex;
   unsigned mask = GetClassMask();
   if (mask == 0xFFFFFFFFu) return i;
   ClassDescriptor* d = GetDescriptor();
@@ -149,14 +150,19 @@ void BaseClass::Reset(void* ptr) {
   }
 }
 
-bool BaseClass::CopyTo(void* ptr, void* /*extra*/, BaseClass* toClass, void* to,
-                       void* /*toExtra*/, int options) {
+bool BaseClass::CopyTo(void* ptr, void* extra, BaseClass* toClass, void* to, void* toExtra,
+                       int options) {
   if (ptr == to) return true;
   if (!toClass || !to) return false;
-  // A compound without members has nothing to copy; the primitives copy
-  // their raw value in their own CopyTo.
-  if (!IsCompound()) return false;
   BaseClass* source = ptr ? (BaseClass*)ptr : this;
+  // A class without members of its own (one that writes its XML by hand)
+  // copies through its XML form. The primitives copy their raw value in
+  // their own CopyTo.
+  if (!IsCompound()) {
+    XmlNode tree;
+    if (!Save(&tree, source, extra)) return false;
+    return toClass->Load(&tree, to, nullptr, toExtra);
+  }
   int n = source->GetAmountOfElements();
   for (int i = 0; i < n; i++) {
     const char* name = source->GetElementID(i);

@@ -46,6 +46,11 @@ using MemberSetPointer = void (*)(BaseClass* object, void* value);
 // An offset below this is relative to the object; from it up, an address.
 constexpr intptr_t kStaticAddressFloor = 1000000;
 
+// Element indices are masked (only members passing GetClassMask count). An
+// index of kPlainElementIndex + k names member k of the full list directly,
+// whatever the mask: the binary form stores such plain indices.
+constexpr int kPlainElementIndex = 0x1000000;
+
 struct MemberRecord {
   BaseClass* Class;  // prototype of the member's class
   char* Name;        // XML tag and text key; display prefix characters stay in it

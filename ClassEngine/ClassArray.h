@@ -2,7 +2,7 @@
 // from it. Its elements are its members: element i is named after its class
 // ("NULL" for an empty slot), and loading creates elements by class name
 // through ExpandWith. ClonesArray<T> offers T itself for "add..." rows
-// instead of T's derived classes.
+// instead of T's derived classes, and is otherwise the same, name included.
 #pragma once
 #include <cstdio>
 #include <cstring>
@@ -41,7 +41,7 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
   void Reset(void*) override { Clear(); }
   bool IsCompound() override { return true; }
   int GetAmountOfElements() override { return this->NValues; }
-  int GetRealIndex(int i) override { return i >= 0x1000000 ? i - 0x1000000 : i; }
+  int GetRealIndex(int i) override { return i >= kPlainElementIndex ? i - kPlainElementIndex : i; }
   const char* GetElementID(int i) override {
     if (i < 0 || i >= this->NValues) return nullptr;
     return this->Values[i] ? this->Values[i]->GetClassName() : "NULL";
@@ -115,15 +115,11 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
   }
 };
 
+// Files cannot tell the two arrays apart: a ClonesArray reports the class
+// name of ClassArray<T> and differs only in what "add..." offers.
 template <class T>
 class ClonesArray : public ClassArray<T> {
  public:
-  static const char* StaticClassName() {
-    static char name[256];
-    if (!name[0]) snprintf(name, sizeof(name), "ClonesArray.%s", T::StaticClassName());
-    return name;
-  }
-  const char* GetClassName() override { return StaticClassName(); }
   BaseClass* New() override {
     auto* a = new ClonesArray<T>;
     if (a) a->SetParentOnly(this);

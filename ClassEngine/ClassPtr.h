@@ -45,7 +45,7 @@ class ClassPtr : public BaseClass {
   bool IsCompound() override { return true; }
   bool IsSimplified() override { return true; }
   int GetAmountOfElements() override { return Child ? 1 : 0; }
-  int GetRealIndex(int i) override { return i >= 0x1000000 ? i - 0x1000000 : i; }
+  int GetRealIndex(int i) override { return i >= kPlainElementIndex ? i - kPlainElementIndex : i; }
   const char* GetElementID(int i) override {
     return i == 0 && Child ? Child->GetClassName() : nullptr;
   }

@@ -22,7 +22,7 @@ struct Registry {
   RegistryHash enumNames;
   DynArray<Enumerator*> enums;
 };
-Registry& R() {
+Registry& TheRegistry() {
   static Registry* r = new Registry;  // lives for the whole run
   return *r;
 }
@@ -86,18 +86,18 @@ int ClassEngineError(const char* text) {
 
 ClassDescriptor* FindClassDescriptor(const char* name) {
   if (!name) return nullptr;
-  int i = R().classNames.find(Str_for_hash(name));
-  return i < 0 ? nullptr : R().classes[i];
+  int i = TheRegistry().classNames.find(Str_for_hash(name));
+  return i < 0 ? nullptr : TheRegistry().classes[i];
 }
 
 ClassDescriptor* GetClassDescriptor(const char* name) {
   if (!name) return nullptr;
   if (ClassDescriptor* d = FindClassDescriptor(name)) return d;
-  int i = R().classNames.add(Str_for_hash(name));
+  int i = TheRegistry().classNames.add(Str_for_hash(name));
   auto* d = new ClassDescriptor;
-  d->Name = R().classNames.get(i).str;
-  while (R().classes.GetAmount() <= i) R().classes.Add(nullptr);
-  R().classes[i] = d;
+  d->Name = TheRegistry().classNames.get(i).str;
+  while (TheRegistry().classes.GetAmount() <= i) TheRegistry().classes.Add(nullptr);
+  TheRegistry().classes[i] = d;
   return d;
 }
 
@@ -114,10 +114,10 @@ BaseClass* NewObjectOfClass(const char* name) {
   return o;
 }
 
-int RegisteredClassCount() { return R().classes.GetAmount(); }
+int RegisteredClassCount() { return TheRegistry().classes.GetAmount(); }
 
 ClassDescriptor* GetClassDescriptorByIndex(int index) {
-  return index >= 0 && index < R().classes.GetAmount() ? R().classes[index] : nullptr;
+  return index >= 0 && index < TheRegistry().classes.GetAmount() ? TheRegistry().classes[index] : nullptr;
 }
 
 void RegisterClass(BaseClass* model, const char* category, const char* name,
@@ -126,7 +126,7 @@ void RegisterClass(BaseClass* model, const char* category, const char* name,
   std::string clean = CleanClassName(name ? name : model->GetClassName());
   if (skipContainers && clean.find('.') != std::string::npos) return;
   ClassDescriptor* d = GetClassDescriptor(clean.c_str());
-  d->ID = R().classNames.find(Str_for_hash(clean.c_str()));
+  d->ID = TheRegistry().classNames.find(Str_for_hash(clean.c_str()));
   if (!d->Prototype) {
     d->Prototype = model->New();
     // The prototype belongs to no one, whatever New() made its parent.
@@ -138,12 +138,12 @@ void RegisterClass(BaseClass* model, const char* category, const char* name,
 
 Enumerator* GetEnumerator(const char* name) {
   if (!name) return nullptr;
-  int i = R().enumNames.find(Str_for_hash(name));
-  if (i >= 0) return R().enums[i];
-  i = R().enumNames.add(Str_for_hash(name));
+  int i = TheRegistry().enumNames.find(Str_for_hash(name));
+  if (i >= 0) return TheRegistry().enums[i];
+  i = TheRegistry().enumNames.add(Str_for_hash(name));
   auto* e = new Enumerator(name);
-  while (R().enums.GetAmount() <= i) R().enums.Add(nullptr);
-  R().enums[i] = e;
+  while (TheRegistry().enums.GetAmount() <= i) TheRegistry().enums.Add(nullptr);
+  TheRegistry().enums[i] = e;
   return e;
 }
 

@@ -5,8 +5,12 @@
 #pragma once
 #include <cstddef>
 
+// Plain C names, exported from the executable (shell/CMakeLists.txt), so that
+// loadable components find them and share the program's heap.
+extern "C" {
 void* cExMalloc(int size);
 void cExFree(void* p);
+}
 
 // Live blocks: up on every cExMalloc, down on every cExFree of a non-null pointer.
 int cExLiveBlocks();

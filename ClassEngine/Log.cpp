@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 
 #include "ClassEngine/SystemDialog.h"
@@ -12,12 +13,25 @@ struct LogState {
   FILE* file = nullptr;
   std::string path;
   std::string text;
+  bool dropped = false;  // older lines left the memory copy
+  size_t total = 0;      // bytes appended since the start: text holds the last text.size()
 };
 LogState& State() {
   static LogState s;
   return s;
 }
 constexpr int kMaxLine = 9999;
+constexpr char kDroppedNote[] = "(older lines are in the log file only)\n";
+
+// Keeps the memory copy within kLogMemoryBytes: when it is over, the oldest
+// quarter goes at once, cut at a line end, so trimming is rare and cheap.
+void TrimMemoryCopy(LogState& s) {
+  if (s.text.size() <= kLogMemoryBytes - sizeof kDroppedNote) return;
+  size_t cut = s.text.size() - (kLogMemoryBytes - sizeof kDroppedNote) * 3 / 4;
+  size_t end = s.text.find('\n', cut);
+  s.text.erase(0, end == std::string::npos ? s.text.size() : end + 1);
+  s.dropped = true;
+}
 
 void AppendLine(const char* format, va_list args) {
   char line[kMaxLine + 1];
@@ -26,6 +40,8 @@ void AppendLine(const char* format, va_list args) {
   std::lock_guard<std::mutex> guard(s.lock);
   s.text += line;
   s.text += '\n';
+  s.total += strlen(line) + 1;
+  TrimMemoryCopy(s);
   if (s.file) {
     fputs(line, s.file);
     fputc('\n', s.file);
@@ -41,6 +57,8 @@ void LogOpen(const char* path) {
   s.file = fopen(path, "wb");
   s.path = s.file ? path : "";
   s.text.clear();
+  s.dropped = false;
+  s.total = 0;
 }
 
 void LogClose() {
@@ -50,12 +68,26 @@ void LogClose() {
   s.file = nullptr;
 }
 
+size_t LogMark() {
+  LogState& s = State();
+  std::lock_guard<std::mutex> guard(s.lock);
+  return s.total;
+}
+
+std::string LogTextSince(size_t mark) {
+  LogState& s = State();
+  std::lock_guard<std::mutex> guard(s.lock);
+  size_t start = s.total - s.text.size();  // where the memory copy begins
+  if (mark >= s.total) return "";
+  return s.text.substr(mark > start ? mark - start : 0);
+}
+
 const std::string& LogPath() { return State().path; }
 
 std::string LogText() {
   LogState& s = State();
   std::lock_guard<std::mutex> guard(s.lock);
-  return s.text;
+  return s.dropped ? kDroppedNote + s.text : s.text;
 }
 
 void Log(const char* format, ...) {

@@ -2,6 +2,12 @@
 // (an int, a float, a packed colour, an embedded _str). Each is registered
 // under exactly its class name; its CheckType accepts the field types it
 // can handle, and its CopyTo copies the raw value.
+//
+// A member class's whole behaviour is in three places, by form:
+//   here and MemberClasses.cpp   reset, copy, type check, "value" text for panels;
+//   xml/MemberXml.cpp            Save/Load: the value text in class files (MV_XML_FORM);
+//   streams/ClassBin.cpp         SaveBin/LoadBin: raw field bytes, strings with
+//                                their length byte or dictionary index.
 #pragma once
 #include <cstdint>
 #include <cstring>

@@ -88,3 +88,11 @@ function(morvane_fuzz name source)
     add_test(NAME ${name} COMMAND ${name} ${corpus})
   endif()
 endfunction()
+
+# morvane_export_allocator(TARGET) puts cExMalloc and cExFree, under these
+# plain names, into the executable's dynamic symbol table, so that components
+# loaded at run time allocate on the program's heap.
+function(morvane_export_allocator target)
+  target_link_options(${target} PRIVATE
+    -Wl,--export-dynamic-symbol=cExMalloc -Wl,--export-dynamic-symbol=cExFree)
+endfunction()

@@ -30,15 +30,14 @@ int cIRS::GetShaderID(const std::string& name, int vertexFormat, const std::stri
   int id = -1;
   if (DebugShadersMode) {
     for (;;) {
-      size_t mark = LogText().size();
+      size_t mark = LogMark();
       id = render_->GetShaderID(name, vertexFormat, defines);
       if (id >= 0) break;
-      std::string log = LogText();
       char head[1024];
       snprintf(head, sizeof head, "shader: %s\ndefines: %s\ncompiling log:\n", name.c_str(), defines.c_str());
       SystemDialog d;
       d.title = "Unable to compile shader";
-      d.text = head + (mark < log.size() ? log.substr(mark) : std::string());
+      d.text = head + LogTextSince(mark);
       d.buttons = {"Retry", "Skip"};
       d.defaultButton = 1;
       d.kind = SystemDialog::Kind::Error;

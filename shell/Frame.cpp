@@ -15,7 +15,7 @@ void Shell::Frame() {
   // 1. No renderer, or a progress bar in progress.
   if (!seams_.RendererReady() || frameForbidden_) return;
   // 2. Full-screen as the settings say.
-  if (fullScreenWanted_ != platform_.IsFullScreen()) platform_.SetFullScreen(fullScreenWanted_);
+  if (settings_.FullScreen != platform_.IsFullScreen()) platform_.SetFullScreen(settings_.FullScreen);
   // 3. No client: nothing draws, and time does not count.
   int width = 0, height = 0;
   platform_.ClientSize(width, height);
@@ -40,8 +40,10 @@ void Shell::Frame() {
   float px, py;  // 12.
   platform_.PointerPosition(px, py);
   dispatcher_.Run(layers_, queue_, clock_.Now().Delta, px, py, SetCursorFromWidget, &platform_);
-  seams_.SetDefaultStates();  // 13.
-  layers_.RenderLayer(0);     // 14.
+  seams_.SetDefaultStates();  // 13. Then the grid and the fill of the scene.
+  if (settings_.ShowGrid) seams_.DrawGroundGrid(settings_.GridStep, settings_.GridLines, settings_.GridColor);
+  seams_.SetSceneWireframe(settings_.Wireframe);
+  layers_.RenderLayer(0);  // 14.
   // 15, 16. The viewer's matrices and the hidden-cursor camera drag belong to
   // the viewer and navigation.
   ApplicationFrame(width, height);  // 17.

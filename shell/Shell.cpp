@@ -71,6 +71,12 @@ bool Shell::Start(const StartOptions& o) {
   folders_.CreateStandardFolders();
   SetUserPathResolver([this](const std::string& rel) { return folders_.Path(rel); });
   SetSaveWorkOffer([this] { OfferToSaveOnCrash(); });
+  // The engine classes (a throw-away cSettings registers its class), then
+  // the real settings read their file; they live on layer 4.
+  comms::RegisterCommsClasses();
+  settings_.ReadFromFile(
+      (o.settingsPath.empty() ? comms::DataFilePath("Xmls/Settings.xml") : o.settingsPath).c_str());
+  layers_.Register(4, &settingsWidget_, true);
 
   // 7. The window's place from window.txt.
   placement_ = ReadWindowPlacement(folders_.Path("window.txt"));

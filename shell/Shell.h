@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "ClassEngine/comms/cSettings.h"
 #include "platform/Platform.h"
 #include "platform/TabletPressure.h"
 #include "shell/Autosave.h"
@@ -17,6 +18,7 @@
 #include "shell/EventQueue.h"
 #include "shell/InputSampler.h"
 #include "shell/PeriodicChecks.h"
+#include "shell/SettingsWidget.h"
 #include "shell/ShellSeams.h"
 #include "shell/TimeBase.h"
 #include "shell/UserFolders.h"
@@ -28,6 +30,9 @@ struct StartOptions {
   std::string logPath = "Log.txt";
   bool installCrashHandler = true;
   std::string title = "Morvane";
+  // The engine settings read at start-up; empty: Xmls/Settings.xml of the
+  // program's data folder.
+  std::string settingsPath;
 };
 
 class Shell {
@@ -62,7 +67,9 @@ class Shell {
   bool ProgressBar(int current, int total, const char* text);
   bool IsKeyDownNow(int key) const;
 
-  void SetFullScreenWanted(bool on) { fullScreenWanted_ = on; }
+  void SetFullScreenWanted(bool on) { settings_.FullScreen = on; }
+  // Grid, wireframe, full screen, clear colour: the frame reads them each time.
+  comms::cSettings& Settings() { return settings_; }
   // Asks for a frame `ms` milliseconds from now even if no message comes: a
   // hint that is due to appear, a blinking caret.
   void FrameIn(uint32_t ms);
@@ -139,7 +146,8 @@ class Shell {
   bool firstAppFrame_ = true, commandLineRan_ = false;
   bool exitFlag_ = false, closeLocked_ = false, asking_ = false;
   bool needFrame_ = true, redrawRequested_ = false, movingOrSizing_ = false;
-  bool fullScreenWanted_ = false;
+  comms::cSettings settings_;
+  SettingsWidget settingsWidget_{settings_};
 };
 
 // The one shell of the run, null outside it.

@@ -21,6 +21,10 @@ class ShellSeams {
   virtual void SetViewport(int /*width*/, int /*height*/) {}
   virtual void DrawBackground() {}
   virtual void SetDefaultStates() {}
+  // The ground grid: lines `step` apart, `lines` on each side of the centre.
+  virtual void DrawGroundGrid(float /*step*/, int /*lines*/, uint32_t /*argb*/) {}
+  // Whether the scene of this frame is drawn as wireframe.
+  virtual void SetSceneWireframe(bool /*on*/) {}
   virtual void ClearDepth() {}
   virtual void DrawText(float /*x*/, float /*y*/, uint32_t /*argb*/, const std::string& /*text*/) {}
   virtual void DrawProgressBox(int /*percent*/, const std::string& /*text*/) {}

@@ -21,6 +21,7 @@
 #include "interchange/IO.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
+#include "render/GroundGrid.h"
 #include "render/NullRender.h"
 #include "render/PlatformWindow.h"
 #include "render/RenderGL.h"
@@ -81,6 +82,7 @@ ViewportSeams::ViewportSeams(Platform& platform, bool headless) : platform_(plat
 ViewportSeams::~ViewportSeams() {
   // Device meshes go before the device.
   drawer_.reset();
+  if (settings_) cSettings::SetReloadShadersHook(nullptr);
   if (IRS == irs_.get()) IRS = nullptr;
   if (render_) render_->Release();
 }
@@ -91,6 +93,10 @@ void ViewportSeams::Attach(Shell& shell) {
   // the frame is whole, just before it is shown.
   widget_->OnScreenshotKey = [this, &shell] { pendingShotFolder_ = shell.Folders().Path(""); };
   shell.Layers().Register(0, widget_.get(), true);
+  settings_ = &shell.Settings();
+  cSettings::SetReloadShadersHook([this] {
+    if (render_) render_->ReloadShaders();
+  });
 }
 
 bool ViewportSeams::InitRenderer() {
@@ -179,8 +185,18 @@ void ViewportSeams::SetViewport(int width, int height) {
 }
 
 void ViewportSeams::DrawBackground() {
+  // The settings' clear colour, when on, stands instead of the background.
+  if (settings_ && settings_->ClearColor.Enabled) {
+    render_->Clear(true, true, settings_->ClearColor.Color, 1.0f);
+    return;
+  }
   render_->Clear(true, true, 0xff000000u, 1.0f);
   background_.Draw(*render_, camera_);
+}
+
+void ViewportSeams::DrawGroundGrid(float step, int lines, uint32_t argb) {
+  // The grid lies level through the camera's pivot, which frames the scene.
+  comms::DrawGroundGrid(*render_, camera_, camera_.m_Center, step, lines, argb);
 }
 
 void ViewportSeams::SetDefaultStates() {
@@ -194,7 +210,11 @@ void ViewportSeams::SetDefaultStates() {
 void ViewportSeams::ClearDepth() { render_->Clear(false, true, 0, 1.0f); }
 
 void ViewportSeams::UpdateRoomAndTool() {
-  if (volume_ && drawer_) drawer_->Draw(*volume_, camera_);
+  if (volume_ && drawer_) {
+    render_->SetWireframe(sceneWireframe_);
+    drawer_->Draw(*volume_, camera_);
+    render_->SetWireframe(false);
+  }
   if (render_ && DrawOverVolume) DrawOverVolume(*render_, camera_);
 }
 

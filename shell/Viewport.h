@@ -20,6 +20,7 @@ class Shell;
 class VolumeObject;
 class VolumeDrawer;
 namespace comms {
+class cSettings;
 class cRender;
 class cRenderWindow;
 class cEglContext;
@@ -77,6 +78,8 @@ class ViewportSeams : public ShellSeams {
   void SetViewport(int width, int height) override;
   void DrawBackground() override;
   void SetDefaultStates() override;
+  void DrawGroundGrid(float step, int lines, uint32_t argb) override;
+  void SetSceneWireframe(bool on) override { sceneWireframe_ = on; }
   void ClearDepth() override;
   void UpdateRoomAndTool() override;
   bool Animating() override;
@@ -109,6 +112,8 @@ class ViewportSeams : public ShellSeams {
   std::unique_ptr<ViewportWidget> widget_;
   int defaultDepth_ = -1;
   bool sceneOpen_ = false;
+  bool sceneWireframe_ = false;
+  const comms::cSettings* settings_ = nullptr;  // the shell's, for the clear colour
   std::string problem_;
   std::string pendingShotFolder_;  // F12 was pressed: the folder of its picture
 };

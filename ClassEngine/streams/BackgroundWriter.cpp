@@ -55,44 +55,56 @@ struct Entry {
 
 class Writer {
  public:
-  ~Writer() {
-    {
-      std::lock_guard<std::mutex> g(lock_);
-      quit_ = true;
-    }
-    wake_.notify_all();
-    if (thread_.joinable()) thread_.join();
-  }
+  ~Writer() { WaitIdle(); }
 
+  // Appends an entry; starts the thread if none runs, after joining one
+  // that has finished.
   void Push(Entry&& e) {
-    {
-      std::lock_guard<std::mutex> g(lock_);
-      queue_.push_back(std::move(e));
-      if (!thread_.joinable()) thread_ = std::thread([this] { Loop(); });
-    }
-    wake_.notify_all();
+    std::lock_guard<std::mutex> g(lock_);
+    queue_.push_back(std::move(e));
+    if (running_) return;
+    if (thread_.joinable()) thread_.join();  // finished: it only returns now
+    running_ = true;
+    thread_ = std::thread([this] { Loop(); });
   }
 
   void WaitIdle() {
-    std::unique_lock<std::mutex> g(lock_);
-    idle_.wait(g, [&] { return queue_.empty() && !busy_; });
+    {
+      std::unique_lock<std::mutex> g(lock_);
+      idle_.wait(g, [&] { return !running_; });
+    }
+    Join();
+  }
+
+  bool ThreadAlive() {
+    std::lock_guard<std::mutex> g(lock_);
+    return running_;
   }
 
  private:
+  // Carries entries out until the queue is empty, then ends.
   void Loop() {
     std::unique_lock<std::mutex> g(lock_);
-    for (;;) {
-      wake_.wait(g, [&] { return quit_ || !queue_.empty(); });
-      if (queue_.empty()) return;  // quitting with nothing left
+    while (!queue_.empty()) {
       Entry e = std::move(queue_.front());
       queue_.pop_front();
-      busy_ = true;
       g.unlock();
       Carry(e);
       g.lock();
-      busy_ = false;
-      if (queue_.empty()) idle_.notify_all();
     }
+    running_ = false;
+    idle_.notify_all();
+  }
+
+  // Waits for a thread that has finished or is about to.
+  void Join() {
+    std::thread t;
+    {
+      std::lock_guard<std::mutex> g(lock_);
+      if (running_ || !thread_.joinable()) return;
+      t = std::move(thread_);
+    }
+    t.join();
   }
 
   static void Carry(Entry& e) {
@@ -107,11 +119,10 @@ class Writer {
   }
 
   std::mutex lock_;
-  std::condition_variable wake_, idle_;
+  std::condition_variable idle_;
   std::deque<Entry> queue_;
   std::thread thread_;
-  bool busy_ = false;
-  bool quit_ = false;
+  bool running_ = false;  // a thread exists and has not finished its queue
 };
 
 Writer& TheWriter() {
@@ -145,4 +156,5 @@ void QueueClose(int fd, const std::string& source, const std::string& target) {
 }
 
 void WaitIdle() { TheWriter().WaitIdle(); }
+bool ThreadAlive() { return TheWriter().ThreadAlive(); }
 }  // namespace BackgroundWriter

@@ -4,7 +4,8 @@
 // Reading never trusts the stream: a member index out of range, an unknown
 // class, a count beyond the stream or an early end stops the read, and the
 // object that was being read is reset, so it is left usable and empty
-// rather than half filled.
+// rather than half filled. The member classes (MemberClasses.h) keep their raw
+// bytes here too; their XML text is in xml/MemberXml.cpp.
 #include "ClassEngine/streams/ClassBin.h"
 
 #include <cstring>
@@ -30,7 +31,6 @@ struct NestingGuard {
   bool Outermost() const { return gNesting == 1; }
 };
 
-constexpr int kMemberIndexBase = 0x1000000;  // element index that means "plain index"
 constexpr int kMaxStored = 255;              // the count is one byte
 
 bool SameRun(MemoryBinStream& a, int64_t aStart, MemoryBinStream& b, int64_t bStart) {
@@ -131,7 +131,7 @@ bool BaseClass::SaveBin(void* ptr, void* extra, BinStream* stream, Enumerator* d
   for (int k = 0; k < total; k++) {
     const MemberRecord& m = d->Members[k];
     if (!m.Class || !(m.Mask & mask) || Skipped(skip, m.Name)) continue;
-    int i = kMemberIndexBase + k;
+    int i = kPlainElementIndex + k;
     BaseClass* c = GetElementClass(i);
     if (!c) continue;
     int64_t start = values.GetWritePos();
@@ -175,7 +175,7 @@ bool BaseClass::LoadBin(void* ptr, void* extra, BinStream* stream, Enumerator* d
     uint8_t k = 0;
     if (stream->Read(&k, 1) != 1) return Fail(this, guard, "the stream ended");
     if (k >= total) return Fail(this, guard, "member index out of range");
-    int i = kMemberIndexBase + k;
+    int i = kPlainElementIndex + k;
     BaseClass* c = GetElementClass(i);
     void* p = GetElementPtr(i, this);
     if (!c || !p) return Fail(this, guard, "member without a value");

@@ -10,6 +10,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/SystemDialog.h"
+#include "ClassEngine/TextLookup.h"
 #include "ClassEngine/UserPaths.h"
 #include "ClassEngine/streams/BackgroundWriter.h"
 
@@ -37,7 +38,7 @@ int OpenForReading(const char* name, int64_t* size) {
 void ReportUnwritable(const std::string& path) {
   SystemDialog d;
   d.title = "Error";
-  d.text = "Unable_to_write_file\n" + path;
+  d.text = std::string(LookupTextOr("Unable_to_write_file", "Unable to write file")) + "\n" + path;
   d.kind = SystemDialog::Kind::Error;
   ShowSystemDialog(d);
 }

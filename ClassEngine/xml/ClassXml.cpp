@@ -10,6 +10,7 @@
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/MemberClasses.h"
+#include "ClassEngine/NamedObjects.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
 
@@ -88,8 +89,9 @@ bool BaseClass::Load(XmlNode* xml, void* ptr, ErrorCollector* error, void* extra
     if (!c->Load(child, p, error, e ? e : extra) && error) error->ShowSource(child);
     RunSetAccessor(i, this, p);
   }
-  // Linking by object name would run here; no class of the program names its
-  // objects, so there is nothing to link.
+  // A named object is entered in the table now that its name is read, and
+  // the references waiting for it are bound.
+  if (IsNamed()) TryToLinkClass(this);
   return true;
 }
 

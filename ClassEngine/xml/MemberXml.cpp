@@ -1,6 +1,8 @@
 // The value text of each member class in a class file: decimal integers,
 // "%08X" words and colours, "%f" floats, "true"/"false", enumerator names,
-// texture file names. Numbers go through the C locale (CNumbers.h).
+// texture file names. Numbers go through the C locale (CNumbers.h). The
+// classes are declared in MemberClasses.h; their binary form is in
+// streams/ClassBin.cpp.
 #include <cstdint>
 
 #include "ClassEngine/Enumerator.h"

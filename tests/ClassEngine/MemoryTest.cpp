@@ -1,6 +1,7 @@
 // The allocator counts live blocks, keeps an emergency reserve and reports
 // running out of memory once; the pools stamp their blocks and keep a block
 // in place when a reallocation stays in its size class.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -50,6 +51,22 @@ TEST(ExMallocTest, LiveCountFollowsBlocksAndNullFreeLeavesIt) {
   EXPECT_TRUE(EmergencyReserveHeld());
 }
 
+// A component loaded at run time finds the allocator by its plain names.
+TEST(ExMallocTest, AllocatorIsExportedUnderItsPlainNames) {
+  using Malloc = void* (*)(int);
+  using Free = void (*)(void*);
+  auto m = reinterpret_cast<Malloc>(dlsym(RTLD_DEFAULT, "cExMalloc"));
+  auto f = reinterpret_cast<Free>(dlsym(RTLD_DEFAULT, "cExFree"));
+  ASSERT_NE(m, nullptr) << dlerror();
+  ASSERT_NE(f, nullptr) << dlerror();
+  EXPECT_EQ(m, &cExMalloc);
+  int before = cExLiveBlocks();
+  void* p = m(24);
+  EXPECT_EQ(cExLiveBlocks(), before + 1);
+  f(p);
+  EXPECT_EQ(cExLiveBlocks(), before);
+}
+
 TEST(ExMallocTest, OutOfMemoryPathRunsOnceThenFailsSilently) {
   ResetOutOfMemoryReport();
   SetSystemAllocator(&FailingAlloc, &CountingFree);
@@ -68,7 +85,7 @@ TEST(ExMallocTest, OutOfMemoryPathRunsOnceThenFailsSilently) {
   int offers = 0;
   ResetSaveWorkOffer();
   SetSaveWorkOffer([&] { offers++; });
-  size_t logStart = LogText().size();
+  size_t logStart = LogMark();
   int live = cExLiveBlocks();
   gReserveFrees = 0;
 
@@ -76,7 +93,7 @@ TEST(ExMallocTest, OutOfMemoryPathRunsOnceThenFailsSilently) {
   EXPECT_EQ(cExMalloc(1234), nullptr);
   EXPECT_FALSE(EmergencyReserveHeld());
   EXPECT_EQ(gReserveFrees, 1);
-  std::string logged = LogText().substr(logStart);
+  std::string logged = LogTextSince(logStart);
   size_t oom = logged.find("Out of memory, requested 1234 bytes");
   size_t stack = logged.find("Call stack info:");
   ASSERT_NE(oom, std::string::npos);
@@ -88,11 +105,11 @@ TEST(ExMallocTest, OutOfMemoryPathRunsOnceThenFailsSilently) {
   EXPECT_EQ(boxes[0].title, "Fatal error");  // the key's English words on a miss
   EXPECT_EQ(offers, 1);
 
-  size_t secondStart = LogText().size();
+  size_t secondStart = LogMark();
   EXPECT_EQ(cExMalloc(99), nullptr);
   EXPECT_EQ(boxes.size(), 1u);
   EXPECT_EQ(offers, 1);
-  EXPECT_EQ(LogText().find("Out of memory", secondStart), std::string::npos);
+  EXPECT_EQ(LogTextSince(secondStart).find("Out of memory"), std::string::npos);
   EXPECT_EQ(cExLiveBlocks(), live);
 
   gFailAll = false;

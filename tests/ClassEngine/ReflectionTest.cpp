@@ -87,7 +87,11 @@ TEST(ReflectionTest, ClassArrayNamesElementsAndNullSlots) {
   RegisterTestClasses();
   ClassArray<Shape> a;
   EXPECT_STREQ(a.GetClassName(), "ClassArray.Shape");
-  EXPECT_STREQ(ClonesArray<Shape>::StaticClassName(), "ClonesArray.Shape");
+  // A ClonesArray is a ClassArray in files and lists: same name, its own rule.
+  ClonesArray<Shape> clones;
+  EXPECT_STREQ(clones.GetClassName(), "ClassArray.Shape");
+  EXPECT_EQ(clones.GetExpansionRules(), kExpandOwnClass);
+  EXPECT_EQ(a.GetExpansionRules(), kExpandDerived);
   EXPECT_STREQ(ClassPtr<Shape>::StaticClassName(), "ClassPtr.Shape");
   a.Add(new Circle);
   a.Add(nullptr);

@@ -131,10 +131,10 @@ TEST(RegistrationTest, TypeCheckShowsTheMessage) {
 
 TEST(RegistrationTest, OffsetOrAddressDisagreementIsCritical) {
   RegisterClassEngineClasses();
-  size_t start = LogText().size();
+  size_t start = LogMark();
   Misplaced model;
   RegisterClass(&model, nullptr, "Misplaced");
-  std::string logged = LogText().substr(start);
+  std::string logged = LogTextSince(start);
   EXPECT_NE(logged.find("CRITICAL: Static member <_int Field> registered like non-static"),
             std::string::npos);
   EXPECT_NE(logged.find("CRITICAL: Non-static member <_int Other> registered like static"),
@@ -147,10 +147,10 @@ TEST(RegistrationTest, OffsetOrAddressDisagreementIsCritical) {
 
 TEST(RegistrationTest, AccessorsReadAndRunOnSet) {
   RegisterClassEngineClasses();
-  size_t start = LogText().size();
+  size_t start = LogMark();
   Thermo model;
   RegisterClass(&model, nullptr, "Thermo");
-  EXPECT_NE(LogText().find("STATIC Not allowed for properties: <_int Refused>", start),
+  EXPECT_NE(LogTextSince(start).find("STATIC Not allowed for properties: <_int Refused>"),
             std::string::npos);
   EXPECT_EQ(FindClassDescriptor("Thermo")->Members[1].SetValue, nullptr);
 

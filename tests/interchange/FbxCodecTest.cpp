@@ -47,7 +47,7 @@ TEST(FbxCodec, ReadsWhatAssimpWritesFromAnObj) {
   EXPECT_EQ(quads, 6);
 
   WriteText(dir + "junk.fbx", "Kaydara FBX Binary  \0 nonsense");
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   std::unique_ptr<cMesh> junk(cMeshIO::LoadMesh((dir + "junk.fbx").c_str()));
   EXPECT_FALSE(junk);
   EXPECT_NE(LogSince(mark).find("cMeshIO::LoadMesh(): Can't decode mesh file"), std::string::npos);

@@ -75,7 +75,7 @@ TEST(FloatImage, EightBitOutputsClampAndBadFilesFail) {
   WriteText(dir + "bad.exr", "not an exr at all");
   WriteText(dir + "bad.tif", "II*\0 junk");
   cFloatImage out;
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_FALSE(out.Load(dir + "bad.exr"));
   EXPECT_FALSE(out.Load(dir + "bad.tif"));
   EXPECT_NE(LogSince(mark).find("cFloatImage::Load(): Can't load \"" + dir + "bad.tif\"."), std::string::npos);

@@ -205,13 +205,13 @@ TEST(ImageFiles, LoadAndSaveByExtensionWithTheirMessages) {
   std::string dir = FreshFolder();
   cImage in = Pattern(3, 3, 4), out;
   ASSERT_TRUE(cIO::SaveImage(dir + "pic.png", in));
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   ASSERT_TRUE(cIO::LoadImage(dir + "pic", out));  // no extension: the PNG beside no DDS
   EXPECT_EQ(out.data, in.data);
   EXPECT_NE(LogSince(mark).find("Loaded image file \"" + dir + "pic\""), std::string::npos);
 
   WriteText(dir + "bad.tga", "nothing like a targa");
-  mark = LogText().size();
+  mark = LogMark();
   cImage kept = out;
   EXPECT_FALSE(cIO::LoadImage(dir + "bad.tga", out));
   EXPECT_FALSE(cIO::LoadImage(dir + "absent.png", out));

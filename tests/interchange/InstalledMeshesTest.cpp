@@ -139,10 +139,10 @@ TEST(InstalledMeshes, OpenscadStlsGoodAndMalformed) {
   auto binary = Load(d + "scad/3D/features/import_bin_solid.stl");
   EXPECT_EQ(text->positions.size(), binary->positions.size());
 
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_FALSE(Load(d + "stl/empty.stl"));
   EXPECT_NE(LogSince(mark).find("is empty."), std::string::npos);
-  mark = LogText().size();
+  mark = LogMark();
   EXPECT_FALSE(Load(d + "stl/invalidvertex.stl"));
   EXPECT_NE(LogSince(mark).find("cMeshStl::DecodeStl(): Too few position coordinates: \"      vertex 0 0 blah\"."),
             std::string::npos);

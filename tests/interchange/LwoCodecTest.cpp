@@ -124,7 +124,7 @@ TEST(LwoCodec, OldAndBrokenFilesFail) {
   std::vector<uint8_t> cut = {'F', 'O', 'R', 'M', 0, 0, 0, 20, 'L', 'W', 'O', '2',
                               'P', 'N', 'T', 'S', 0x7f, 0xff, 0xff, 0xff, 0, 0, 0, 0};
   WriteBytes(dir + "cut.lwo", cut);
-  mark = LogText().size();
+  mark = LogMark();
   EXPECT_FALSE(Load(dir + "cut.lwo"));
   EXPECT_NE(LogSince(mark).find("cMeshLwo::DecodeLwo(): A chunk runs past the end of the file."), std::string::npos);
 

@@ -63,7 +63,7 @@ TEST(ObjCodec, BadLinesFailWithTheirMessages) {
       {"v 1 2 3\nf 1 -5 1\n", "has indices out of range"},
   };
   for (const Case& c : cases) {
-    size_t mark = LogText().size();
+    size_t mark = LogMark();
     auto mesh = LoadText(dir, "bad.obj", c.text);
     EXPECT_FALSE(mesh) << c.text;
     EXPECT_NE(LogSince(mark).find(c.message), std::string::npos) << LogSince(mark);

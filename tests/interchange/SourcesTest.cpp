@@ -114,14 +114,14 @@ TEST(FileSources, RelativeNamesGoThroughTheSourcesInOrder) {
   cIO::AddSource(std::move(one));
   cIO::AddSource(std::move(two));
   std::vector<uint8_t> bytes;
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   // The archive's entry uses method 12: it fails and the next source is tried.
   EXPECT_TRUE(cIO::ReadFile("shared.txt", bytes, true));
   EXPECT_EQ(AsText(bytes), "from two");
   EXPECT_NE(LogSince(mark).find("packed with unknown method 12"), std::string::npos);
   EXPECT_TRUE(cIO::ReadFile("docs/deep.TXT", bytes, true));
   EXPECT_EQ(AsText(bytes), "deep");
-  mark = LogText().size();
+  mark = LogMark();
   EXPECT_FALSE(cIO::ReadFile("missing.txt", bytes, true));
   EXPECT_NE(LogSince(mark).find("Can't load file \"missing.txt\""), std::string::npos);
   // Writing skips the program's folder (no "sub" there) and the archive,
@@ -131,7 +131,7 @@ TEST(FileSources, RelativeNamesGoThroughTheSourcesInOrder) {
   EXPECT_TRUE(cIO::WriteFile(rel, "ab", 2, false, true));
   EXPECT_TRUE(cIO::WriteFile(dir + "one/" + rel, "cd", 2, true, true));
   EXPECT_EQ(ReadText(dir + "one/" + rel), "abcd");
-  mark = LogText().size();
+  mark = LogMark();
   EXPECT_FALSE(cIO::WriteFile(dir + "no/such/folder/x.txt", "x", 1, false, true));
   EXPECT_NE(LogSince(mark).find("Can't save file"), std::string::npos);
   cIO::RemoveSource(zipPtr);

@@ -64,7 +64,7 @@ TEST(StlCodec, ZeroTrianglesGiveAnEmptyMeshAndLyingCountsFail) {
   auto lying = BinaryStl({{0, 0, 0, 1, 0, 0, 0, 1, 0}}, 0x7fffffff);
   lying[0] = 'x';  // not "solid": binary by its first word
   WriteBytes(dir + "lying.stl", lying);
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_FALSE(Load(dir + "lying.stl"));
   EXPECT_NE(LogSince(mark).find("cMeshStl::DecodeStl(): The file is shorter than its 2147483647 triangles."),
             std::string::npos);
@@ -85,7 +85,7 @@ TEST(StlCodec, TextFilesSelectObjectsAndReportShortVertices) {
   EXPECT_EQ(mesh->polygons[4].a, 4);  // a four-corner loop stays one polygon
 
   WriteText(dir + "short.stl", "solid s\nouter loop\nvertex 1 2\nendloop\n");
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_FALSE(Load(dir + "short.stl"));
   EXPECT_NE(LogSince(mark).find("cMeshStl::DecodeStl(): Too few position coordinates: \"vertex 1 2\"."),
             std::string::npos);
@@ -201,7 +201,7 @@ TEST(PlyCodec, MissingCoordinatesAndLyingCountsFail) {
   };
   for (const Case& c : cases) {
     WriteText(dir + "bad.ply", c.text);
-    size_t mark = LogText().size();
+    size_t mark = LogMark();
     EXPECT_FALSE(Load(dir + "bad.ply")) << c.text;
     EXPECT_NE(LogSince(mark).find(c.message), std::string::npos) << LogSince(mark);
   }

@@ -45,8 +45,8 @@ inline std::string ReadText(const std::string& path) {
   return std::string(b.begin(), b.end());
 }
 
-// Log text written after `mark` (a LogText().size() taken before).
-inline std::string LogSince(size_t mark) { return LogText().substr(mark); }
+// Log text written after `mark` (a LogMark() taken before).
+inline std::string LogSince(size_t mark) { return LogTextSince(mark); }
 
 inline bool Installed(const std::string& path) { return std::filesystem::exists(path); }
 

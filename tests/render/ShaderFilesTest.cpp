@@ -124,9 +124,9 @@ TEST_F(ShaderDeviceTest, ACompileErrorNamesTheFileAndItsOwnLine) {
   broken.replace(broken.find("FragColor = g_Tint;"), 19, "FragColor = g_Tint + undefinedThing;");
   f.Write("Shaders/broken.hlsl", broken);
   UseFolder(f);
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_EQ(render_->GetShaderID("broken", kVfPos, "#define A"), -1);
-  std::string log = LogText().substr(mark);
+  std::string log = LogTextSince(mark);
   // The error is on the file's line 9, whatever defines came before it.
   EXPECT_NE(log.find("Shaders/broken.hlsl:9"), std::string::npos) << log;
   EXPECT_NE(log.find("Compiling PS..."), std::string::npos);
@@ -148,9 +148,9 @@ TEST_F(ShaderDeviceTest, IncludedFilesCompileAndTheirErrorsNameTheirOwnLines) {
   UseFolder(f);
   EXPECT_GE(render_->GetShaderID("inc", kVfPos, ""), 0) << LogText();
 
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_EQ(render_->GetShaderID("incbad", kVfPos, ""), -1);
-  std::string log = LogText().substr(mark);
+  std::string log = LogTextSince(mark);
   // Line 3 of the included file, and the shader's own line after the includes.
   EXPECT_NE(log.find("Shaders/Common/bad.glsl:3"), std::string::npos) << log;
   EXPECT_NE(log.find("Shaders/incbad.hlsl:11"), std::string::npos) << log;
@@ -161,12 +161,12 @@ TEST_F(ShaderDeviceTest, MissingStagesAndFilesFail) {
   f.Write("Shaders/novs.hlsl", "// Fragment shader\nout vec4 c; void main() { c = vec4(1.0); }\n");
   f.Write("Shaders/nops.hlsl", "// Vertex shader\nvoid main() { gl_Position = vec4(0.0); }\n");
   UseFolder(f);
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_EQ(render_->GetShaderID("novs", kVfPos, ""), -1);
   EXPECT_EQ(render_->GetShaderID("nops", kVfPos, ""), -1);
   EXPECT_EQ(render_->GetShaderID("absent", kVfPos, ""), -1);
   EXPECT_EQ(render_->GetShaderID("novs", 99, ""), -1);
-  std::string log = LogText().substr(mark);
+  std::string log = LogTextSince(mark);
   EXPECT_NE(log.find("No vertex shader found."), std::string::npos);
   EXPECT_NE(log.find("No fragment / pixel shader found"), std::string::npos);
 }
@@ -259,14 +259,14 @@ TEST_F(ShaderDeviceTest, CachedPairsAreUsedAndAMissingHalfFallsBackToTheSource) 
   f.Write("Shaders/PC/00000000001VS", ComposeStage("", parts.VertexLine, parts.Vertex, true));
   f.Write("Shaders/PC/Cache.txt",
           "Shaders\\Good.hlsl\r\nNULL\r\n00000000000\r\n\r\nShaders/half.hlsl\r\nNULL\r\n00000000001\r\n");
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   UseFolder(f);
-  EXPECT_NE(LogText().substr(mark).find("2 Cached Shaders"), std::string::npos);
-  mark = LogText().size();
+  EXPECT_NE(LogTextSince(mark).find("2 Cached Shaders"), std::string::npos);
+  mark = LogMark();
   EXPECT_GE(render_->GetShaderID("good", kVfPos, ""), 0);
-  EXPECT_EQ(LogText().substr(mark).find("Loading shader"), std::string::npos);
+  EXPECT_EQ(LogTextSince(mark).find("Loading shader"), std::string::npos);
   EXPECT_GE(render_->GetShaderID("half", kVfPos, ""), 0);
-  EXPECT_NE(LogText().substr(mark).find(" * Loading shader \"half\"..."), std::string::npos);
+  EXPECT_NE(LogTextSince(mark).find(" * Loading shader \"half\"..."), std::string::npos);
 }
 
 TEST_F(ShaderDeviceTest, ReloadKeepsIdsAndABrokenReloadClearsTheShader) {
@@ -309,10 +309,10 @@ TEST_F(ShaderDeviceTest, PrecompiledVariantsAreStoredAndThenUsed) {
   EXPECT_FALSE(fs::exists(f.Path() + "/Shaders/PC/stale.txt"));
   EXPECT_TRUE(fs::exists(f.Path() + "/Shaders/PC/000000000000VS"));
   EXPECT_TRUE(fs::exists(f.Path() + "/Shaders/PC/000100000000PS"));
-  size_t mark = LogText().size();
+  size_t mark = LogMark();
   EXPECT_GE(render_->GetShaderID("good", kVfPos, "#define TINT\n#define EXTRA\n"), 0);
   EXPECT_GE(render_->GetShaderID("good", kVfPos, ""), 0);
-  EXPECT_EQ(LogText().substr(mark).find("Loading shader"), std::string::npos);
+  EXPECT_EQ(LogTextSince(mark).find("Loading shader"), std::string::npos);
   // Without a handler the question takes its default, No.
   EXPECT_EQ(render_->PrecompileShaders("PC"), 0);
 }

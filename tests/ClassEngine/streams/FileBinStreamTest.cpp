@@ -5,12 +5,15 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <thread>
 #include <vector>
 
 #include "ClassEngine/Random.h"
+#include "ClassEngine/SystemDialog.h"
+#include "ClassEngine/TextLookup.h"
 #include "ClassEngine/streams/BackgroundWriter.h"
 #include "ClassEngine/streams/FileBinStreams.h"
 
@@ -167,4 +170,42 @@ TEST(FileBinStreamTest, ManyStreamsFromManyThreadsStayWhole) {
   }
   for (auto& th : threads) th.join();
   for (int t = 0; t < kThreads; t++) EXPECT_EQ(failures[t], 0) << "thread " << t;
+}
+
+TEST(FileBinStreamTest, WriterThreadLivesOnlyWhileEntriesWait) {
+  std::string path = Temp("short-lived.bin");
+  for (int round = 0; round < 3; round++) {
+    {
+      FILE_WriteBinStream out(path.c_str());
+      std::vector<uint8_t> data = Pattern(kFileStreamBuffer + 100, round);
+      out.Write(data.data(), (int64_t)data.size());
+    }
+    BackgroundWriter::WaitIdle();
+    EXPECT_FALSE(BackgroundWriter::ThreadAlive()) << "round " << round;
+    // A new save starts a new thread and the file is whole again.
+    EXPECT_EQ(Slurp(path).size(), size_t(kFileStreamBuffer + 100));
+  }
+  std::remove(path.c_str());
+}
+
+TEST(FileBinStreamTest, UnwritableFileBoxTakesItsTextFromTheTable) {
+  auto oldLookup = SetTextLookup([](const char* key) -> const char* {
+    return strcmp(key, "Unable_to_write_file") == 0 ? "Die Datei lässt sich nicht schreiben:" : nullptr;
+  });
+  std::vector<SystemDialog> boxes;
+  auto oldBoxes = SetSystemDialogHandler([&](const SystemDialog& d) {
+    boxes.push_back(d);
+    return 0;
+  });
+  std::string path = Temp("no-such-folder/file.bin");
+  {
+    FILE_WriteBinStream out(path.c_str());
+    out.WriteDWORD(7);
+    EXPECT_EQ(out.GetWritePos(), 4);  // it goes on counting
+  }
+  SetSystemDialogHandler(oldBoxes);
+  SetTextLookup(oldLookup);
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_EQ(boxes[0].text, "Die Datei lässt sich nicht schreiben:\n" + path);
+  EXPECT_FALSE(Exists(path));
 }
