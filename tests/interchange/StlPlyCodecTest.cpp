@@ -39,6 +39,22 @@ std::vector<uint8_t> BinaryStl(const std::vector<std::array<float, 9>>& triangle
   return b;
 }
 
+// Writes the triangles as a binary STL and loads it back.
+std::unique_ptr<cMesh> LoadSoup(const std::vector<std::array<float, 9>>& triangles) {
+  std::string dir = FreshFolder();
+  WriteBytes(dir + "soup.stl", BinaryStl(triangles, (uint32_t)triangles.size()));
+  return Load(dir + "soup.stl");
+}
+
+// The position of each corner, polygon by polygon.
+std::vector<int> CornerPositions(const cMesh& mesh) {
+  std::vector<int> corners;
+  mesh.ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
+    for (int k = 0; k < h.a; k++) corners.push_back(c[k].a);
+  });
+  return corners;
+}
+
 }  // namespace
 
 TEST(StlCodec, BinaryStartingWithSolidIsToldByItsSizeAndCornersWeld) {
@@ -247,20 +263,14 @@ TEST(StlCodec, WeldKeepsTheEarliestPositionWithinTheTolerance) {
       }
       expectedCorners.push_back(found);
     }
-  std::string dir = FreshFolder();
-  WriteBytes(dir + "soup.stl", BinaryStl(triangles, (uint32_t)triangles.size()));
-  auto mesh = Load(dir + "soup.stl");
+  auto mesh = LoadSoup(triangles);
   ASSERT_TRUE(mesh);
   ASSERT_EQ(mesh->positions.size(), expected.size());
   for (size_t i = 0; i < expected.size(); i++) {
     EXPECT_EQ(mesh->positions[i].x, expected[i][0]) << i;
     EXPECT_EQ(mesh->positions[i].z, expected[i][2]) << i;
   }
-  std::vector<int> corners;
-  mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
-    for (int k = 0; k < h.a; k++) corners.push_back(c[k].a);
-  });
-  EXPECT_EQ(corners, expectedCorners);
+  EXPECT_EQ(CornerPositions(*mesh), expectedCorners);
 }
 
 // The same rule on a file too large for the weld to remember its recent
@@ -313,16 +323,10 @@ TEST(StlCodec, WeldKeepsTheRuleOnALargeSoupWithFarRepeats) {
       }
       expectedCorners.push_back(found);
     }
-  std::string dir = FreshFolder();
-  WriteBytes(dir + "large.stl", BinaryStl(triangles, (uint32_t)triangles.size()));
-  auto mesh = Load(dir + "large.stl");
+  auto mesh = LoadSoup(triangles);
   ASSERT_TRUE(mesh);
   ASSERT_EQ(mesh->positions.size(), expected.size());
   for (size_t i = 0; i < expected.size(); i++)
     ASSERT_EQ(std::memcmp(&mesh->positions[i], expected[i].data(), 12), 0) << i;  // bits: the NaNs too
-  std::vector<int> corners;
-  mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
-    for (int k = 0; k < h.a; k++) corners.push_back(c[k].a);
-  });
-  EXPECT_EQ(corners, expectedCorners);
+  EXPECT_EQ(CornerPositions(*mesh), expectedCorners);
 }
