@@ -1,6 +1,6 @@
 // STL, text and binary. Corners are welded as they arrive through a spatial
-// hash, so a large binary file loads in linear time; in a binary file the
-// corners met again are found first, by their exact bits, in bulk.
+// hash, so a large binary file loads in linear time; a corner met again a
+// little earlier is answered from a small table of recent corners.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -18,86 +18,18 @@ namespace {
 constexpr float kWeldTolerance = 0.005f;
 constexpr float kCellScale = 0.25f / kWeldTolerance;  // cells of 0.02, wider than the tolerance
 
-// For each corner of a list, the first corner with the same bits. A corner
-// met again goes where its first twin went: the positions added since then
-// come later in the list, so the earliest within the tolerance is still the
-// same one. The corners are spread into buckets by a hash of their bits (two
-// passes over the list), and each bucket, small enough for the cache, is
-// matched through a little open-addressed table.
 bool IsFinite(const cMeshVec3& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
-// Corner c of the triangles of a binary STL, read where it lies in the file
-// (50 bytes a triangle: the normal, three corners, two spare bytes).
-cMeshVec3 CornerOf(const uint8_t* triangles, size_t c) {
-  float f[3];  // little-endian floats, as on every machine we run on
-  std::memcpy(f, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
-  return {f[0], f[1], f[2]};
-}
-
-uint64_t HashOfCorner(const uint8_t* triangles, size_t c) {
-  uint32_t k[3];
-  std::memcpy(k, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
-  const uint64_t h = (uint64_t)k[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)k[1] * 0xc2b2ae3d27d4eb4full ^
-                     (uint64_t)k[2] * 0x165667b19e3779f9ull;
-  return h ^ (h >> 31);
-}
-
-std::unique_ptr<uint32_t[]> FirstTwins(const uint8_t* triangles, size_t n) {
-  struct Entry {
-    uint64_t hash;
-    uint32_t key[3];
-    uint32_t corner;
-  };
-  int bits = 0;
-  // About 2048 corners a bucket: few enough buckets for the spreading pass to
-  // write to, and a bucket's table still fits the first-level cache.
-  while (bits < 20 && ((size_t)1 << bits) * 2048 < n) bits++;
-  const size_t buckets = (size_t)1 << bits;
-  std::vector<uint32_t> start(buckets + 1, 0);
-  for (size_t c = 0; c < n; c++) start[(HashOfCorner(triangles, c) >> 40) & (buckets - 1)]++;
-  uint32_t sum = 0;
-  for (size_t b = 0; b <= buckets; b++) {
-    const uint32_t here = start[b];
-    start[b] = sum;
-    sum += here;
-  }
-  // The corners by bucket, in their order within each, with what the match
-  // needs (left uninitialised: every entry is written).
-  std::unique_ptr<Entry[]> entries(new Entry[n]);
-  std::vector<uint32_t> fill(start.begin(), start.end() - 1);
-  for (size_t c = 0; c < n; c++) {
-    const uint64_t hash = HashOfCorner(triangles, c);
-    Entry& e = entries[fill[(hash >> 40) & (buckets - 1)]++];
-    e.hash = hash;
-    std::memcpy(e.key, triangles + (c / 3) * 50 + 12 + (c % 3) * 12, 12);
-    e.corner = (uint32_t)c;
-  }
-  std::unique_ptr<uint32_t[]> first(new uint32_t[n]);
-  std::vector<uint32_t> table;
-  for (size_t b = 0; b < buckets; b++) {
-    const uint32_t from = start[b], to = start[b + 1];
-    size_t size = 16;
-    while (size < 2 * (size_t)(to - from)) size *= 2;
-    table.assign(size, UINT32_MAX);
-    for (uint32_t at = from; at < to; at++) {
-      const Entry& e = entries[at];
-      size_t slot = e.hash & (size - 1);
-      while (table[slot] != UINT32_MAX && std::memcmp(entries[table[slot]].key, e.key, 12) != 0)
-        slot = (slot + 1) & (size - 1);
-      if (table[slot] == UINT32_MAX) table[slot] = at;
-      first[e.corner] = entries[table[slot]].corner;
-    }
-  }
-  return first;
-}
 
 // Keeps the first position that falls within the tolerance of a new corner.
 // Positions hang in chains from the cells of an open-addressed grid; a
 // neighbouring cell is searched only along the axes where the corner lies
 // within the tolerance of its cell's side, so most corners look at one cell.
+// Cells of one 4x4x4 block sit side by side in the grid, so a file whose
+// triangles come in spatial order (as meshes are written) searches memory
+// that is already in the cache.
 class Welder {
  public:
-  explicit Welder(std::vector<cMeshVec3>& positions) : positions_(positions) { Grow(1024); }
+  explicit Welder(std::vector<cMeshVec3>& positions) : positions_(positions), recent_(kRecent) { Grow(1024); }
   // Room for about `count` positions without growing.
   void Reserve(size_t count) {
     size_t size = slots_.size();
@@ -106,6 +38,15 @@ class Welder {
   }
   int Add(const cMeshVec3& p) {
     if (!IsFinite(p)) return Append(p, 0, 0, 0);
+    // A corner with the same bits as a recent one has the same earliest
+    // position: the positions added since come later.
+    uint32_t bits[3];
+    std::memcpy(&bits[0], &p.x, 4);
+    std::memcpy(&bits[1], &p.y, 4);
+    std::memcpy(&bits[2], &p.z, 4);
+    Recent& seen = recent_[RecentSlot(bits)];
+    if (seen.position >= 0 && seen.bits[0] == bits[0] && seen.bits[1] == bits[1] && seen.bits[2] == bits[2])
+      return seen.position;
     int32_t cell[3];
     int lo[3], hi[3];
     Cells(p, cell, lo, hi);
@@ -116,19 +57,9 @@ class Welder {
           int found = Search(cell[0] + dx, cell[1] + dy, cell[2] + dz, p);
           if (found >= 0 && (first < 0 || found < first)) first = found;
         }
-    return first >= 0 ? first : Append(p, cell[0], cell[1], cell[2]);
-  }
-  // Asks the cache for the grid slots that Add will search for `p` soon: the
-  // search spends most of its time waiting for memory.
-  void Prefetch(const cMeshVec3& p) const {
-    if (!IsFinite(p)) return;
-    int32_t cell[3];
-    int lo[3], hi[3];
-    Cells(p, cell, lo, hi);
-    for (int dx = lo[0]; dx <= hi[0]; dx++)
-      for (int dy = lo[1]; dy <= hi[1]; dy++)
-        for (int dz = lo[2]; dz <= hi[2]; dz++)
-          __builtin_prefetch(&slots_[Hash(cell[0] + dx, cell[1] + dy, cell[2] + dz) & (slots_.size() - 1)]);
+    if (first < 0) first = Append(p, cell[0], cell[1], cell[2]);
+    seen = Recent{{bits[0], bits[1], bits[2]}, first};
+    return first;
   }
 
  private:
@@ -149,12 +80,13 @@ class Welder {
     int32_t x, y, z;
     int head = -1;  // the cell's latest position; -1: an empty slot
   };
-  // Mixed well in the low bits that pick the slot: neighbouring cells must
-  // not run into one long probe sequence.
+  // The block of 4x4x4 cells is mixed well, so that blocks spread over the
+  // grid; the cell's place in its block picks one of 64 slots in a row.
   static size_t Hash(int32_t x, int32_t y, int32_t z) {
-    uint64_t h = (uint64_t)(uint32_t)x * 0x9e3779b97f4a7c15ull ^ (uint64_t)(uint32_t)y * 0xc2b2ae3d27d4eb4full ^
-                 (uint64_t)(uint32_t)z * 0x165667b19e3779f9ull;
-    return (size_t)(h ^ (h >> 32));
+    uint64_t h = (uint64_t)(uint32_t)(x >> 2) * 0x9e3779b97f4a7c15ull ^
+                 (uint64_t)(uint32_t)(y >> 2) * 0xc2b2ae3d27d4eb4full ^
+                 (uint64_t)(uint32_t)(z >> 2) * 0x165667b19e3779f9ull;
+    return (size_t)(h ^ (h >> 32)) << 6 | (size_t)((x & 3) | (y & 3) << 2 | (z & 3) << 4);
   }
   size_t Find(int32_t x, int32_t y, int32_t z) const {
     size_t i = Hash(x, y, z) & (slots_.size() - 1);
@@ -176,7 +108,9 @@ class Welder {
   int Append(const cMeshVec3& p, int32_t x, int32_t y, int32_t z) {
     positions_.push_back(p);
     int i = (int)positions_.size() - 1;
-    if ((size_t)(used_ + 1) * 2 > slots_.size()) Grow(slots_.size() * 2);
+    // Blocks are filled in part only, and a run of full slots must stay
+    // short: a missing neighbour cell is searched to the run's end.
+    if ((size_t)(used_ + 1) * 4 > slots_.size()) Grow(slots_.size() * 2);
     Slot& s = slots_[Find(x, y, z)];
     if (s.head < 0) {
       s.x = x, s.y = y, s.z = z;
@@ -192,9 +126,21 @@ class Welder {
     for (const Slot& s : old)
       if (s.head >= 0) slots_[Find(s.x, s.y, s.z)] = s;
   }
+  // A corner welded lately, by its bits; position -1: an empty entry.
+  struct Recent {
+    uint32_t bits[3] = {0, 0, 0};
+    int position = -1;
+  };
+  static constexpr size_t kRecent = 1 << 14;  // 256 KB: a few rows of a large mesh
+  static size_t RecentSlot(const uint32_t bits[3]) {
+    const uint64_t h = (uint64_t)bits[0] * 0x9e3779b97f4a7c15ull ^ (uint64_t)bits[1] * 0xc2b2ae3d27d4eb4full ^
+                       (uint64_t)bits[2] * 0x165667b19e3779f9ull;
+    return (size_t)(h >> 50);  // the top 14 bits
+  }
   std::vector<cMeshVec3>& positions_;
   std::vector<Slot> slots_;
   std::vector<int> next_;
+  std::vector<Recent> recent_;
   size_t used_ = 0;
 };
 
@@ -233,28 +179,19 @@ cMesh* cMeshStl::Decode(cMeshFile& source) {
     mesh->positions.reserve(count / 2 + 3);
     weld.Reserve(count / 2 + 3);  // a closed mesh has about half as many points as triangles
     mesh->polygons.reserve((size_t)count * 4);
-    // Corners met before take their first twin's position; only the first
-    // of each goes through the spatial search. `first` then keeps, corner by
-    // corner, the position each went to.
-    const uint8_t* triangles = source.Data() + 84;
-    const size_t corners = (size_t)count * 3;
-    std::unique_ptr<uint32_t[]> first = FirstTwins(triangles, corners);
-    size_t ahead = 0;  // corners before `ahead` have had their grid slots fetched
-    int waiting = 0;   // new corners among them not welded yet
-    for (size_t c = 0; c < corners; c++) {
-      for (; waiting < 16 && ahead < corners; ahead++)
-        if (first[ahead] == ahead) {
-          weld.Prefetch(CornerOf(triangles, ahead));
-          waiting++;
-        }
-      const uint32_t twin = first[c];
-      if (twin == c) waiting--;
-      const cMeshVec3 p = CornerOf(triangles, c);
-      // A corner that isn't finite is a position of its own, as in the search.
-      const int position = twin == c || !IsFinite(p) ? weld.Add(p) : (int)first[twin];
-      first[c] = (uint32_t)position;
-      if (c % 3 == 0) mesh->BeginPolygon(3, material, object);
-      mesh->AddCorner(position, -1, -1);
+    // The corners are read where they lie (50 bytes a triangle: the normal,
+    // three corners, two spare bytes), little-endian as on every machine we
+    // run on.
+    const uint8_t* triangle = source.Data() + 84;
+    for (uint32_t t = 0; t < count; t++, triangle += 50) {
+      mesh->BeginPolygon(3, material, object);
+      for (int k = 0; k < 3; k++) {
+        cMeshVec3 p;
+        std::memcpy(&p.x, triangle + 12 + 12 * k, 4);
+        std::memcpy(&p.y, triangle + 16 + 12 * k, 4);
+        std::memcpy(&p.z, triangle + 20 + 12 * k, 4);
+        mesh->AddCorner(weld.Add(p), -1, -1);
+      }
     }
     return mesh.release();
   }
