@@ -189,6 +189,10 @@ bool WidgetTree::OnKey(int message, int key) {
     hooks_.ToggleFullScreen();
     return true;
   }
+  if (down && ctrl_ && alt_ && shift_ && key == keys::A + ('E' - 'A') && hooks_.OpenClassExplorer) {
+    hooks_.OpenClassExplorer();
+    return true;
+  }
   if (down && ctrl_ && alt_ && shift_ && key == keys::A + ('Q' - 'A') && hooks_.ReloadShaders) {
     hooks_.ReloadShaders();
     return true;

@@ -20,6 +20,7 @@ struct RouterHooks {
   std::function<bool(int key)> ToolKeys;
   std::function<void()> ToggleFullScreen;  // Alt+Enter
   std::function<void()> ReloadShaders;     // Ctrl+Alt+Shift+Q
+  std::function<void()> OpenClassExplorer;  // Ctrl+Alt+Shift+E
   // The hot key text of a command for "$NAME" in hints; empty if unknown.
   std::function<std::string(const std::string& command)> CommandHotKey;
 };

@@ -5,6 +5,7 @@
 
 #include "ClassEngine/Log.h"
 #include "interface/Callbacks.h"
+#include "interface/ClassExplorerForm.h"
 #include "interface/Dialogs.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
@@ -103,6 +104,7 @@ ShellInterface::ShellInterface(Shell& shell, std::function<comms::cRender*()> re
   tree_.Hooks().ReloadShaders = [this] {
     if (comms::cRender* r = renderer_ ? renderer_() : nullptr) r->ReloadShaders();
   };
+  tree_.Hooks().OpenClassExplorer = [this] { ToggleClassExplorer(tree_, &shell_.Settings()); };
   tree_.Hooks().ToggleFullScreen = [this] { shell_.SetFullScreenWanted(!shell_.Window().IsFullScreen()); };
   SetDialogPump([this](const std::function<bool()>& done) { shell_.PumpModal(done); });
 }
