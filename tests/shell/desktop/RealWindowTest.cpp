@@ -170,6 +170,8 @@ TEST_F(RealWindow, StrokeScreenshotAndCloseInAnXWindow) {
   comms::cImage before, twin;
   ASSERT_TRUE(TwinPicture(before, twin)) << "the in-process run failed; see " << Path("twin/Log.txt");
   Difference d = Compare(shot, twin, 40, Path("window-vs-twin-diff.png"), 0.01);
+  printf("F12 vs window: %ld pixels differ; window vs in-process run: %ld (of %d allowed)\n", same.differing,
+         d.differing, int(0.01 * kWidth * kHeight));
   EXPECT_LT(d.differing, long(0.01 * kWidth * kHeight)) << "the window's picture is not the stroke's";
   EXPECT_GT(ChangedAlongTheStroke(before, shot), 800) << "no stroke on the sphere";
   EXPECT_GT(ChangedAlongTheStroke(before, twin), 800);
