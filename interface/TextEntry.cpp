@@ -26,7 +26,15 @@ bool TextEntry::OnKey() {
       Delete();
       return true;
     case keys::Backspace:
-      if (!Edit.empty()) Edit.pop_back();
+      if (Selected) Edit.clear();
+      else if (!Edit.empty()) Edit.pop_back();
+      Selected = false;
+      return true;
+    case keys::Left:
+    case keys::Right:
+    case keys::Home:
+    case keys::End:
+      Selected = false;
       return true;
     default:
       return true;  // the box has the keyboard while it is open
@@ -35,7 +43,10 @@ bool TextEntry::OnKey() {
 
 bool TextEntry::OnChar() {
   int c = CurrentChar();
-  if (c >= 32 && c < 256 && c != 127) Edit += char(c);
+  if (c < 32 || c >= 256 || c == 127) return true;
+  if (Selected) Edit.clear();
+  Selected = false;
+  Edit += char(c);
   return true;
 }
 
@@ -49,8 +60,11 @@ bool TextEntry::OnDraw() {
   UiContext& ui = Ui();
   ui.FillRect(AbsX, AbsY, W, H, ui.Colors.Field);
   ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Highlight);
+  if (Selected && !Edit.empty())
+    ui.FillRect(AbsX + ui.Px(3), AbsY + ui.Px(3), ui.TextWidth(Edit.c_str()) + ui.Px(3), H - ui.Px(6), ui.Colors.Highlight);
   float w = ui.DrawText(AbsX + ui.Px(4), AbsY + (H - ui.Px(16)) / 2, Edit.c_str(), ui.Colors.Text);
   // The caret blinks at half a second.
+  ui.CaretShown = true;
   if ((ui.Tick / 500) % 2 == 0) {
     float x = AbsX + ui.Px(5) + w;
     ui.Line(x, AbsY + ui.Px(3), x, AbsY + H - ui.Px(3), ui.Colors.Text);

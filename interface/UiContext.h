@@ -40,6 +40,9 @@ class UiContext {
   int Message = 0;
   uint32_t LastPress = 0;
   bool DrawingOff = false;
+  // Set by a text box that drew its blinking caret in this frame, so the
+  // program knows to draw again when the caret changes.
+  bool CaretShown = false;
   BaseWidget* Drag = nullptr;
   BaseWidget* UnderDrag = nullptr;
 

@@ -167,6 +167,9 @@ void SetSliderState(const std::string& name, float pos);
 class TextEntry : public FrameWidget {
  public:
   std::string Edit;
+  // The text opens selected: the first character typed replaces it, and
+  // Backspace clears it; an arrow or Home keeps it to edit.
+  bool Selected = true;
   std::function<bool(const std::string&)> OnCommit;
   MV_CLASS(TextEntry, FrameWidget) {}
   TextEntry();

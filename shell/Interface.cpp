@@ -155,15 +155,8 @@ void ShellInterface::DrawTree() {
     width_ = w, height_ = h;
     rooms_->Resize(w, h);
   }
+  Ui().CaretShown = false;
   tree_.Frame(w, h, uint32_t(shell_.Time().TimeMs));
   // An open text box blinks its caret every half second.
-  if (HasOpenTextEntry(&tree_.Root())) shell_.FrameIn(500);
-}
-
-bool ShellInterface::HasOpenTextEntry(BaseWidget* w) {
-  if (!w || !w->Visible()) return false;
-  if (dynamic_cast<TextEntry*>(w)) return true;
-  for (BaseWidget* c : w->Children)
-    if (HasOpenTextEntry(c)) return true;
-  return false;
+  if (Ui().CaretShown) shell_.FrameIn(500);
 }

@@ -36,7 +36,6 @@ class ShellInterface {
   void DrawTree();
 
  private:
-  static bool HasOpenTextEntry(BaseWidget* w);
   class SceneWidget;
   class RouterWidget;
   class DrawWidget;

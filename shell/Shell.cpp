@@ -258,7 +258,11 @@ void Shell::Exit() {
   Log("Exit after %d frames", frameCount_);
 }
 
-int Shell::Ask(const SystemDialog& d) { return askInWindow_ ? askInWindow_(d) : ShowSystemDialog(d); }
+int Shell::Ask(const SystemDialog& d) {
+  if (!askInWindow_) return ShowSystemDialog(d);
+  FrameIn(0);  // the box must show before any message comes
+  return askInWindow_(d);
+}
 
 void Shell::ShowLastCrash() {
   std::string report = TakeLastCrashReport();

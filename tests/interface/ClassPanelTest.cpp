@@ -231,6 +231,31 @@ TEST_F(PanelFixture, DoubleClickOnASliderEditsTheValueItHad) {
   EXPECT_NEAR(object.Soft, 0.5f, 0.02f);
 }
 
+// The box opens with the value selected: what is typed replaces it.
+TEST_F(PanelFixture, TypingInANewlyOpenedBoxReplacesTheValue) {
+  ClassRow* row = Row("Soft");
+  ASSERT_TRUE(row->OpenTextEntry());
+  ASSERT_NE(row->Entry(), nullptr);
+  for (char c : std::string("0.8")) {
+    CurrentChar() = c;
+    ui.tree.OnKey(kEvChar, -1);
+  }
+  EXPECT_EQ(row->Entry()->Edit, "0.8");
+  ui.tree.OnKey(kEvKeyDown, keys::Enter);
+  EXPECT_FLOAT_EQ(object.Soft, 0.8f);
+
+  // After an arrow key the text is kept and typing adds to it.
+  ui.Frame();
+  ASSERT_TRUE(row->OpenTextEntry());
+  const std::string before = row->Entry()->Edit;
+  ui.tree.OnKey(kEvKeyDown, keys::End);
+  CurrentChar() = '1';
+  ui.tree.OnKey(kEvChar, -1);
+  EXPECT_EQ(row->Entry()->Edit, before + "1");
+  ui.tree.OnKey(kEvKeyDown, keys::Backspace);
+  EXPECT_EQ(row->Entry()->Edit, before);
+}
+
 TEST_F(PanelFixture, ComboBoxPicksAValueOfTheEnumerator) {
   ComboBox* box = Editor<ComboBox>("Mode");
   ASSERT_NE(box, nullptr);

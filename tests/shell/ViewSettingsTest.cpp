@@ -36,6 +36,13 @@ int DifferentPixels(const comms::cImage& a, const comms::cImage& b) {
   return n;
 }
 
+// The view's seams drawing headless, and a shell on them.
+struct StartedView {
+  ViewportSeams seams;
+  Shell shell;
+  explicit StartedView(FakePlatform& fake) : seams(fake, true), shell(fake, seams) { seams.Attach(shell); }
+};
+
 class ViewSettings : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -123,9 +130,9 @@ TEST_F(ViewSettings, MissingSettingsFileLeavesTheDefaults) {
 TEST_F(ViewSettings, GridWireframeAndClearColourShowInTheHeadlessPicture) {
   std::string why;
   if (!comms::cEglContext::Create(8, 8, &why)) GTEST_SKIP() << "no headless GL context: " << why;
-  ViewportSeams seams(fake_, true);
-  Shell shell(fake_, seams);
-  seams.Attach(shell);
+  StartedView view(fake_);
+  ViewportSeams& seams = view.seams;
+  Shell& shell = view.shell;
   ASSERT_TRUE(Start(shell, Temp("no-such-view-settings.xml")));
   comms::cImage plain = Picture(seams, shell);
   ASSERT_EQ(plain.width, 241);
@@ -176,9 +183,9 @@ TEST_F(ViewSettings, GridWireframeAndClearColourShowInTheHeadlessPicture) {
 TEST_F(ViewSettings, ReloadShadersButtonRecompilesAndTheViewDrawsOn) {
   std::string why;
   if (!comms::cEglContext::Create(8, 8, &why)) GTEST_SKIP() << "no headless GL context: " << why;
-  ViewportSeams seams(fake_, true);
-  Shell shell(fake_, seams);
-  seams.Attach(shell);
+  StartedView view(fake_);
+  ViewportSeams& seams = view.seams;
+  Shell& shell = view.shell;
   ASSERT_TRUE(Start(shell, Temp("no-such-view-settings.xml")));
   comms::cImage before = Picture(seams, shell);
   // The view installed the button's work; pressing it recompiles every

@@ -71,6 +71,19 @@ long ChangedAlongTheStroke(const comms::cImage& before, const comms::cImage& aft
   return n;
 }
 
+// The pixels of the window's middle third (where boxes open) that differ.
+long ChangedInTheMiddle(const comms::cImage& a, const comms::cImage& b) {
+  long n = 0;
+  for (int y = kHeight / 6; y < kHeight * 2 / 3; ++y)
+    for (int x = kWidth / 3; x < kWidth * 2 / 3; ++x)
+      for (int c = 0; c < 3; ++c)
+        if (std::abs(int(a.Pixel(x, y)[c]) - int(b.Pixel(x, y)[c])) > 30) {
+          ++n;
+          break;
+        }
+  return n;
+}
+
 class RealWindow : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -179,6 +192,12 @@ TEST_F(RealWindow, StrokeScreenshotAndCloseInAnXWindow) {
   // Closing a changed scene asks first: Esc keeps the program, No leaves.
   x.Close(w);
   ASSERT_TRUE(WaitForText(Path("run/Log.txt"), "ShowDialog: #Save the changes", 20));
+  // The box shows at once, before any key or motion reaches the window.
+  SleepMs(1500);
+  comms::cImage asking;
+  ASSERT_TRUE(x.Capture(w, asking));
+  EXPECT_GT(ChangedInTheMiddle(shown, asking), 5000) << "the question box is not drawn";
+  comms::cIO::SaveImage(Path("asking.png"), asking);
   x.Key("Escape");
   ASSERT_TRUE(WaitForText(Path("run/Log.txt"), "-> 3", 20));
   SleepMs(300);
