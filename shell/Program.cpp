@@ -4,6 +4,7 @@
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
+#include "paint/scene/PaintScene.h"
 
 namespace {
 // Words for a box: a text key's words, or the text as it stands, marked so
@@ -14,7 +15,11 @@ std::string Marked(const std::string& keyOrText) {
 }  // namespace
 
 Program::Program(Platform& platform, const ProgramMode& mode)
-    : platform_(platform), mode_(mode), view_(platform, mode.offscreen), shell_(platform, view_) {
+    : platform_(platform),
+      mode_(mode),
+      view_(platform, mode.offscreen),
+      shell_(platform, view_),
+      paintRoom_(ThePaintScene()) {
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
@@ -29,6 +34,7 @@ Program::~Program() {
 bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
+  StartPaintRoom(paintRoom_, view_);
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }
