@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "ClassEngine/DataFolder.h"
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -26,10 +27,7 @@ struct Scene {
   int groups = 0;
 };
 
-std::string DataFolder() {
-  std::string here = __FILE__;
-  return here.substr(0, here.rfind("/bench/")) + "/data";
-}
+std::string DataFolder() { return comms::DataFolder(); }
 
 // Made once: a sphere of radius 230 voxels gives about 2M triangles.
 Scene* GetScene() {

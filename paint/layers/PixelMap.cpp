@@ -159,14 +159,93 @@ void PixelMap::ResortLayers() {
                      });
 }
 
+namespace {
+
+// The running blend of a tile's pixels, one array per quantity, so that the
+// loops over a layer's row run the same arithmetic over contiguous floats.
+// Every layer visits every pixel, so "the first layer" is the same for all.
+struct TileBlend {
+  alignas(32) float A[4][kTilePixels];
+  alignas(32) float Coverage[kTilePixels];
+  alignas(32) float Specular[kTilePixels];
+  alignas(32) float Depth[kTilePixels];
+  bool First = true;
+  Random Rng[kTilePixels];  // Dissolve's dice, one stream a pixel
+
+  explicit TileBlend(uint32_t seed) {
+    std::fill(&A[0][0], &A[0][0] + 4 * kTilePixels, 0.0f);
+    std::fill(Coverage, Coverage + kTilePixels, 0.0f);
+    std::fill(Specular, Specular + kTilePixels, 0.0f);
+    std::fill(Depth, Depth + kTilePixels, 0.0f);
+    for (int i = 0; i < kTilePixels; i++) Rng[i].Seed(seed + (uint32_t)i);
+  }
+  // The first layer's colour, after its mode, is where the blend starts.
+  void Start(int i, const float L[4]) {
+    for (int ch = 0; ch < 4; ch++) A[ch][i] = L[ch];
+  }
+};
+
+// One normal-blend layer over the row: written over separate arrays that
+// the compiler may take four and eight at a time.
+void BlendPlainRow(const LayerPixel* __restrict px, float ct, float dt, float emboss, float* __restrict A0,
+                   float* __restrict A1, float* __restrict A2, float* __restrict C, float* __restrict S,
+                   float* __restrict D) {
+  for (int i = 0; i < kTilePixels; i++) {
+    const uint32_t c = px[i].Color;
+    const float a = (float)(c >> 24) * ct;
+    D[i] += dt * px[i].Depth + emboss * a;
+    A0[i] += ((float)(c & 255) - A0[i]) * a;
+    A1[i] += ((float)((c >> 8) & 255) - A1[i]) * a;
+    A2[i] += ((float)((c >> 16) & 255) - A2[i]) * a;
+    C[i] = (1 - a) * C[i] + a;
+    S[i] += (float)px[i].Specular;
+  }
+}
+
+void AddDepthRow(const LayerPixel* __restrict px, float ct, float dt, float emboss, float* __restrict D) {
+  for (int i = 0; i < kTilePixels; i++) D[i] += dt * px[i].Depth + emboss * (float)(px[i].Color >> 24) * ct;
+}
+
+// One layer of a per-channel mode over the row, the mode's formula fixed;
+// the channels written out so the loop runs over plain arrays.
+template <int Op, bool First>
+void BlendChannelRowAs(const LayerPixel* __restrict px, float ct, float* __restrict A0, float* __restrict A1,
+                       float* __restrict A2, float* __restrict A3, float* __restrict C, float* __restrict S) {
+  for (int i = 0; i < kTilePixels; i++) {
+    const uint32_t c = px[i].Color;
+    const float a = (float)(c >> 24) * ct;
+    const float L0 = Clamp255(ChannelOp<Op>((float)(c & 255), A0[i]));
+    const float L1 = Clamp255(ChannelOp<Op>((float)((c >> 8) & 255), A1[i]));
+    const float L2 = Clamp255(ChannelOp<Op>((float)((c >> 16) & 255), A2[i]));
+    if (First) {
+      A0[i] = L0, A1[i] = L1, A2[i] = L2;
+      A3[i] = Clamp255(ChannelOp<Op>((float)(c >> 24), A3[i]));
+    } else {
+      A0[i] += (L0 - A0[i]) * a;
+      A1[i] += (L1 - A1[i]) * a;
+      A2[i] += (L2 - A2[i]) * a;
+    }
+    C[i] = (1 - a) * C[i] + a;
+    S[i] += (float)px[i].Specular;
+  }
+}
+
+template <int Op>
+void BlendChannelRow(const LayerPixel* px, float ct, bool first, float* A0, float* A1, float* A2, float* A3,
+                     float* C, float* S) {
+  if (first) BlendChannelRowAs<Op, true>(px, ct, A0, A1, A2, A3, C, S);
+  else BlendChannelRowAs<Op, false>(px, ct, A0, A1, A2, A3, C, S);
+}
+
+}  // namespace
+
 void PixelMap::ComposeTile(PixelTile* tile) {
   const float unitScale = Scene ? Scene->UnitScale : 1.0f;
   const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
   // Layer by layer over the tile's pixels: each layer's samples are read in
   // order, and the blend's switches are the same for a whole row of work.
-  SampleBlend blend[kTilePixels];
-  float D[kTilePixels] = {};
-  for (int i = 0; i < kTilePixels; i++) blend[i].Rng.Seed(seed + (uint32_t)i);
+  TileBlend t(seed);
+  float* const D = t.Depth;
   int looked = 0;
   for (const LayerTile* l : tile->LayerTiles) {
     const OneLayerInfo* info = l->Info;
@@ -183,23 +262,18 @@ void PixelMap::ComposeTile(PixelTile* tile) {
     const bool plain = info->ColorOp == ColorOps::LOP_STANDART_BLEND && info->LinkedLayer < 0 &&
                        info->Contrast == 0 && info->Brightness == 0 && info->SpecContrast == 0 &&
                        info->SpecBrightness == 0;
+    const LayerPixel* px = l->Pixels;
     if (plain && depthOp == DepthOps::LOP_ADDDEPTH) {
       // The common layer: normal blend, no mask, no corrections. The same
       // steps as SampleBlend::Add with m = 1, on bytes that need no clamp.
-      for (int i = 0; i < kTilePixels; i++) {
-        const LayerPixel& lp = l->Pixels[i];
-        SampleBlend& b = blend[i];
-        const float a = (float)(lp.Color >> 24) * ct;
-        D[i] += dt * lp.Depth + emboss * a;
-        const float L0 = (float)(lp.Color & 255), L1 = (float)((lp.Color >> 8) & 255),
-                    L2 = (float)((lp.Color >> 16) & 255);
-        if (b.First) b.A[0] = L0, b.A[1] = L1, b.A[2] = L2, b.A[3] = (float)(lp.Color >> 24), b.First = false;
-        b.A[0] += (L0 - b.A[0]) * a;
-        b.A[1] += (L1 - b.A[1]) * a;
-        b.A[2] += (L2 - b.A[2]) * a;
-        b.Coverage = (1 - a) * b.Coverage + a;
-        b.Specular += lp.Specular;
-      }
+      if (t.First)
+        for (int i = 0; i < kTilePixels; i++) {
+          const uint32_t c = px[i].Color;
+          const float L[4] = {(float)(c & 255), (float)((c >> 8) & 255), (float)((c >> 16) & 255), (float)(c >> 24)};
+          t.Start(i, L);
+        }
+      BlendPlainRow(px, ct, dt, emboss, t.A[0], t.A[1], t.A[2], t.Coverage, t.Specular, D);
+      t.First = false;
       continue;
     }
     const bool unmasked = info->LinkedLayer < 0 && info->Contrast == 0 && info->Brightness == 0 &&
@@ -207,42 +281,50 @@ void PixelMap::ComposeTile(PixelTile* tile) {
     // A per-channel blend mode without mask or corrections: the mode's
     // formula is fixed for the whole row, so the loop carries no switch.
     if (unmasked && WithChannelMode(info->ColorOp, [&](auto mode) {
-          constexpr int Op = decltype(mode)::value;
-          for (int i = 0; i < kTilePixels; i++) {
-            const LayerPixel& lp = l->Pixels[i];
-            SampleBlend& b = blend[i];
-            const float a = (float)(lp.Color >> 24) * ct;
-            const float d = dt * lp.Depth + emboss * a;
-            D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
-            float L[4];
-            UnpackColor(lp.Color, L);
-            for (int ch = 0; ch < 4; ch++) L[ch] = Clamp255(ChannelOp<Op>(L[ch], b.A[ch]));
-            if (b.First) b.A[0] = L[0], b.A[1] = L[1], b.A[2] = L[2], b.A[3] = L[3], b.First = false;
-            for (int ch = 0; ch < 3; ch++) b.A[ch] += (L[ch] - b.A[ch]) * a;
-            b.Coverage = (1 - a) * b.Coverage + a;
-            b.Specular += lp.Specular;
+          if (depthOp == DepthOps::LOP_ADDDEPTH) {
+            AddDepthRow(px, ct, dt, emboss, D);
+          } else {
+            for (int i = 0; i < kTilePixels; i++) {
+              const float a = (float)(px[i].Color >> 24) * ct;
+              D[i] = ApplyDepthOp(depthOp, D[i], dt * px[i].Depth + emboss * a, unitScale);
+            }
           }
-        }))
+          BlendChannelRow<decltype(mode)::value>(px, ct, t.First, t.A[0], t.A[1], t.A[2], t.A[3], t.Coverage,
+                                                 t.Specular);
+        })) {
+      t.First = false;
       continue;
+    }
+    // Everything else, sample by sample through the general blend.
     for (int i = 0; i < kTilePixels; i++) {
-      const LayerPixel& lp = l->Pixels[i];
+      const LayerPixel& lp = px[i];
       const float m = info->LinkedLayer < 0 ? 1.0f
                                             : LinkMask(*info, mask != nullptr,
                                                        mask ? (mask->Pixels[i].Color >> 24) / 255.0f : 0);
       const float a = (float)(lp.Color >> 24) * ct;
       const float d = dt * m * lp.Depth + emboss * a;
       D[i] = depthOp == DepthOps::LOP_ADDDEPTH ? D[i] + d : ApplyDepthOp(depthOp, D[i], d, unitScale);
-      blend[i].Add(*info, lp.Color, lp.Specular, a, m, true);
+      SampleBlend b;
+      for (int ch = 0; ch < 4; ch++) b.A[ch] = t.A[ch][i];
+      b.Coverage = t.Coverage[i];
+      b.Specular = t.Specular[i];
+      b.First = t.First;
+      b.Rng = t.Rng[i];
+      b.Add(*info, lp.Color, lp.Specular, a, m, true);
+      for (int ch = 0; ch < 4; ch++) t.A[ch][i] = b.A[ch];
+      t.Coverage[i] = b.Coverage;
+      t.Specular[i] = b.Specular;
+      t.Rng[i] = b.Rng;
     }
+    t.First = false;
   }
   for (int i = 0; i < kTilePixels; i++) {
-    TilePixel& px = tile->Pixels[i];
-    if (px.Class() == kPixelPadding) continue;  // shows its source, copied by the links
-    const SampleBlend& b = blend[i];
-    px.Depth = D[i];
-    px.Specular = (uint8_t)(std::clamp(b.Specular, 0.0f, 255.0f) + 0.5f);
-    float out[4] = {b.A[0], b.A[1], b.A[2], std::min(b.Coverage, 1.0f) * 255};
-    px.Color = PackColor(out);
+    TilePixel& p = tile->Pixels[i];
+    if (p.Class() == kPixelPadding) continue;  // shows its source, copied by the links
+    p.Depth = D[i];
+    p.Specular = (uint8_t)(std::clamp(t.Specular[i], 0.0f, 255.0f) + 0.5f);
+    float out[4] = {t.A[0][i], t.A[1][i], t.A[2][i], std::min(t.Coverage[i], 1.0f) * 255};
+    p.Color = PackColor(out);
   }
 }
 

@@ -169,10 +169,11 @@ TEST_F(GoldenTest, StencilCountsFrontAndBackFaces) {
 }
 
 TEST_F(GoldenTest, MultipleTargetsReceiveTheirOwnOutputs) {
-  // The paint pass writes position and normal at once; its mesh format (12)
-  // comes from the paint engine, a stand-in here.
-  int fmt = render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"Normal", kSemNormal, kCompFloat, 3},
-                                           {"TexCoord", kSemTexCoord, kCompFloat, 2}});
+  // The paint pass writes colour and normal at once; its batch format (12:
+  // position, texture coordinate, colour word, normal word) comes from the
+  // paint engine, a stand-in with the same layout here.
+  int fmt = render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"TexCoord", kSemTexCoord, kCompFloat, 2},
+                                           {"Color", kSemFree, kCompByte, 4}, {"NormalWord", kSemFree, kCompByte, 4}});
   ASSERT_GE(render_->GetMaxRenderTargets(), 2);
   int shader = render_->GetShaderID("obj_render_mrt", fmt, "");
   ASSERT_GE(shader, 0);
@@ -181,12 +182,14 @@ TEST_F(GoldenTest, MultipleTargetsReceiveTheirOwnOutputs) {
   render_->SetRenderTargets(targets, 2, -1, nullptr);
   render_->Clear(true, false, 0, 1);
   struct V {
-    float p[3], n[3], uv[2];
+    float p[3], uv[2];
+    uint8_t colour[4], normal[4];
   };
-  // Two triangles covering texture space, every vertex at (0.25, 0.5, 0.75) facing +Z.
+  // Two triangles covering texture space: colour bytes in red, green, blue,
+  // coverage order; the normal word as stored (z, y, x, specular).
   std::vector<V> v;
   const float uv[6][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 0}, {1, 1}, {0, 1}};
-  for (auto& t : uv) v.push_back({{0.25f, 0.5f, 0.75f}, {0, 0, 1}, {t[0], t[1]}});
+  for (auto& t : uv) v.push_back({{0, 0, 0}, {t[0], t[1]}, {64, 128, 191, 255}, {255, 100, 30, 77}});
   render_->SetShader(shader);
   render_->DrawUser(kPrimTriangles, v.data(), 6);
   cImage a, b;
@@ -196,13 +199,15 @@ TEST_F(GoldenTest, MultipleTargetsReceiveTheirOwnOutputs) {
   for (int y = 0; y < 8; y++)
     for (int x = 0; x < 8; x++) {
       const uint8_t* p = a.Pixel(x, y);
-      ASSERT_NEAR(p[0], 64, 1);
-      ASSERT_NEAR(p[1], 128, 1);
-      ASSERT_NEAR(p[2], 191, 1);
+      ASSERT_EQ(p[0], 64);
+      ASSERT_EQ(p[1], 128);
+      ASSERT_EQ(p[2], 191);
+      ASSERT_EQ(p[3], 255);
       const uint8_t* q = b.Pixel(x, y);
-      ASSERT_NEAR(q[0], 128, 1);
-      ASSERT_NEAR(q[1], 128, 1);
+      ASSERT_EQ(q[0], 30);  // x
+      ASSERT_EQ(q[1], 100);
       ASSERT_EQ(q[2], 255);
+      ASSERT_EQ(q[3], 77);  // specular
     }
 }
 

@@ -12,6 +12,8 @@
 #include "interchange/IO.h"
 #include "paint/SceneChanges.h"
 #include "render/EglContext.h"
+#include "paint/scene/PaintScene.h"
+#include "shell/PaintRoom.h"
 #include "shell/Program.h"
 #include "shell/SceneCommands.h"
 
@@ -122,7 +124,7 @@ TEST_F(ProgramSeams, ClosingAChangedSceneAsksFirst) {
 TEST_F(ProgramSeams, FilesHandedOverReachTheSceneCommands) {
   Program& p = Run("\"/models/bust.obj\"");
   p.TheShell().RunFrames(5);  // the command line waits for the fourth frame
-  const SystemDialog* d = DialogSaying("cannot be imported yet");
+  const SystemDialog* d = DialogSaying("could not be imported");
   ASSERT_NE(d, nullptr);
   EXPECT_NE(d->text.find("/models/bust.obj"), std::string::npos) << d->text;
 
@@ -143,6 +145,29 @@ TEST_F(ProgramSeams, FilesHandedOverReachTheSceneCommands) {
   TheSceneCommands() = saved;
   ASSERT_EQ(imported.size(), 1u);
   EXPECT_EQ(imported[0], "/models/next.ply");
+}
+
+TEST_F(ProgramSeams, AnImportedMeshOpensThePaintRoomAndAFailedOneKeepsIt) {
+  // A bent sheet of quads: two faces folded along x = 1.
+  const std::string mesh = Home("fold.obj");
+  std::ofstream(mesh) << "v 0 0 0\nv 1 0 0\nv 2 0 -0.5\nv 0 1 0\nv 1 1 0\nv 2 1 -0.5\n"
+                         "f 1 2 5 4\nf 2 3 6 5\n";
+  Program& p = Run("\"" + mesh + "\"");
+  p.TheShell().RunFrames(6);
+  EXPECT_TRUE(fake.DialogsShown().empty());
+  ASSERT_TRUE(PaintRoomIsCurrent(Tools()));
+  ASSERT_EQ(ThePaintScene().Faces.size(), 2u);
+  const comms::cImage shown = Frame();
+  // A file that is not there: said plainly, and the scene and room stay.
+  EXPECT_FALSE(RunFileCommand({CommandLineDecision::Action::ImportPaintMesh, "/models/missing.obj"}));
+  EXPECT_NE(DialogSaying("/models/missing.obj"), nullptr);
+  EXPECT_EQ(ThePaintScene().Faces.size(), 2u);
+  EXPECT_TRUE(PaintRoomIsCurrent(Tools()));
+  p.TheShell().RunFrames(2);
+  const comms::cImage again = Frame();
+  ASSERT_EQ(again.data.size(), shown.data.size());
+  EXPECT_EQ(again.data, shown.data);
+  ThePaintScene().ResetScene(true);
 }
 
 TEST_F(ProgramSeams, SceneFilesCannotBeOpenedYetAndSaySo) {
