@@ -58,6 +58,10 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   Member("_bool", SpDependsOnPressure, "SpDependsOnPressure");
   Member("_bool", AccurateSmoothing, "AccurateSmoothing");
   Member("_bool", MoveBasedGrowth, "MoveBasedGrowth");
+  Member("_int", AxialSymmetry, "AxialSymmetry");
+  Member("_index", AxialAxis, "AxialAxis", GetEnumerator("AXIS3"));
+  Member("_bool", CubicInterpolation, "CubicInterpolation");
+  slider(FlatCarveOffset, "FlatCarveOffset", -4, 4);
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
@@ -82,6 +86,9 @@ void RegisterVoxelBrushClasses() {
   Enumerator* dir = GetEnumerator("EXTRUDEDIR");
   for (const char* n : {"AverageNormal", "ViewDir", "seAlongX", "seAlongY", "seAlongZ", "VertexNormal", "InitialVertexNormal"})
     dir->Add(n);
+  Enumerator* axis = GetEnumerator("AXIS3");
+  if (axis->GetStoredAmount() == 0)
+    for (const char* n : {"X", "Y", "Z"}) axis->Add(n);
   Enumerator* border = GetEnumerator("VOXBORDERSTYLE");
   for (const char* n : {"voBorderRound", "voBorderPlane", "voBorderSharp"}) border->Add(n);
   RegisterVoxModeEnumerators();

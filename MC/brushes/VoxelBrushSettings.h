@@ -27,6 +27,13 @@ class VoxelBrushSettings : public BaseClass {
   bool SpDependsOnPressure = true;
   bool AccurateSmoothing = false;
   bool MoveBasedGrowth = false;
+  // Copies of every stroke turned about an axis through the origin (1: off).
+  int AxialSymmetry = 1;
+  int AxialAxis = 1;  // 0 x, 1 y, 2 z
+  // The sphere tool's capsule follows the cubic through the samples around it.
+  bool CubicInterpolation = false;
+  // How far the double-sided carve reaches beyond the pen's depth, voxels.
+  float FlatCarveOffset = 0.f;
   int ExtrudeDir = AverageNormal;
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};

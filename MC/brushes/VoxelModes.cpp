@@ -48,6 +48,8 @@ int VoxModeByName(const char* name) {
 
 bool IsSurfaceTool(int i) { return i == 14 || i == 15 || i == 16 || i == 17 || (i >= 38 && i <= 49); }
 
+bool PicksLiveSurface(int i) { return i == SCULP_GROW || i == SCULPT_SMOOTH || i == SCULPT_BUILD || i == SCULP_PLANE2; }
+
 int SurfaceModeList(const int** list) {
   *list = kSurfaceList;
   return (int)(sizeof kSurfaceList / sizeof kSurfaceList[0]);

@@ -52,10 +52,6 @@ bool VoxelSculptTool::RunsWhileStill() const {
   return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULP_FILL;
 }
 
-bool VoxelSculptTool::PicksLiveSurface() const {
-  return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULPT_BUILD || Mode == SCULP_PLANE2;
-}
-
 bool VoxelSculptTool::PenAt(float x, float y, PenPoint& out, bool fromUndo) const {
   if (!volume_ || !camera_) return false;
   comms::cVec3 origin, dir;
@@ -117,7 +113,7 @@ void VoxelSculptTool::StrokeStep(bool force) {
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, false);
   PenPoint pen;
   // Where the pen leaves the surface the stroke waits for it to come back.
-  if (PenAt(pendingX_, pendingY_, pen, !PicksLiveSurface())) stroke_.MoveTo(pen);
+  if (PenAt(pendingX_, pendingY_, pen, !PicksLiveSurface(Mode))) stroke_.MoveTo(pen);
   moved_ = false;
   volume_->UpdateSurface();
 }

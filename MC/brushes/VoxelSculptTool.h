@@ -79,8 +79,6 @@ class VoxelSculptTool : public BasicTool {
   void FinishStroke();
   // Tools that act every frame while the pen is held still.
   bool RunsWhileStill() const;
-  // Tools that pick on their own result (they do not raise the pen's path).
-  bool PicksLiveSurface() const;
 
   VoxelSculptStroke stroke_;
   VolumeObject* volume_ = nullptr;
