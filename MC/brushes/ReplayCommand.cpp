@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -162,7 +163,7 @@ int RunReplayCommand(const std::vector<std::string>& args) {
     fprintf(stderr, "usage: --replay SCRIPT [OUT-FOLDER]\n");
     return 2;
   }
-  std::ifstream file(args[0], std::ios::binary);
+  std::ifstream file(std::filesystem::absolute(args[0]), std::ios::binary);
   if (!file) {
     fprintf(stderr, "replay: cannot read %s\n", args[0].c_str());
     return 1;
@@ -178,7 +179,9 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   volume.UpdateSurface();
   WeldedMeshBuilder mesh;
   volume.ExtractWeldedAll(mesh);
-  const std::string folder = args.size() > 1 ? args[1] : ".";
+  // Relative to the working folder, as a shell user means it (the file layer
+  // would read a relative name against the program's own folder).
+  const std::string folder = std::filesystem::absolute(args.size() > 1 ? args[1] : ".").lexically_normal().string();
   const std::string ply = folder + "/replay.ply";
   if (!SaveWeldedMesh(ply, mesh)) {
     fprintf(stderr, "replay: cannot write %s\n", ply.c_str());

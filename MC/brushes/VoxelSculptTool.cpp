@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "ClassEngine/Log.h"
+#include "MC/brushes/ApplyField.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/SceneChanges.h"
@@ -26,9 +27,49 @@ void VoxelSculptTool::SetScene(VolumeObject* volume, const comms::cViewer* camer
 }
 
 bool VoxelSculptTool::SelectMode(int mode) {
+  if (mode >= VOX_INCRES && mode <= VOX_SMALL) return RunCommand(mode);
   if (!FindVoxMode(mode)) return false;
   if (stroke_.Active()) FinishStroke();
   Mode = mode;
+  return true;
+}
+
+bool VoxelSculptTool::RunCommand(int mode) {
+  message_.clear();
+  if (stroke_.Active()) FinishStroke();
+  if (mode == VOX_INCRES) {
+    // Doubling the resolution belongs with the volume tree and its memory prompt.
+    message_ = "not available yet";
+    Log("VoxelSculptTool::RunCommand(): IncRes is not available yet");
+    return true;
+  }
+  if (!volume_) return true;
+  if (mode == VOX_CLEAR) {
+    volume_->ClearVoxels();
+    volume_->Compact();
+  } else {
+    // SmAll: one smoothing pass over the whole volume, at full strength everywhere in it.
+    volume_->RecomputeCellBounds();
+    if (volume_->CellBoundsMin[0] > volume_->CellBoundsMax[0]) return true;
+    SmoothParams sp;
+    float half = 0;
+    for (int a = 0; a < 3; ++a) {
+      const float lo = float(volume_->CellBoundsMin[a] * 8), hi = float((volume_->CellBoundsMax[a] + 1) * 8);
+      sp.Center[a] = (lo + hi) / 2;
+      half = std::max(half, (hi - lo) / 2);
+    }
+    // At twice the half-diagonal the weight is at least 3/4 all through the box.
+    sp.Radius = 2.f * std::sqrt(3.f) * half + 1.f;
+    sp.Accurate = true;
+    Random rnd(strokes_ + 1);
+    BrushSmooth(*volume_, sp, rnd);
+  }
+  if (OnStrokeEnd)
+    OnStrokeEnd(*volume_);
+  else
+    volume_->DropUndoCopies();
+  ChangedSinceSave = 1;
+  volume_->UpdateSurface();
   return true;
 }
 

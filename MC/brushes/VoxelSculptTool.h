@@ -42,14 +42,17 @@ class VoxelSculptTool : public BasicTool {
   VolumeObject* Volume() const { return volume_; }
   // The pen's pressure device; null means the mouse (always 1.0). Not owned.
   void SetPressureSource(PressureSource* source) { pressure_ = source; }
-  // Called at pen up with the volume that still holds the stroke's undo
-  // copies; without a hook the copies are dropped (the stroke is kept).
-  std::function<void(VolumeObject&)> OnStrokeEnd;
 
   // Selects a mode of the table; section titles and unknown indices are
   // refused. A mode whose engine part is missing is selectable but strokes
-  // say "not available yet".
+  // say "not available yet". The commands IncRes, Clear and SmAll (50..52)
+  // run at once on the volume and leave the current mode as it was.
   bool SelectMode(int mode);
+  // Called at pen up, once per stroke, with the volume whose `TouchedCells`
+  // and undo copies still hold what the stroke changed: the place where the
+  // stroke's undo record is written. Without a hook the copies are dropped
+  // (the stroke is kept).
+  std::function<void(VolumeObject&)> OnStrokeEnd;
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
@@ -74,6 +77,8 @@ class VoxelSculptTool : public BasicTool {
   bool GetFullBounds(ToolBounds& out) override;
 
  private:
+  // Runs command 50..52 on the volume.
+  bool RunCommand(int mode);
   // One frame of the drag: pick, samples to the new point, surface update.
   void StrokeStep(bool force);
   void FinishStroke();

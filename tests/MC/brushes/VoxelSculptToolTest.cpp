@@ -5,6 +5,9 @@
 // the parameters come back after the tool was switched away.
 #include <gtest/gtest.h>
 
+#include <set>
+#include <tuple>
+
 #include "BrushTestKit.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
@@ -235,5 +238,79 @@ TEST_F(ToolFixture, ParametersComeBackAfterSwitchingAway) {
   EXPECT_TRUE(tool->Settings.DoubleSided);
   EXPECT_TRUE(tool->Settings.InvertToolAction[SCULP_CLAY]);
   EXPECT_STREQ(tool->GetRoomName(), "Voxels");
+}
+}  // namespace
+
+namespace {
+TEST_F(ToolFixture, StrokeEndHookFiresOncePerStrokeWithTheTouchedCells) {
+  tool->SelectMode(SCULPT_CARVE);
+  int calls = 0;
+  bool hadCopies = false;
+  std::set<std::tuple<int, int, int>> touched;
+  tool->OnStrokeEnd = [&](VolumeObject& v) {
+    ++calls;
+    hadCopies = v.UndoCopies > 0;
+    for (const CellKey& k : v.TouchedCells) touched.insert({k.x, k.y, k.z});
+    v.DropUndoCopies();
+  };
+  const VolumeSnapshot before = Snapshot(volume);
+  Drag(kPath);
+  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(hadCopies);
+  const VolumeSnapshot after = Snapshot(volume);
+  int changed = 0;
+  for (const auto& [key, values] : after) {
+    auto old = before.find(key);
+    if (old != before.end() && old->second == values) continue;
+    ++changed;
+    EXPECT_TRUE(touched.count(key)) << "changed cell missing from the touched list";
+  }
+  EXPECT_GT(changed, 0);
+  // A press off the volume is no stroke; a second stroke is a second call.
+  router.OnPointerMove(5, 5);
+  router.OnKeyChange(keys::LeftButton, true, false);
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_EQ(calls, 1);
+  Drag(kPath);
+  EXPECT_EQ(calls, 2);
+  // Leaving the tool mid-stroke ends the stroke once too.
+  router.OnPointerMove(kPath[0].first, kPath[0].second);
+  router.OnKeyChange(keys::LeftButton, true, false);
+  tool->SelectMode(SCULP_GROW);
+  EXPECT_EQ(calls, 3);
+  EXPECT_FALSE(tool->Stroking());
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_EQ(calls, 3);
+}
+
+TEST_F(ToolFixture, CommandsRunAtOnceAndKeepTheMode) {
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  const VolumeSnapshot before = Snapshot(volume);
+  const long inside = InsideCount(volume);
+  ASSERT_TRUE(tool->SelectMode(VOX_SMALL));
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  EXPECT_NE(Snapshot(volume), before) << "SmAll smooths";
+  EXPECT_NEAR((double)InsideCount(volume), (double)inside, inside * 0.05) << "and keeps the volume";
+  EXPECT_EQ(volume.UndoCopies, 0);
+  EXPECT_EQ(volume.DirtyCells.Count(), 0) << "the surface is current";
+  ASSERT_TRUE(tool->SelectMode(VOX_INCRES));
+  EXPECT_EQ(tool->Message(), "not available yet");
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  ASSERT_TRUE(tool->SelectMode(VOX_CLEAR));
+  EXPECT_EQ(InsideCount(volume), 0);
+  EXPECT_EQ(volume.Cells.Count(), 0);
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  // The list's entries run them too.
+  Enumerator* list = tool->GetToolList();
+  EXPECT_STREQ(list->Get(VOX_SMALL), "SmAll");
+}
+
+TEST_F(ToolFixture, PickIsNotClaimedAsAvailable) {
+  const VolumeSnapshot untouched = Snapshot(volume);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_PICK));
+  EXPECT_STREQ(tool->GetSecondHintId(), "NOT_AVAILABLE_YET");
+  Drag(kPath);
+  EXPECT_EQ(tool->Message(), "not available yet");
+  EXPECT_EQ(Snapshot(volume), untouched);
 }
 }  // namespace
