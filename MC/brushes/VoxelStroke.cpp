@@ -6,6 +6,7 @@
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ApplyField.h"
+#include "MC/brushes/DropSpecks.h"
 #include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -189,6 +190,8 @@ int VoxelSculptStroke::MoveTo(const PenPoint& p) {
 }
 
 void VoxelSculptStroke::End() {
+  // Crumbs the stroke left floating go before the surface and the undo record see them.
+  if (volume_) DropSpecks(*volume_, volume_->TouchedCells);
   volume_ = nullptr;
   prevDab_.reset();
 }

@@ -61,7 +61,8 @@ class VoxelSculptStroke {
   // One frame's pen position: samples from the last position to this one,
   // then the tool's operations. Returns the cells changed.
   int MoveTo(const PenPoint& p);
-  // Pen up: the undo copies stay on the volume for the undo record.
+  // Pen up: floating specks the stroke left are dropped (DropSpecks); the
+  // undo copies stay on the volume for the undo record.
   void End();
   bool Active() const { return volume_ != nullptr; }
   bool Inverted() const;
