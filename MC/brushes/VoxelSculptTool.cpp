@@ -11,6 +11,7 @@
 #include "paint/SceneChanges.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenPressure.h"
+#include "platform/Keys.h"
 #include "render/Viewer.h"
 
 VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<MousePressure>()) {
@@ -145,6 +146,14 @@ bool VoxelSculptTool::OnMouseMove() {
   if (!stroke_.Active()) return false;
   pendingX_ = Pointer().X, pendingY_ = Pointer().Y;
   moved_ = true;
+  return true;
+}
+
+bool VoxelSculptTool::OnKey(int key) {
+  if (key != keys::LeftBracket && key != keys::RightBracket) return false;
+  // The slider's range of the pen radius.
+  const float step = key == keys::RightBracket ? 1.15f : 1.f / 1.15f;
+  GeneralPen::PenRadius = std::clamp(GeneralPen::PenRadius * step, 1.f, 500.f);
   return true;
 }
 

@@ -69,6 +69,8 @@ class VoxelSculptTool : public BasicTool {
   bool OnLMBDown() override;
   bool OnLMBUp() override;
   bool OnMouseMove() override;
+  // [ and ] make the pen's radius smaller and larger by a step of 15 %.
+  bool OnKey(int key) override;
   void FrameUpdate() override;
   bool WantsFrames() override { return stroke_.Active() && RunsWhileStill(); }
   void Deactivate() override;

@@ -314,3 +314,26 @@ TEST_F(ToolFixture, PickIsNotClaimedAsAvailable) {
   EXPECT_EQ(Snapshot(volume), untouched);
 }
 }  // namespace
+
+namespace {
+TEST_F(ToolFixture, BracketsChangeThePenRadiusWithinItsRange) {
+  GeneralPen::PenRadius = 20.f;
+  EXPECT_TRUE(tool->OnKey(keys::RightBracket));
+  EXPECT_NEAR(GeneralPen::PenRadius, 23.f, 1e-4f);
+  EXPECT_TRUE(tool->OnKey(keys::LeftBracket));
+  EXPECT_NEAR(GeneralPen::PenRadius, 20.f, 1e-4f);
+  for (int i = 0; i < 100; ++i) tool->OnKey(keys::LeftBracket);
+  EXPECT_EQ(GeneralPen::PenRadius, 1.f);
+  for (int i = 0; i < 100; ++i) tool->OnKey(keys::RightBracket);
+  EXPECT_EQ(GeneralPen::PenRadius, 500.f);
+  EXPECT_FALSE(tool->OnKey(keys::Shift)) << "other keys are left to the rest";
+  // A bigger pen cuts a wider groove: the radius reaches the stroke.
+  GeneralPen::PenRadius = 30.f;
+  PenPoint p;
+  ASSERT_TRUE(tool->PenAt(320, 240, p));
+  tool->OnKey(keys::RightBracket);
+  PenPoint q;
+  ASSERT_TRUE(tool->PenAt(320, 240, q));
+  EXPECT_NEAR(q.Radius / p.Radius, 1.15f, 1e-3f);
+}
+}  // namespace
