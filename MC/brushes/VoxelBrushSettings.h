@@ -38,10 +38,19 @@ class VoxelBrushSettings : public BaseClass {
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};
 
+  // The tool whose settings the panel shows (-1: all of them). Not stored.
+  int ShownTool = -1;
+
   MV_CLASS(VoxelBrushSettings, BaseClass);
   // The default of every setting, as the table of the tools gives them.
   void Reset(void* ptr = nullptr) override;
+  // The panel lists only the rows ShownTool uses.
+  int GetAmountOfEditableElements(void* ptr, int flags) override;
+  int GetEditableElementIndex(int row, void* ptr, int flags) override;
 };
+
+// Whether the setting `name` is one that tool `tool` reads.
+bool VoxelSettingUsedBy(const char* name, int tool);
 
 // Registers the class and its enumerators (idempotent).
 void RegisterVoxelBrushClasses();

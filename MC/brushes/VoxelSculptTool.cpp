@@ -16,7 +16,21 @@
 
 VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<MousePressure>()) {
   RegisterVoxelBrushClasses();
+  RegisterVoxelPenSettings();
   stroke_.Tool = Mode;
+  Settings.ShownTool = Mode;
+}
+
+void VoxelSculptTool::Activate() {
+  Pen.Sync();
+  Settings.ShownTool = Mode;
+}
+
+void VoxelSculptTool::BuildPanel(PanelHost* host) {
+  // The mode may have changed in the panel's own list.
+  Settings.ShownTool = Mode;
+  Pen.Sync();
+  BasicTool::BuildPanel(host);
 }
 
 VoxelSculptTool::~VoxelSculptTool() = default;
@@ -32,6 +46,7 @@ bool VoxelSculptTool::SelectMode(int mode) {
   if (!FindVoxMode(mode)) return false;
   if (stroke_.Active()) FinishStroke();
   Mode = mode;
+  Settings.ShownTool = mode;
   return true;
 }
 

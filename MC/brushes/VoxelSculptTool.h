@@ -13,6 +13,7 @@
 
 #include "ClassEngine/Enumerator.h"
 #include "MC/brushes/VoxelBrushSettings.h"
+#include "MC/brushes/VoxelPenSettings.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
@@ -27,9 +28,13 @@ class VoxelSculptTool : public BasicTool {
  public:
   // The tool index of the VOXMODES table.
   int Mode = SCULPT_CARVE;
+  // The pen's own settings come first in the panel, then the mode and the
+  // settings that mode reads.
+  VoxelPenSettings Pen;
   VoxelBrushSettings Settings;
 
   MV_CLASS(VoxelSculptTool, BasicTool) {
+    Member(Pen, "VoxelPenSettings");
     Member("_index", Mode, "VOXMODES", GetEnumerator("VOXMODES"));
     Member(Settings, "VoxelBrushSettings");
   }
@@ -77,6 +82,10 @@ class VoxelSculptTool : public BasicTool {
   Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
   void OnToolListClick(int i) override;
   bool GetFullBounds(ToolBounds& out) override;
+  // The panel is rebuilt when the mode changes: it shows that mode's settings.
+  int GetPanelSignature() override { return Mode; }
+  void Activate() override;
+  void BuildPanel(PanelHost* host) override;
 
  private:
   // Runs command 50..52 on the volume.

@@ -5,7 +5,10 @@
 // the parameters come back after the tool was switched away.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
+#include <string>
+#include <vector>
 #include <tuple>
 
 #include "BrushTestKit.h"
@@ -335,5 +338,52 @@ TEST_F(ToolFixture, BracketsChangeThePenRadiusWithinItsRange) {
   PenPoint q;
   ASSERT_TRUE(tool->PenAt(320, 240, q));
   EXPECT_NEAR(q.Radius / p.Radius, 1.15f, 1e-3f);
+}
+}  // namespace
+
+namespace {
+// The rows the panel would list for an object, by name.
+std::vector<std::string> PanelRows(BaseClass& c) {
+  std::vector<std::string> rows;
+  const int n = c.GetAmountOfEditableElements(&c, 7);
+  for (int i = 0; i < n; ++i)
+    if (const char* id = c.GetEditableElementID(i, &c, 7)) rows.push_back(id);
+  return rows;
+}
+
+TEST_F(ToolFixture, PanelShowsThePenFirstAndOnlyTheModesOwnSettings) {
+  const std::vector<std::string> top = PanelRows(*tool);
+  ASSERT_GE(top.size(), 3u);
+  EXPECT_EQ(top[0], "VoxelPenSettings");
+  const std::vector<std::string> pen = PanelRows(tool->Pen);
+  for (const char* want : {"PenRadius", "DeepDegree", "Falloff", "PenPressureMode", "PenSensivity", "MirrorX"})
+    EXPECT_NE(std::find(pen.begin(), pen.end(), want), pen.end()) << want;
+
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  const std::vector<std::string> carve = PanelRows(tool->Settings);
+  EXPECT_LT(carve.size(), 10u);
+  EXPECT_NE(std::find(carve.begin(), carve.end(), "DoubleSided"), carve.end());
+  EXPECT_NE(std::find(carve.begin(), carve.end(), "InvertToolAction4"), carve.end());
+  EXPECT_EQ(std::find(carve.begin(), carve.end(), "GrowPower"), carve.end());
+  EXPECT_EQ(std::find(carve.begin(), carve.end(), "InvertToolAction0"), carve.end());
+  ASSERT_TRUE(tool->SelectMode(SCULP_GROW));
+  const std::vector<std::string> grow = PanelRows(tool->Settings);
+  EXPECT_NE(std::find(grow.begin(), grow.end(), "GrowPower"), grow.end());
+  EXPECT_EQ(std::find(grow.begin(), grow.end(), "DoubleSided"), grow.end());
+  // Without a tool every setting is listed (files and the class explorer).
+  VoxelBrushSettings all;
+  EXPECT_GT(PanelRows(all).size(), 80u);
+}
+
+TEST_F(ToolFixture, MirrorBoxesAreTheSymmetryBits) {
+  tool->Pen.MirrorX = true;
+  tool->Pen.MirrorZ = true;
+  tool->Pen.OnChange(&tool->Pen, &tool->Pen.MirrorZ, nullptr, "MirrorZ");
+  EXPECT_EQ(GeneralPen::Symmetry, 5);
+  GeneralPen::Symmetry = 2;
+  tool->Pen.Sync();
+  EXPECT_FALSE(tool->Pen.MirrorX);
+  EXPECT_TRUE(tool->Pen.MirrorY);
+  EXPECT_FALSE(tool->Pen.MirrorZ);
 }
 }  // namespace
