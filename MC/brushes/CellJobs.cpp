@@ -91,13 +91,16 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 pushed = true;
               }
         }
-  if (pushed)
-    for (const CellKey& k : done)
-      for (int dz = -1; dz <= 1; ++dz)
-        for (int dy = -1; dy <= 1; ++dy)
-          for (int dx = -1; dx <= 1; ++dx) {
-            VoxelCell** f = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
-            if (f && ((*f)->Flags & kCellStale)) (*f)->RefreshStatus(true, false);
-          }
+  if (pushed) RefreshStaleAround(volume, done);
   return count;
+}
+
+void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys) {
+  for (const CellKey& k : keys)
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+          VoxelCell** f = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
+          if (f && ((*f)->Flags & kCellStale)) (*f)->RefreshStatus(true, false);
+        }
 }

@@ -24,5 +24,9 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 const std::function<bool(const CellKey& key, const VoxelCell* cell, uint16_t* out)>& compute,
                 int threads = 0);
 
+// Refreshes the status of every cell among the keys and their 26 neighbours
+// that single-voxel writes (PutVoxel) left stale.
+void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys);
+
 // The cell keys of a box in voxels, in a fixed order.
 std::vector<CellKey> CellsOfBox(const float mn[3], const float mx[3]);

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "MC/brushes/CellJobs.h"
+
 namespace {
 // A speck holds fewer inside points than one cell.
 constexpr size_t kSpeckPoints = 512;
@@ -83,13 +85,6 @@ int DropSpecks(VolumeObject& v, const std::vector<CellKey>& cells) {
       }
     }
   }
-  if (lowered)
-    for (const CellKey& k : keys)
-      for (int dz = -1; dz <= 0; ++dz)
-        for (int dy = -1; dy <= 0; ++dy)
-          for (int dx = -1; dx <= 0; ++dx) {
-            VoxelCell** c = v.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
-            if (c && ((*c)->Flags & kCellStale)) (*c)->RefreshStatus(true, false);
-          }
+  if (lowered) RefreshStaleAround(v, keys);
   return lowered;
 }
