@@ -59,7 +59,7 @@ void BM_DabToRenderGroups(benchmark::State& state) {
     state.ResumeTiming();
   }
 }
-BENCHMARK(BM_DabToRenderGroups)->Arg(10)->Arg(40)->Arg(100)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_DabToRenderGroups)->Arg(10)->Arg(40)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 // A frame's drag of one radius: its samples and their operations.
 void BM_StrokeSamples(benchmark::State& state) {
@@ -84,7 +84,7 @@ void BM_StrokeSamples(benchmark::State& state) {
   }
   state.counters["samples/s"] = benchmark::Counter((double)samples, benchmark::Counter::kIsRate);
 }
-BENCHMARK(BM_StrokeSamples)->Arg(10)->Arg(40)->Arg(100)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_StrokeSamples)->Arg(10)->Arg(40)->Arg(100)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
 }  // namespace
 
 BENCHMARK_MAIN();

@@ -24,7 +24,7 @@ enum PenStrokeMode : int {
 };
 
 struct GeneralPen {
-  static inline float PenRadius = 20.f;  // screen pixels
+  static inline float PenRadius = 5.f;  // screen pixels
   static inline float PenRotation = 0.f; // radians, shown in degrees
   static inline float DeepDegree = 0.5f;
   static inline float ColorOpacity = 1.f;

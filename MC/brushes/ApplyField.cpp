@@ -35,24 +35,30 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   return std::min(old, v);
 }
 
-// Largest probe value of a cell on its 3 x 3 x 3 lattice at steps of 4; bit
-// (i + 3j + 9k) of `mask` tells which points were positive.
-uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, const FieldOptions& o, uint32_t& mask) {
+// Largest probe value of a cell on its (n + 1)^3 lattice at steps of 8 / n
+// (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2); bit
+// (i + 3j + 9k) of `mask` tells on which side (0 low face, 1 inside, 2 high
+// face, per axis) a positive point lay, so the neighbours behind it are queued.
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, const FieldOptions& o, int n,
+                   uint32_t& mask) {
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
+  const int step = 8 / n;
+  auto side = [n](int i) { return i == 0 ? 0 : (i == n ? 2 : 1); };
   uint32_t best = 0;
   mask = 0;
-  for (int kz = 0; kz < 3; ++kz)
-    for (int ky = 0; ky < 3; ++ky)
-      for (int kx = 0; kx < 3; ++kx) {
-        uint32_t v = FieldValue(f, (float)(k.x * 8 + kx * 4), (float)(k.y * 8 + ky * 4), (float)(k.z * 8 + kz * 4));
+  for (int kz = 0; kz <= n; ++kz)
+    for (int ky = 0; ky <= n; ++ky)
+      for (int kx = 0; kx <= n; ++kx) {
+        const int lx = kx * step, ly = ky * step, lz = kz * step;
+        uint32_t v = FieldValue(f, (float)(k.x * 8 + lx), (float)(k.y * 8 + ly), (float)(k.z * 8 + lz));
         if (o.Compare) {
           // By how much the merge would move the value; below 2 counts as none.
-          const uint16_t old = OldValue(cell, LatticeIndex(kx * 4, ky * 4, kz * 4));
+          const uint16_t old = OldValue(cell, LatticeIndex(lx, ly, lz));
           v = (uint32_t)std::abs((int)Merge(old, (uint16_t)v, o) - (int)old);
           if (v < 2) v = 0;
         }
-        if (v > 0) mask |= 1u << (kx + 3 * ky + 9 * kz);
+        if (v > 0) mask |= 1u << (side(kx) + 3 * side(ky) + 9 * side(kz));
         best = std::max(best, v);
       }
   return best;
@@ -73,12 +79,14 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   std::deque<CellKey> queue;
   // Subtraction and intersection cannot lower a missing cell below 0.
   const bool onlyExisting = o.Mode != kFieldUnion;
-  auto visit = [&](const CellKey& k) {
+  // The box is probed coarsely (CoarseProbe, the default) or finely; the
+  // waves beyond it always coarsely.
+  auto visit = [&](const CellKey& k, int n) {
     if (seen.Find(k.x, k.y, k.z)) return;
     seen.Set(k.x, k.y, k.z, 1);
     if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) return;
     uint32_t mask;
-    if (ProbeCell(vol, f, k, o, mask) == 0) return;
+    if (ProbeCell(vol, f, k, o, n, mask) == 0) return;
     listed.push_back(k);
     // Touched shell positions queue the neighbours behind them.
     for (int dz = -1; dz <= 1; ++dz)
@@ -89,12 +97,13 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
           if (mask & (1u << (ix + 3 * iy + 9 * iz))) queue.push_back({k.x + dx, k.y + dy, k.z + dz});
         }
   };
-  for (const CellKey& k : CellsOfBox(box.Min, box.Max)) visit(k);
+  const int boxProbe = vol.CoarseProbe ? 2 : 4;
+  for (const CellKey& k : CellsOfBox(box.Min, box.Max)) visit(k, boxProbe);
   for (int wave = 0; wave < kMaxWaves && !queue.empty(); ++wave) {
     std::deque<CellKey> current;
     current.swap(queue);
     const size_t before = listed.size();
-    for (const CellKey& k : current) visit(k);
+    for (const CellKey& k : current) visit(k, 2);
     if (listed.size() == before) break;
   }
   std::sort(listed.begin(), listed.end(), [](const CellKey& a, const CellKey& b) {
@@ -138,9 +147,17 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   return changed;
 }
 
-int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode, int threads) {
+int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode, int threads, const float* before,
+                 const float* after) {
   SegmentField f(a, b, (float)v.BandWidth);
-  const float pad = (float)v.BandWidth;
+  float pad = (float)v.BandWidth;
+  if (before && after) {
+    f.SetCubic(before, after);
+    // The curve bows out of the chord by at most a quarter of the outer points' spread.
+    float spread = 0;
+    for (int i = 0; i < 3; ++i) spread = std::max(spread, std::max(std::fabs(before[i] - a.P[i]), std::fabs(after[i] - b.P[i])));
+    pad += spread;
+  }
   FieldOptions o;
   o.Mode = mode;
   o.Threads = threads;
@@ -148,11 +165,12 @@ int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode
 }
 
 int BrushCarve(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool flat, bool invert, const PenProfile& pen,
-               int threads) {
-  CarveField f(a, b, (float)v.BandWidth, flat, invert, pen);
+               int threads, float flatOffset) {
+  CarveField f(a, b, (float)v.BandWidth, flat, invert, pen, flat ? flatOffset : 0.f);
   // Reach: the pen radius across, the depth plus the band along the normal.
-  const float ra = std::max(a.R, std::fabs(a.H) * a.R + 2) + v.BandWidth;
-  const float rb = std::max(b.R, std::fabs(b.H) * b.R + 2) + v.BandWidth;
+  const float extra = flat ? std::fabs(flatOffset) : 0.f;
+  const float ra = std::max(a.R, std::fabs(a.H) * a.R + 2 + extra) + v.BandWidth;
+  const float rb = std::max(b.R, std::fabs(b.H) * b.R + 2 + extra) + v.BandWidth;
   FieldOptions o;
   o.Mode = invert ? kFieldUnion : kFieldSubtract;
   o.Threads = threads;

@@ -31,9 +31,13 @@ struct FieldBox {
 int ApplyField(VolumeObject& volume, const BrushField& field, const FieldBox& box, const FieldOptions& options);
 
 // The brush operations; `threads` 0 uses UsingProcessors().
-int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode, int threads = 0);
+// `before` and `after`, when given, bend the capsule's axis into the cubic
+// through them (CubicInterpolation).
+int BrushSegment(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, int mode, int threads = 0,
+                 const float* before = nullptr, const float* after = nullptr);
+// `flatOffset` deepens the double-sided (flat) carve on both sides.
 int BrushCarve(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool flat, bool invert, const PenProfile& pen,
-               int threads = 0);
+               int threads = 0, float flatOffset = 0.f);
 // Grows (or, inverted, pushes in) the surface under the pen along the normals.
 int BrushDisplace(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,
                   const PenProfile& pen, float reachExtra = -1.f, int threads = 0);

@@ -21,9 +21,16 @@ void Normalise(float v[3]) {
 float FalloffCurve(float x) { return PenFalloffFactor(x, GeneralPen::Falloff); }
 
 float PenProfile::Alpha(float u, float v) const {
-  float a = Pen ? Pen->GetDepthClamped(u, v) : 1.f;
+  v *= Handed;
+  float a = Pen ? Pen->GetDepthClamped(Axes[0] * u + Axes[1] * v, Axes[2] * u + Axes[3] * v) : 1.f;
   if (Radial && Falloff > 0) a *= PenFalloffFactor(u * u + v * v, Falloff);
   return a;
+}
+
+float PenProfile::BrushMask(const float p[3], bool soft) const {
+  if (!Mask) return 1.f;
+  const float v = Mask->At(p);
+  return soft ? std::clamp(4.f * v - 2.f, 0.f, 1.f) : v;
 }
 
 PenProfile PenProfile::Current() {
@@ -61,7 +68,12 @@ SegmentFrame::SegmentFrame(const BrushEnd& a, const BrushEnd& b) : A(a), B(b) {
   if (L < kTinyLength) {
     // A zero-length stroke still acts once at its start; any direction will do.
     L = kTinyLength;
-    Dir[0] = 1, Dir[1] = 0, Dir[2] = 0;
+    if (Dot(a.X, a.X) > 0.25f) {
+      for (int i = 0; i < 3; ++i) Dir[i] = a.X[i];
+      Normalise(Dir);
+    } else {
+      Dir[0] = 1, Dir[1] = 0, Dir[2] = 0;
+    }
   } else {
     for (float& d : Dir) d /= L;
   }
@@ -73,10 +85,41 @@ void SegmentFrame::Project(const float p[3], float& t, float q[3]) const {
   for (int i = 0; i < 3; ++i) q[i] = v[i] - Dir[i] * t * L;
 }
 
+void SegmentField::SetCubic(const float p0[3], const float p3[3]) {
+  // Catmull-Rom between a and b: t 0 at a, 1 at b, -1 and 2 near the outer points.
+  const float* p1 = f_.A.P;
+  const float* p2 = f_.B.P;
+  for (int i = 0; i < 3; ++i) {
+    c_[0][i] = p1[i];
+    c_[1][i] = 0.5f * (p2[i] - p0[i]);
+    c_[2][i] = 0.5f * (2 * p0[i] - 5 * p1[i] + 4 * p2[i] - p3[i]);
+    c_[3][i] = 0.5f * (-p0[i] + 3 * p1[i] - 3 * p2[i] + p3[i]);
+  }
+  cubic_ = true;
+}
+
 float SegmentField::Value(float x, float y, float z) const {
   const float p[3] = {x, y, z};
   float t, q[3];
   f_.Project(p, t, q);
+  if (cubic_) {
+    // Nearest point of the cubic: Newton steps from the straight projection.
+    for (int it = 0; it < 6; ++it) {
+      float c[3], d1[3], d2[3];
+      for (int i = 0; i < 3; ++i) {
+        c[i] = c_[0][i] + t * (c_[1][i] + t * (c_[2][i] + t * c_[3][i]));
+        d1[i] = c_[1][i] + t * (2 * c_[2][i] + 3 * t * c_[3][i]);
+        d2[i] = 2 * c_[2][i] + 6 * t * c_[3][i];
+      }
+      const float e[3] = {c[0] - x, c[1] - y, c[2] - z};
+      const float g = Dot(e, d1), h = Dot(d1, d1) + Dot(e, d2);
+      if (std::fabs(h) < 1e-12f) break;
+      t = std::clamp(t - g / h, -1.f, 2.f);
+    }
+    for (int i = 0; i < 3; ++i) q[i] = p[i] - (c_[0][i] + t * (c_[1][i] + t * (c_[2][i] + t * c_[3][i])));
+    const float r = std::max(f_.A.R + (f_.B.R - f_.A.R) * t, 0.1f);
+    return (r - std::sqrt(Dot(q, q))) / w_ + 0.5f;
+  }
   const float r = f_.A.R + (f_.B.R - f_.A.R) * t;
   return (r - std::sqrt(Dot(q, q))) / w_ + 0.5f;
 }
@@ -114,10 +157,15 @@ bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
 float CarveField::Value(float x, float y, float z) const {
   const float p[3] = {x, y, z};
   Footprint fp;
-  if (!PenFootprint(f_, p, fp)) return 0.f;
-  const float a = pen_.Alpha(fp.u, -fp.v) * fp.R;
-  const float a2 = a - 0.1f * fp.r2 * fp.R;  // rounds the rim
-  if (a2 <= 0) return 0.f;
+  const bool inside = PenFootprint(f_, p, fp);
+  // The rim term reaches 0 two voxels beyond the pen (W / 2): out there the
+  // field goes on as the distance to the pen's wall instead of dropping to 0,
+  // so the cut's rim is as smooth as any other part of the surface.
+  const float rim = (1.f - std::sqrt(fp.r2)) * fp.R / w_ + 0.5f;
+  if (rim <= 0.f) return rim;
+  const float a = inside ? pen_.Alpha(fp.u, -fp.v) * fp.R : 0.f;
+  // Below the pen's profile the slab thins (and closes) smoothly; 0.1 rounds the rim.
+  const float a2 = pen_.BrushMask(p) * a - 0.1f * fp.r2 * fp.R;
   // h is measured outward; the slab's "top" is on the outer side.
   float m;
   if (flat_) {
@@ -129,7 +177,7 @@ float CarveField::Value(float x, float y, float z) const {
     m = std::min(fp.h - bottom, top - fp.h);
   }
   // The second term closes the rim: never wider than the pen.
-  return std::min(m / w_ + 0.5f, (1.f - std::sqrt(fp.r2)) * fp.R / w_ + 0.5f);
+  return std::min(m / w_ + 0.5f, rim);
 }
 
 DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,
@@ -143,7 +191,8 @@ float DisplaceField::Value(float x, float y, float z) const {
   float shift = 0.f;  // along -N: growing reads the field deeper inside
   if (useProfile_) {
     if (inside) {
-      const float a = pen_.Alpha(fp.u, -fp.v) * fp.R;
+      // The mask factor applies only when there is a mask.
+      const float a = pen_.Alpha(fp.u, -fp.v) * fp.R * (pen_.Mask ? pen_.BrushMask(p) : 1.f);
       const float reach = reachExtra_ >= 0 ? fp.R + reachExtra_ : std::min(std::fabs(fp.H), 1.f) * fp.R + 8.f;
       const float g = std::clamp(1.f - (fp.h / reach) * (fp.h / reach), 0.f, 1.f);
       shift = a * g * fp.H;

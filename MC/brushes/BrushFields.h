@@ -17,13 +17,30 @@ class BrushField {
   virtual float Value(float x, float y, float z) const = 0;
 };
 
+// What multiplies a brush at a point (object space): a stencil or material
+// pattern laid over the view. Without one the factor is 1.
+class BrushMaskSource {
+ public:
+  virtual ~BrushMaskSource() = default;
+  virtual float At(const float p[3]) const = 0;
+};
+
 // What the brushes read of the pen: its profile Alpha(u, v) on -1..1 (1 with
-// no pen), whether the falloff applies (radial pens only) and the mask.
+// no pen), whether the falloff applies (radial pens only), the pen frame and
+// the mask.
 struct PenProfile {
   BasicPenShape* Pen = nullptr;
   bool Radial = true;
   float Falloff = 0.f;
+  // The pen's x and y axes in the brush's (u, v) frame: (x.u, x.v, y.u, y.v).
+  float Axes[4] = {1, 0, 0, 1};
+  // -1 in a mirrored copy of the operation: v is read mirrored back.
+  float Handed = 1.f;
+  const BrushMaskSource* Mask = nullptr;
   float Alpha(float u, float v) const;
+  // BrushMask(p): the mask's factor, 1 without a mask; with `soft` the
+  // factor v becomes clamp(4v - 2, 0, 1).
+  float BrushMask(const float p[3], bool soft = false) const;
   // The pen as the global state has it now.
   static PenProfile Current();
 };
@@ -34,6 +51,8 @@ struct BrushEnd {
   float N[3] = {0, 0, 1};
   float H = 0.5f;
   float R = 10.f;
+  // The pen's x axis: the direction a zero-length operation takes (zero: x).
+  float X[3] = {0, 0, 0};
 };
 
 class SphereField final : public BrushField {
@@ -60,11 +79,17 @@ class SegmentFrame {
 class SegmentField final : public BrushField {
  public:
   SegmentField(const BrushEnd& a, const BrushEnd& b, float band) : f_(a, b), w_(band) {}
+  // With a point before `a` and one after `b` the axis becomes the cubic
+  // through the four (CubicInterpolation): t runs -1..2 over it and the
+  // radius stays at least 0.1.
+  void SetCubic(const float before[3], const float after[3]);
   float Value(float x, float y, float z) const override;
 
  private:
   SegmentFrame f_;
   float w_;
+  bool cubic_ = false;
+  float c_[4][3];  // the cubic's coefficients, p(t) = c0 + c1 t + c2 t^2 + c3 t^3
 };
 
 // Carve: a slab under the pen profile swept between two samples. Not

@@ -21,31 +21,6 @@ std::vector<CellKey> CellsOfBox(const float mn[3], const float mx[3]) {
   return keys;
 }
 
-bool SealCellBorders(VolumeObject& volume, const CellKey& k) {
-  VoxelCell** found = volume.Cells.Find(k.x, k.y, k.z);
-  const VoxelCell* cell = found ? *found : nullptr;
-  bool differs = false;
-  for (int m = 1; m < 8 && !differs; ++m) {
-    const int dx = m & 1, dy = (m >> 1) & 1, dz = (m >> 2) & 1;
-    VoxelCell** nf = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
-    const VoxelCell* n = nf ? *nf : nullptr;
-    if (!cell && !n) continue;
-    const int x0 = dx ? 8 : 0, x1 = dx ? 8 : 7, y0 = dy ? 8 : 0, y1 = dy ? 8 : 7, z0 = dz ? 8 : 0, z1 = dz ? 8 : 7;
-    for (int z = z0; z <= z1 && !differs; ++z)
-      for (int y = y0; y <= y1 && !differs; ++y)
-        for (int x = x0; x <= x1; ++x)
-          if (OldValue(cell, LatticeIndex(x, y, z)) != OldValue(n, LatticeIndex(dx ? 0 : x, dy ? 0 : y, dz ? 0 : z))) {
-            differs = true;
-            break;
-          }
-  }
-  if (!differs) return false;
-  volume.GetCell(k.x, k.y, k.z, true, true);
-  volume.SyncBorders(k.x, k.y, k.z);
-  volume.MarkDirty(k.x, k.y, k.z, false);
-  return true;
-}
-
 int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 const std::function<bool(const CellKey&, const VoxelCell*, uint16_t*)>& compute, int threads) {
   if (keys.empty()) return 0;
@@ -87,13 +62,45 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
     doneSet.Set(k.x, k.y, k.z, 1);
     ++count;
   }
-  // A cell whose upper neighbour was not listed may disagree with it on the
-  // shared plane, and an unlisted cell below a changed one certainly does.
-  for (const CellKey& k : done) SealCellBorders(volume, k);
+  // The lattice points a changed cell shares with a cell that was not
+  // changed hold the new value in both: the changed cell computed it, so it
+  // wins in whichever direction the two lie (a pull from the upper neighbour
+  // alone would undo the change where the neighbour is the stale one).
+  CellCache cache;
+  bool pushed = false;
   for (const CellKey& k : done)
-    for (int m = 1; m < 8; ++m) {
-      const CellKey l{k.x - (m & 1), k.y - ((m >> 1) & 1), k.z - ((m >> 2) & 1)};
-      if (!doneSet.Find(l.x, l.y, l.z)) SealCellBorders(volume, l);
-    }
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+          if ((!dx && !dy && !dz) || doneSet.Find(k.x + dx, k.y + dy, k.z + dz)) continue;
+          VoxelCell** nf = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
+          const VoxelCell* n = nf ? *nf : nullptr;
+          VoxelCell** cf = volume.Cells.Find(k.x, k.y, k.z);
+          const VoxelCell* cell = cf ? *cf : nullptr;
+          // Local ranges of the shared part in this cell and in the neighbour.
+          const int lo[3] = {dx > 0 ? 8 : 0, dy > 0 ? 8 : 0, dz > 0 ? 8 : 0};
+          const int hi[3] = {dx < 0 ? 0 : 8, dy < 0 ? 0 : 8, dz < 0 ? 0 : 8};
+          const int d[3] = {dx, dy, dz};
+          for (int z = lo[2]; z <= hi[2]; ++z)
+            for (int y = lo[1]; y <= hi[1]; ++y)
+              for (int x = lo[0]; x <= hi[0]; ++x) {
+                const uint16_t v = OldValue(cell, LatticeIndex(x, y, z));
+                const int l[3] = {x - 8 * d[0], y - 8 * d[1], z - 8 * d[2]};
+                if (OldValue(n, LatticeIndex(l[0], l[1], l[2])) == v) continue;
+                volume.PutVoxel(k.x * 8 + x, k.y * 8 + y, k.z * 8 + z, v, &cache);
+                pushed = true;
+              }
+        }
+  if (pushed) RefreshStaleAround(volume, done);
   return count;
+}
+
+void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys) {
+  for (const CellKey& k : keys)
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+          VoxelCell** f = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
+          if (f && ((*f)->Flags & kCellStale)) (*f)->RefreshStatus(true, false);
+        }
 }

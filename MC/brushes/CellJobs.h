@@ -3,8 +3,8 @@
 // scratch block while every cell still holds its old values (so neighbours and
 // the old field read the state before the operation); then, on the calling
 // thread, the changed cells get their undo copy at first touch, take the new
-// values and are marked dirty, and the shared far planes of the cells at the
-// edge of the operation are made equal again.
+// values and are marked dirty, and the lattice points they share with cells
+// the operation left alone take the new values there too.
 #pragma once
 #include <cstdint>
 #include <functional>
@@ -24,9 +24,9 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 const std::function<bool(const CellKey& key, const VoxelCell* cell, uint16_t* out)>& compute,
                 int threads = 0);
 
-// Makes plane 8 of the cell equal to plane 0 of its upper neighbours where it
-// is not (undo copy and dirty mark only then). True if it changed anything.
-bool SealCellBorders(VolumeObject& volume, const CellKey& key);
+// Refreshes the status of every cell among the keys and their 26 neighbours
+// that single-voxel writes (PutVoxel) left stale.
+void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys);
 
 // The cell keys of a box in voxels, in a fixed order.
 std::vector<CellKey> CellsOfBox(const float mn[3], const float mx[3]);

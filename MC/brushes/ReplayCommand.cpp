@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -121,34 +122,32 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       float f;
       while (words >> f) xyz.push_back(f);
       if (xyz.empty() || xyz.size() % 3) { fail("stroke needs x y z triples"); break; }
-      // Each position goes through every enabled mirror as its own stroke copy.
-      for (int m = 0; m < 8; ++m) {
-        if ((m & GeneralPen::Symmetry) != m) continue;
-        bool begun = false;
-        for (size_t i = 0; i < xyz.size(); i += 3) {
-          float p[3] = {xyz[i], xyz[i + 1], xyz[i + 2]}, d[3] = {view[0], view[1], view[2]};
-          for (int a = 0; a < 3; ++a)
-            if (m & (1 << a)) p[a] = -p[a], d[a] = -d[a];
-          float o[3];
-          for (int a = 0; a < 3; ++a) o[a] = p[a] - d[a] * 4000.f;
-          SurfaceHit hit;
-          if (!PickVolume(volume, o, d, hit)) continue;  // off the surface: no dab
-          PenPoint pp;
-          for (int a = 0; a < 3; ++a) pp.P[a] = hit.Pos[a], pp.N[a] = hit.Normal[a];
-          pp.Radius = radius;
-          pp.Pressure = pressure;
-          if (!begun) {
-            if (!stroke.Begin(volume, pp, seed)) { fail("tool: " + stroke.Message()); break; }
-            begun = true;
-          } else {
-            stroke.MoveTo(pp);
-          }
-          volume.UpdateSurface();
-          ++result.Frames;
+      // The stroke mirrors itself (GeneralPen::Symmetry); the pen picks as
+      // the room's tool does: on the surface before the stroke for the tools
+      // that raise it, so a long stroke neither climbs nor digs its own path.
+      const bool live = PicksLiveSurface(stroke.Tool);
+      bool begun = false;
+      for (size_t i = 0; i < xyz.size(); i += 3) {
+        const float p[3] = {xyz[i], xyz[i + 1], xyz[i + 2]};
+        float o[3];
+        for (int a = 0; a < 3; ++a) o[a] = p[a] - view[a] * 4000.f;
+        SurfaceHit hit;
+        if (!PickVolume(volume, o, view, hit, begun && !live)) continue;  // off the surface: no dab
+        PenPoint pp;
+        for (int a = 0; a < 3; ++a) pp.P[a] = hit.Pos[a], pp.N[a] = hit.Normal[a];
+        pp.Radius = radius;
+        pp.Pressure = pressure;
+        if (!begun) {
+          if (!stroke.Begin(volume, pp, seed)) { fail("tool: " + stroke.Message()); break; }
+          begun = true;
+        } else {
+          stroke.MoveTo(pp);
         }
-        stroke.End();
-        volume.DropUndoCopies();  // the undo record of a stroke comes with the undo stack
+        volume.UpdateSurface();
+        ++result.Frames;
       }
+      stroke.End();
+      volume.DropUndoCopies();  // the undo record of a stroke comes with the undo stack
       ++result.Strokes;
     } else {
       fail("unknown command '" + cmd + "'");
@@ -164,7 +163,7 @@ int RunReplayCommand(const std::vector<std::string>& args) {
     fprintf(stderr, "usage: --replay SCRIPT [OUT-FOLDER]\n");
     return 2;
   }
-  std::ifstream file(args[0], std::ios::binary);
+  std::ifstream file(std::filesystem::absolute(args[0]), std::ios::binary);
   if (!file) {
     fprintf(stderr, "replay: cannot read %s\n", args[0].c_str());
     return 1;
@@ -180,7 +179,9 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   volume.UpdateSurface();
   WeldedMeshBuilder mesh;
   volume.ExtractWeldedAll(mesh);
-  const std::string folder = args.size() > 1 ? args[1] : ".";
+  // Relative to the working folder, as a shell user means it (the file layer
+  // would read a relative name against the program's own folder).
+  const std::string folder = std::filesystem::absolute(args.size() > 1 ? args[1] : ".").lexically_normal().string();
   const std::string ply = folder + "/replay.ply";
   if (!SaveWeldedMesh(ply, mesh)) {
     fprintf(stderr, "replay: cannot write %s\n", ply.c_str());

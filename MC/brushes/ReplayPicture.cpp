@@ -14,6 +14,13 @@
 using namespace comms;
 
 bool WriteReplayPicture(VolumeObject& volume, const std::string& path, int width, int height, std::string* why) {
+  // Without the shaders the picture would be black: say so instead.
+  if (FindDataFolder().empty()) {
+    const std::string missing = MissingDataReason();
+    if (why) *why = "the program's data folder (shaders) was not found: " + missing;
+    Log("WriteReplayPicture(): no data folder: %s", missing.c_str());
+    return false;
+  }
   std::string reason;
   std::unique_ptr<cEglContext> context = cEglContext::Create(width, height, &reason);
   if (!context) {

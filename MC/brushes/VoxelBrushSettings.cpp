@@ -2,6 +2,9 @@
 #include "MC/brushes/VoxelBrushSettings.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
 
 #include "ClassEngine/Enumerator.h"
 
@@ -58,6 +61,10 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   Member("_bool", SpDependsOnPressure, "SpDependsOnPressure");
   Member("_bool", AccurateSmoothing, "AccurateSmoothing");
   Member("_bool", MoveBasedGrowth, "MoveBasedGrowth");
+  Member("_int", AxialSymmetry, "AxialSymmetry");
+  Member("_index", AxialAxis, "AxialAxis", GetEnumerator("AXIS3"));
+  Member("_bool", CubicInterpolation, "CubicInterpolation");
+  slider(FlatCarveOffset, "FlatCarveOffset", -4, 4);
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
@@ -68,10 +75,69 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   }
 }
 
+namespace {
+struct SettingUse {
+  const char* Name;
+  std::initializer_list<int> Tools;  // empty: every tool
+};
+// Which tool reads which setting (the panel shows only the current tool's).
+const SettingUse kUses[] = {
+    {"GrowPower", {0}}, {"ThawPower", {0}}, {"SMOOTH_DEG", {1, 3, 11}}, {"PinchPower", {39}},
+    {"FollowDegree", {13, 40}}, {"PlaneSoftness", {42}}, {"PlaneSoftness41", {41}}, {"Sampling", {41}},
+    {"SplitBorderWidth", {26, 27}}, {"SmoothSpeed", {33}}, {"SmoothSpeed34", {34}}, {"MASK_OPACITY", {16}},
+    {"BorderFormParam", {18, 26, 27}}, {"BareliefCoef", {24}}, {"MrgYaw", {28}}, {"MrgPitch", {28}},
+    {"MrgRoll", {28}}, {"MrgYawJitter", {28}}, {"MrgPitchJitter", {28}}, {"MrgRollJitter", {28}},
+    {"ShiftX", {28}}, {"ShiftY", {28}}, {"ShiftZ", {28}}, {"InSkinThickness", {28}},
+    {"OutSkinThickness", {28}}, {"ClothGravity", {37}}, {"ClothFriction", {37}}, {"ClothThickness", {37}},
+    {"SnakeSmoothSpeed1", {33, 34}}, {"SnakeSmoothSpeed2", {33, 34}}, {"ProfileParam", {30, 31, 32, 33, 34}},
+    {"SplOverallScale", {30, 31, 32, 33, 34}}, {"SplOverallRotation", {30, 31, 32, 33, 34}},
+    {"Spacing", {30, 31, 32, 33, 34}}, {"PosJitter", {30, 31, 32, 33, 34}}, {"RotJitter", {30, 31, 32, 33, 34}},
+    {"RadiusJitter", {30, 31, 32, 33, 34}}, {"DepthJitter", {30, 31, 32, 33, 34}}, {"SphereExtrusion", {8, 31}},
+    {"SketchPreSmoothSteps", {29}}, {"SketchSoftness", {29}}, {"NumAxialClones", {23}}, {"TextThickness", {36}},
+    {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
+    {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
+    {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
+    {"ExtrudeDir", {45, 46, 47}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
+};
+}  // namespace
+
+bool VoxelSettingUsedBy(const char* name, int tool) {
+  if (tool < 0) return true;
+  if (std::strncmp(name, "InvertToolAction", 16) == 0) return std::atoi(name + 16) == tool;
+  for (const SettingUse& u : kUses)
+    if (std::strcmp(u.Name, name) == 0) {
+      if (u.Tools.size() == 0) return true;
+      for (int t : u.Tools)
+        if (t == tool) return true;
+      return false;
+    }
+  return false;
+}
+
+int VoxelBrushSettings::GetAmountOfEditableElements(void* ptr, int flags) {
+  if (ShownTool < 0) return BaseClass::GetAmountOfEditableElements(ptr, flags);
+  int rows = 0;
+  while (GetEditableElementIndex(rows, ptr, flags) >= 0) ++rows;
+  return rows;
+}
+
+int VoxelBrushSettings::GetEditableElementIndex(int row, void* ptr, int flags) {
+  if (ShownTool < 0) return BaseClass::GetEditableElementIndex(row, ptr, flags);
+  if (row < 0) return -1;
+  const int n = GetAmountOfElements();
+  for (int i = 0; i < n; ++i) {
+    const char* id = GetElementID(i);
+    if (id && VoxelSettingUsedBy(id, ShownTool) && row-- == 0) return i;
+  }
+  return -1;
+}
+
 void VoxelBrushSettings::Reset(void*) {
   VoxelBrushSettings fresh;
+  const int shown = ShownTool;
   // keepOld: Copy would otherwise call Reset again, without end.
   Copy(&fresh, true);
+  ShownTool = shown;
 }
 
 void RegisterVoxelBrushClasses() {
@@ -82,6 +148,9 @@ void RegisterVoxelBrushClasses() {
   Enumerator* dir = GetEnumerator("EXTRUDEDIR");
   for (const char* n : {"AverageNormal", "ViewDir", "seAlongX", "seAlongY", "seAlongZ", "VertexNormal", "InitialVertexNormal"})
     dir->Add(n);
+  Enumerator* axis = GetEnumerator("AXIS3");
+  if (axis->GetStoredAmount() == 0)
+    for (const char* n : {"X", "Y", "Z"}) axis->Add(n);
   Enumerator* border = GetEnumerator("VOXBORDERSTYLE");
   for (const char* n : {"voBorderRound", "voBorderPlane", "voBorderSharp"}) border->Add(n);
   RegisterVoxModeEnumerators();

@@ -27,14 +27,30 @@ class VoxelBrushSettings : public BaseClass {
   bool SpDependsOnPressure = true;
   bool AccurateSmoothing = false;
   bool MoveBasedGrowth = false;
+  // Copies of every stroke turned about an axis through the origin (1: off).
+  int AxialSymmetry = 1;
+  int AxialAxis = 1;  // 0 x, 1 y, 2 z
+  // The sphere tool's capsule follows the cubic through the samples around it.
+  bool CubicInterpolation = false;
+  // How far the double-sided carve reaches beyond the pen's depth, voxels.
+  float FlatCarveOffset = 0.f;
   int ExtrudeDir = AverageNormal;
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};
 
+  // The tool whose settings the panel shows (-1: all of them). Not stored.
+  int ShownTool = -1;
+
   MV_CLASS(VoxelBrushSettings, BaseClass);
   // The default of every setting, as the table of the tools gives them.
   void Reset(void* ptr = nullptr) override;
+  // The panel lists only the rows ShownTool uses.
+  int GetAmountOfEditableElements(void* ptr, int flags) override;
+  int GetEditableElementIndex(int row, void* ptr, int flags) override;
 };
+
+// Whether the setting `name` is one that tool `tool` reads.
+bool VoxelSettingUsedBy(const char* name, int tool);
 
 // Registers the class and its enumerators (idempotent).
 void RegisterVoxelBrushClasses();

@@ -15,7 +15,7 @@ const VoxModeInfo kModes[kVoxModeCount] = {
     {8, "SCULP_SPHERE", "*Voxels", true},     {9, "SCULPT_BRANCH", "*Voxels", true},
     {10, "SCULPT_RASPFILE", "*Voxels", true}, {11, "SCULP_VXPLANE", "*Voxels", true},
     {12, "SCULP_VXPINCH", "*Voxels", true},   {13, "SCULP_VXFOLLOW", "*Voxels", true},
-    {14, "SCULPT_MEASURE", "*Adjust", false}, {15, "SCULPT_PICK", "*Adjust", true},
+    {14, "SCULPT_MEASURE", "*Adjust", false}, {15, "SCULPT_PICK", "*Adjust", false},
     {16, "SCULPT_TRANSPOSE", "*Adjust", false}, {17, "SCULP_MOVE", "*Adjust", false},
     {18, "SCULP_HIDE", "*Adjust", false},     {19, "SCULP_CLHIDE", "*Adjust", false},
     {20, "SCULPT_COPY", "*Adjust", false},    {21, "SCULPT_TRANSFORM", "*Adjust", false},
@@ -47,6 +47,8 @@ int VoxModeByName(const char* name) {
 }
 
 bool IsSurfaceTool(int i) { return i == 14 || i == 15 || i == 16 || i == 17 || (i >= 38 && i <= 49); }
+
+bool PicksLiveSurface(int i) { return i == SCULP_GROW || i == SCULPT_SMOOTH || i == SCULPT_BUILD || i == SCULP_PLANE2; }
 
 int SurfaceModeList(const int** list) {
   *list = kSurfaceList;

@@ -28,6 +28,10 @@ const VoxModeInfo* FindVoxMode(int index);
 int VoxModeByName(const char* name);
 // The tools whose rows are the surface path (14, 15, 16, 17, 38..49).
 bool IsSurfaceTool(int index);
+// The tools that pick on their own result during a stroke (0, 1, 6, 42);
+// every other tool picks the surface as it was before the stroke, so the pen
+// does not climb its own bump.
+bool PicksLiveSurface(int index);
 // The indices of VOXSURFMODES in order; section titles are negative (-1 "*Surface", -2 "*Adjust").
 int SurfaceModeList(const int** list);
 // Fills the enumerators "VOXMODES" and "VOXSURFMODES" (idempotent).

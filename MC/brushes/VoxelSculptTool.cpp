@@ -5,16 +5,32 @@
 #include <cmath>
 
 #include "ClassEngine/Log.h"
+#include "MC/brushes/ApplyField.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/SceneChanges.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenPressure.h"
+#include "platform/Keys.h"
 #include "render/Viewer.h"
 
 VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<MousePressure>()) {
   RegisterVoxelBrushClasses();
+  RegisterVoxelPenSettings();
   stroke_.Tool = Mode;
+  Settings.ShownTool = Mode;
+}
+
+void VoxelSculptTool::Activate() {
+  Pen.Sync();
+  Settings.ShownTool = Mode;
+}
+
+void VoxelSculptTool::BuildPanel(PanelHost* host) {
+  // The mode may have changed in the panel's own list.
+  Settings.ShownTool = Mode;
+  Pen.Sync();
+  BasicTool::BuildPanel(host);
 }
 
 VoxelSculptTool::~VoxelSculptTool() = default;
@@ -26,9 +42,50 @@ void VoxelSculptTool::SetScene(VolumeObject* volume, const comms::cViewer* camer
 }
 
 bool VoxelSculptTool::SelectMode(int mode) {
+  if (mode >= VOX_INCRES && mode <= VOX_SMALL) return RunCommand(mode);
   if (!FindVoxMode(mode)) return false;
   if (stroke_.Active()) FinishStroke();
   Mode = mode;
+  Settings.ShownTool = mode;
+  return true;
+}
+
+bool VoxelSculptTool::RunCommand(int mode) {
+  message_.clear();
+  if (stroke_.Active()) FinishStroke();
+  if (mode == VOX_INCRES) {
+    // Doubling the resolution belongs with the volume tree and its memory prompt.
+    message_ = "not available yet";
+    Log("VoxelSculptTool::RunCommand(): IncRes is not available yet");
+    return true;
+  }
+  if (!volume_) return true;
+  if (mode == VOX_CLEAR) {
+    volume_->ClearVoxels();
+    volume_->Compact();
+  } else {
+    // SmAll: one smoothing pass over the whole volume, at full strength everywhere in it.
+    volume_->RecomputeCellBounds();
+    if (volume_->CellBoundsMin[0] > volume_->CellBoundsMax[0]) return true;
+    SmoothParams sp;
+    float half = 0;
+    for (int a = 0; a < 3; ++a) {
+      const float lo = float(volume_->CellBoundsMin[a] * 8), hi = float((volume_->CellBoundsMax[a] + 1) * 8);
+      sp.Center[a] = (lo + hi) / 2;
+      half = std::max(half, (hi - lo) / 2);
+    }
+    // At twice the half-diagonal the weight is at least 3/4 all through the box.
+    sp.Radius = 2.f * std::sqrt(3.f) * half + 1.f;
+    sp.Accurate = true;
+    Random rnd(strokes_ + 1);
+    BrushSmooth(*volume_, sp, rnd);
+  }
+  if (OnStrokeEnd)
+    OnStrokeEnd(*volume_);
+  else
+    volume_->DropUndoCopies();
+  ChangedSinceSave = 1;
+  volume_->UpdateSurface();
   return true;
 }
 
@@ -50,10 +107,6 @@ void VoxelSculptTool::OnToolListClick(int i) {
 bool VoxelSculptTool::RunsWhileStill() const {
   if (Settings.MoveBasedGrowth) return false;
   return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULP_FILL;
-}
-
-bool VoxelSculptTool::PicksLiveSurface() const {
-  return Mode == SCULP_GROW || Mode == SCULPT_SMOOTH || Mode == SCULPT_BUILD || Mode == SCULP_PLANE2;
 }
 
 bool VoxelSculptTool::PenAt(float x, float y, PenPoint& out, bool fromUndo) const {
@@ -111,13 +164,21 @@ bool VoxelSculptTool::OnMouseMove() {
   return true;
 }
 
+bool VoxelSculptTool::OnKey(int key) {
+  if (key != keys::LeftBracket && key != keys::RightBracket) return false;
+  // The slider's range of the pen radius.
+  const float step = key == keys::RightBracket ? 1.15f : 1.f / 1.15f;
+  GeneralPen::PenRadius = std::clamp(GeneralPen::PenRadius * step, 1.f, 500.f);
+  return true;
+}
+
 void VoxelSculptTool::StrokeStep(bool force) {
   if (!stroke_.Active()) return;
   if (!moved_ && !force) return;
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, false);
   PenPoint pen;
   // Where the pen leaves the surface the stroke waits for it to come back.
-  if (PenAt(pendingX_, pendingY_, pen, !PicksLiveSurface())) stroke_.MoveTo(pen);
+  if (PenAt(pendingX_, pendingY_, pen, !PicksLiveSurface(Mode))) stroke_.MoveTo(pen);
   moved_ = false;
   volume_->UpdateSurface();
 }

@@ -13,6 +13,7 @@
 
 #include "ClassEngine/Enumerator.h"
 #include "MC/brushes/VoxelBrushSettings.h"
+#include "MC/brushes/VoxelPenSettings.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
@@ -27,9 +28,13 @@ class VoxelSculptTool : public BasicTool {
  public:
   // The tool index of the VOXMODES table.
   int Mode = SCULPT_CARVE;
+  // The pen's own settings come first in the panel, then the mode and the
+  // settings that mode reads.
+  VoxelPenSettings Pen;
   VoxelBrushSettings Settings;
 
   MV_CLASS(VoxelSculptTool, BasicTool) {
+    Member(Pen, "VoxelPenSettings");
     Member("_index", Mode, "VOXMODES", GetEnumerator("VOXMODES"));
     Member(Settings, "VoxelBrushSettings");
   }
@@ -42,14 +47,17 @@ class VoxelSculptTool : public BasicTool {
   VolumeObject* Volume() const { return volume_; }
   // The pen's pressure device; null means the mouse (always 1.0). Not owned.
   void SetPressureSource(PressureSource* source) { pressure_ = source; }
-  // Called at pen up with the volume that still holds the stroke's undo
-  // copies; without a hook the copies are dropped (the stroke is kept).
-  std::function<void(VolumeObject&)> OnStrokeEnd;
 
   // Selects a mode of the table; section titles and unknown indices are
   // refused. A mode whose engine part is missing is selectable but strokes
-  // say "not available yet".
+  // say "not available yet". The commands IncRes, Clear and SmAll (50..52)
+  // run at once on the volume and leave the current mode as it was.
   bool SelectMode(int mode);
+  // Called at pen up, once per stroke, with the volume whose `TouchedCells`
+  // and undo copies still hold what the stroke changed: the place where the
+  // stroke's undo record is written. Without a hook the copies are dropped
+  // (the stroke is kept).
+  std::function<void(VolumeObject&)> OnStrokeEnd;
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
@@ -66,21 +74,27 @@ class VoxelSculptTool : public BasicTool {
   bool OnLMBDown() override;
   bool OnLMBUp() override;
   bool OnMouseMove() override;
+  // [ and ] make the pen's radius smaller and larger by a step of 15 %.
+  bool OnKey(int key) override;
   void FrameUpdate() override;
   bool WantsFrames() override { return stroke_.Active() && RunsWhileStill(); }
   void Deactivate() override;
   Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
   void OnToolListClick(int i) override;
   bool GetFullBounds(ToolBounds& out) override;
+  // The panel is rebuilt when the mode changes: it shows that mode's settings.
+  int GetPanelSignature() override { return Mode; }
+  void Activate() override;
+  void BuildPanel(PanelHost* host) override;
 
  private:
+  // Runs command 50..52 on the volume.
+  bool RunCommand(int mode);
   // One frame of the drag: pick, samples to the new point, surface update.
   void StrokeStep(bool force);
   void FinishStroke();
   // Tools that act every frame while the pen is held still.
   bool RunsWhileStill() const;
-  // Tools that pick on their own result (they do not raise the pen's path).
-  bool PicksLiveSurface() const;
 
   VoxelSculptStroke stroke_;
   VolumeObject* volume_ = nullptr;

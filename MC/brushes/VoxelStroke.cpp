@@ -6,9 +6,13 @@
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ApplyField.h"
+#include "MC/brushes/DropSpecks.h"
+#include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/GeneralPen.h"
+#include "paint/PenDab.h"
+#include "paint/PenShapes.h"
 
 namespace {
 constexpr int kMaxSamples = 80;
@@ -19,9 +23,19 @@ void Normalise(float v[3]) {
   const float l = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
   if (l > 1e-12f) v[0] /= l, v[1] /= l, v[2] /= l;
 }
+float Dot(const float a[3], const float b[3]) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+// A sample carried into a symmetry copy: position and normal (and pen frame).
+StrokeSample Carried(const StrokeSample& s, const SymmetryCopy& c) {
+  StrokeSample o = s;
+  c.Point(s.P, o.P);
+  c.Point(s.N, o.N);
+  c.Point(s.PenX, o.PenX);
+  c.Point(s.PenY, o.PenY);
+  return o;
+}
 BrushEnd EndOf(const StrokeSample& s, float depth) {
   BrushEnd e;
-  for (int i = 0; i < 3; ++i) e.P[i] = s.P[i], e.N[i] = s.N[i];
+  for (int i = 0; i < 3; ++i) e.P[i] = s.P[i], e.N[i] = s.N[i], e.X[i] = s.PenX[i];
   e.R = std::max(s.Radius, 0.0001f);
   e.H = depth;
   return e;
@@ -53,9 +67,13 @@ bool VoxelSculptStroke::Begin(VolumeObject& volume, const PenPoint& first, uint3
   rnd_.Seed(seed);
   last_ = first;
   ToObject(first, first_);
+  const float still[3] = {0, 0, 0};
+  ShapeDab(first_, still);
   samples_.clear();
   // The first position acts at once: a click leaves a mark.
   samples_.push_back(first_);
+  prevDab_ = first_;
+  pairIndex_ = 0;
   ApplyPair(first_, first_, false);
   return true;
 }
@@ -111,25 +129,117 @@ std::vector<StrokeSample> VoxelSculptStroke::MakeSamples(const PenPoint& a, cons
   return out;
 }
 
+void VoxelSculptStroke::ShapeDab(StrokeSample& s, const float motion[3]) {
+  static BasicPenShape plain;
+  const BasicPenShape& pen = GeneralPen::CurrentPenPtr ? *GeneralPen::CurrentPenPtr : plain;
+  const float p = s.Pressure;
+  // Radius: the pen's variation and pressure curve, as a share of its setting.
+  if (GeneralPen::PenRadius > 0)
+    s.Radius = std::max(s.Radius * DabRadius(pen, p, rnd_) / GeneralPen::PenRadius, 0.0001f);
+  GeneralPen::StrokeRadius = s.Radius;
+  {
+    // Depth: the varied depth, and pressure where the stroke mode says so;
+    // opacity variation lowers the amount as it would a colour's.
+    const float opacity = GeneralPen::ColorOpacity;
+    DabAmounts varied(pen, p, rnd_);
+    s.Strength = AmountsFollowPressure(GeneralPen::StrokeMode) ? p : 1.f;
+    if (opacity > 0) s.Strength *= GeneralPen::ColorOpacity / opacity;
+    s.Depth = GeneralPen::DeepDegree * s.Strength;
+    if (GeneralPen::DeepDegree != 0 && s.Depth == 0) s.Depth = 0;
+  }
+  // The pen frame looks into the surface; its axes lie across the normal.
+  PenFrameInput in;
+  for (int k = 0; k < 3; ++k) in.ViewDir[k] = -s.N[k], in.Motion[k] = motion[k];
+  const PenFrame f = BuildPenFrame(pen, in, p, rnd_);
+  for (int k = 0; k < 3; ++k) s.PenX[k] = f.X[k], s.PenY[k] = f.Y[k];
+  float shift[3];
+  DabJitter(pen, f, p, rnd_, shift);
+  if (Dot(shift, shift) > 0) {
+    // The shifted dab goes back onto the surface as it was before the stroke.
+    float o[3], dir[3];
+    for (int k = 0; k < 3; ++k) s.P[k] += shift[k], o[k] = s.P[k] + s.N[k] * s.Radius, dir[k] = -s.N[k];
+    SurfaceHit hit;
+    float t;
+    if (volume_ && PickVolume(*volume_, o, dir, hit, true, &t) && t < 2 * s.Radius)
+      for (int k = 0; k < 3; ++k) s.P[k] = hit.Pos[k];
+  }
+}
+
 int VoxelSculptStroke::MoveTo(const PenPoint& p) {
   if (!volume_) return 0;
   samples_ = MakeSamples(last_, p);
   const bool moving = Dist(last_.P, p.P) > 1e-6f;
   last_ = p;
+  float motion[3] = {0, 0, 0};
+  if (samples_.size() > 1)
+    for (int k = 0; k < 3; ++k) motion[k] = samples_.back().P[k] - samples_.front().P[k];
+  // The first sample is the last one of the frame before: already a dab.
+  for (size_t i = 1; i < samples_.size(); ++i) ShapeDab(samples_[i], motion);
+  if (!samples_.empty() && prevDab_) {
+    samples_[0].Radius = prevDab_->Radius, samples_[0].Depth = prevDab_->Depth, samples_[0].Strength = prevDab_->Strength;
+    for (int k = 0; k < 3; ++k) samples_[0].P[k] = prevDab_->P[k], samples_[0].PenX[k] = prevDab_->PenX[k],
+                                samples_[0].PenY[k] = prevDab_->PenY[k];
+  }
   int changed = 0;
-  for (size_t i = 1; i < samples_.size(); ++i) changed += ApplyPair(samples_[i - 1], samples_[i], moving);
+  for (size_t i = 1; i < samples_.size(); ++i) {
+    pairIndex_ = i;
+    changed += ApplyPair(samples_[i - 1], samples_[i], moving);
+  }
+  if (samples_.size() > 1) prevDab_ = samples_.back();
   return changed;
 }
 
-void VoxelSculptStroke::End() { volume_ = nullptr; }
+void VoxelSculptStroke::End() {
+  // Crumbs the stroke left floating go before the surface and the undo record see them.
+  if (volume_) DropSpecks(*volume_, volume_->TouchedCells);
+  volume_ = nullptr;
+  prevDab_.reset();
+}
 
 int VoxelSculptStroke::ApplyPair(const StrokeSample& a, const StrokeSample& b, bool moving) {
+  int changed = 0;
+  // The sphere tool's cubic needs the samples on either side of the pair.
+  const bool cubic = settings_.CubicInterpolation && pairIndex_ >= 2 && pairIndex_ + 1 < samples_.size();
+  // Every copy draws the same random numbers (a smoothing stride), so the
+  // copies stay images of each other.
+  const Random atStart = rnd_;
+  ForEachSymmetry(
+      [&](const SymmetryCopy& c, bool) {
+        rnd_ = atStart;
+        hasCubic_ = cubic;
+        if (cubic) c.Point(samples_[pairIndex_ - 2].P, cubicBefore_), c.Point(samples_[pairIndex_ + 1].P, cubicAfter_);
+        changed += ApplyTool(Carried(a, c), Carried(b, c), Carried(first_, c), c.Handed, moving);
+      },
+      GeneralPen::Symmetry, settings_.AxialSymmetry, settings_.AxialAxis);
+  return changed;
+}
+
+int VoxelSculptStroke::ApplyTool(const StrokeSample& a, const StrokeSample& b, const StrokeSample& first, float handed,
+                                 bool moving) {
   VolumeObject& v = *volume_;
   const bool inv = Inverted();
-  const float depth = GeneralPen::DeepDegree;
   const float pressure = b.Pressure;
-  const PenProfile pen = PenProfile::Current();
+  PenProfile pen = PenProfile::Current();
+  pen.Handed = handed;
+  pen.Mask = Mask;
+  {
+    // The pen frame in the carve's (u, v) frame at the pair's end.
+    float t[3], bb[3];
+    float dir[3] = {b.P[0] - a.P[0], b.P[1] - a.P[1], b.P[2] - a.P[2]};
+    if (Dot(dir, dir) < 1e-20f) {
+      // As the field's frame does for a zero-length pair: the pen's x axis.
+      const bool hasX = Dot(b.PenX, b.PenX) > 0.25f;
+      for (int k = 0; k < 3; ++k) dir[k] = hasX ? b.PenX[k] : (k == 0 ? 1.f : 0.f);
+    }
+    TangentFrame(b.N, dir, t, bb);
+    if (Dot(b.PenX, b.PenX) > 0.5f) {
+      // Read in the copy's own frame; Handed undoes the mirror of v.
+      pen.Axes[0] = Dot(b.PenX, t), pen.Axes[1] = Dot(b.PenX, bb) * handed;
+      pen.Axes[2] = Dot(b.PenY, t), pen.Axes[3] = Dot(b.PenY, bb) * handed;
+    }
+  }
   const VoxelBrushSettings& s = settings_;
+  const float strength = b.Strength;
   auto smooth = [&](float add, int side, float degree) {
     SmoothParams sp;
     for (int k = 0; k < 3; ++k) sp.Center[k] = b.P[k];
@@ -143,34 +253,34 @@ int VoxelSculptStroke::ApplyPair(const StrokeSample& a, const StrokeSample& b, b
   };
   switch (Tool) {
     case SCULP_GROW:  // SMOOTH_DEG is the depth for the time of the operation
-      return smooth(inv ? s.ThawPower : -s.GrowPower, 0, std::min(std::fabs(depth), 1.f));
+      return smooth(inv ? s.ThawPower : -s.GrowPower, 0, std::min(std::fabs(b.Depth), 1.f));
     case SCULPT_SMOOTH:
       return smooth(0, 0, s.SMOOTH_DEG);
     case SCULP_FILL:
-      return smooth(0, inv ? -1 : 1, std::min(std::fabs(depth), 1.f));
+      return smooth(0, inv ? -1 : 1, std::min(std::fabs(b.Depth), 1.f));
     case SCULP_CLAY: {
-      int n = BrushDisplace(v, EndOf(a, depth * pressure * 0.25f), EndOf(b, depth * pressure * 0.25f), inv, true, pen,
+      int n = BrushDisplace(v, EndOf(a, a.Depth * 0.25f), EndOf(b, b.Depth * 0.25f), inv, true, pen,
                             -1.f, Threads);
       return n + smooth(0, 0, s.SMOOTH_DEG * 0.5f);
     }
     case SCULPT_CARVE:
     case SCULPT_BRANCH:
-      return BrushCarve(v, EndOf(a, depth * pressure), EndOf(b, depth * pressure), s.DoubleSided, inv, pen, Threads);
+      return BrushCarve(v, EndOf(a, a.Depth), EndOf(b, b.Depth), s.DoubleSided, inv, pen, Threads, s.FlatCarveOffset);
     case SCULPT_RASPFILE: {
       // Both points 2 voxels into (or, inverted, out of) the surface: each
       // pass scrapes a constant layer.
-      BrushEnd ea = EndOf(a, depth * pressure), eb = EndOf(b, depth * pressure);
+      BrushEnd ea = EndOf(a, a.Depth), eb = EndOf(b, b.Depth);
       const float off = inv ? 2.f : -2.f;
       for (int k = 0; k < 3; ++k) ea.P[k] += ea.N[k] * off, eb.P[k] += eb.N[k] * off;
       return BrushCarve(v, ea, eb, false, inv, pen, Threads);
     }
     case SCULPT_ALPGROW:
-      return BrushDisplace(v, EndOf(a, 0.1f * pressure), EndOf(b, 0.1f * pressure), inv, true, pen, 20.f, Threads);
+      return BrushDisplace(v, EndOf(a, 0.1f * a.Strength), EndOf(b, 0.1f * strength), inv, true, pen, 20.f, Threads);
     case SCULPT_BUILD:
       if (!moving) return 0;
-      return BrushDisplace(v, EndOf(a, 0.1f * pressure), EndOf(b, 0.1f * pressure), inv, true, pen, -1.f, Threads);
+      return BrushDisplace(v, EndOf(a, 0.1f * a.Strength), EndOf(b, 0.1f * strength), inv, true, pen, -1.f, Threads);
     case SCULPT_EXTRUDE:
-      return BrushDisplace(v, EndOf(a, depth * pressure), EndOf(b, depth * pressure), inv, true, pen, -1.f, Threads);
+      return BrushDisplace(v, EndOf(a, a.Depth), EndOf(b, b.Depth), inv, true, pen, -1.f, Threads);
     case SCULP_SPHERE: {
       BrushEnd ea = EndOf(a, 0), eb = EndOf(b, 0);
       for (BrushEnd* e : {&ea, &eb}) {
@@ -178,16 +288,22 @@ int VoxelSculptStroke::ApplyPair(const StrokeSample& a, const StrokeSample& b, b
         for (int k = 0; k < 3; ++k) e->P[k] += e->N[k] * shift;
         if (s.SpDependsOnPressure) e->R = std::max(e->R * pressure, 0.0001f);
       }
-      return BrushSegment(v, ea, eb, inv ? kFieldSubtract : kFieldUnion, Threads);
+      const int mode = inv ? kFieldSubtract : kFieldUnion;
+      // The neighbours of the pair, carried into this copy like its ends.
+      if (!hasCubic_) return BrushSegment(v, ea, eb, mode, Threads);
+      float before[3], after[3];
+      for (int k = 0; k < 3; ++k)
+        before[k] = cubicBefore_[k] + ea.P[k] - a.P[k], after[k] = cubicAfter_[k] + eb.P[k] - b.P[k];
+      return BrushSegment(v, ea, eb, mode, Threads, before, after);
     }
     case SCULP_VXPLANE: {
-      int n = PlaneCut(v, first_.P, first_.N, b.Radius, inv, Threads);
+      int n = PlaneCut(v, first.P, first.N, b.Radius, inv, Threads);
       if (s.SoftScrape) n += smooth(0, 0, s.SMOOTH_DEG);
       return n;
     }
     case SCULP_VXPINCH: {
       const float zero[3] = {0, 0, 0};
-      return BrushPinch(v, b.P, b.Radius, (inv ? -1.f : 1.f) * std::fabs(depth) * pressure, zero, Threads);
+      return BrushPinch(v, b.P, b.Radius, (inv ? -1.f : 1.f) * std::fabs(b.Depth) * pressure, zero, Threads);
     }
     case SCULP_VXFOLLOW: {
       float shift[3];

@@ -6,7 +6,9 @@
 // surface follows with UpdateSurface at the end of each frame.
 // VoxelSculptTool wraps this class for the tool table.
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +16,7 @@
 #include "MC/brushes/VoxelBrushSettings.h"
 
 class VolumeObject;
+class BrushMaskSource;
 
 // One pen position in scene space: where the pen touches, the outward normal,
 // the world radius and the pressure.
@@ -24,10 +27,17 @@ struct PenPoint {
   float Pressure = 1.f;
 };
 
-// A stroke sample, object space.
+// A stroke sample, object space. Radius and Depth are the dab's own, after
+// the pen's pressure curve, random variation and jitter (ShapeDab).
 struct StrokeSample {
   float P[3], N[3];
   float Radius, Pressure;
+  float Depth = 0.5f;
+  // The pen's amount at this dab relative to its setting (pressure in the
+  // soft stroke modes, depth and opacity variation): 1 when nothing varies.
+  float Strength = 1.f;
+  // The pen frame in the plane across N: the profile's x and y axes.
+  float PenX[3] = {0, 0, 0}, PenY[3] = {0, 0, 0};
 };
 
 class VoxelSculptStroke {
@@ -42,6 +52,8 @@ class VoxelSculptStroke {
   bool Reproject = true;
   // The one-stamp flags of the pen: the stroke is a single stamp.
   bool SingleStamp = false;
+  // The stencil or material pattern over the view, or null. Not owned.
+  const BrushMaskSource* Mask = nullptr;
 
   // Pen down. Returns false (with `Message()` set) for a tool that cannot
   // stroke yet.
@@ -49,7 +61,8 @@ class VoxelSculptStroke {
   // One frame's pen position: samples from the last position to this one,
   // then the tool's operations. Returns the cells changed.
   int MoveTo(const PenPoint& p);
-  // Pen up: the undo copies stay on the volume for the undo record.
+  // Pen up: floating specks the stroke left are dropped (DropSpecks); the
+  // undo copies stay on the volume for the undo record.
   void End();
   bool Active() const { return volume_ != nullptr; }
   bool Inverted() const;
@@ -59,9 +72,16 @@ class VoxelSculptStroke {
 
   // From two pen points to samples, as the frame does (exposed for tests).
   std::vector<StrokeSample> MakeSamples(const PenPoint& a, const PenPoint& b) const;
+  // The dab of one sample by the pen (GeneralPen::CurrentPenPtr and the
+  // stroke mode): radius from pressure and radius variation, depth from
+  // pressure, depth and opacity variation, the pen frame with its rotation
+  // and flips, and the position jitter. `motion` is the stroke's direction.
+  void ShapeDab(StrokeSample& s, const float motion[3]);
 
  private:
   int ApplyPair(const StrokeSample& a, const StrokeSample& b, bool moving);
+  // One tool operation on a pair of samples already in the copy's space.
+  int ApplyTool(const StrokeSample& a, const StrokeSample& b, const StrokeSample& first, float handed, bool moving);
   void ToObject(const PenPoint& p, StrokeSample& s) const;
   VoxelBrushSettings& settings_;
   VolumeObject* volume_ = nullptr;
@@ -70,4 +90,9 @@ class VoxelSculptStroke {
   Random rnd_;
   std::string message_;
   std::vector<StrokeSample> samples_;
+  // The last dab of the frame before: the first sample of the next frame.
+  std::optional<StrokeSample> prevDab_;
+  size_t pairIndex_ = 0;
+  bool hasCubic_ = false;
+  float cubicBefore_[3], cubicAfter_[3];
 };

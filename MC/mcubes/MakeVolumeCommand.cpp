@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 #include "ClassEngine/Log.h"
@@ -70,10 +71,13 @@ int RunMakeVolumeCommand(const std::vector<std::string>& args) {
   volume.UpdateSurface();
   WeldedMeshBuilder mesh;
   volume.ExtractWeldedAll(mesh);
-  if (!SaveWeldedMesh(args[2], mesh)) {
-    fprintf(stderr, "make-volume: cannot write %s\n", args[2].c_str());
+  // Relative to the working folder (the file layer would read a relative
+  // name against the program's own folder).
+  const std::string outPath = std::filesystem::absolute(args[2]).lexically_normal().string();
+  if (!SaveWeldedMesh(outPath, mesh)) {
+    fprintf(stderr, "make-volume: cannot write %s\n", outPath.c_str());
     return 1;
   }
-  printf("%d triangles written to %s\n", mesh.TriangleCount(), args[2].c_str());
+  printf("%d triangles written to %s\n", mesh.TriangleCount(), outPath.c_str());
   return 0;
 }

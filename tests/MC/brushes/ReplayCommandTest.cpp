@@ -11,6 +11,7 @@
 #include "ClassEngine/DataFolder.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/ReplayPicture.h"
+#include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/IO.h"
 #include "render/EglContext.h"
 
@@ -71,5 +72,52 @@ TEST(ReplayCommand, WritesTheMeshAndThePicture) {
   const uint8_t* centre = img.Pixel(400, 400);
   const uint8_t* corner = img.Pixel(2, 2);
   EXPECT_GT(centre[0] + centre[1] + centre[2], corner[0] + corner[1] + corner[2] + 60);
+}
+}  // namespace
+
+namespace {
+// Runs in `folder` as the working folder and comes back.
+struct InFolder {
+  std::filesystem::path old = std::filesystem::current_path();
+  explicit InFolder(const std::filesystem::path& folder) { std::filesystem::current_path(folder); }
+  ~InFolder() { std::filesystem::current_path(old); }
+};
+
+TEST(CommandPaths, RelativeOutputsLandInTheWorkingFolder) {
+  const std::filesystem::path out = std::filesystem::temp_directory_path() / "morvane_relative_out";
+  std::filesystem::remove_all(out);
+  std::filesystem::create_directories(out / "sub");
+  std::ofstream(out / "s.txt") << "sphere 12\ntool carve\nradius 4\nstroke -4 0 0  4 0 0\n";
+  {
+    InFolder here(out);
+    ASSERT_EQ(RunMakeVolumeCommand({"sphere", "10", "rel.ply"}), 0);
+    ASSERT_EQ(RunReplayCommand({"s.txt", "sub"}), 0);
+  }
+  EXPECT_GT(std::filesystem::file_size(out / "rel.ply"), 1000u);
+  EXPECT_GT(std::filesystem::file_size(out / "sub" / "replay.ply"), 1000u);
+}
+
+TEST(CommandPaths, NoPictureIsClaimedWithoutTheDataFolder) {
+  const std::filesystem::path out = std::filesystem::temp_directory_path() / "morvane_no_data";
+  std::filesystem::remove_all(out);
+  std::filesystem::create_directories(out);
+  const char* oldData = std::getenv("MORVANE_DATA");
+  const std::string keep = oldData ? oldData : "";
+  setenv("MORVANE_DATA", (out / "nothing").c_str(), 1);
+  setenv("MORVANE_NO_SOURCE_DATA", "1", 1);
+  VolumeObject v;
+  FillVolume(v, SphereShape(0, 0, 0, 10));
+  v.UpdateSurface();
+  std::string why;
+  bool wrote;
+  {
+    InFolder here(out);
+    wrote = WriteReplayPicture(v, (out / "p.png").string(), 64, 48, &why);
+  }
+  if (oldData) setenv("MORVANE_DATA", keep.c_str(), 1); else unsetenv("MORVANE_DATA");
+  unsetenv("MORVANE_NO_SOURCE_DATA");
+  EXPECT_FALSE(wrote);
+  EXPECT_NE(why.find("data folder"), std::string::npos) << why;
+  EXPECT_FALSE(std::filesystem::exists(out / "p.png"));
 }
 }  // namespace

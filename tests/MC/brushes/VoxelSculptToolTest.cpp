@@ -5,6 +5,12 @@
 // the parameters come back after the tool was switched away.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
+#include <string>
+#include <vector>
+#include <tuple>
+
 #include "BrushTestKit.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
@@ -157,11 +163,14 @@ TEST_F(ToolFixture, PressOffTheVolumeIsLeftToTheView) {
 
 TEST_F(ToolFixture, ModesOfLaterPartsSayNotAvailableAndChangeNothing) {
   const VolumeSnapshot untouched = Snapshot(volume);
-  ASSERT_TRUE(tool->SelectMode(SCULPT_MEASURE));
-  EXPECT_STREQ(tool->GetSecondHintId(), "NOT_AVAILABLE_YET");
-  Drag(kPath);
-  EXPECT_EQ(tool->Message(), "not available yet");
-  EXPECT_EQ(Snapshot(volume), untouched);
+  // The pick waits for the tree of volumes: it says so rather than doing nothing.
+  for (int mode : {SCULPT_PICK, SCULPT_MEASURE}) {
+    ASSERT_TRUE(tool->SelectMode(mode));
+    EXPECT_STREQ(tool->GetSecondHintId(), "NOT_AVAILABLE_YET");
+    Drag(kPath);
+    EXPECT_EQ(tool->Message(), "not available yet");
+    EXPECT_EQ(Snapshot(volume), untouched);
+  }
 
   // Section titles and unknown indices are no modes.
   Enumerator* list = tool->GetToolList();
@@ -235,5 +244,140 @@ TEST_F(ToolFixture, ParametersComeBackAfterSwitchingAway) {
   EXPECT_TRUE(tool->Settings.DoubleSided);
   EXPECT_TRUE(tool->Settings.InvertToolAction[SCULP_CLAY]);
   EXPECT_STREQ(tool->GetRoomName(), "Voxels");
+}
+}  // namespace
+
+namespace {
+TEST_F(ToolFixture, StrokeEndHookFiresOncePerStrokeWithTheTouchedCells) {
+  tool->SelectMode(SCULPT_CARVE);
+  int calls = 0;
+  bool hadCopies = false;
+  std::set<std::tuple<int, int, int>> touched;
+  tool->OnStrokeEnd = [&](VolumeObject& v) {
+    ++calls;
+    hadCopies = v.UndoCopies > 0;
+    for (const CellKey& k : v.TouchedCells) touched.insert({k.x, k.y, k.z});
+    v.DropUndoCopies();
+  };
+  const VolumeSnapshot before = Snapshot(volume);
+  Drag(kPath);
+  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(hadCopies);
+  const VolumeSnapshot after = Snapshot(volume);
+  int changed = 0;
+  for (const auto& [key, values] : after) {
+    auto old = before.find(key);
+    if (old != before.end() && old->second == values) continue;
+    ++changed;
+    EXPECT_TRUE(touched.count(key)) << "changed cell missing from the touched list";
+  }
+  EXPECT_GT(changed, 0);
+  // A press off the volume is no stroke; a second stroke is a second call.
+  router.OnPointerMove(5, 5);
+  router.OnKeyChange(keys::LeftButton, true, false);
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_EQ(calls, 1);
+  Drag(kPath);
+  EXPECT_EQ(calls, 2);
+  // Leaving the tool mid-stroke ends the stroke once too.
+  router.OnPointerMove(kPath[0].first, kPath[0].second);
+  router.OnKeyChange(keys::LeftButton, true, false);
+  tool->SelectMode(SCULP_GROW);
+  EXPECT_EQ(calls, 3);
+  EXPECT_FALSE(tool->Stroking());
+  router.OnKeyChange(keys::LeftButton, false, false);
+  EXPECT_EQ(calls, 3);
+}
+
+TEST_F(ToolFixture, CommandsRunAtOnceAndKeepTheMode) {
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  const VolumeSnapshot before = Snapshot(volume);
+  const long inside = InsideCount(volume);
+  ASSERT_TRUE(tool->SelectMode(VOX_SMALL));
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  EXPECT_NE(Snapshot(volume), before) << "SmAll smooths";
+  EXPECT_NEAR((double)InsideCount(volume), (double)inside, inside * 0.05) << "and keeps the volume";
+  EXPECT_EQ(volume.UndoCopies, 0);
+  EXPECT_EQ(volume.DirtyCells.Count(), 0) << "the surface is current";
+  ASSERT_TRUE(tool->SelectMode(VOX_INCRES));
+  EXPECT_EQ(tool->Message(), "not available yet");
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  ASSERT_TRUE(tool->SelectMode(VOX_CLEAR));
+  EXPECT_EQ(InsideCount(volume), 0);
+  EXPECT_EQ(volume.Cells.Count(), 0);
+  EXPECT_EQ(tool->Mode, SCULPT_CARVE);
+  // The list's entries run them too.
+  Enumerator* list = tool->GetToolList();
+  EXPECT_STREQ(list->Get(VOX_SMALL), "SmAll");
+}
+}  // namespace
+
+namespace {
+TEST_F(ToolFixture, BracketsChangeThePenRadiusWithinItsRange) {
+  GeneralPen::PenRadius = 20.f;
+  EXPECT_TRUE(tool->OnKey(keys::RightBracket));
+  EXPECT_NEAR(GeneralPen::PenRadius, 23.f, 1e-4f);
+  EXPECT_TRUE(tool->OnKey(keys::LeftBracket));
+  EXPECT_NEAR(GeneralPen::PenRadius, 20.f, 1e-4f);
+  for (int i = 0; i < 100; ++i) tool->OnKey(keys::LeftBracket);
+  EXPECT_EQ(GeneralPen::PenRadius, 1.f);
+  for (int i = 0; i < 100; ++i) tool->OnKey(keys::RightBracket);
+  EXPECT_EQ(GeneralPen::PenRadius, 500.f);
+  EXPECT_FALSE(tool->OnKey(keys::Shift)) << "other keys are left to the rest";
+  // A bigger pen cuts a wider groove: the radius reaches the stroke.
+  GeneralPen::PenRadius = 30.f;
+  PenPoint p;
+  ASSERT_TRUE(tool->PenAt(320, 240, p));
+  tool->OnKey(keys::RightBracket);
+  PenPoint q;
+  ASSERT_TRUE(tool->PenAt(320, 240, q));
+  EXPECT_NEAR(q.Radius / p.Radius, 1.15f, 1e-3f);
+}
+}  // namespace
+
+namespace {
+// The rows the panel would list for an object, by name.
+std::vector<std::string> PanelRows(BaseClass& c) {
+  std::vector<std::string> rows;
+  const int n = c.GetAmountOfEditableElements(&c, 7);
+  for (int i = 0; i < n; ++i)
+    if (const char* id = c.GetEditableElementID(i, &c, 7)) rows.push_back(id);
+  return rows;
+}
+
+TEST_F(ToolFixture, PanelShowsThePenFirstAndOnlyTheModesOwnSettings) {
+  const std::vector<std::string> top = PanelRows(*tool);
+  ASSERT_GE(top.size(), 3u);
+  EXPECT_EQ(top[0], "VoxelPenSettings");
+  const std::vector<std::string> pen = PanelRows(tool->Pen);
+  for (const char* want : {"PenRadius", "DeepDegree", "Falloff", "PenPressureMode", "PenSensivity", "MirrorX"})
+    EXPECT_NE(std::find(pen.begin(), pen.end(), want), pen.end()) << want;
+
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  const std::vector<std::string> carve = PanelRows(tool->Settings);
+  EXPECT_LT(carve.size(), 10u);
+  EXPECT_NE(std::find(carve.begin(), carve.end(), "DoubleSided"), carve.end());
+  EXPECT_NE(std::find(carve.begin(), carve.end(), "InvertToolAction4"), carve.end());
+  EXPECT_EQ(std::find(carve.begin(), carve.end(), "GrowPower"), carve.end());
+  EXPECT_EQ(std::find(carve.begin(), carve.end(), "InvertToolAction0"), carve.end());
+  ASSERT_TRUE(tool->SelectMode(SCULP_GROW));
+  const std::vector<std::string> grow = PanelRows(tool->Settings);
+  EXPECT_NE(std::find(grow.begin(), grow.end(), "GrowPower"), grow.end());
+  EXPECT_EQ(std::find(grow.begin(), grow.end(), "DoubleSided"), grow.end());
+  // Without a tool every setting is listed (files and the class explorer).
+  VoxelBrushSettings all;
+  EXPECT_GT(PanelRows(all).size(), 80u);
+}
+
+TEST_F(ToolFixture, MirrorBoxesAreTheSymmetryBits) {
+  tool->Pen.MirrorX = true;
+  tool->Pen.MirrorZ = true;
+  tool->Pen.OnChange(&tool->Pen, &tool->Pen.MirrorZ, nullptr, "MirrorZ");
+  EXPECT_EQ(GeneralPen::Symmetry, 5);
+  GeneralPen::Symmetry = 2;
+  tool->Pen.Sync();
+  EXPECT_FALSE(tool->Pen.MirrorX);
+  EXPECT_TRUE(tool->Pen.MirrorY);
+  EXPECT_FALSE(tool->Pen.MirrorZ);
 }
 }  // namespace

@@ -22,6 +22,8 @@ namespace fs = std::filesystem;
 
 namespace {
 constexpr int kWidth = 1280, kHeight = 720;
+// Presses of ] before the stroke.
+constexpr int kWiderPen = 10;
 
 // The stroke, in window pixels: across the start sphere, left of its middle.
 std::vector<std::pair<int, int>> StrokePoints() {
@@ -127,6 +129,11 @@ class RealWindow : public ::testing::Test {
     const auto points = StrokePoints();
     push(PlatformEvent::Type::MouseMove, points[0].first, points[0].second);
     if (program.View().WriteScreenshot(Path("twin/before.png")).empty()) return false;
+    // ] ten times: the pen from its default 5 pixels to about 20.
+    for (int i = 0; i < kWiderPen; ++i) {
+      push(PlatformEvent::Type::KeyDown, 0, 0, keys::RightBracket);
+      push(PlatformEvent::Type::KeyUp, 0, 0, keys::RightBracket);
+    }
     push(PlatformEvent::Type::ButtonDown, points[0].first, points[0].second, keys::LeftButton);
     for (auto [x, y] : points) push(PlatformEvent::Type::MouseMove, x, y);
     push(PlatformEvent::Type::ButtonUp, points.back().first, points.back().second, keys::LeftButton);
@@ -156,9 +163,11 @@ TEST_F(RealWindow, StrokeScreenshotAndCloseInAnXWindow) {
   EXPECT_TRUE(WaitForText(Path("run/Log.txt"), "Start-up shaders: 35 of 35 compiled", 1));
   EXPECT_TRUE(WaitForText(Path("run/Log.txt"), "Initialising Wacom tablet... failed.", 1));
 
-  // The stroke and F12.
+  // The pen made wider with ], the stroke and F12.
   const auto points = StrokePoints();
   x.MoveTo(w, points[0].first, points[0].second);
+  for (int i = 0; i < kWiderPen; ++i) x.Key("bracketright");
+  SleepMs(200);
   x.Button(1, true);
   for (auto [px, py] : points) x.MoveTo(w, px, py);
   x.Button(1, false);
