@@ -200,6 +200,7 @@ bool WidgetTree::OnKey(int message, int key) {
   // A modal box has the keyboard to itself: no camera keys, no tool keys.
   BaseWidget* from = ModalRoot();
   if (!from) {
+    if (hooks_.HotKeys && hooks_.HotKeys(key, down)) return true;
     if (hooks_.Navigation && hooks_.Navigation(key, down)) return true;
     if (down && hooks_.ToolKeys && hooks_.ToolKeys(key)) return true;
     from = root_.get();
