@@ -59,7 +59,7 @@ void WidgetTree::HitWidget(BaseWidget* w, float x, float y, bool onTopPass, bool
           HitWidget(c, x, y, onTopPass, onTop);
       return;
     }
-  } else {
+  } else if (!w->Has(kWfPassThrough)) {
     hits_.push_back(w);
     w->Flags |= kWfHover;
     w->LastShown = int(Ui().Tick);
