@@ -10,6 +10,7 @@
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
 #include "shell/VoxelRoom.h"
+#include "shell/Workspace.h"
 
 // How the program runs: in a window with a person at it, or without one.
 struct ProgramMode {
@@ -34,6 +35,7 @@ class Program {
   Shell& TheShell() { return shell_; }
   ViewportSeams& View() { return view_; }
   ShellInterface& Interface() { return *interface_; }
+  Workspace& Environment() { return *workspace_; }
 
  private:
   // Questions in the window's own box, answered with mouse or keyboard.
@@ -46,4 +48,5 @@ class Program {
   ToolProviders tools_;
   std::unique_ptr<ShellInterface> interface_;
   VoxelRoomLink voxelRoom_;
+  std::unique_ptr<Workspace> workspace_;
 };
