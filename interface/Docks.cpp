@@ -12,6 +12,7 @@
 #include "ClassEngine/UserPaths.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
+#include "interface/TextTable.h"
 #include "interface/UiContext.h"
 #include "platform/Keys.h"
 #include "interface/Callbacks.h"
@@ -104,9 +105,10 @@ bool DockableHeader::OnCaptionDraw() {
   for (BaseWidget* c : Children) {
     if (!Alive(c) || !*c->Name.cpchar()) continue;
     bool current = Current == c->Name.cpchar();
-    float tw = ui.TextWidth(c->Name.cpchar()) + ui.Px(12);
+    const char* words = ::Text(c->Name.cpchar());
+    float tw = ui.TextWidth(words) + ui.Px(12);
     if (current) ui.FillRect(x, AbsY + ui.Px(6), tw, ui.Px(kCaption - 8), ui.Colors.Highlight);
-    ui.DrawText(x + ui.Px(6), AbsY + ui.Px(10), c->Name.cpchar(), ui.Colors.Text);
+    ui.DrawText(x + ui.Px(6), AbsY + ui.Px(10), words, ui.Colors.Text);
     x += tw + ui.Px(4);
   }
   if (Docks* d = TheDocks(); d && Ui().Drag == this) {

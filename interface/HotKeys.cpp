@@ -283,7 +283,8 @@ bool HotKeyEditor::OnKey(int layerKey, bool down, bool ctrl, bool alt, bool shif
       return true;
     }
     command_ = id;
-    auto* box = new FrameWidget(Text("ENTER_HOTKEY"), Ui().PointerX, Ui().PointerY, 220, 30);
+    const char* words = Text("ENTER_HOTKEY");
+    auto* box = new FrameWidget(words, Ui().PointerX, Ui().PointerY, Ui().TextWidth(words) + Ui().Px(20), Ui().Px(26));
     box->Name = "ENTER_HOTKEY";
     box->Layout |= kLayOnTop;
     box_ = tree_.Root().AddChild(box);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "ClassEngine/TextLookup.h"
 #include "interface/HotKeys.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
@@ -124,7 +125,8 @@ bool MainMenuBar::OpenMenu(int index) {
       r->Name = ("$" + item.Command).c_str();
       r->KeyText = HotKeyText(item.Command.c_str());
       r->Enabled = ItemEnabled(item.Command);
-      r->SetHint((item.Command + "_HINT").c_str());
+      // A hint only where the words have one.
+      if (const char* hint = LookupText((item.Command + "_HINT").c_str())) r->Hint = hint;
       r->AddCallback(kEvLDown, MakeCallback(this, &MainMenuBar::RunItem, row));
     }
     ++row;
@@ -146,7 +148,12 @@ bool MainMenuBar::RunItem(int item) {
   std::string command = items[size_t(item)].Command;
   if (command.empty() || !ItemEnabled(command)) return true;  // a dim row swallows the click
   CloseMenu();
+  // The command may pump frames (a dialog) while this row's callback runs:
+  // nothing is freed until it returns.
+  const bool locked = Widgets().CleanupLock;
+  Widgets().CleanupLock = true;
   FindCommand(command)->Run();
+  Widgets().CleanupLock = locked;
   return true;
 }
 

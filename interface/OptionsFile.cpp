@@ -214,7 +214,8 @@ bool ShowOptions(WidgetTree& tree) {
     if (answer == 4) {
       std::vector<std::string> names = ThemeNames();
       std::vector<std::string> buttons;
-      for (const std::string& n : names) buttons.push_back("#" + n);
+      // The shipped themes show without their common first word.
+      for (const std::string& n : names) buttons.push_back("#" + (n.rfind("Default", 0) == 0 ? n.substr(7) : n));
       buttons.push_back("CANCEL");
       int pick = ShowDialog(tree, "", "LOAD_THEME", nullptr, buttons, int(buttons.size()));
       if (pick >= 1 && pick <= int(names.size())) LoadTheme(ThemePath(names[size_t(pick - 1)]));

@@ -117,10 +117,12 @@ void Workspace::MakeDocks() {
   nav.World.ToolShowsPen = [] { return true; };
   intf_.Tree().Hooks().Navigation = [](int key, bool) { return TheNavigation().Update(key); };
   // The navigation rows in a window docked on the right.
-  auto* panel = new ClassPanel;
-  panel->Name = "NAVI_SETUP";
-  panel->Object = &nav;
-  panel->W = ui.Px(300);
+  auto* rows = new ClassPanel;
+  rows->Object = &nav;
+  rows->W = ui.Px(286);
+  auto* panel = new ScrollPanel("NAVI_SETUP");
+  panel->W = ui.Px(300), panel->H = ui.Px(380);
+  panel->SetContent(rows);
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
   Tools().Hooks().LoadRoomLayout = [this](int room) {
@@ -187,7 +189,11 @@ void Workspace::RegisterCommands() {
   RegisterCommand("FILE_SAVE_AS", {[] { SaveSceneAs(); }, {}});
   RegisterCommand("FILE_IMPORT", {[this] { AskPath("FILE_IMPORT", [](const std::string& p) { ImportMeshFile(p); }); }, {}});
   RegisterCommand("FILE_QUIT", {[this] { shell_.CanClose(); }, {}});
-  RegisterCommand("EDIT_OPTIONS", {[this] { ShowOptions(intf_.Tree()); }, {}});
+  RegisterCommand("EDIT_OPTIONS", {[this] {
+                                     ShowOptions(intf_.Tree());
+                                     shell_.FrameIn(30);  // the box goes at the next frame
+                                   },
+                                   {}});
   RegisterCommand("EDIT_HOTKEYS", {[this] {
                                      ShowDialog(intf_.Tree(), "HOTKEYS_HOWTO", "EDIT_HOTKEYS", nullptr, {"OK"});
                                    },
