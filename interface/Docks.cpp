@@ -165,6 +165,13 @@ Docks::Docks(BaseWidget& root, float x, float y, float w, float h) : root_(root)
   Resize(x, y, w, h);
 }
 
+Docks::~Docks() {
+  dockRoot_->Delete();
+  for (BaseWidget* c : root_.Children)
+    if (auto* h = dynamic_cast<DockableHeader*>(c)) h->Delete();
+  if (TheDocks() == this) TheDocks() = nullptr;
+}
+
 void Docks::Resize(float x, float y, float w, float h) {
   dockRoot_->X = x, dockRoot_->Y = y, dockRoot_->W = w, dockRoot_->H = h;
   Arrange();

@@ -71,6 +71,10 @@ class Docks {
  public:
   // `root` holds the floating windows, and the dock root covers the work area.
   Docks(BaseWidget& root, float x, float y, float w, float h);
+  // The dock tree and every header go with the docks.
+  ~Docks();
+  Docks(const Docks&) = delete;
+  Docks& operator=(const Docks&) = delete;
   DockSpace* DockRoot() const { return dockRoot_; }
   BaseWidget& Root() const { return root_; }
   DockSpace* ViewLeaf() const;

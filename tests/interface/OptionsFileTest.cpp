@@ -81,6 +81,18 @@ class OptionsFileTest : public ::testing::Test {
       }
     }
   }
+  // The dialog's rows for `form`, built into `parent`, by member name.
+  static std::map<std::string, ClassRow*> BuildRows(OptForm& form, BaseWidget& parent) {
+    float rect[4] = {0, 0, 400, 0};
+    BuildClassPanel(&parent, rect, "", &form, &form, &form, nullptr);
+    std::map<std::string, ClassRow*> rows;
+    std::function<void(BaseWidget*)> walk = [&](BaseWidget* w) {
+      if (auto* r = dynamic_cast<ClassRow*>(w)) rows[r->MemberName] = r;
+      for (BaseWidget* c : w->Children) walk(c);
+    };
+    walk(&parent);
+    return rows;
+  }
   fs::path dir_;
   UiScope ui_;
 };
@@ -132,14 +144,7 @@ TEST_F(OptionsFileTest, TheDialogShowsEveryOptionWithItsRange) {
     EXPECT_TRUE(formRows.count(o.GetElementPtr(i, &o))) << o.GetElementID(i) << " has no row in the dialog";
   }
   BaseWidget parent;
-  float rect[4] = {0, 0, 400, 0};
-  BuildClassPanel(&parent, rect, "", &form, &form, &form, nullptr);
-  std::map<std::string, ClassRow*> rows;
-  std::function<void(BaseWidget*)> walk = [&](BaseWidget* w) {
-    if (auto* r = dynamic_cast<ClassRow*>(w)) rows[r->MemberName] = r;
-    for (BaseWidget* c : w->Children) walk(c);
-  };
-  walk(&parent);
+  std::map<std::string, ClassRow*> rows = BuildRows(form, parent);
   ASSERT_TRUE(rows.count("AppOptions::AutosaveTime"));
   auto* range = (IntSliderRange*)rows["AppOptions::AutosaveTime"]->Extra;
   EXPECT_EQ(range->Min, 1);
@@ -263,14 +268,7 @@ TEST_F(OptionsFileTest, AChangeInTheDialogAppliesAtOnce) {
   OptForm form;
   form.RegisterMembers();
   BaseWidget parent;
-  float rect[4] = {0, 0, 400, 0};
-  BuildClassPanel(&parent, rect, "", &form, &form, &form, nullptr);
-  std::map<std::string, ClassRow*> rows;
-  std::function<void(BaseWidget*)> walk = [&](BaseWidget* w) {
-    if (auto* r = dynamic_cast<ClassRow*>(w)) rows[r->MemberName] = r;
-    for (BaseWidget* c : w->Children) walk(c);
-  };
-  walk(&parent);
+  std::map<std::string, ClassRow*> rows = BuildRows(form, parent);
   // A theme colour.
   AppOptions::ButtonsColor1 = 0xff112233u;
   rows["AppOptions::ButtonsColor1"]->Changed();
