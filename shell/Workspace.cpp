@@ -10,6 +10,7 @@
 #include "interface/ClassPanel.h"
 #include "interface/Dialogs.h"
 #include "interface/Navigation.h"
+#include "interface/SpaceMouse.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
@@ -55,12 +56,32 @@ void RememberRecent(const std::string& path) {
 }
 }  // namespace
 
+class Workspace::MousePoller : public comms::cWidget {
+ public:
+  explicit MousePoller(Workspace& w) : w_(w) {}
+  void OnRender() override {
+    SpaceMouse* mouse = OpenSpaceMouse();
+    if (!mouse) return;
+    const uint32_t now = w_.shell_.Window().TickMs();
+    const float elapsed = last_ ? float(now - last_) : 16.0f;
+    last_ = now;
+    SpaceMouseState s;
+    if (mouse->Poll(s) && driver_.Step(s, w_.view_.Camera(), std::min(elapsed, 100.0f))) w_.shell_.FrameIn(16);
+  }
+
+ private:
+  Workspace& w_;
+  SpaceMouseDriver driver_;
+  uint32_t last_ = 0;
+};
+
 Workspace::Workspace(Shell& shell, ShellInterface& intf, ViewportSeams& view)
     : shell_(shell), intf_(intf), view_(view), editor_(intf.Tree()) {
   TheOptions();  // the defaults are recorded before anything changes them
 }
 
 Workspace::~Workspace() {
+  if (pollerId_ >= 0) shell_.Layers().Detach(pollerId_);
   if (started_) SaveOptions();
   TheOptionsHooks() = OptionsHooks();
   TheOptFormHooks() = OptFormHooks();
@@ -96,6 +117,8 @@ void Workspace::Start() {
   };
   BuildMenu();
   MakeDocks();
+  poller_ = std::make_unique<MousePoller>(*this);
+  pollerId_ = shell_.Layers().Register(2, poller_.get(), true);
 }
 
 void Workspace::MakeDocks() {
@@ -203,6 +226,24 @@ void Workspace::RegisterCommands() {
   RegisterCommand("VIEW_GRID", {[this] { shell_.Settings().ShowGrid = !shell_.Settings().ShowGrid; }, {}});
   RegisterCommand("VIEW_WIREFRAME", {[this] { shell_.Settings().Wireframe = !shell_.Settings().Wireframe; }, {}});
   RegisterCommand("VIEW_FULLSCREEN", {[this] { shell_.SetFullScreenWanted(!shell_.Window().IsFullScreen()); }, {}});
+  // The layout commands: one page, the room's default again, and hot keys.
+  RegisterCommand("LAYOUT_SAVE_PAGE", {[this] {
+                                         DocksLayout layout;
+                                         if (docks_) docks_->Capture(layout);
+                                         layout.WriteToFile(UserFilePath("Layouts/Saved.OnePageLayout").c_str());
+                                       },
+                                       {}});
+  RegisterCommand("LAYOUT_LOAD_PAGE", {[this] {
+                                         DocksLayout layout;
+                                         if (docks_ && layout.ReadFromFile(UserFilePath("Layouts/Saved.OnePageLayout").c_str()))
+                                           docks_->Apply(layout);
+                                       },
+                                       [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.OnePageLayout")); }});
+  RegisterCommand("LAYOUT_SAVE_HOTKEYS", {[] { SaveHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str()); }, {}});
+  RegisterCommand("LAYOUT_LOAD_HOTKEYS", {[this] {
+                                            if (LoadHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str())) BuildMenu();
+                                          },
+                                          [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.hotkeys")); }});
   const std::vector<std::string>& rooms = Tools().BuildRooms();
   for (size_t i = 0; i < rooms.size(); ++i)
     RegisterCommand("ROOM_" + rooms[i], {[this, i] { intf_.Rooms().OnRoomClick(int(i)); }, {}});
@@ -223,7 +264,9 @@ void Workspace::BuildMenu() {
   bar->Menus.push_back(file);
   bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
                                       {"EDIT_HOTKEYS", ""}}});
-  bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}}});
+  bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
+                                      {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
+                                      {"LAYOUT_LOAD_HOTKEYS", ""}}});
   MenuDescription rooms{"MENU_ROOMS", {}};
   for (const std::string& r : Tools().Rooms()) {
     std::string key = "ROOM_" + r;

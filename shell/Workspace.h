@@ -46,5 +46,9 @@ class Workspace {
   WidgetHandle menu_;
   float menuWidth_ = 0;
   std::unique_ptr<Docks> docks_;
+  // Polls the 3D mouse once a frame (a widget of layer 2).
+  class MousePoller;
+  std::unique_ptr<MousePoller> poller_;
+  int pollerId_ = -1;
   bool started_ = false;
 };

@@ -115,3 +115,24 @@ TEST_F(WorkspaceTest, ChangingRoomsSavesTheOldPageAndLoadsTheNew) {
   ASSERT_NE(header, nullptr);
   EXPECT_EQ(header->ParentWidget(), TheDocks()->DockRoot()) << "back in the first room it is docked again";
 }
+
+TEST_F(WorkspaceTest, ALayoutSavedFromTheMenuComesBack) {
+  ASSERT_NE(TheDocks(), nullptr);
+  auto* header = dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget());
+  ASSERT_NE(header, nullptr);
+  const float x = header->X, w = header->W;
+  ASSERT_FALSE(FindCommand("LAYOUT_LOAD_PAGE")->Enabled()) << "nothing saved yet";
+  FindCommand("LAYOUT_SAVE_PAGE")->Run();
+  EXPECT_TRUE(Exists(Home("Layouts/Saved.OnePageLayout")));
+  DocksLayout empty;
+  TheDocks()->Apply(empty);  // everything floats
+  header = dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget());
+  ASSERT_TRUE(header->IsPopup);
+  ASSERT_TRUE(FindCommand("LAYOUT_LOAD_PAGE")->Enabled());
+  FindCommand("LAYOUT_LOAD_PAGE")->Run();
+  header = dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget());
+  ASSERT_NE(header, nullptr);
+  EXPECT_EQ(header->ParentWidget(), TheDocks()->DockRoot());
+  EXPECT_EQ(header->X, x);
+  EXPECT_EQ(header->W, w);
+}
