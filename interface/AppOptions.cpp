@@ -311,6 +311,7 @@ void ApplyOptions() {
   t.Text = AppOptions::FontColor1;
   t.DimText = AppOptions::HeadersFontColor1;
   t.Button = AppOptions::ButtonsColor1;
+  t.Header = AppOptions::HeadersColor1;
 }
 
 OptFormHooks& TheOptFormHooks() {
