@@ -106,7 +106,26 @@ DialogBox* BuildDialog(WidgetTree& tree, const char* textKey, const char* titleK
     panel->X = rect[0], panel->Y = rect[1] + rect[3] + ui.Px(4), panel->W = rect[2];
     box->AddChild(panel);
     panel->Rebuild();
-    rect[3] += panel->H + ui.Px(8);
+    // A form taller than most of the screen scrolls, so the buttons stay in sight.
+    const float most = float(ui.ScreenH) * 0.7f;
+    if (panel->H > most) {
+      panel->Delete();
+      auto* scroll = new ScrollPanel("DIALOG_FORM");
+      scroll->X = rect[0], scroll->Y = rect[1] + rect[3] + ui.Px(4), scroll->W = rect[2], scroll->H = most;
+      auto* rows = new ClassPanel;
+      rows->Object = object;
+      rows->W = rect[2] - ui.Px(16);
+      auto* content = new BaseWidget;
+      content->W = rows->W;
+      content->Layout |= kLayAutoHeight;
+      content->AddChild(rows);
+      rows->Rebuild();
+      box->AddChild(scroll);
+      scroll->SetContent(content);
+      rect[3] += most + ui.Px(8);
+    } else {
+      rect[3] += panel->H + ui.Px(8);
+    }
   }
   int n = int(buttonKeys.size()), i = 0;
   float bw = (rect[2] - ui.Px(6) * float(std::max(0, n - 1))) / float(std::max(1, n));

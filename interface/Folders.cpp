@@ -58,7 +58,7 @@ bool WidgetsFolder::Toggle() {
 bool WidgetsFolder::OnDraw() {
   UiContext& ui = Ui();
   float row = ui.Px(18);
-  ui.FillRect(AbsX, AbsY, W, row, Has(kWfHover) && ui.PointerY < AbsY + row ? ui.Colors.FieldHover : 0xff2e3035u);
+  ui.FillRect(AbsX, AbsY, W, row, Has(kWfHover) && ui.PointerY < AbsY + row ? ui.Colors.FieldHover : ui.Colors.Header);
   float ax = AbsX + ui.Px(8), ay = AbsY + row / 2;
   if (Open) {
     ui.Line(ax - ui.Px(3), ay - ui.Px(2), ax, ay + ui.Px(2), ui.Colors.DimText);

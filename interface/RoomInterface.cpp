@@ -79,7 +79,7 @@ void RoomInterface::RebuildStrip() {
   float bw = ui.Px(60);
   for (const std::string& r : rooms) bw = std::max(bw, ui.TextWidth(Text(RoomKey(r).c_str())) + ui.Px(24));
   for (size_t i = 0; i < rooms.size(); ++i) {
-    auto* b = strip->Add(new FrameWidget(Text(RoomKey(rooms[i]).c_str()), ui.Px(4) + float(i) * (bw + ui.Px(4)),
+    auto* b = strip->Add(new FrameWidget(Text(RoomKey(rooms[i]).c_str()), stripInset_ + ui.Px(4) + float(i) * (bw + ui.Px(4)),
                                          ui.Px(3), bw, ui.Px(kStripHeight - 6)));
     b->Name = rooms[i].c_str();
     if (int(i) == tools_.CurrentRoom()) b->Fill = ui.Colors.Highlight;

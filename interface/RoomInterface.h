@@ -22,6 +22,11 @@ class RoomInterface : public PanelHost {
 
   // Sets the view size and rebuilds what depends on it.
   void Resize(int viewW, int viewH);
+  // Room buttons start this far right (the menu bar sits before them).
+  void SetStripInset(float inset) {
+    stripInset_ = inset;
+    RebuildStrip();
+  }
   // Rebuilds the strip and the tool list from the tool table.
   void RebuildStrip();
   void ShowClassPanel(BaseClass* object, int room) override;
@@ -41,4 +46,5 @@ class RoomInterface : public PanelHost {
   ToolTable& tools_;
   Clicks* clicks_ = nullptr;
   int viewW_ = 1280, viewH_ = 720;
+  float stripInset_ = 0;
 };

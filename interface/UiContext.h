@@ -23,6 +23,7 @@ struct Theme {
   uint32_t Text = 0xffe6e6e6u;
   uint32_t DimText = 0xffa0a4aau;
   uint32_t Button = 0xff4a4e56u;
+  uint32_t Header = 0xff2e3035u;  // folder captions
 };
 
 class UiContext {

@@ -24,6 +24,7 @@ enum WidgetFlags : uint32_t {
   kWfTakesHint = 1u << 7,
   kWfPressed = 1u << 8,
   kWfFullScissor = 1u << 10,
+  kWfPassThrough = 1u << 11,  // never hit itself (a dock space over the view); its children are
 };
 
 // Layout bits.

@@ -59,7 +59,7 @@ void WidgetTree::HitWidget(BaseWidget* w, float x, float y, bool onTopPass, bool
           HitWidget(c, x, y, onTopPass, onTop);
       return;
     }
-  } else {
+  } else if (!w->Has(kWfPassThrough)) {
     hits_.push_back(w);
     w->Flags |= kWfHover;
     w->LastShown = int(Ui().Tick);
@@ -200,6 +200,7 @@ bool WidgetTree::OnKey(int message, int key) {
   // A modal box has the keyboard to itself: no camera keys, no tool keys.
   BaseWidget* from = ModalRoot();
   if (!from) {
+    if (hooks_.HotKeys && hooks_.HotKeys(key, down)) return true;
     if (hooks_.Navigation && hooks_.Navigation(key, down)) return true;
     if (down && hooks_.ToolKeys && hooks_.ToolKeys(key)) return true;
     from = root_.get();

@@ -21,6 +21,9 @@ struct RouterHooks {
   std::function<void()> ToggleFullScreen;  // Alt+Enter
   std::function<void()> ReloadShaders;     // Ctrl+Alt+Shift+Q
   std::function<void()> OpenClassExplorer;  // Ctrl+Alt+Shift+E
+  // Hot keys before navigation and tools: the in-place editor and the
+  // bound commands; true if the key was taken.
+  std::function<bool(int key, bool down)> HotKeys;
   // The hot key text of a command for "$NAME" in hints; empty if unknown.
   std::function<std::string(const std::string& command)> CommandHotKey;
 };
@@ -36,6 +39,9 @@ class WidgetTree {
   bool OnPointer(int message, float x, float y, float wheel = 0);
   bool OnKey(int message, int key);
   void SetModifiers(bool ctrl, bool alt, bool shift);
+  bool Ctrl() const { return ctrl_; }
+  bool Alt() const { return alt_; }
+  bool Shift() const { return shift_; }
 
   // One frame: clean-up, layout, draw, hint line.
   void Frame(int screenW, int screenH, uint32_t tick);

@@ -24,10 +24,12 @@ Program::Program(Platform& platform, const ProgramMode& mode)
   RegisterVoxelTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
   interface_->Attach();
+  workspace_ = std::make_unique<Workspace>(shell_, *interface_, view_);
 }
 
 Program::~Program() {
   shell_.SetAskInWindow(nullptr);
+  workspace_.reset();
   interface_.reset();
 }
 
@@ -35,6 +37,7 @@ bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
   StartPaintRoom(paintRoom_, view_);
+  workspace_->Start();
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }

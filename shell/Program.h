@@ -7,10 +7,11 @@
 #include <string>
 
 #include "shell/Interface.h"
+#include "shell/PaintRoom.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
-#include "shell/PaintRoom.h"
 #include "shell/VoxelRoom.h"
+#include "shell/Workspace.h"
 
 // How the program runs: in a window with a person at it, or without one.
 struct ProgramMode {
@@ -35,6 +36,7 @@ class Program {
   Shell& TheShell() { return shell_; }
   ViewportSeams& View() { return view_; }
   ShellInterface& Interface() { return *interface_; }
+  Workspace& Environment() { return *workspace_; }
 
  private:
   // Questions in the window's own box, answered with mouse or keyboard.
@@ -48,4 +50,5 @@ class Program {
   std::unique_ptr<ShellInterface> interface_;
   VoxelRoomLink voxelRoom_;
   PaintRoomLink paintRoom_;
+  std::unique_ptr<Workspace> workspace_;
 };

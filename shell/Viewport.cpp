@@ -19,6 +19,7 @@
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "interchange/IO.h"
+#include "interface/Navigation.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
 #include "render/GroundGrid.h"
@@ -49,6 +50,12 @@ bool ViewportWidget::OnKeyDown(int key) {
     return true;
   }
   if (key == keys::WheelUp || key == keys::WheelDown) {
+    // With a modifier the wheel changes the pen value the options name.
+    const bool ctrl = platform_.IsKeyDownNow(keys::Control), alt = platform_.IsKeyDownNow(keys::Alt);
+    if ((ctrl || alt || platform_.IsKeyDownNow(keys::Shift)) &&
+        NaviSystem::ApplyWheel((key == keys::WheelUp ? 1.0f : -1.0f) * std::max(std::fabs(dispatch_.EventWheel()), 1.0f),
+                               ctrl, alt, platform_.IsKeyDownNow(keys::Shift)))
+      return true;
     // The wheel pushes the pivot away or pulls it nearer, the eye staying
     // put: the next orbit turns about the new point.
     const float notches = std::max(std::fabs(dispatch_.EventWheel()), 1.0f);

@@ -10,6 +10,8 @@
 
 #include "ShellFixture.h"
 #include "interchange/IO.h"
+#include "interface/AppOptions.h"
+#include "interface/OptionsFile.h"
 #include "paint/SceneChanges.h"
 #include "render/EglContext.h"
 #include "paint/scene/PaintScene.h"
@@ -30,6 +32,7 @@ class ProgramSeams : public ShellTest {
   }
   void TearDown() override {
     program_.reset();
+    SetDefaultOptions();
     ChangedSinceSave = 0;
     ShellTest::TearDown();
   }
@@ -92,7 +95,11 @@ TEST_F(ProgramSeams, AutosaveCountdownShowsInTheView) {
   // Wide enough that the tool panel leaves the middle of the view free.
   constexpr int w = 1280, h = 720;
   Program& p = Run("", w, h);
-  p.TheShell().Autosave().AutosaveTime = 1;
+  // Through the options, as the dialog would set them.
+  AppOptions::Autosave = true;
+  AppOptions::AutosaveTime = 1;
+  ASSERT_TRUE(SaveOptions());
+  ASSERT_TRUE(p.TheShell().Autosave().Autosave);
   ChangedSinceSave = 1;
   for (int i = 0; i < 45; ++i) Tick(1000);  // 45 s of frames
   const comms::cImage image = Frame();

@@ -1,0 +1,283 @@
+// The working environment; see Workspace.h.
+#include "shell/Workspace.h"
+
+#include <cstdio>
+#include <filesystem>
+
+#include "ClassEngine/Log.h"
+#include "ClassEngine/UserPaths.h"
+#include "interface/AppOptions.h"
+#include "interface/ClassPanel.h"
+#include "interface/Dialogs.h"
+#include "interface/Navigation.h"
+#include "interface/SpaceMouse.h"
+#include "interface/OptionsFile.h"
+#include "interface/TextTable.h"
+#include "interface/UiContext.h"
+#include "platform/Keys.h"
+#include "shell/Interface.h"
+#include "shell/SceneCommands.h"
+#include "shell/Shell.h"
+#include "shell/Viewport.h"
+
+namespace {
+// The default bindings: command, key name, Ctrl, Alt, Shift.
+struct DefaultKey {
+  const char* command;
+  const char* key;
+  bool ctrl, alt, shift;
+};
+const DefaultKey kDefaultKeys[] = {
+    {"FILE_NEW", "N", true, false, false},        {"FILE_OPEN", "O", true, false, false},
+    {"FILE_SAVE", "S", true, false, false},       {"FILE_SAVE_AS", "S", true, false, true},
+    {"FILE_SAVE_INCREMENTAL", "S", true, true, false}, {"FILE_IMPORT", "I", true, false, false},
+    {"FILE_EXPORT", "E", true, false, false},     {"FILE_QUIT", "Q", true, false, false},
+    {"EDIT_UNDO", "Z", true, false, false},       {"EDIT_REDO", "Y", true, false, false},
+    {"EDIT_OPTIONS", "O", true, false, true},     {"VIEW_GRID", "G", true, false, false},
+    {"VIEW_WIREFRAME", "W", true, false, true},   {"VIEW_FULLSCREEN", "F11", false, false, false},
+    {"HELP_HOTKEYS", "F1", false, false, false},
+};
+
+// The recent file of item n of the File menu, "" if none.
+std::string RecentPath(int n) {
+  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
+  return n < list.GetAmount() && list[n] ? list[n]->Path.cpchar() : "";
+}
+
+// Puts `path` first in the recent list.
+void RememberRecent(const std::string& path) {
+  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
+  for (int i = list.GetAmount() - 1; i >= 0; --i)
+    if (list[i] && path == list[i]->Path.cpchar()) list.DelElement(i);
+  auto* r = new RecentFile;
+  r->Path = path.c_str();
+  list.Insert(r, 0);
+  while (list.GetAmount() > AppOptions::kMaxRecentFiles) list.DelElement(list.GetAmount() - 1);
+}
+}  // namespace
+
+class Workspace::MousePoller : public comms::cWidget {
+ public:
+  explicit MousePoller(Workspace& w) : w_(w) {}
+  void OnRender() override {
+    SpaceMouse* mouse = OpenSpaceMouse();
+    if (!mouse) return;
+    const uint32_t now = w_.shell_.Window().TickMs();
+    const float elapsed = last_ ? float(now - last_) : 16.0f;
+    last_ = now;
+    SpaceMouseState s;
+    if (mouse->Poll(s) && driver_.Step(s, w_.view_.Camera(), std::min(elapsed, 100.0f))) w_.shell_.FrameIn(16);
+  }
+
+ private:
+  Workspace& w_;
+  SpaceMouseDriver driver_;
+  uint32_t last_ = 0;
+};
+
+Workspace::Workspace(Shell& shell, ShellInterface& intf, ViewportSeams& view)
+    : shell_(shell), intf_(intf), view_(view), editor_(intf.Tree()) {
+  TheOptions();  // the defaults are recorded before anything changes them
+}
+
+Workspace::~Workspace() {
+  if (pollerId_ >= 0) shell_.Layers().Detach(pollerId_);
+  if (started_) SaveOptions();
+  TheOptionsHooks() = OptionsHooks();
+  TheOptFormHooks() = OptFormHooks();
+  intf_.Tree().Hooks().HotKeys = nullptr;
+  intf_.Tree().Hooks().Navigation = nullptr;
+  Tools().Hooks().LoadRoomLayout = nullptr;
+  if (TheDocks() == docks_.get()) TheDocks() = nullptr;
+  if (BaseWidget* m = menu_.Get()) m->Delete();
+}
+
+MainMenuBar* Workspace::Menu() const { return static_cast<MainMenuBar*>(menu_.Get()); }
+
+void Workspace::InstallDefaultHotKeys() {
+  for (const DefaultKey& k : kDefaultKeys) AddDefaultHotKey(k.command, SystemKeyCode(k.key), k.shift, k.ctrl, k.alt);
+}
+
+void Workspace::Start() {
+  started_ = true;
+  TheOptionsHooks().AfterApply = [this] { ApplyToShell(); };
+  TheOptFormHooks().DefaultHotKeys = [] { InstallDefaultHotKeys(); };
+  TheOptFormHooks().ResetOptions = [] { ResetOptions(); };
+  LoadOptions();
+  InstallDefaultHotKeys();
+  RegisterCommands();
+  editor_.Saved = [this] {
+    SaveOptions();
+    BuildMenu();
+  };
+  intf_.Tree().Hooks().HotKeys = [this](int key, bool down) {
+    WidgetTree& t = intf_.Tree();
+    if (editor_.OnKey(key, down, t.Ctrl(), t.Alt(), t.Shift())) return true;
+    return down && FireHotKey(key, t.Ctrl(), t.Alt(), t.Shift());
+  };
+  BuildMenu();
+  MakeDocks();
+  poller_ = std::make_unique<MousePoller>(*this);
+  pollerId_ = shell_.Layers().Register(2, poller_.get(), true);
+}
+
+void Workspace::MakeDocks() {
+  UiContext& ui = Ui();
+  int w = 0, h = 0;
+  shell_.Window().ClientSize(w, h);
+  float x0 = ui.Px(RoomInterface::kToolListWidth + RoomInterface::kToolPanelWidth + 8), y0 = ui.Px(RoomInterface::kPanelTop);
+  docks_ = std::make_unique<Docks>(intf_.Tree().Root(), x0, y0, std::max(100.0f, float(w) - x0),
+                                   std::max(100.0f, float(h) - y0 - ui.Px(20)));
+  TheDocks() = docks_.get();
+  NaviSystem& nav = TheNavigation();
+  if (nav.Events.GetAmount() == 0 && !nav.LoadPreset(UserFilePath("NavigationPresets/Default.navigation"))) {
+    nav.SetDefaultRows();
+    nav.SavePreset(UserFilePath("NavigationPresets/Default.navigation"));
+  }
+  nav.World.Camera = &view_.Camera();
+  nav.World.Input = &shell_.Window();
+  nav.World.ViewW = float(w), nav.World.ViewH = float(h);
+  nav.World.ToolShowsPen = [] { return true; };
+  intf_.Tree().Hooks().Navigation = [](int key, bool) { return TheNavigation().Update(key); };
+  // The navigation rows in a window docked on the right.
+  auto* rows = new ClassPanel;
+  rows->Object = &nav;
+  rows->W = ui.Px(286);
+  auto* panel = new ScrollPanel("NAVI_SETUP");
+  panel->W = ui.Px(300), panel->H = ui.Px(380);
+  panel->SetContent(rows);
+  DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
+  docks_->Drop(header, {docks_->DockRoot(), 3, {}});
+  Tools().Hooks().LoadRoomLayout = [this](int room) {
+    HotKeyRoom() = room;
+    if (docks_) docks_->SwitchRoom(room);
+  };
+  TheOptionsHooks().BeforeSave = [this] {
+    if (docks_ && docks_->Room() >= 0) docks_->SavePage(docks_->Room());
+  };
+  const int room = Tools().CurrentRoom();
+  char page[64];
+  snprintf(page, sizeof page, "Temp/page_%d.xml", room);
+  if (std::filesystem::exists(UserFilePath(page)))
+    docks_->SwitchRoom(room);
+  else
+    docks_->AdoptRoom(room);
+}
+
+void Workspace::ApplyToShell() {
+  AutosaveOptions& a = shell_.Autosave();
+  a.Autosave = AppOptions::Autosave;
+  a.AutosaveTime = AppOptions::AutosaveTime;
+  a.NumAutosaves = AppOptions::NumAutosaves;
+  static const comms::cFreeViewer base;
+  comms::cFreeViewer& cam = view_.Camera();
+  cam.RotateSpeed = base.RotateSpeed * AppOptions::CamRotSpeed;
+  cam.RollSpeed = base.RollSpeed * AppOptions::CamRotSpeed;
+  cam.ZoomSpeed = base.ZoomSpeed * AppOptions::CamZoomSpeed;
+  cam.WheelSpeed = base.WheelSpeed * AppOptions::CamZoomSpeed;
+  shell_.FrameIn(0);
+}
+
+void Workspace::AskPath(const char* titleKey, std::function<void(const std::string&)> then) {
+  UiContext& ui = Ui();
+  auto* box = new TextEntry;
+  box->Name = "PATH_BOX";
+  box->Text = Text(titleKey);
+  box->W = ui.Px(420), box->H = ui.Px(24);
+  box->IsPopup = 1;
+  box->Layout |= kLayOnTop | kLayKeepOpen1;
+  box->PopupX = (float(ui.ScreenW) - box->W) / 2;
+  box->PopupY = float(ui.ScreenH) / 3;
+  box->Edit = RecentPath(0);
+  box->OnCommit = [then = std::move(then)](const std::string& path) {
+    then(path);
+    return true;
+  };
+  intf_.Tree().Root().AddChild(box);
+}
+
+void Workspace::RegisterCommands() {
+  auto open = [this](const std::string& path) {
+    if (LoadSceneFile(path, false)) RememberRecent(path), BuildMenu();
+  };
+  RegisterCommand("FILE_OPEN", {[this, open] { AskPath("FILE_OPEN", open); }, {}});
+  for (int i = 0; i < 5; ++i)
+    RegisterCommand("FILE_RECENT" + std::to_string(i + 1),
+                    {[open, i] { open(RecentPath(i)); }, [i] { return !RecentPath(i).empty(); }});
+  RegisterCommand("FILE_SAVE", {[] {
+                                  std::string last = RecentPath(0);
+                                  if (last.empty() || !SaveSceneFile(last)) SaveSceneAs();
+                                },
+                                {}});
+  RegisterCommand("FILE_SAVE_AS", {[] { SaveSceneAs(); }, {}});
+  RegisterCommand("FILE_IMPORT", {[this] { AskPath("FILE_IMPORT", [](const std::string& p) { ImportMeshFile(p); }); }, {}});
+  RegisterCommand("FILE_QUIT", {[this] { shell_.CanClose(); }, {}});
+  RegisterCommand("EDIT_OPTIONS", {[this] {
+                                     ShowOptions(intf_.Tree());
+                                     shell_.FrameIn(30);  // the box goes at the next frame
+                                   },
+                                   {}});
+  RegisterCommand("EDIT_HOTKEYS", {[this] {
+                                     ShowDialog(intf_.Tree(), "HOTKEYS_HOWTO", "EDIT_HOTKEYS", nullptr, {"OK"});
+                                   },
+                                   {}});
+  RegisterCommand("HELP_HOTKEYS", *FindCommand("EDIT_HOTKEYS"));
+  RegisterCommand("HELP_ABOUT", {[this] { ShowDialog(intf_.Tree(), "ABOUT_TEXT", "HELP_ABOUT", nullptr, {"OK"}); }, {}});
+  RegisterCommand("VIEW_GRID", {[this] { shell_.Settings().ShowGrid = !shell_.Settings().ShowGrid; }, {}});
+  RegisterCommand("VIEW_WIREFRAME", {[this] { shell_.Settings().Wireframe = !shell_.Settings().Wireframe; }, {}});
+  RegisterCommand("VIEW_FULLSCREEN", {[this] { shell_.SetFullScreenWanted(!shell_.Window().IsFullScreen()); }, {}});
+  // The layout commands: one page, the room's default again, and hot keys.
+  RegisterCommand("LAYOUT_SAVE_PAGE", {[this] {
+                                         DocksLayout layout;
+                                         if (docks_) docks_->Capture(layout);
+                                         layout.WriteToFile(UserFilePath("Layouts/Saved.OnePageLayout").c_str());
+                                       },
+                                       {}});
+  RegisterCommand("LAYOUT_LOAD_PAGE", {[this] {
+                                         DocksLayout layout;
+                                         if (docks_ && layout.ReadFromFile(UserFilePath("Layouts/Saved.OnePageLayout").c_str()))
+                                           docks_->Apply(layout);
+                                       },
+                                       [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.OnePageLayout")); }});
+  RegisterCommand("LAYOUT_SAVE_HOTKEYS", {[] { SaveHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str()); }, {}});
+  RegisterCommand("LAYOUT_LOAD_HOTKEYS", {[this] {
+                                            if (LoadHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str())) BuildMenu();
+                                          },
+                                          [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.hotkeys")); }});
+  const std::vector<std::string>& rooms = Tools().BuildRooms();
+  for (size_t i = 0; i < rooms.size(); ++i)
+    RegisterCommand("ROOM_" + rooms[i], {[this, i] { intf_.Rooms().OnRoomClick(int(i)); }, {}});
+}
+
+void Workspace::BuildMenu() {
+  if (BaseWidget* old = menu_.Get()) old->Delete();
+  auto* bar = new MainMenuBar;
+  bar->Layout |= kLayOnTop;
+  MenuDescription file{"MENU_FILE", {{"FILE_NEW", ""}, {"FILE_OPEN", ""}}};
+  for (int i = 0; i < 5 && !RecentPath(i).empty(); ++i) {
+    std::string words = "#" + std::to_string(i + 1) + " " + RecentPath(i);
+    file.Items.push_back({"FILE_RECENT" + std::to_string(i + 1), words});
+  }
+  for (const char* c : {"", "FILE_SAVE", "FILE_SAVE_AS", "FILE_SAVE_INCREMENTAL", "", "FILE_IMPORT", "FILE_EXPORT", "",
+                        "FILE_QUIT"})
+    file.Items.push_back({c, ""});
+  bar->Menus.push_back(file);
+  bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
+                                      {"EDIT_HOTKEYS", ""}}});
+  bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
+                                      {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
+                                      {"LAYOUT_LOAD_HOTKEYS", ""}}});
+  MenuDescription rooms{"MENU_ROOMS", {}};
+  for (const std::string& r : Tools().Rooms()) {
+    std::string key = "ROOM_" + r;
+    for (char& ch : key) ch = char(toupper((unsigned char)ch));
+    rooms.Items.push_back({"ROOM_" + r, key});
+  }
+  bar->Menus.push_back(rooms);
+  bar->Menus.push_back({"MENU_HELP", {{"HELP_HOTKEYS", ""}, {"HELP_ABOUT", ""}}});
+  menuWidth_ = bar->Rebuild();
+  bar->Y = Ui().Px(4);
+  intf_.Tree().Root().AddChild(bar);
+  menu_ = bar->Handle();
+  intf_.Rooms().SetStripInset(menuWidth_ + Ui().Px(8));
+}

@@ -1,0 +1,54 @@
+// The working environment around the rooms: the options (loaded at start,
+// saved at exit and after each change), the named commands with their
+// default hot keys, the main menu bar, the in-place hot-key editor and the
+// navigation rows in the router. One per program, made by Program.
+#pragma once
+#include <memory>
+#include <string>
+
+#include "interface/Docks.h"
+#include "interface/HotKeys.h"
+#include "interface/MainMenu.h"
+
+class Shell;
+class ShellInterface;
+class ViewportSeams;
+
+class Workspace {
+ public:
+  Workspace(Shell& shell, ShellInterface& intf, ViewportSeams& view);
+  ~Workspace();
+  Workspace(const Workspace&) = delete;
+  Workspace& operator=(const Workspace&) = delete;
+
+  // After the shell started: options, commands, keys, the menu bar.
+  void Start();
+  MainMenuBar* Menu() const;
+  HotKeyEditor& KeyEditor() { return editor_; }
+  // The default bindings (AddDefaultHotKey: a user's own stay).
+  static void InstallDefaultHotKeys();
+  // The menu bar's width, which the room strip leaves free.
+  float MenuWidth() const { return menuWidth_; }
+
+ private:
+  void RegisterCommands();
+  void BuildMenu();
+  void ApplyToShell();
+  // The dock tree over the work area, with the navigation rows as a window.
+  void MakeDocks();
+  // A one-line box that asks for a path and then runs `then` with it.
+  void AskPath(const char* titleKey, std::function<void(const std::string&)> then);
+
+  Shell& shell_;
+  ShellInterface& intf_;
+  ViewportSeams& view_;
+  HotKeyEditor editor_;
+  WidgetHandle menu_;
+  float menuWidth_ = 0;
+  std::unique_ptr<Docks> docks_;
+  // Polls the 3D mouse once a frame (a widget of layer 2).
+  class MousePoller;
+  std::unique_ptr<MousePoller> poller_;
+  int pollerId_ = -1;
+  bool started_ = false;
+};

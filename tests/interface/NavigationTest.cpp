@@ -1,0 +1,248 @@
+// Navigation rows driven through the fake platform: each action moves the
+// camera or a pen value by what a scripted drag asks, rows start only on the
+// press of their button, the wheel with a modifier does the configured
+// action, and a preset comes back as it was saved.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+
+#include "interface/AppOptions.h"
+#include "interface/Navigation.h"
+#include "paint/GeneralPen.h"
+#include "platform/FakePlatform.h"
+#include "platform/Keys.h"
+#include "render/Viewer.h"
+
+namespace {
+constexpr float kPi = 3.14159265358979f;
+
+class NavigationTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    nav.World.Input = &fake;
+    nav.World.Camera = &cam;
+    nav.World.ViewW = 800, nav.World.ViewH = 600;
+    nav.World.PenPixelRadius = [] { return 20.0f; };
+    cam.ViewRect = comms::cRect(0, 0, 800, 600);
+    cam.Update();
+    GeneralPen::PenRadius = 20;
+    GeneralPen::DeepDegree = 0.5f;
+    GeneralPen::PenRotation = 0;
+    GeneralPen::Falloff = 0.5f;
+    GeneralPen::ColorOpacity = 1;
+    GeneralPen::SpecularDegree = 0.5f;
+    GeneralPen::FocalShift = 0;
+    AppOptions::CamRotSpeed = 1;
+    AppOptions::CamZoomSpeed = 1;
+  }
+  void TearDown() override { SetDefaultOptions(); }
+  void Move(float x, float y) {
+    fake.WarpPointer(x, y);
+    nav.Update(-1);
+  }
+  void Key(int key, bool down) {
+    fake.SetKeyDown(key, down);
+    nav.Update(key);
+  }
+  // Holds `modifier` (or nothing), presses the left button at (x0, y0),
+  // drags to (x1, y1) in steps and lets go.
+  void Drag(int modifier, int button, float x0, float y0, float x1, float y1, int steps = 4) {
+    Move(x0, y0);
+    if (modifier >= 0) Key(modifier, true);
+    Key(button, true);
+    for (int i = 1; i <= steps; ++i) Move(x0 + (x1 - x0) * float(i) / float(steps), y0 + (y1 - y0) * float(i) / float(steps));
+    Key(button, false);
+    if (modifier >= 0) Key(modifier, false);
+  }
+  FakePlatform fake;
+  comms::cFreeViewer cam;
+  NaviSystem nav;
+};
+
+bool SameOrientation(const comms::cFreeViewer& a, const comms::cFreeViewer& b) {
+  return std::fabs(a.Pos.x - b.Pos.x) < 1e-3f && std::fabs(a.Pos.y - b.Pos.y) < 1e-3f &&
+         std::fabs(a.Pos.z - b.Pos.z) < 1e-3f;
+}
+}  // namespace
+
+TEST_F(NavigationTest, RotateAndZoomMoveTheCameraAsTheDragAsks) {
+  nav.Add(NAVI_ROTATE, "ALT+LMB");
+  nav.Add(NAVI_SCALE, "ALT+RMB");
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 140, 80);
+  for (int i = 0; i < 4; ++i) expected.Rotate(10, 5);
+  EXPECT_TRUE(SameOrientation(cam, expected));
+  EXPECT_FALSE(SameOrientation(cam, comms::cFreeViewer())) << "the camera moved";
+  // Twice the speed option: twice the turn.
+  comms::cFreeViewer faster = cam;
+  AppOptions::CamRotSpeed = 2;
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 140, 80);
+  for (int i = 0; i < 4; ++i) faster.Rotate(20, 10);
+  EXPECT_TRUE(SameOrientation(cam, faster));
+  const float toEye = cam.m_ToEye;
+  Drag(keys::Alt, keys::RightButton, 100, 100, 100, 160);
+  comms::cFreeViewer zoomed = faster;
+  for (int i = 0; i < 4; ++i) zoomed.DragZoom(0, -15);
+  EXPECT_NEAR(cam.m_ToEye, zoomed.m_ToEye, 1e-3f);
+  EXPECT_NE(cam.m_ToEye, toEye);
+}
+
+TEST_F(NavigationTest, ARowNeedsItsModifiersAndNoOthers) {
+  nav.Add(NAVI_ROTATE, "ALT+LMB");
+  const comms::cVec3 eye = cam.Pos;
+  Drag(-1, keys::LeftButton, 100, 100, 200, 100);
+  EXPECT_TRUE(SameOrientation(cam, comms::cFreeViewer()) || (cam.Pos.x == eye.x)) << "no Alt, no rotation";
+  fake.SetKeyDown(keys::Control, true);
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 200, 100);
+  EXPECT_EQ(cam.Pos.x, eye.x) << "Ctrl is held and the row does not name it";
+}
+
+TEST_F(NavigationTest, RadiusTweakScalesByTheDragAndStopsAtItsLimits) {
+  nav.Add(NAVI_START_TWEAK_RADIUS, "R+LMB");
+  // p = 20 pixels: dragging 20 to the right doubles the radius.
+  Drag(keys::A + ('R' - 'A'), keys::LeftButton, 100, 100, 120, 100);
+  EXPECT_NEAR(GeneralPen::PenRadius, 40.0f, 1e-3f);
+  Drag(keys::A + ('R' - 'A'), keys::LeftButton, 100, 100, 700, 100);
+  EXPECT_EQ(GeneralPen::PenRadius, 300.0f);
+  Drag(keys::A + ('R' - 'A'), keys::LeftButton, 300, 100, 0, 100);
+  EXPECT_NEAR(GeneralPen::PenRadius, 0.1f, 1e-6f);
+}
+
+TEST_F(NavigationTest, DepthFalloffOpacityAndSpecularFollowTheDrag) {
+  nav.Add(NAVI_START_TWEAK_DEPTH, "D+LMB");
+  nav.Add(NAVI_START_TWEAK_FALLOFF, "F+LMB");
+  nav.Add(NAVI_START_TWEAK_OPACIRY, "O+LMB");
+  nav.Add(NAVI_START_TWEAK_SPECL, "P+LMB");
+  Drag(keys::A + ('D' - 'A'), keys::LeftButton, 100, 100, 100, 90);  // 10 up: +0.5
+  EXPECT_NEAR(GeneralPen::DeepDegree, 1.0f, 1e-4f);
+  Drag(keys::A + ('F' - 'A'), keys::LeftButton, 100, 100, 100, 104);  // 4 down: -0.2
+  EXPECT_NEAR(GeneralPen::Falloff, 0.3f, 1e-4f);
+  Drag(keys::A + ('O' - 'A'), keys::LeftButton, 100, 100, 130, 100);  // +1.5, kept at 2
+  EXPECT_NEAR(GeneralPen::ColorOpacity, 2.0f, 1e-4f);
+  Drag(keys::A + ('P' - 'A'), keys::LeftButton, 100, 100, 96, 100);  // -0.2
+  EXPECT_NEAR(GeneralPen::SpecularDegree, 0.3f, 1e-4f);
+}
+
+TEST_F(NavigationTest, PenParamsTakeTheMainDirectionAndRestoreTheOther) {
+  nav.Add(NAVI_START_TWEAK_PEN_PARAMS, "SPACE+LMB");
+  Move(100, 100);
+  Key(keys::Space, true);
+  Key(keys::LeftButton, true);
+  Move(100, 90);  // up first: depth
+  EXPECT_NEAR(GeneralPen::DeepDegree, 1.0f, 1e-4f);
+  Move(140, 95);  // now mostly sideways: radius, and depth back to its start
+  EXPECT_NEAR(GeneralPen::DeepDegree, 0.5f, 1e-4f);
+  EXPECT_NEAR(GeneralPen::PenRadius, 60.0f, 1e-3f);
+  Key(keys::LeftButton, false);
+}
+
+TEST_F(NavigationTest, RotationTweakWrapsRound) {
+  nav.Add(NAVI_START_TWEAK_ROTATION, "T+LMB");
+  Move(100, 100);
+  Key(keys::A + ('T' - 'A'), true);
+  Key(keys::LeftButton, true);
+  Move(100, 150);  // straight below the pen point: angle pi/2, no turn
+  EXPECT_NEAR(GeneralPen::PenRotation, 0.0f, 1e-4f);
+  Move(150, 100);  // to the right: -pi/2, wrapped to 3pi/2
+  EXPECT_NEAR(GeneralPen::PenRotation, 1.5f * kPi, 1e-4f);
+  EXPECT_GE(GeneralPen::PenRotation, 0.0f);
+  Key(keys::LeftButton, false);
+}
+
+TEST_F(NavigationTest, SwapXYMakesScaleFollowTheOtherAxis) {
+  NaviEvent* e = nav.Add(NAVI_SCALE, "ALT+RMB");
+  e->SwapXY = true;
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::RightButton, 100, 100, 160, 100);
+  for (int i = 0; i < 4; ++i) expected.DragZoom(0, -15);
+  EXPECT_NEAR(cam.m_ToEye, expected.m_ToEye, 1e-3f);
+}
+
+TEST_F(NavigationTest, AButtonRowStartsOnlyOnThePress) {
+  nav.Add(NAVI_START_TWEAK_RADIUS, "R+LMB");
+  Move(100, 100);
+  Key(keys::LeftButton, true);  // the button first, R later: no edge, no start
+  Key(keys::A + ('R' - 'A'), true);
+  Move(140, 100);
+  EXPECT_EQ(nav.Running(), -1);
+  EXPECT_EQ(GeneralPen::PenRadius, 20.0f);
+  Key(keys::LeftButton, false);
+  Key(keys::LeftButton, true);  // a fresh press with R held starts it
+  EXPECT_EQ(nav.Running(), 0);
+  Key(keys::A + ('R' - 'A'), false);  // R up ends it, the button stays down
+  EXPECT_EQ(nav.Running(), -1);
+  Move(200, 100);
+  EXPECT_EQ(nav.Running(), -1) << "a held button does not start again";
+}
+
+TEST_F(NavigationTest, HomeIsOneShot) {
+  nav.Add(NAVI_ROTATE, "ALT+LMB");
+  nav.Add(NAVI_HOME, "HOME");
+  cam.SetHome(cam.m_Center, cam.m_ToEye, cam.Orient);
+  const comms::cVec3 home = cam.Pos;
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 180, 130);
+  ASSERT_GT(std::fabs(cam.Pos.x - home.x) + std::fabs(cam.Pos.y - home.y), 1e-3f);
+  Key(keys::Home, true);
+  EXPECT_EQ(nav.Running(), -1);
+  EXPECT_NEAR(cam.Pos.x, home.x, 1e-3f);
+  EXPECT_NEAR(cam.Pos.y, home.y, 1e-3f);
+}
+
+TEST(NavigationWheel, ModifiersPickTheConfiguredAction) {
+  GeneralPen::PenRadius = 20;
+  GeneralPen::DeepDegree = 0.5f;
+  GeneralPen::ColorOpacity = 0.5f;
+  GeneralPen::FocalShift = 0.05f;
+  AppOptions::CTRL_WHEEL_ACTION = WHEEL_CHANGE_PRESSURE;
+  AppOptions::ALT_WHEEL_ACTION = WHEEL_CHANGE_FOCAL;
+  AppOptions::WHEEL_ACTION = WHEEL_CHANGE_RADIUS;
+  EXPECT_TRUE(NaviSystem::ApplyWheel(2, true, false, false));
+  EXPECT_NEAR(GeneralPen::DeepDegree, 0.5f * std::exp(2.0f / 16), 1e-5f);
+  EXPECT_EQ(GeneralPen::PenRadius, 20.0f);
+  EXPECT_TRUE(NaviSystem::ApplyWheel(-0.5f, false, true, false));
+  EXPECT_EQ(GeneralPen::FocalShift, 0.0f) << "a tiny shift becomes none";
+  EXPECT_TRUE(NaviSystem::ApplyWheel(30, false, true, false));
+  EXPECT_EQ(GeneralPen::FocalShift, 1.0f);
+  EXPECT_TRUE(NaviSystem::ApplyWheel(16, true, false, false));
+  EXPECT_EQ(GeneralPen::DeepDegree, 1.0f) << "pressure stops at 1";
+  AppOptions::ALT_WHEEL_ACTION = WHEEL_CHANGE_OPACITY;
+  EXPECT_TRUE(NaviSystem::ApplyWheel(16, false, true, false));
+  EXPECT_NEAR(GeneralPen::ColorOpacity, 0.5f * std::exp(1.0f), 1e-5f);
+  EXPECT_TRUE(NaviSystem::ApplyWheel(16, false, false, false));
+  EXPECT_NEAR(GeneralPen::PenRadius, 20.0f * std::exp(1.0f), 1e-4f);
+  SetDefaultOptions();
+}
+
+TEST_F(NavigationTest, PresetsRoundTrip) {
+  nav.SetDefaultRows();
+  nav.Events[2]->SwapXY = true;
+  nav.Events[3]->XScale = -2.5f;
+  nav.NaviZoneWidth = 40;
+  auto path = std::filesystem::temp_directory_path() / ("nav-" + std::to_string(getpid()) + ".navigation");
+  ASSERT_TRUE(nav.SavePreset(path.string()));
+  NaviSystem other;
+  ASSERT_TRUE(other.LoadPreset(path.string()));
+  ASSERT_EQ(other.Events.GetAmount(), nav.Events.GetAmount());
+  for (int i = 0; i < nav.Events.GetAmount(); ++i) {
+    EXPECT_EQ(other.Events[i]->ActionType, nav.Events[i]->ActionType);
+    EXPECT_STREQ(other.Events[i]->Sequence.cpchar(), nav.Events[i]->Sequence.cpchar());
+    EXPECT_EQ(other.Events[i]->SwapXY, nav.Events[i]->SwapXY);
+    EXPECT_EQ(other.Events[i]->XScale, nav.Events[i]->XScale);
+  }
+  EXPECT_EQ(other.NaviZoneWidth, 40);
+  EXPECT_FALSE(other.LoadPreset("/nonexistent.navigation"));
+  EXPECT_EQ(other.Events.GetAmount(), nav.Events.GetAmount()) << "a failed load keeps the rows";
+  std::filesystem::remove(path);
+}
+
+TEST(NaviSequence, NamesThatDoNotConvertAreDropped) {
+  NaviEvent e;
+  e.Sequence = "ALT + LMB, NOSUCH;;";
+  ASSERT_EQ(e.Keys().size(), 2u);
+  EXPECT_EQ(e.Keys()[0], keys::Alt);
+  EXPECT_EQ(e.Keys()[1], keys::LeftButton);
+  e.Sequence = "nothing";
+  EXPECT_TRUE(e.Keys().empty());
+}
