@@ -89,6 +89,7 @@ struct PixelTile {
   TexelFrame* Frames = nullptr;
   uint16_t* FreezeUndo = nullptr;
   int DirtyState = 1;  // 0 clean, 1 compose and normals, 2 normals only
+  bool DepthChanged = false;  // set by composition for the normals that follow
   int X = 0, Y = 0;    // tile coordinates
 
   PixelTile() = default;

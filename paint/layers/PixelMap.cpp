@@ -239,7 +239,7 @@ void BlendChannelRow(const LayerPixel* px, float ct, bool first, float* A0, floa
 
 }  // namespace
 
-void PixelMap::ComposeTile(PixelTile* tile) {
+bool PixelMap::ComposeTile(PixelTile* tile) {
   const float unitScale = Scene ? Scene->UnitScale : 1.0f;
   const uint32_t seed = PixelMap::TileKey(tile->X, tile->Y) * 2654435761u;
   // Layer by layer over the tile's pixels: each layer's samples are read in
@@ -318,14 +318,17 @@ void PixelMap::ComposeTile(PixelTile* tile) {
     }
     t.First = false;
   }
+  bool depthMoved = false;
   for (int i = 0; i < kTilePixels; i++) {
     TilePixel& p = tile->Pixels[i];
     if (p.Class() == kPixelPadding) continue;  // shows its source, copied by the links
+    depthMoved |= p.Depth != D[i];
     p.Depth = D[i];
     p.Specular = (uint8_t)(std::clamp(t.Specular[i], 0.0f, 255.0f) + 0.5f);
     float out[4] = {t.A[0][i], t.A[1][i], t.A[2][i], std::min(t.Coverage[i], 1.0f) * 255};
     p.Color = PackColor(out);
   }
+  return depthMoved;
 }
 
 void PixelMap::ComputeTileNormals(PixelTile* tile) {

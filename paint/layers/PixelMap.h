@@ -74,8 +74,8 @@ class PixelMap {
   // Re-sorts each tile's LayerTiles by LayerOrder.
   void ResortLayers();
 
-  // Composes one tile from its layers.
-  void ComposeTile(PixelTile* tile);
+  // Composes one tile from its layers; true when a pixel's depth moved.
+  bool ComposeTile(PixelTile* tile);
   // Normals from depth for one tile.
   void ComputeTileNormals(PixelTile* tile);
   // Composes every dirty tile on the pool, derives normals, walks the links
@@ -99,4 +99,6 @@ class PixelMap {
   // Copies pixels along the tile's seam or padding links; layerID -1 copies
   // the composite only. Padding links sit in the tile of their source pixel.
   void WalkLinks(PixelTile* tile, int layerID, bool pad);
+  // Whether the tile's normals may differ from what they were (see Update).
+  bool NeedsNormals(const PixelTile* tile) const;
 };

@@ -23,6 +23,19 @@ void OnWorkers(const std::vector<PixelTile*>& tiles, const std::function<void(Pi
 }
 }  // namespace
 
+bool PixelMap::NeedsNormals(const PixelTile* tile) const {
+  if (tile->DirtyState == 2 || tile->DepthChanged) return true;
+  for (int dy = -1; dy <= 1; dy++)
+    for (int dx = -1; dx <= 1; dx++) {
+      const int tx = (tile->X + dx + TilesX()) % TilesX(), ty = (tile->Y + dy + TilesY()) % TilesY();
+      const PixelTile* n = FindTile(tx, ty);
+      if (n && n->DepthChanged) return true;
+    }
+  for (const LayerTile* l : tile->LayerTiles)
+    if (l->Info && l->Info->ColorOp == ColorOps::LOP_NORMALMAP) return true;
+  return false;
+}
+
 void PixelMap::WalkLinks(PixelTile* tile, int layerID, bool pad) {
   const DynArray<TileLink>& links = pad ? tile->PadLinks : tile->SeamLinks;
   PixelCursor from, to;
@@ -55,11 +68,18 @@ int PixelMap::Update(const TileUploader& upload) {
     if (it->second->DirtyState == 1) compose.push_back(it->second);
   }
   // Phase one: composition.
-  OnWorkers(compose, [&](PixelTile* t) { ComposeTile(t); });
+  OnWorkers(compose, [&](PixelTile* t) { t->DepthChanged = ComposeTile(t); });
   const bool composed = !compose.empty();
+  // Phase two: normals, once every composite is in place; only where they can
+  // have changed: a tile whose depth or a neighbour's depth moved, one asked
+  // for normals alone, one with a normal-map layer.
+  std::vector<PixelTile*> normals;
+  if (composed)
+    for (PixelTile* t : dirty)
+      if (NeedsNormals(t)) normals.push_back(t);
   for (PixelTile* t : dirty) t->DirtyState = 0;
-  // Phase two: normals, once every composite is in place.
-  if (composed) OnWorkers(dirty, [&](PixelTile* t) { ComputeTileNormals(t); });
+  for (PixelTile* t : compose) t->DepthChanged = false;
+  OnWorkers(normals, [&](PixelTile* t) { ComputeTileNormals(t); });
   // Links: padding pixels show their source, seams copy the current layer.
   const int current = Scene ? Scene->CurrentLayer : 0;
   const OneLayerInfo* info = Scene ? Scene->GetLayerByID(current) : nullptr;
