@@ -4,6 +4,7 @@
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
+#include "shell/SceneFileCommands.h"
 
 namespace {
 // Words for a box: a text key's words, or the text as it stands, marked so
@@ -29,6 +30,7 @@ Program::~Program() {
 bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
+  InstallSceneFileCommands(Tools(), view_, shell_.Folders());
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }
