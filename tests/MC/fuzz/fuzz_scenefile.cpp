@@ -25,6 +25,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static VoxelSculptTool tool;
   static std::vector<uint8_t> baseline = [] {
     tool.SceneVolumes = [] { return std::vector<VolumeObject*>(); };
+    // The empty scene as it stands after a load (the loading stages add its
+    // default UV set), the state every failed load must leave.
+    std::vector<uint8_t> empty = Save(open, tool);
+    if (!LoadSceneBytes(open, empty.data(), empty.size(), {&tool}, "empty.mvn").ok) std::abort();
     return Save(open, tool);
   }();
   SceneFileResult r = LoadSceneBytes(open, data, size, {&tool}, "fuzz.mvn");
