@@ -1,10 +1,12 @@
 // What the reader does for files of older versions: without "NSYZ" y and z
 // change places (but not in the shift), without "NBLN" old blend numbers are
 // mapped, without "SSPC" the colour's alpha takes the opacity, without "MSSK"
-// the scale comes from the bounds; unknown blocks are skipped.
+// the scale comes from the bounds; unknown blocks are skipped; the older
+// layouts of the surface block read to the same faces.
 #include <gtest/gtest.h>
 
 #include "SceneFileScenes.h"
+#include "paint/file/BlockCoding.h"
 
 using namespace scenefiles;
 
@@ -92,4 +94,82 @@ TEST(SceneFileOldVariants, UnknownBlockBetweenKnownBlocksIsSkipped) {
   SceneFileResult r = Load(b, Join(blocks));
   ASSERT_TRUE(r.ok) << r.error;
   EXPECT_EQ(Bytes(b), Bytes(a));
+}
+
+namespace {
+// The surface block in the layout of an older tag: 40-byte corners below
+// "SUR4", no target and UV set below "SUR7", the grid side from the head
+// below "SUR6", no object, material and wear below "SUR3", no wear below "SUR5".
+Block OldSurface(const PaintScene& s, uint32_t tag, int grid) {
+  MemoryBinStream m;
+  {
+    BlockWriter w(m);
+    const bool sur3 = tag >= FourCC("SUR3"), sur4 = tag >= FourCC("SUR4"), sur5 = tag >= FourCC("SUR5"),
+               sur6 = tag >= FourCC("SUR6"), sur7 = tag >= FourCC("SUR7");
+    w.U32(sur6 ? 0 : grid), w.U32((uint32_t)s.Faces.size());
+    w.U32((uint32_t)s.Corners.size()), w.U32((uint32_t)s.Vertices.size()), w.U32((uint32_t)s.Normals.size());
+    for (const FaceCorner& c : s.Corners) {
+      w.I32(c.Vertex), w.I32(c.Normal), w.F32(c.UV.x), w.F32(c.UV.y), w.Vec3(c.Tangent), w.Vec3(c.Binormal);
+      if (sur4) w.F32(c.UV2.x), w.F32(c.UV2.y);
+    }
+    for (const comms::cVec3& n : s.Normals) w.Vec3(n);
+    for (const MeshVertex& v : s.Vertices) w.Vec3(v.Position), w.F32(v.Mark), w.U32(0);
+    for (const FaceCornerTable* t : {&s.FaceCornerMap, &s.BasicFaceCornerMap}) {
+      std::vector<uint32_t> pairs;
+      for (int f = 0; f < t->FaceCount(); f++)
+        for (int i = 0; i + 1 < t->Entries(f); i++) pairs.push_back(f), pairs.push_back(t->Of(f)[i]);
+      w.U32(4 + 4 * (uint32_t)pairs.size()), w.U32((uint32_t)pairs.size() / 2);
+      for (uint32_t p : pairs) w.U32(p);
+    }
+    w.U32((uint32_t)s.Faces.size());
+    for (const PaintFace& f : s.Faces) {
+      w.U8(f.Flags);
+      w.I32(f.Neighbour[2]), w.I32(f.Neighbour[3]), w.I32(f.Neighbour[0]), w.I32(f.Neighbour[1]);
+      if (sur7) w.U16(f.RenderTarget), w.U16(f.UVSet);
+      if (sur6) w.U16(f.Nx), w.U16(f.Ny);
+      if (sur3) w.U32(f.Object), w.U32(f.Material);
+      if (sur3 && sur5) w.F32(f.Wear);
+      for (int i = 0; i < f.SampleCount(); i++) w.F32(f.Grid[i].Freeze), w.Vec3(f.Grid[i].BaseNormal);
+      w.U32((uint32_t)f.LayerList.GetAmount());
+      for (const FaceLayer& l : f.LayerList) {
+        w.U32((uint32_t)l.LayerID);
+        for (int i = 0; i < f.SampleCount(); i++)
+          w.U32(l.Data[i].Color), w.Vec3(l.Data[i].Offset), w.F32(l.Data[i].Opacity);
+      }
+    }
+  }
+  return Block{tag, std::vector<uint8_t>(m.GetData(), m.GetData() + m.GetWritePos())};
+}
+}  // namespace
+
+TEST(SceneFileOldVariants, OlderSurfaceLayoutsReadToTheSameFaces) {
+  PaintScene a;
+  MicroVertexScene(a, 3, 2, 1, 3);
+  for (PaintFace& f : a.Faces) f.Object = 0, f.Visible = 1;  // objects are not in the oldest layouts
+  std::vector<Block> blocks = Split(Bytes(a));
+  PaintScene now;
+  ASSERT_TRUE(Load(now, Join(blocks)).ok);
+  for (const char* name : {"SUR3", "SUR4", "SUR5", "SUR6", "SAR6", "SUR7"}) {
+    SCOPED_TRACE(name);
+    const uint32_t tag = FourCC({name[0], name[1], name[2], name[3], 0});
+    const uint32_t layout = tag == FourCC("SAR6") ? FourCC("SUR6") : tag;
+    std::vector<Block> old = blocks;
+    for (Block& k : old)
+      if (k.Tag == FourCC("SAR7")) k = OldSurface(a, layout, a.Faces[0].Nx), k.Tag = tag;
+    PaintScene b;
+    SceneFileResult r = Load(b, Join(old));
+    ASSERT_TRUE(r.ok) << r.error;
+    ASSERT_EQ(b.Faces.size(), now.Faces.size());
+    for (size_t f = 0; f < b.Faces.size(); f++) {
+      ASSERT_EQ(b.Faces[f].SampleCount(), now.Faces[f].SampleCount());
+      for (int i = 0; i < b.Faces[f].SampleCount(); i++) {
+        ASSERT_EQ(b.Faces[f].Grid[i].Color, now.Faces[f].Grid[i].Color) << f;
+        ASSERT_EQ(b.Faces[f].Grid[i].Position.z, now.Faces[f].Grid[i].Position.z) << f;
+      }
+    }
+    // Without UV2 in the corners (below "SUR4") it reads as zero.
+    if (layout < FourCC("SUR4")) {
+      EXPECT_EQ(b.Corners[0].UV2.x, 0.0f);
+    }
+  }
 }
