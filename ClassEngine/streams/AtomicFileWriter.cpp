@@ -51,7 +51,8 @@ void AtomicFileWriter::FailAfter(int64_t bytes, int err) {
   gFailAfter = bytes;
 }
 
-AtomicFileWriter::AtomicFileWriter(const std::string& target) : target_(target) {
+AtomicFileWriter::AtomicFileWriter(const std::string& target) {
+  path_ = target;
   // The temporary file lives in the target's folder, so the final rename
   // never crosses file systems.
   std::string pattern = target + ".saving-XXXXXX";
@@ -79,7 +80,7 @@ AtomicFileWriter::~AtomicFileWriter() {
 
 void AtomicFileWriter::Fail(const char* what, int err) {
   if (!error_.empty()) return;
-  error_ = std::string(what) + " " + target_ + ": " + std::strerror(err);
+  error_ = std::string(what) + " " + path_ + ": " + std::strerror(err);
 }
 
 bool AtomicFileWriter::Flush() {
@@ -113,14 +114,14 @@ bool AtomicFileWriter::Commit() {
   if (ok && ::fsync(fd_) != 0) Fail("cannot write", errno), ok = false;
   if (fd_ >= 0 && ::close(fd_) != 0 && ok) Fail("cannot write", errno), ok = false;
   fd_ = -1;
-  if (ok && std::rename(temp_.c_str(), target_.c_str()) != 0) Fail("cannot replace", errno), ok = false;
+  if (ok && std::rename(temp_.c_str(), path_.c_str()) != 0) Fail("cannot replace", errno), ok = false;
   if (!ok) {
     Clear();
     return false;
   }
   committed_ = true;
   // The rename itself must reach the disk before we call the save done.
-  int dir = ::open(FolderOf(target_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  int dir = ::open(FolderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (dir >= 0) {
     ::fsync(dir);
     ::close(dir);
@@ -129,7 +130,7 @@ bool AtomicFileWriter::Commit() {
 }
 
 bool AtomicFileWriter::WriteToFile(const char* name) {
-  if (!name || target_ != name) return false;
+  if (!name || path_ != name) return false;
   return Commit();
 }
 

@@ -7,9 +7,9 @@
 #pragma once
 #include <string>
 
-#include "ClassEngine/streams/BinStream.h"
+#include "ClassEngine/streams/FileBinStreams.h"
 
-class AtomicFileWriter : public BinStream {
+class AtomicFileWriter : public FileWriteSide {
  public:
   // Opens the temporary file beside `target`; Failed() tells whether that worked.
   explicit AtomicFileWriter(const std::string& target);
@@ -18,15 +18,8 @@ class AtomicFileWriter : public BinStream {
   AtomicFileWriter& operator=(const AtomicFileWriter&) = delete;
 
   void Write(const void* data, int64_t size) override;
-  int64_t Read(void*, int64_t) override { return 0; }
   // Commits to `name` (which must be the target given at construction).
   bool WriteToFile(const char* name) override;
-  bool ReadFromFile(const char*) override { return false; }
-  int64_t Size() override { return position_; }
-  void SetReadPos(int64_t) override {}
-  void SetWritePos(int64_t) override {}
-  int64_t GetReadPos() override { return 0; }
-  int64_t GetWritePos() override { return position_; }
   // Drops the temporary file; the target is untouched.
   void Clear() override;
 
@@ -36,6 +29,7 @@ class AtomicFileWriter : public BinStream {
   bool Failed() const { return !error_.empty(); }
   // Why the save failed, in words ("No space left on device"), empty if not.
   const std::string& Error() const { return error_; }
+  // The temporary file being written (path_ is the target).
   const std::string& TempPath() const { return temp_; }
 
   // Test hook: after `bytes` more bytes reach the disk, writes fail with
@@ -46,10 +40,8 @@ class AtomicFileWriter : public BinStream {
   bool Flush();
   void Fail(const char* what, int err);
 
-  std::string target_, temp_, error_;
-  int fd_ = -1;
+  std::string temp_, error_;
   unsigned char* buffer_ = nullptr;
   int64_t fill_ = 0;
-  int64_t position_ = 0;
   bool committed_ = false;
 };

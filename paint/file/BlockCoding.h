@@ -15,17 +15,23 @@
 
 class BlockWriter {
  public:
-  explicit BlockWriter(BinStream& out) : out_(out) { buf_.reserve(kStage); }
+  explicit BlockWriter(BinStream& out) : out_(out), buf_(kStage) {}
   ~BlockWriter() { Flush(); }
 
-  void U8(uint8_t v) { buf_.push_back(v); }
+  void U8(uint8_t v) {
+    Room(1);
+    buf_[fill_++] = v;
+  }
   void U16(uint16_t v) {
-    uint8_t b[2] = {(uint8_t)v, (uint8_t)(v >> 8)};
-    Put(b, 2);
+    Room(2);
+    buf_[fill_] = (uint8_t)v, buf_[fill_ + 1] = (uint8_t)(v >> 8);
+    fill_ += 2;
   }
   void U32(uint32_t v) {
-    uint8_t b[4] = {(uint8_t)v, (uint8_t)(v >> 8), (uint8_t)(v >> 16), (uint8_t)(v >> 24)};
-    Put(b, 4);
+    Room(4);
+    uint8_t* p = buf_.data() + fill_;
+    p[0] = (uint8_t)v, p[1] = (uint8_t)(v >> 8), p[2] = (uint8_t)(v >> 16), p[3] = (uint8_t)(v >> 24);
+    fill_ += 4;
   }
   void I32(int32_t v) { U32((uint32_t)v); }
   void F32(float v) {
@@ -34,25 +40,46 @@ class BlockWriter {
     U32(u);
   }
   void Vec3(const comms::cVec3& v) { F32(v.x), F32(v.y), F32(v.z); }
-  void Bytes(const void* p, size_t n) { Put(static_cast<const uint8_t*>(p), n); }
+  void Bytes(const void* p, size_t n) {
+    if (n >= kStage) {
+      Flush();
+      out_.Write(p, (int64_t)n);
+      return;
+    }
+    Room(n);
+    std::memcpy(buf_.data() + fill_, p, n);
+    fill_ += n;
+  }
   // Tag and size of a block whose body follows.
   void BlockHead(uint32_t tag, uint32_t size) { U32(tag), U32(size); }
   // Hands the staged bytes to the stream (before another writer uses it).
   void Flush() {
-    if (!buf_.empty()) out_.Write(buf_.data(), (int64_t)buf_.size());
-    buf_.clear();
+    if (fill_) out_.Write(buf_.data(), (int64_t)fill_);
+    fill_ = 0;
   }
   BinStream& Stream() { return out_; }
 
  private:
-  static constexpr size_t kStage = 1 << 20;
-  void Put(const uint8_t* p, size_t n) {
-    buf_.insert(buf_.end(), p, p + n);
-    if (buf_.size() >= kStage) Flush();
+  static constexpr size_t kStage = 4 << 20;
+  void Room(size_t n) {
+    if (fill_ + n > kStage) Flush();
   }
   BinStream& out_;
   std::vector<uint8_t> buf_;
+  size_t fill_ = 0;
 };
+
+// Little-endian fields out of a span.
+inline uint32_t GetU32(const uint8_t* p) {
+  return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16 | (uint32_t)p[3] << 24;
+}
+inline float GetF32(const uint8_t* p) {
+  uint32_t u = GetU32(p);
+  float f;
+  std::memcpy(&f, &u, 4);
+  return f;
+}
+inline comms::cVec3 GetVec3(const uint8_t* p) { return comms::cVec3(GetF32(p), GetF32(p + 4), GetF32(p + 8)); }
 
 class BlockReader {
  public:
@@ -100,6 +127,16 @@ class BlockReader {
     v.x = F32(), v.y = F32(), v.z = F32();
     return v;
   }
+  // `n` bytes (at most a window's worth) in place, the position moved past
+  // them; null (and failed) when they are not there. Decode with the Get
+  // helpers below.
+  const uint8_t* Span(int64_t n) {
+    if (!Has(n)) return nullptr;
+    const uint8_t* p = cur_;
+    cur_ += n;
+    return p;
+  }
+  static constexpr int64_t kMaxSpan = 1 << 20;
   bool Bytes(void* dst, int64_t n);
   bool Skip(int64_t n);
   // Moves the read position to `pos` (inside the limit), dropping the window.

@@ -292,10 +292,16 @@ bool SceneReader::Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f) {
     r_.Fail("no memory for a face grid");
     return false;
   }
+  // Grids and layer runs are decoded from spans: one bounds check a run.
+  const bool spans = n * 20 <= (uint64_t)BlockReader::kMaxSpan;
+  const uint8_t* grid = spans ? r_.Span((int64_t)n * 16) : nullptr;
   for (uint64_t i = 0; i < n; i++) {
     MicroVertex& v = f.Grid[i];
-    v.Freeze = r_.F32();
-    v.BaseNormal = r_.Vec3();
+    if (grid) {
+      v.Freeze = GetF32(grid + i * 16), v.BaseNormal = GetVec3(grid + i * 16 + 4);
+    } else {
+      v.Freeze = r_.F32(), v.BaseNormal = r_.Vec3();
+    }
     Swap(v.BaseNormal);
     v.Color = 0, v.Opacity = 0;
   }
@@ -311,12 +317,16 @@ bool SceneReader::Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f) {
       r_.Fail("no memory for a face layer");
       return false;
     }
+    const uint8_t* run = spans ? r_.Span((int64_t)n * 20) : nullptr;
     for (uint64_t i = 0; i < n; i++) {
       LayerMicroVertex& lv = *new (&data[i]) LayerMicroVertex;
-      lv.Color = r_.U32();
-      lv.Offset = r_.Vec3();
+      if (run) {
+        const uint8_t* p = run + i * 20;
+        lv.Color = GetU32(p), lv.Offset = GetVec3(p + 4), lv.Opacity = GetF32(p + 16);
+      } else {
+        lv.Color = r_.U32(), lv.Offset = r_.Vec3(), lv.Opacity = r_.F32();
+      }
       Swap(lv.Offset);
-      lv.Opacity = r_.F32();
       if (oldSpecular_) {
         uint32_t a = (uint32_t)std::lround((lv.Color >> 24) * (double)lv.Opacity);
         lv.Color = (lv.Color & 0x00ffffffu) | std::min<uint32_t>(a, 255) << 24;
@@ -447,11 +457,14 @@ bool SceneReader::Pixels() {
         return false;
       }
       if (flags & 1)
-        for (LayerPixel& p : l->Pixels) p.Depth = r_.F32();
+        if (const uint8_t* d = r_.Span(kTilePixels * 4))
+          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Depth = GetF32(d + 4 * i);
       if (flags & 2)
-        for (LayerPixel& p : l->Pixels) p.Specular = r_.U8();
+        if (const uint8_t* sp = r_.Span(kTilePixels))
+          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Specular = sp[i];
       if (flags & 4)
-        for (LayerPixel& p : l->Pixels) p.Color = r_.U32();
+        if (const uint8_t* c = r_.Span(kTilePixels * 4))
+          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Color = GetU32(c + 4 * i);
     }
     map.MarkDirty(tile);
   }

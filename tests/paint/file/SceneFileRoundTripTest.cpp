@@ -45,16 +45,20 @@ void ExpectSameTiles(PaintScene& a, PaintScene& b) {
   EXPECT_GT(painted, 500);
 }
 
-}  // namespace
-
-TEST(SceneFileRoundTrip, MicroVertexSceneWithEveryBlendModeSavesLoadsAndSavesToTheSameBytes) {
-  PaintScene a;
-  MicroVertexScene(a);
+// Saves a, loads the file into b, which must save to the same bytes.
+void ExpectLoadsToTheSameBytes(PaintScene& a, PaintScene& b) {
   std::vector<uint8_t> first = Bytes(a);
-  PaintScene b;
   SceneFileResult r = Load(b, first);
   ASSERT_TRUE(r.ok) << r.error;
   EXPECT_EQ(Bytes(b), first);
+}
+
+}  // namespace
+
+TEST(SceneFileRoundTrip, MicroVertexSceneWithEveryBlendModeSavesLoadsAndSavesToTheSameBytes) {
+  PaintScene a, b;
+  MicroVertexScene(a);
+  ExpectLoadsToTheSameBytes(a, b);
   ExpectSameComposite(a, b);
   ASSERT_EQ(b.Layers.GetAmount(), a.Layers.GetAmount());
   for (int i = 0; i < a.Layers.GetAmount(); i++) EXPECT_EQ(b.Layers[i]->ColorOp, a.Layers[i]->ColorOp);
@@ -97,13 +101,9 @@ TEST(SceneFileRoundTrip, HiddenFaceSetsTheTopBitOfTheObjectWord) {
 }
 
 TEST(SceneFileRoundTrip, PerPixelSceneKeepsItsTilesAndComposesTheSamePicture) {
-  PaintScene a;
+  PaintScene a, b;
   PerPixelScene(a);
-  std::vector<uint8_t> first = Bytes(a);
-  PaintScene b;
-  SceneFileResult r = Load(b, first);
-  ASSERT_TRUE(r.ok) << r.error;
-  EXPECT_EQ(Bytes(b), first);
+  ExpectLoadsToTheSameBytes(a, b);
   ExpectSameTiles(a, b);
 }
 
