@@ -39,15 +39,25 @@ int FilesIn(const std::string& dir) {
   }
   return n;
 }
+// A folder with a small scene saved in it: the file every failed save must leave.
+struct OldFile {
+  std::string dir, path;
+  std::vector<uint8_t> bytes;
+  explicit OldFile(const char* name) : dir(TestFolder(name)), path(dir + "/scene.mvn") {
+    PaintScene small;
+    MicroVertexScene(small, 2, 1, 1, 1);
+    EXPECT_TRUE(SaveSceneFile(small, path, {}).ok);
+    bytes = ReadAll(path);
+  }
+};
 }  // namespace
 
 TEST(SceneFileCrashSafety, SaveKilledAtRandomMomentsLeavesTheOldFileWhole) {
-  std::string dir = TestFolder("kill");
-  std::string path = dir + "/scene.mvn";
+  OldFile old("kill");
+  const std::string& path = old.path;
+  const std::vector<uint8_t>& before = old.bytes;
   PaintScene small;
   MicroVertexScene(small, 2, 1, 1, 1);
-  ASSERT_TRUE(SaveSceneFile(small, path, {}).ok);
-  const std::vector<uint8_t> before = ReadAll(path);
   PaintScene big;
   MicroVertexScene(big, 40, 30, 4, 3);  // some tens of megabytes
   const std::vector<uint8_t> after = Bytes(big);
@@ -77,16 +87,13 @@ TEST(SceneFileCrashSafety, SaveKilledAtRandomMomentsLeavesTheOldFileWhole) {
 }
 
 TEST(SceneFileCrashSafety, SaveOntoAFullDiskFailsAndKeepsTheOldFile) {
-  std::string dir = TestFolder("full");
-  std::string path = dir + "/scene.mvn";
-  PaintScene a;
-  MicroVertexScene(a, 3, 2, 2, 2);
-  ASSERT_TRUE(SaveSceneFile(a, path, {}).ok);
-  const std::vector<uint8_t> before = ReadAll(path);
-  const std::vector<uint8_t> scene = Bytes(a);
+  OldFile old("full");
+  const std::string &dir = old.dir, &path = old.path;
+  const std::vector<uint8_t>& before = old.bytes;
   PaintScene b;
   MicroVertexScene(b, 6, 4, 2, 4);
-  const int64_t size = (int64_t)Bytes(b).size();
+  const std::vector<uint8_t> scene = Bytes(b);
+  const int64_t size = (int64_t)scene.size();
   for (int64_t room : {(int64_t)0, (int64_t)1000, size / 2, size - 1}) {
     AtomicFileWriter::FailAfter(room, ENOSPC);
     SceneFileResult r = SaveSceneFile(b, path, {});
@@ -97,18 +104,15 @@ TEST(SceneFileCrashSafety, SaveOntoAFullDiskFailsAndKeepsTheOldFile) {
     EXPECT_EQ(ReadAll(path), before);
     EXPECT_EQ(FilesIn(dir), 1);  // no temporary file left behind
   }
-  EXPECT_EQ(Bytes(a), scene);
+  EXPECT_EQ(Bytes(b), scene);  // and the scene is as it was
 }
 
 TEST(SceneFileCrashSafety, SaveBeyondTheFileSizeLimitOfTheSystemFails) {
   // A real limit of the system rather than an injected one: the child may
   // write no file over 64 KB, as on a nearly full disk.
-  std::string dir = TestFolder("limit");
-  std::string path = dir + "/scene.mvn";
-  PaintScene a;
-  MicroVertexScene(a, 2, 1, 1, 1);
-  ASSERT_TRUE(SaveSceneFile(a, path, {}).ok);
-  const std::vector<uint8_t> before = ReadAll(path);
+  OldFile old("limit");
+  const std::string &dir = old.dir, &path = old.path;
+  const std::vector<uint8_t>& before = old.bytes;
   PaintScene big;
   MicroVertexScene(big, 8, 6, 3, 2);
   pid_t child = fork();
