@@ -64,7 +64,7 @@ inline void PerPixelScene(PaintScene& s, int w = 67, int h = 45) {
   s.RtSizeX = w, s.RtSizeY = h;
   ImportMeshIntoScene(s, paintmeshes::Sheet(3, 2), PaintImportMode::PerPixel, DPSettings());
   PixelMap* map = s.GetPixelMap(0);
-  int colour = s.NewLayer(true), depth = s.NewLayer(true), spec = s.NewLayer(true);
+  int colour = s.NewLayer(true), depth = s.NewLayer(true), shine = s.NewLayer(true);
   s.GetLayerByID(depth)->ColorOp = ColorOps::Multiply;
   PixelCursor c;
   for (int y = 3; y < h - 5; y++)
@@ -73,7 +73,7 @@ inline void PerPixelScene(PaintScene& s, int w = 67, int h = 45) {
       c.Layer->Pixels[c.Index].Color = 0xff000000u | (uint32_t)(x * 3) << 16 | (uint32_t)(y * 5) << 8 | 0x40;
       if (x > w / 2 && map->FetchPixel(c, x, y, true, true, false, depth))
         c.Layer->Pixels[c.Index].Depth = (x - y) / 64.0f;
-      if (y < h / 3 && map->FetchPixel(c, x, y, true, true, false, spec))
+      if (y < h / 3 && map->FetchPixel(c, x, y, true, true, false, shine))
         c.Layer->Pixels[c.Index].Specular = (uint8_t)(x + y);
       if ((x + 2 * y) % 7 == 0) c.Pixel().Freeze = (uint16_t)(x * 100 + y);
     }
