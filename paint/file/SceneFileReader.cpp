@@ -3,7 +3,9 @@
 // it, and only then does it replace the open scene and do the tools take
 // their blocks.
 #include <algorithm>
+#include <climits>
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <new>
 
@@ -287,6 +289,10 @@ bool SceneReader::Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f) {
   const uint64_t n = (uint64_t)nx * (uint64_t)ny;
   if (n == 0 || !r_.Ok()) return r_.Ok();
   if (!r_.Fits(n, 16, "micro-vertex")) return false;
+  if (n * sizeof(MicroVertex) > (uint64_t)INT32_MAX) {  // the allocator takes an int
+    r_.Fail("a face grid of " + std::to_string(nx) + " x " + std::to_string(ny) + " is too large");
+    return false;
+  }
   f.AllocateGrid(nx, ny);
   if (!f.Grid) {
     r_.Fail("no memory for a face grid");
