@@ -137,7 +137,11 @@ bool SceneReader::Block(uint32_t tag, int64_t start, uint32_t size) {
   } else if (tag == kRender) {
     s_.RtSizeX = (int)std::min<uint32_t>(r_.U32(), 65536);
     s_.RtSizeY = (int)std::min<uint32_t>(r_.U32(), 65536);
-  } else if (tag == kSymmetry) {
+  } else if (tag == kSymmetry || tag == FourCC("PBF1")) {
+    // Symmetry is the tools' own; the old texel lists are rebuilt from the faces.
+  } else if (tag == FourCC("SURF") || tag == FourCC("SUR1") || tag == FourCC("MAQ1")) {
+    r_.Fail("files of this early version are not read");
+    return false;
   } else if (tag == kLayers) ok = Layers();
   else if (tag == kMaterials) {
     ok = Xml(s_.Materials, "materials");
