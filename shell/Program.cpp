@@ -5,6 +5,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
+#include "shell/SceneFileCommands.h"
 
 namespace {
 // Words for a box: a text key's words, or the text as it stands, marked so
@@ -38,6 +39,7 @@ bool Program::Start(const StartOptions& options) {
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
   StartPaintRoom(paintRoom_, view_);
   workspace_->Start();
+  InstallSceneFileCommands(Tools(), view_, shell_.Folders());
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }

@@ -20,6 +20,10 @@ struct SceneCommands {
   std::function<bool(const std::string& path)> SaveScene;
   // Asks for a file name and saves there; false when cancelled or failed.
   std::function<bool()> SaveAs;
+  // Saves under the next numbered name (a_007.mvn -> a_008.mvn).
+  std::function<bool()> SaveIncremental;
+  // The newest entry of the recent-files list ("-recent").
+  std::function<std::string()> LastRecentFile;
 };
 
 // The program's commands; tests replace members and restore them.

@@ -269,6 +269,19 @@ bool ViewportSeams::SceneModified() { return ChangedSinceSave != 0; }
 bool ViewportSeams::WriteScene(const std::string& path) { return SaveSceneFile(path); }
 bool ViewportSeams::LoadScene(const std::string& path, bool restoring) { return LoadSceneFile(path, restoring); }
 bool ViewportSeams::SaveAs() { return SaveSceneAs(); }
+std::string ViewportSeams::LastRecentFile() {
+  return TheSceneCommands().LastRecentFile ? TheSceneCommands().LastRecentFile() : std::string();
+}
+
+void ViewportSeams::TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes) {
+  if (volumes.empty() || !volumes.front()) return;
+  if (volumes.size() > 1) Log("Scene file: %d volumes, the view shows the first", (int)volumes.size());
+  volume_ = std::move(volumes.front());
+  volumes.clear();
+  volume_->UpdateSurface();
+  if (render_) drawer_ = std::make_unique<VolumeDrawer>(*render_);
+  FrameVolume(*volume_, camera_);
+}
 void ViewportSeams::ImportMesh(const std::string& path) { ImportMeshFile(path); }
 void ViewportSeams::RunCommandLine(const CommandLineDecision& decision) { RunFileCommand(decision); }
 

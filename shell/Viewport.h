@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/Platform.h"
 #include "render/Background.h"
@@ -64,6 +65,9 @@ class ViewportSeams : public ShellSeams {
   comms::cFreeViewer& Camera() { return camera_; }
   // The start-up scene's volume, null until RendererReady has made it.
   VolumeObject* Volume() const { return volume_.get(); }
+  // Shows the first of `volumes` in place of the present volume (a scene
+  // file brought them); an empty list changes nothing.
+  void TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes);
   // The renderer, null until RendererReady has made it.
   comms::cRender* Renderer() const { return render_.get(); }
   // The path of the last picture that F12 wrote, empty if it failed.
@@ -96,6 +100,7 @@ class ViewportSeams : public ShellSeams {
   bool SaveAs() override;
   void ImportMesh(const std::string& path) override;
   void RunCommandLine(const CommandLineDecision& decision) override;
+  std::string LastRecentFile() override;
 
  private:
   bool InitRenderer();

@@ -4,21 +4,23 @@
 // by data/Replays/sphere.txt, writes screenshot.png of
 // the last frame and says where its files went. Four commands run
 // without the shell and exit:
-//   morvane --convert IN OUT              a mesh or image, by extensions
+//   morvane --convert IN OUT              a mesh or image, by extensions; IN.mvn: its volumes' surface
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
-//   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
-//   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
+//   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY, or a scene (.mvn)
+//   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png
 //   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
 #include <unistd.h>
 
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <strings.h>
 #include <string>
 #include <vector>
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ReplayCommand.h"
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "paint/scene/PaintImportCommand.h"
@@ -39,6 +41,8 @@ int main(int argc, char** argv) {
       fprintf(stderr, "usage: morvane --convert IN OUT\n");
       return 2;
     }
+    const size_t n = strlen(argv[2]);
+    if (n > 4 && strcasecmp(argv[2] + n - 4, ".mvn") == 0) return RunConvertSceneCommand(argv[2], argv[3]);
     return comms::RunConvertCommand(argv[2], argv[3]);
   }
   if (argc >= 2 && strcmp(argv[1], "--unpack") == 0) {

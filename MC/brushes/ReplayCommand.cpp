@@ -14,6 +14,7 @@
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelStroke.h"
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -189,6 +190,13 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   printf("replay: %d strokes, %d frames, %d triangles written to %s\n", r.Strokes, r.Frames, mesh.TriangleCount(),
          ply.c_str());
+  const std::string scene = folder + "/replay.mvn";
+  std::string error;
+  if (!SaveVolumesAsScene(scene, {&volume}, &error)) {
+    fprintf(stderr, "replay: %s\n", error.c_str());
+    return 1;
+  }
+  printf("replay: scene written to %s\n", scene.c_str());
   // The picture is a bonus: without an offscreen context the mesh still stands.
   const std::string png = folder + "/replay.png";
   std::string why;

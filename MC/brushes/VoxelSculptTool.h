@@ -10,6 +10,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ClassEngine/Enumerator.h"
 #include "MC/brushes/VoxelBrushSettings.h"
@@ -87,6 +88,19 @@ class VoxelSculptTool : public BasicTool {
   void Activate() override;
   void BuildPanel(PanelHost* host) override;
 
+  // The scene file's voxel blocks (MC/file/VoxelSceneBlocks.cpp): block 0 is
+  // "VOL3", the volume stream of SceneVolumes(); block 1 is "VCSH", the cache
+  // files of the scene. Loaded volumes wait until the whole file read
+  // cleanly and then go to TakeVolumes.
+  std::function<std::vector<VolumeObject*>()> SceneVolumes;
+  std::function<void(std::vector<std::unique_ptr<VolumeObject>>&&)> TakeVolumes;
+  int GetBlockCount() override { return 2; }
+  uint32_t GetBlockTag() override;
+  bool WritesDirect() override { return true; }
+  bool SaveBlock(BinStream* stream) override;
+  bool LoadBlock(BinStream* stream) override;
+  void OnSceneLoaded(bool complete) override;
+
  private:
   // Runs command 50..52 on the volume.
   bool RunCommand(int mode);
@@ -105,6 +119,9 @@ class VoxelSculptTool : public BasicTool {
   float pendingX_ = 0, pendingY_ = 0;
   bool moved_ = false;
   uint32_t strokes_ = 0;
+  std::vector<std::unique_ptr<VolumeObject>> loaded_;
+  std::vector<std::pair<std::string, std::vector<uint8_t>>> cacheFiles_;
+  bool volumesRead_ = false;
 };
 
 // Adds the voxel room's tool to the providers of the start-up registration

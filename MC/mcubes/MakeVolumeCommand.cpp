@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "ClassEngine/Log.h"
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
@@ -42,7 +43,7 @@ bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh) {
 
 int RunMakeVolumeCommand(const std::vector<std::string>& args) {
   if (args.size() != 3) {
-    fprintf(stderr, "usage: --make-volume sphere|box|torus|noise SIZE OUTPUT.ply\n");
+    fprintf(stderr, "usage: --make-volume sphere|box|torus|noise SIZE OUTPUT.ply|OUTPUT.mvn\n");
     return 2;
   }
   const std::string& shapeName = args[0];
@@ -67,8 +68,19 @@ int RunMakeVolumeCommand(const std::vector<std::string>& args) {
     return 2;
   }
   VolumeObject volume;
+  volume.Name = shapeName;
   FillVolume(volume, *shape);
   volume.UpdateSurface();
+  const std::string& out = args[2];
+  if (out.size() > 4 && out.compare(out.size() - 4, 4, ".mvn") == 0) {
+    std::string error;
+    if (!SaveVolumesAsScene(out, {&volume}, &error)) {
+      fprintf(stderr, "make-volume: %s\n", error.c_str());
+      return 1;
+    }
+    printf("%d cells written to %s\n", volume.CellCount(), out.c_str());
+    return 0;
+  }
   WeldedMeshBuilder mesh;
   volume.ExtractWeldedAll(mesh);
   // Relative to the working folder (the file layer would read a relative

@@ -62,7 +62,8 @@ void PaintScene::RebuildLayerOrder() {
     if (Layers[i]->LayerID >= 0) LayerOrder[Layers[i]->LayerID] = i + 1;
   Enumerator* e = GetEnumerator("$LRLINKAGELIST");
   e->Clear();
-  e->Add("NO_LINK", -1);
+  // Add() reads the value -1 as "the next index": "NO_LINK" gets -1 itself.
+  e->Values[e->Add("NO_LINK")] = -1;
   for (OneLayerInfo* l : Layers) e->Add(l->Name.cpchar(), l->LayerID);
 }
 

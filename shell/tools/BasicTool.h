@@ -130,6 +130,9 @@ class BasicTool : public BaseClass {
   virtual bool AllowsBackup() { return true; }
   virtual bool MovesVertices() { return false; }
   virtual void OnSceneSaved() {}
+  // After the LoadBlock calls of a scene file: `complete` takes what they
+  // read, false (the file failed) drops it and keeps the tool as it was.
+  virtual void OnSceneLoaded(bool /*complete*/) {}
   // Entries of the left panel: "*" opens a group, under two characters a gap.
   virtual Enumerator* GetToolList() { return nullptr; }
   virtual Enumerator* GetCommandList() { return nullptr; }

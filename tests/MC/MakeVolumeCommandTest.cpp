@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
@@ -69,4 +70,27 @@ TEST(MakeVolumeCommand, RefusesBadArgumentsWithoutWriting) {
   EXPECT_EQ(RunMakeVolumeCommand({"sphere", "1e9", path}), 2);
   EXPECT_FALSE(std::filesystem::exists(path));
   EXPECT_EQ(RunMakeVolumeCommand({"sphere", "5", "/nonexistent-dir/x.ply"}), 1);
+}
+
+TEST(MakeVolumeCommand, SceneFileConvertsToTheSameSurface) {
+  // A torus into a scene file, the scene file into a mesh: the same closed
+  // surface as the torus written directly.
+  const std::string scene = TempPath("mv_torus.mvn"), viaScene = TempPath("mv_torus_scene.ply"),
+                    direct = TempPath("mv_torus_direct.ply");
+  ASSERT_EQ(RunMakeVolumeCommand({"torus", "11.5", scene}), 0);
+  ASSERT_EQ(RunConvertSceneCommand(scene, viaScene), 0);
+  ASSERT_EQ(RunMakeVolumeCommand({"torus", "11.5", direct}), 0);
+  WeldedMeshBuilder a, b;
+  ASSERT_TRUE(ReadBack(viaScene, a));
+  ASSERT_TRUE(ReadBack(direct, b));
+  EXPECT_EQ(a.Positions, b.Positions);
+  EXPECT_EQ(a.Indices, b.Indices);
+  MeshTopology t = Analyse(a);
+  EXPECT_EQ(t.badEdges, 0);
+  EXPECT_EQ(t.Euler(), 0);
+  // A damaged scene file converts to nothing and says so.
+  std::filesystem::resize_file(scene, std::filesystem::file_size(scene) - 100);
+  EXPECT_EQ(RunConvertSceneCommand(scene, TempPath("mv_never.ply")), 1);
+  EXPECT_FALSE(std::filesystem::exists(TempPath("mv_never.ply")));
+  for (const std::string& p : {scene, viaScene, direct}) std::filesystem::remove(p);
 }

@@ -2,22 +2,26 @@
 // operation's box and the autosave countdown show in the view, a changed
 // scene makes closing ask first, and files handed over on the command line
 // or through Exchange/import.txt reach the scene commands, which say plainly
-// what cannot be done yet and name the file.
+// what cannot be done yet and name the file; scene files save and open with
+// their volume, by the recent list, a drop and the open command.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "MC/mcubes/VolumeObject.h"
 #include "ShellFixture.h"
 #include "interchange/IO.h"
 #include "interface/AppOptions.h"
 #include "interface/OptionsFile.h"
 #include "paint/SceneChanges.h"
+#include "paint/file/SceneFile.h"
 #include "render/EglContext.h"
 #include "paint/scene/PaintScene.h"
 #include "shell/PaintRoom.h"
 #include "shell/Program.h"
 #include "shell/SceneCommands.h"
+#include "shell/Viewport.h"
 
 namespace {
 constexpr int kW = 640, kH = 400;
@@ -177,10 +181,68 @@ TEST_F(ProgramSeams, AnImportedMeshOpensThePaintRoomAndAFailedOneKeepsIt) {
   ThePaintScene().ResetScene(true);
 }
 
-TEST_F(ProgramSeams, SceneFilesCannotBeOpenedYetAndSaySo) {
+TEST_F(ProgramSeams, SceneFileThatCannotBeReadSaysWhyAndKeepsTheScene) {
   Program& p = Run("/scenes/head.mvn");
+  VolumeObject* before = p.View().Volume();
   p.TheShell().RunFrames(5);
-  const SystemDialog* d = DialogSaying("cannot be opened yet");
+  const SystemDialog* d = DialogSaying("could not be opened");
   ASSERT_NE(d, nullptr);
   EXPECT_NE(d->text.find("/scenes/head.mvn"), std::string::npos);
+  EXPECT_EQ(p.View().Volume(), before);
+}
+
+TEST_F(ProgramSeams, SavedSceneComesBackWithItsVolumeByRecentDropAndOpen) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  // Cells with something in them: empty ones are not written.
+  auto filled = [](VolumeObject* v) {
+    int n = 0;
+    v->Cells.ForEach([&](const CellKey&, VoxelCell*& c) { n += c->Fill != 0 || c->Voxels; });
+    return n;
+  };
+  const int cells = filled(p.View().Volume());
+  ASSERT_GT(cells, 100);
+  ChangedSinceSave = 1;
+  ASSERT_TRUE(TheSceneCommands().SaveAs());
+  EXPECT_EQ(ChangedSinceSave, 0);
+  const std::string saved = TheSceneCommands().LastRecentFile();
+  ASSERT_TRUE(std::filesystem::exists(saved)) << saved;
+  EXPECT_NE(saved.find("untitled.mvn"), std::string::npos) << saved;
+  // Save incremental: the next number beside it.
+  ASSERT_TRUE(TheSceneCommands().SaveIncremental());
+  const std::string next = TheSceneCommands().LastRecentFile();
+  EXPECT_EQ(next, IncrementalName(saved));
+  EXPECT_TRUE(std::filesystem::exists(next));
+  program_.reset();
+
+  // -recent opens the newest entry, and its volume replaces the start scene's.
+  Program& q = Run("-recent");
+  VolumeObject* start = q.View().Volume();
+  q.TheShell().RunFrames(5);
+  EXPECT_NE(q.View().Volume(), start);
+  EXPECT_EQ(q.View().Volume()->CellCount(), cells);
+  EXPECT_EQ(filled(q.View().Volume()), cells);
+
+  // Opening over work that no file has asks first; Cancel keeps everything.
+  ChangedSinceSave = 1;
+  fake.AnswerDialogs({2});
+  VolumeObject* kept = q.View().Volume();
+  EXPECT_FALSE(LoadSceneFile(saved, false));
+  EXPECT_NE(DialogSaying("before opening another"), nullptr);
+  EXPECT_EQ(q.View().Volume(), kept);
+  EXPECT_EQ(ChangedSinceSave, 1);
+  // No: the file opens and the scene is as saved.
+  fake.AnswerDialogs({1});
+  EXPECT_TRUE(LoadSceneFile(saved, false));
+  EXPECT_EQ(ChangedSinceSave, 0);
+  EXPECT_NE(q.View().Volume(), kept);
+  // A dropped scene file takes the same road.
+  PlatformEvent drop;
+  drop.type = PlatformEvent::Type::FileDropped;
+  drop.text = next;
+  kept = q.View().Volume();
+  fake.Push(drop);
+  q.TheShell().RunFrames(2);
+  EXPECT_NE(q.View().Volume(), kept);
+  EXPECT_EQ(TheSceneCommands().LastRecentFile(), next);
 }

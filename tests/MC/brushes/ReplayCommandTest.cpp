@@ -12,6 +12,7 @@
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
+#include "MC/file/VolumeSceneFiles.h"
 #include "interchange/IO.h"
 #include "render/EglContext.h"
 
@@ -51,7 +52,7 @@ TEST(ReplayScript, AnErrorNamesItsLineAndStopsTheScript) {
   }
 }
 
-TEST(ReplayCommand, WritesTheMeshAndThePicture) {
+TEST(ReplayCommand, WritesTheMeshTheSceneAndThePicture) {
   const std::filesystem::path out = std::filesystem::temp_directory_path() / "morvane_replay_test";
   std::filesystem::remove_all(out);
   std::filesystem::create_directories(out);
@@ -59,6 +60,10 @@ TEST(ReplayCommand, WritesTheMeshAndThePicture) {
   std::ofstream(script) << "sphere 24\ntool carve\nradius 6\nstroke -8 0 0  8 0 0\n";
   ASSERT_EQ(RunReplayCommand({script, out.string()}), 0);
   EXPECT_GT(std::filesystem::file_size(out / "replay.ply"), 1000u);
+  // The sculpted volume as a scene: it converts to a surface of the same size.
+  const std::string scene = (out / "replay.mvn").string(), again = (out / "again.ply").string();
+  ASSERT_EQ(RunConvertSceneCommand(scene, again), 0);
+  EXPECT_EQ(std::filesystem::file_size(again), std::filesystem::file_size(out / "replay.ply"));
   EXPECT_EQ(RunReplayCommand({(out / "missing.txt").string(), out.string()}), 1);
   EXPECT_EQ(RunReplayCommand({}), 2);
 

@@ -1,0 +1,135 @@
+// The scene-file commands; see SceneFileCommands.h.
+#include "shell/SceneFileCommands.h"
+
+#include <sys/stat.h>
+
+#include <memory>
+#include <vector>
+
+#include "ClassEngine/Log.h"
+#include "ClassEngine/SystemDialog.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "interface/TextTable.h"
+#include "paint/SceneChanges.h"
+#include "paint/file/SceneFile.h"
+#include "paint/scene/PaintScene.h"
+#include "shell/RecentFiles.h"
+#include "shell/SceneCommands.h"
+#include "shell/Shell.h"
+#include "shell/UserFolders.h"
+#include "shell/Viewport.h"
+#include "shell/tools/ToolTable.h"
+
+namespace {
+
+bool Exists(const std::string& path) {
+  struct stat st;
+  return ::stat(path.c_str(), &st) == 0;
+}
+
+int Ask(SystemDialog& d) {
+  if (Shell* shell = TheShell()) return shell->Ask(d);
+  return ShowSystemDialog(d);
+}
+
+void Tell(const char* key, const std::string& detail) {
+  SystemDialog d;
+  d.title = Text("MORVANE_TITLE");
+  d.text = std::string(Text(key)) + "\n\n" + detail;
+  d.kind = SystemDialog::Kind::Error;
+  d.buttons = {Text("OK")};
+  Log("%s: %s", key, detail.c_str());
+  Ask(d);
+}
+
+std::vector<BasicTool*> ToolList(ToolTable& table) {
+  std::vector<BasicTool*> out;
+  for (int i = 0; i < table.Count(); i++) out.push_back(table.At(i));
+  return out;
+}
+
+struct Commands {
+  ToolTable& tools;
+  ViewportSeams& view;
+  RecentFiles recent;
+  std::string userData;
+
+  // The user's save: the scene's file from now on, no longer changed.
+  bool SaveAs(const std::string& path) {
+    SceneFileResult r = SaveSceneFile(ThePaintScene(), path, ToolList(tools));
+    if (!r.ok) {
+      Tell("SAVE_FAILED", r.error);
+      return false;
+    }
+    ThePaintScene().FileName = path.c_str();
+    ChangedSinceSave = 0;
+    recent.Add(path);
+    return true;
+  }
+
+  // Before the open scene is replaced: ask to save it; false on Cancel or a failed save.
+  bool MaySetAside() {
+    if (!ChangedSinceSave) return true;
+    SystemDialog d;
+    d.title = Text("MORVANE_TITLE");
+    d.text = Text("WANT_TO_SAVE_BEFORE_OPEN");
+    d.buttons = {Text("Yes"), Text("No"), Text("Cancel")};
+    d.defaultButton = 2;
+    d.kind = SystemDialog::Kind::Question;
+    int answer = Ask(d);
+    if (answer == 2 || answer < 0) return false;
+    return answer == 1 || SaveAs(SceneSaveName(ThePaintScene().FileName.cpchar(), userData));
+  }
+
+  bool Open(const std::string& path, bool restoring) {
+    if (!restoring && !MaySetAside()) return false;
+    SceneFileResult r = LoadSceneFile(ThePaintScene(), path, ToolList(tools));
+    if (!r.ok) {
+      Tell("OPEN_FAILED", r.error);
+      return false;
+    }
+    ChangedSinceSave = restoring ? 1 : 0;
+    if (!restoring) recent.Add(path);
+    return true;
+  }
+};
+
+}  // namespace
+
+std::string SceneSaveName(const std::string& current, const std::string& folder) {
+  if (!current.empty()) return current;
+  std::string name = folder + "untitled.mvn";
+  while (Exists(name)) name = IncrementalName(name);
+  return name;
+}
+
+void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserFolders& folders) {
+  auto c = std::make_shared<Commands>(
+      Commands{tools, view, RecentFiles(folders.Path("UserData/recent.txt")), folders.Path("UserData/")});
+  if (VoxelSculptTool* voxels = FindVoxelTool(tools)) {
+    voxels->SceneVolumes = [c] {
+      std::vector<VolumeObject*> list;
+      if (VolumeObject* v = c->view.Volume()) list.push_back(v);
+      return list;
+    };
+    voxels->TakeVolumes = [c, voxels](std::vector<std::unique_ptr<VolumeObject>>&& loaded) {
+      if (loaded.empty()) return;
+      c->view.TakeVolumes(std::move(loaded));
+      voxels->SetScene(c->view.Volume(), &c->view.Camera());
+    };
+  }
+  SceneCommands& s = TheSceneCommands();
+  s.LoadScene = [c](const std::string& path, bool restoring) { return c->Open(path, restoring); };
+  // The autosave and the crash path: a copy, the scene stays changed.
+  s.SaveScene = [c](const std::string& path) {
+    SceneFileResult r = SaveSceneFile(ThePaintScene(), path, ToolList(c->tools));
+    if (!r.ok) Log("SaveScene: %s", r.error.c_str());
+    return r.ok;
+  };
+  s.SaveAs = [c] { return c->SaveAs(SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData)); };
+  s.SaveIncremental = [c] {
+    std::string next = IncrementalName(SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData));
+    return !next.empty() && c->SaveAs(next);
+  };
+  s.LastRecentFile = [c] { return c->recent.Last(); };
+}
