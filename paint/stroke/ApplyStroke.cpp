@@ -274,10 +274,9 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   LastTouchedFaces = 0;
   for (uint8_t t : touched) LastTouchedFaces += t;
   std::swap(composed, faces);
-  scene_.ForEachFace(2, [&](int face) {
-    ComposeFace(scene_, face);
-    if (GeneralPen::DrawDepth) scene_.ComputeGridNormals(face);
-  });
+  // Normals read the neighbours' composite positions: a pass of their own.
+  scene_.ForEachFace(2, [&](int face) { ComposeFace(scene_, face); });
+  if (GeneralPen::DrawDepth) scene_.ForEachFace(2, [&](int face) { scene_.ComputeGridNormals(face); });
   std::swap(composed, faces);
   for (int f : composed) {
     scene_.MarkFaceDirty(f);
