@@ -4,6 +4,7 @@
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
+#include "paint/tools/PaintBrushTools.h"
 
 namespace {
 // Words for a box: a text key's words, or the text as it stands, marked so
@@ -17,6 +18,7 @@ Program::Program(Platform& platform, const ProgramMode& mode)
     : platform_(platform), mode_(mode), view_(platform, mode.offscreen), shell_(platform, view_) {
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
+  RegisterPaintTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
   interface_->Attach();
 }

@@ -19,6 +19,7 @@
 #include "MC/mcubes/WeldedMesh.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
+#include "paint/stroke/PaintReplay.h"
 
 namespace {
 int ToolByWord(const std::string& w) {
@@ -171,6 +172,8 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   std::stringstream text;
   text << file.rdbuf();
+  // A script that imports a mesh paints it; the others sculpt a volume.
+  if (IsPaintScript(text.str())) return RunPaintReplayCommand(args[0], args.size() > 1 ? args[1] : ".");
   VolumeObject volume;
   ReplayResult r = RunReplayScript(text.str(), volume);
   if (r.Line) {
