@@ -45,7 +45,11 @@ bool BlockInReach(const StrokeFrame& frame, const FaceTexelBlock& block, float u
   cVec3 v;
   float t;
   frame.SegmentPoint(block.Centre() * unitScale, v, t);
-  return v.Length() - block.Radius * unitScale <= kRim * frame.MaxDabRadius();
+  // The pen reaches r across its axis and r along it: the block's sphere
+  // must come within r of the axis and within r of the pen's plane.
+  const float reach = frame.MaxDabRadius() + block.Radius * unitScale;
+  const float axial = Dot(v, frame.AxisZ), radial2 = Dot(v, v) - axial * axial;
+  return std::fabs(axial) <= reach && radial2 <= reach * reach;
 }
 
 PaintStroke::PaintStroke(PaintScene& scene) : scene_(scene) {}

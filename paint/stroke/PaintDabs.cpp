@@ -1,6 +1,8 @@
 // Hits to dabs: the pen state of one dab and the call into ApplyStroke.
 #include "paint/stroke/PaintDabs.h"
 
+#include <algorithm>
+
 #include "paint/GeneralPen.h"
 #include "paint/PenDab.h"
 #include "paint/PenShapes.h"
@@ -62,7 +64,7 @@ DabResult PaintDabs::Dab(const PenHit& hit) {
     at.SegmentEnd = at.SegmentStart;
     smudge_.BeginGather();
     Stroke.ApplyStroke(smudge_, at, hasLast_ ? last_.Face : hit.Face, false);
-    smudge_.EndGather();
+    smudge_.EndGather(f.SegmentLength / std::max(f.EndRadius, 1e-6f));
     r = Stroke.ApplyStroke(smudge_, f, hit.Face, true);
   } else {
     const SampleFunction& fn = Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_;

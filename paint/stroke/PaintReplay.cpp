@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -192,7 +193,9 @@ PaintReplayResult RunPaintReplayScript(const std::string& text, PaintScene& scen
   return result;
 }
 
-int RunPaintReplayCommand(const std::string& script, const std::string& folder) {
+int RunPaintReplayCommand(const std::string& script, const std::string& outFolder) {
+  // The image writer reads a relative name against the program's own folder.
+  const std::string folder = std::filesystem::absolute(outFolder).string();
   std::ifstream file(script, std::ios::binary);
   if (!file) {
     fprintf(stderr, "replay: cannot read %s\n", script.c_str());
@@ -209,7 +212,11 @@ int RunPaintReplayCommand(const std::string& script, const std::string& folder) 
   printf("replay: %d strokes, %d dabs on %zu faces\n", r.Strokes, r.Dabs, scene.Faces.size());
   for (int t = 0; t < scene.RenderTargets.GetAmount(); t++) {
     comms::cImage map;
-    const std::string path = folder + "/" + scene.RenderTargets[t]->Name.cpchar() + "_color.png";
+    // A target the import left unnamed goes by its UV set's name, or its number.
+    std::string name = scene.RenderTargets[t]->Name.cpchar();
+    if (name.empty() && t < scene.UVSets.GetAmount()) name = scene.UVSets[t]->Name.cpchar();
+    if (name.empty()) name = "Target" + std::to_string(t);
+    const std::string path = folder + "/" + name + "_color.png";
     if (!ComposedColorMap(scene, t, map) || !comms::cIO::SaveImage(path, map)) {
       fprintf(stderr, "replay: cannot write %s\n", path.c_str());
       return 1;

@@ -19,7 +19,8 @@ void UnpackColor(uint32_t c, float out[4]) {
 }
 
 uint32_t PackColor(const float rgb[3], uint32_t alpha) {
-  auto b = [](float f) { return (uint32_t)std::lround(std::clamp(f, 0.0f, 255.0f)); };
+  // Clamped to 0..255 first, so adding a half and truncating rounds.
+  auto b = [](float f) { return (uint32_t)(std::clamp(f, 0.0f, 255.0f) + 0.5f); };
   return (alpha & 255) << 24 | b(rgb[0]) << 16 | b(rgb[1]) << 8 | b(rgb[2]);
 }
 
@@ -111,7 +112,7 @@ float DabDepth(const StrokeContext& ctx, const PenWeights& pw, float scaled, con
   return d;
 }
 
-uint32_t Byte(float f) { return (uint32_t)std::lround(std::clamp(f, 0.0f, 255.0f)); }
+uint32_t Byte(float f) { return (uint32_t)(std::clamp(f, 0.0f, 255.0f) + 0.5f); }
 
 }  // namespace
 

@@ -9,7 +9,7 @@
 
 namespace {
 constexpr double kFixed = 65536.0;  // weights in 1/65536
-constexpr float kPickup = 0.35f;    // how much of what it passes the pen takes up per dab
+constexpr float kPickup = 0.35f;    // how much of what it passes the pen takes up per radius travelled
 }  // namespace
 
 void SmudgeSample::BeginGather() {
@@ -17,14 +17,15 @@ void SmudgeSample::BeginGather() {
   for (auto& s : sum_) s.store(0);
 }
 
-bool SmudgeSample::EndGather() {
+bool SmudgeSample::EndGather(float travel) {
   gathering_ = false;
   const double w = (double)sum_[4].load();
   if (w <= 0) return false;
   float mean[4];
   for (int i = 0; i < 4; i++) mean[i] = (float)(sum_[i].load() / w);
   mean[3] /= 255.0f;
-  for (int i = 0; i < 4; i++) carried_[i] = carrying_ ? carried_[i] + (mean[i] - carried_[i]) * kPickup : mean[i];
+  const float pickup = 1 - std::pow(1 - kPickup, std::max(travel, 0.0f));
+  for (int i = 0; i < 4; i++) carried_[i] = carrying_ ? carried_[i] + (mean[i] - carried_[i]) * pickup : mean[i];
   carrying_ = true;
   return true;
 }

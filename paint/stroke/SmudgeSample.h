@@ -2,7 +2,8 @@
 // colour under the previous dab is gathered (Gather, a weighted mean kept in
 // integers so any thread count sums it the same); the dab then lays the
 // carried colour over the current layer by the pen's weight times
-// ColorOpacity, and the carried colour takes up some of what it passed over.
+// ColorOpacity, and the carried colour takes up some of what it passed over:
+// about a third of it per radius travelled.
 // Smudging stacks dab by dab: it works on the layer as the last dab left it.
 #pragma once
 #include <atomic>
@@ -16,9 +17,10 @@ class SmudgeSample : public SampleFunction {
   void Reset() { carrying_ = false; }
   // Gathers the mean colour under the pen at the dab's start (a pass of
   // ApplyStroke with this object in gathering mode), then mixes it into the
-  // carried colour. Returns false when nothing lay there.
+  // carried colour, the more the farther the pen went since the last dab
+  // (`travel` in radii). Returns false when nothing lay there.
   void BeginGather();
-  bool EndGather();
+  bool EndGather(float travel);
   bool Gathering() const { return gathering_; }
   const float* Carried() const { return carried_; }
 
