@@ -10,6 +10,8 @@
 #include <memory>
 #include <sstream>
 
+#include "ClassEngine/DataFolder.h"
+#include "ClassEngine/Log.h"
 #include "ClassEngine/Threader.h"
 #include "interchange/IO.h"
 #include "paint/GeneralPen.h"
@@ -231,4 +233,15 @@ int RunPaintReplayCommand(const std::string& script, const std::string& outFolde
   }
   printf("replay: picture written to %s\n", png.c_str());
   return 0;
+}
+
+std::string PaintHeadlessScene(const std::string& folder) {
+  const std::string script = comms::DataFilePath("Replays/paint_bunny.txt");
+  std::error_code ec;
+  std::filesystem::create_directories(folder, ec);
+  if (RunPaintReplayCommand(script, folder) != 0) {
+    Log("PaintHeadlessScene(): %s did not paint (see above)", script.c_str());
+    return "";
+  }
+  return std::filesystem::absolute(folder).string() + "/replay.png";
 }

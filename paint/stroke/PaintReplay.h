@@ -40,3 +40,7 @@ PaintReplayResult RunPaintReplayScript(const std::string& text, PaintScene& scen
 // scene) and OUTDIR/<target name>_color.png for every render target. Returns
 // the process exit code.
 int RunPaintReplayCommand(const std::string& script, const std::string& folder);
+// The headless run's painting: the shipped script "Replays/paint_bunny.txt"
+// of the data folder, its files written into `folder`. The path of the
+// picture, or empty (logged) when it could not be made.
+std::string PaintHeadlessScene(const std::string& folder);
