@@ -34,15 +34,6 @@ int ToolByWord(const std::string& w) {
   return byName;
 }
 
-std::unique_ptr<BasicPenShape> PenByWord(const std::string& w) {
-  if (w == "cone") return std::make_unique<ConePen>();
-  if (w == "simple") return std::make_unique<SimplePen>();
-  if (w == "sharp") return std::make_unique<SharpPen>();
-  if (w == "sphere") return std::make_unique<SpherePen>();
-  if (w == "volcano") return std::make_unique<VolcanoPen>();
-  if (w == "plane") return std::make_unique<PlanePen>();
-  return nullptr;
-}
 }  // namespace
 
 ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
@@ -102,7 +93,7 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
     } else if (cmd == "pen") {
       std::string w;
       words >> w;
-      auto p = PenByWord(w);
+      auto p = MakeRadialPen(w);
       if (!p) { fail("unknown pen '" + w + "'"); break; }
       pen = std::move(p);
       GeneralPen::CurrentPenPtr = pen.get();

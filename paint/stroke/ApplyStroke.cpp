@@ -19,13 +19,22 @@ using comms::cVec3;
 
 namespace {
 
-// Where a point (paint units) lies against the pen.
+// Where a point (paint units) lies against the pen, and the two radius
+// arguments of the sample there.
 struct PenPoint {
   cVec3 v;
   float t = 0, r = 1, Rp = 1, x = 0, y = 0, fade = 0;
+  float radius = 1, scaled = 1;  // world units
 };
 
-inline void Measure(const StrokeFrame& f, const cVec3& p, PenPoint& o) {
+// False when the point is out of the pen. `all`: every point is in, at the
+// pen's centre, both radii the end radius. `texel`: the per-pixel form, whose
+// pen coordinates are divided by the fade.
+inline bool Measure(const StrokeFrame& f, const cVec3& p, float unitScale, bool all, bool texel, PenPoint& o) {
+  if (all) {
+    o.fade = 1, o.radius = o.scaled = f.EndRadius / unitScale;
+    return true;
+  }
   f.SegmentPoint(p, o.v, o.t);
   o.r = f.RadiusAt(o.t);
   o.Rp = f.PressureScaled ? o.r * f.PressureAt(o.t) : o.r;
@@ -34,6 +43,11 @@ inline void Measure(const StrokeFrame& f, const cVec3& p, PenPoint& o) {
   o.y = Dot(f.AxisY, o.v) * inv;
   const float z = Dot(f.AxisZ, o.v) * inv;
   o.fade = 1 - z * z;
+  if (!(o.fade > 0)) return false;
+  if (texel) o.x /= o.fade, o.y /= o.fade;
+  if (o.x * o.x + o.y * o.y >= 1) return false;
+  o.radius = o.r / unitScale, o.scaled = o.fade * o.Rp / unitScale;
+  return true;
 }
 
 // sqrt(2) r: the rim of the pen's cylinder.
@@ -125,19 +139,12 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     MicroVertex& mv = F.Grid[i];
     measured++;
     PenPoint pp;
-    float radius, scaled;
-    if (all) {
-      pp.fade = 1, radius = scaled = f.EndRadius / us;
-    } else {
-      Measure(f, startPosition(i), pp);
-      if (!(pp.fade > 0) || pp.x * pp.x + pp.y * pp.y >= 1) return;
-      radius = pp.r / us, scaled = pp.fade * pp.Rp / us;
-    }
+    if (!Measure(f, startPosition(i), us, all, false, pp)) return;
     s.PenX = pp.x, s.PenY = pp.y;
     s.X = x, s.Y = y;
     s.Position = mv.Position, s.Normal = mv.Normal;
     s.Vertex = &mv, s.Dest = &dest[i], s.Backup = &back[i];
-    sum += fn.Vertex(ctx, s, radius, scaled);
+    sum += fn.Vertex(ctx, s, pp.radius, pp.scaled);
   };
   if (!all && Nx > 12 && Ny > 12 && Nx % 8 == 0 && Ny % 8 == 0) {
     // Every fourth sample of the grid decides which 4 x 4 cells are walked.
@@ -194,16 +201,7 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
       const FaceTexel& t = T.Texels[i];
       measured++;
       PenPoint pp;
-      float radius, scaled;
-      if (all) {
-        pp.fade = 1, radius = scaled = f.EndRadius / us;
-      } else {
-        Measure(f, t.Position * us, pp);
-        if (!(pp.fade > 0)) continue;
-        pp.x /= pp.fade, pp.y /= pp.fade;
-        if (pp.x * pp.x + pp.y * pp.y >= 1) continue;
-        radius = pp.r / us, scaled = pp.fade * pp.Rp / us;
-      }
+      if (!Measure(f, t.Position * us, us, all, true, pp)) continue;
       if (!map->FetchPixel(cur, t.X, t.Y, false, false, false)) continue;
       PixelTile* tile = cur.Tile;
       LayerTile* layer = tile->CurrentLayerTile;
@@ -214,7 +212,7 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
       s.Pixel = &tile->Pixels[cur.Index];
       s.Dest = &layer->Pixels[cur.Index];
       s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[cur.Index] : s.Dest;
-      const float w = fn.Pixel(ctx, s, radius, scaled);
+      const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
       if (w != 0) {
         sum += w;
         std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);

@@ -29,16 +29,6 @@ using comms::cVec3;
 
 namespace {
 
-std::unique_ptr<BasicPenShape> PenByWord(const std::string& w) {
-  if (w == "cone") return std::make_unique<ConePen>();
-  if (w == "simple") return std::make_unique<SimplePen>();
-  if (w == "sharp") return std::make_unique<SharpPen>();
-  if (w == "sphere") return std::make_unique<SpherePen>();
-  if (w == "volcano") return std::make_unique<VolcanoPen>();
-  if (w == "plane") return std::make_unique<PlanePen>();
-  return nullptr;
-}
-
 // Numbers in the C locale whatever the process's locale says.
 bool Number(std::istringstream& in, float& v) {
   std::string w;
@@ -128,7 +118,7 @@ PaintReplayResult RunPaintReplayScript(const std::string& text, PaintScene& scen
       else if (w == "smudge") dabs.Kind = PaintKind::Smudge;
       else fail(n, "unknown tool " + w);
     } else if (cmd == "pen" && words >> w) {
-      std::unique_ptr<BasicPenShape> p = PenByWord(w);
+      std::unique_ptr<BasicPenShape> p = MakeRadialPen(w);
       if (!p) fail(n, "unknown pen " + w);
       else pen = std::move(p), GeneralPen::CurrentPenPtr = pen.get();
     } else if (cmd == "radius" && Number(words, a) && a > 0) {

@@ -48,6 +48,19 @@ struct PenState {
   }
 };
 
+// A w x h sheet at grid level 3 with a new layer and a soft pen.
+struct SheetStroke {
+  PaintScene scene;
+  SimplePen shape;
+  PaintStroke stroke{scene};
+  SheetStroke(int w, int h) {
+    EXPECT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(w, h), PaintImportMode::MicroVertex,
+                                    paintmeshes::Grid(3)).ok);
+    scene.NewLayer(true);
+    stroke.Pen = &shape;
+  }
+};
+
 // The world position of sample (x, y) of a sheet face.
 cVec3 SheetSample(int w, int face, int n, int x, int y) {
   return cVec3((float)(face % w) + (x + 0.5f) / n, (float)(face / w) + (y + 0.5f) / n, 0);
@@ -100,13 +113,9 @@ TEST(StrokeWalk, AStrokeOverItselfAppliesItsStartOnce) {
   PenState pen;
   GeneralPen::DrawColor = true;
   GeneralPen::ColorOpacity = 0.5f;
-  PaintScene scene;
-  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(3, 2), PaintImportMode::MicroVertex,
-                                  paintmeshes::Grid(3)).ok);
-  scene.NewLayer(true);
-  SimplePen shape;
-  PaintStroke stroke(scene);
-  stroke.Pen = &shape;
+  SheetStroke sheet(3, 2);
+  PaintScene& scene = sheet.scene;
+  PaintStroke& stroke = sheet.stroke;
   auto layerBytes = [&]() {
     std::vector<LayerMicroVertex> all;
     for (int f = 0; f < (int)scene.Faces.size(); f++)
@@ -185,13 +194,9 @@ TEST(StrokeWalk, NoSeamAcrossFaceBorders) {
   PenState pen;
   GeneralPen::DrawColor = true;
   GeneralPen::ColorOpacity = 0.7f;
-  PaintScene scene;
-  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
-                                  paintmeshes::Grid(3)).ok);
-  scene.NewLayer(true);
-  SimplePen shape;
-  PaintStroke stroke(scene);
-  stroke.Pen = &shape;
+  SheetStroke sheet(4, 3);
+  PaintScene& scene = sheet.scene;
+  PaintStroke& stroke = sheet.stroke;
   stroke.Begin();
   // Centred on the corner shared by faces 1, 2, 5 and 6.
   stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(2, 1, 0), 0.55f), SheetFace(4, 1.9f, 0.9f));
@@ -213,18 +218,6 @@ TEST(StrokeWalk, NoSeamAcrossFaceBorders) {
   EXPECT_NE(scene.Faces[1].Grid[(n - 1) * n + n - 1].Color & 0xffffff, 0x808080u);
 }
 
-namespace {
-// Two quads sharing the edge x = 1 in space, cut apart in UV (as in the map
-// building test): the left island covers texels 6..25, the right 38..57.
-comms::cMesh CutSheet() {
-  comms::cMesh m;
-  m.positions = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 1, 0}};
-  m.uvs = {{0.1f, 0.1f}, {0.4f, 0.1f}, {0.1f, 0.4f}, {0.4f, 0.4f}, {0.6f, 0.1f}, {0.9f, 0.1f}, {0.6f, 0.4f}, {0.9f, 0.4f}};
-  paintmeshes::AddQuad(m, 0, 1, 4, 3, 0, 1, 3, 2);
-  paintmeshes::AddQuad(m, 1, 2, 5, 4, 4, 5, 7, 6);
-  return m;
-}
-}  // namespace
 
 TEST(StrokeWalk, NoSeamAcrossTileBordersAndUVSeamsAfterUpdate) {
   PenState pen;
@@ -232,7 +225,7 @@ TEST(StrokeWalk, NoSeamAcrossTileBordersAndUVSeamsAfterUpdate) {
   GeneralPen::ColorOpacity = 0.8f;
   PaintScene scene;
   scene.RtSizeX = scene.RtSizeY = 64;
-  ASSERT_TRUE(ImportMeshIntoScene(scene, CutSheet(), PaintImportMode::PerPixel, DPSettings()).ok);
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::CutSheet(), PaintImportMode::PerPixel, DPSettings()).ok);
   PixelMap* map = scene.GetPixelMap(0);
   ASSERT_NE(map, nullptr);
   map->Update();
