@@ -12,6 +12,7 @@
 #include "paint/tools/PaintBrushTools.h"
 #include "platform/Keys.h"
 #include "render/Viewer.h"
+#include "shell/tools/RouterDrag.h"
 #include "shell/tools/ToolRouter.h"
 
 using comms::cVec3;
@@ -53,15 +54,7 @@ struct PaintToolFixture : ::testing::Test {
 
   void Drag(const char* tool, const std::vector<std::pair<float, float>>& path) {
     table.SetCurrentTool(tool);
-    router.OnPointerMove(path[0].first, path[0].second);
-    router.OnKeyChange(keys::LeftButton, true, false);
-    table.RunFrame();
-    for (size_t i = 1; i < path.size(); ++i) {
-      router.OnPointerMove(path[i].first, path[i].second);
-      table.RunFrame();
-    }
-    router.OnKeyChange(keys::LeftButton, false, false);
-    table.RunFrame();
+    DragThrough(router, table, path);
   }
   // The layer's samples, face by face.
   std::vector<LayerMicroVertex> Layer(PaintScene& s) {
