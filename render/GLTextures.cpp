@@ -240,6 +240,9 @@ void cRenderGL::SetRenderTargets(const int* targets, int count, int depth, const
     boundTargets_.clear();
     boundDepth_ = -1;
     targetW_ = screenW_, targetH_ = screenH_;
+    // Like any target, the back buffer comes back whole.
+    glViewport(0, 0, targetW_, targetH_);
+    viewport_ = cRect(0, 0, float(targetW_), float(targetH_));
     return;
   }
   count = std::min(count, maxTargets_);

@@ -22,6 +22,12 @@ std::vector<ShaderRequest> StartupShaderList() {
     list.push_back({"obj_sel", 5, d + "\n#define VERT_NORMAL"});
   }
   list.push_back({"obj_sel", 5, "#define VIEW_COLOR"});
+  // Per-pixel targets bend the normal by their tangent-space map.
+  for (const char* v : {"VIEW_ALL", "VIEW_RELIEF"})
+    list.push_back({"obj_sel", 5, std::string("#define ") + v + "\n#define TANGENT_NORMALS"});
+  list.push_back({"rt_copy", 8, ""});
+  // The paint mesh drawn from its micro-vertex grids.
+  for (const char* v : {"", "#define VIEW_COLOR", "#define VIEW_RELIEF"}) list.push_back({"obj_grid", 4, v});
   for (const char* n : {"obj_render_color", "obj_render_normals", "obj_render_mrt"}) list.push_back({n, 12, ""});
   for (const char* n : {"obj_preview_pen2", "draw_pic_over_curve"}) {
     list.push_back({n, 2, world});

@@ -4,6 +4,7 @@
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
+#include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
 
 namespace {
@@ -15,7 +16,11 @@ std::string Marked(const std::string& keyOrText) {
 }  // namespace
 
 Program::Program(Platform& platform, const ProgramMode& mode)
-    : platform_(platform), mode_(mode), view_(platform, mode.offscreen), shell_(platform, view_) {
+    : platform_(platform),
+      mode_(mode),
+      view_(platform, mode.offscreen),
+      shell_(platform, view_),
+      paintRoom_(ThePaintScene()) {
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
   RegisterPaintTools(tools_);
@@ -31,6 +36,7 @@ Program::~Program() {
 bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
+  StartPaintRoom(paintRoom_, view_);
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }

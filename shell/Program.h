@@ -9,6 +9,7 @@
 #include "shell/Interface.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
+#include "shell/PaintRoom.h"
 #include "shell/VoxelRoom.h"
 
 // How the program runs: in a window with a person at it, or without one.
@@ -46,4 +47,5 @@ class Program {
   ToolProviders tools_;
   std::unique_ptr<ShellInterface> interface_;
   VoxelRoomLink voxelRoom_;
+  PaintRoomLink paintRoom_;
 };

@@ -210,6 +210,7 @@ void ViewportSeams::SetDefaultStates() {
 void ViewportSeams::ClearDepth() { render_->Clear(false, true, 0, 1.0f); }
 
 void ViewportSeams::UpdateRoomAndTool() {
+  if (render_ && DrawRoomScene && DrawRoomScene(*render_, camera_)) return;
   if (volume_ && drawer_) {
     render_->SetWireframe(sceneWireframe_);
     drawer_->Draw(*volume_, camera_);

@@ -70,6 +70,9 @@ class ViewportSeams : public ShellSeams {
   std::string LastScreenshot;
   // Drawn over the volume in each frame (the voxel tool's brush circle).
   std::function<void(comms::cRender&, const comms::cViewer&)> DrawOverVolume;
+  // The current room's own scene: true when the room drew the view (the
+  // paint room), and the voxel volume then stays hidden.
+  std::function<bool(comms::cRender&, comms::cFreeViewer&)> DrawRoomScene;
 
   bool RendererReady() override;
   std::string RendererProblem() override { return problem_; }

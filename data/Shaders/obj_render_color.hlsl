@@ -1,10 +1,10 @@
-// Paint pass into texture space: the surface position of each texel.
+// Paint pass into texture space: the composed colour, coverage in alpha.
 
 // Vertex shader
-#include "Common/ObjectVertex.glsl"
+#include "Common/PaintBatchVertex.glsl"
 
 // Fragment shader
-in vec3 vPos;
-in vec3 vNormal;
+in vec4 vColor;
+in vec4 vNormal;
 out vec4 FragColor;
-void main() { FragColor = vec4(vPos, 1.0); }
+void main() { FragColor = vColor; }

@@ -1,10 +1,11 @@
-// Paint pass into texture space: the surface normal of each texel, 0..1.
+// Paint pass into texture space: the composed normal in 0..1 (shortened where
+// frozen), specular in alpha.
 
 // Vertex shader
-#include "Common/ObjectVertex.glsl"
+#include "Common/PaintBatchVertex.glsl"
 
 // Fragment shader
-in vec3 vPos;
-in vec3 vNormal;
+in vec4 vColor;
+in vec4 vNormal;
 out vec4 FragColor;
-void main() { FragColor = vec4(normalize(vNormal) * 0.5 + 0.5, 1.0); }
+void main() { FragColor = vNormal; }

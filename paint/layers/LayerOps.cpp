@@ -9,18 +9,13 @@
 #include "ClassEngine/ExMalloc.h"
 #include "paint/layers/BlendOps.h"
 #include "paint/layers/ComposeFace.h"
+#include "paint/layers/LayerSamples.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
 
 namespace {
 
 int PositionOf(PaintScene& scene, int layerID) { return scene.OrderOf(layerID) - 1; }
-
-template <class F>
-void ForEachMap(PaintScene& scene, F&& f) {
-  for (MRenderTarget* rt : scene.RenderTargets)
-    if (rt->Pixels) f(*rt->Pixels);
-}
 
 // One layer sample blended onto a lower one, unpremultiplied: the lower
 // colour and coverage become those of the pair seen together.
@@ -62,10 +57,8 @@ void RecomposeLayer(PaintScene& scene, int layerID) {
   });
   std::swap(faces, scene.StrokeFaces);
   for (int f : faces) scene.MarkFaceDirty(f);
-  ForEachMap(scene, [&](PixelMap& m) {
-    m.ForEachLayerTile(layerID, [](LayerTile&) {});
-    m.Update();
-  });
+  ForEachMap(scene, [&](PixelMap& m) { m.ForEachLayerTile(layerID, [](LayerTile&) {}); });
+  UpdateMaps(scene);
 }
 
 bool DeleteLayer(PaintScene& scene, int layerID) {
@@ -87,7 +80,7 @@ bool DeleteLayer(PaintScene& scene, int layerID) {
     scene.ComputeGridNormals(f);
     scene.MarkFaceDirty(f);
   }
-  ForEachMap(scene, [](PixelMap& m) { m.Update(); });
+  UpdateMaps(scene);
   return true;
 }
 
@@ -184,22 +177,6 @@ int MergeUp(PaintScene& scene, int layerID) {
   if (pos < 0 || pos + 1 >= scene.Layers.GetAmount()) return -1;
   return MergeDown(scene, scene.Layers[pos + 1]->LayerID);
 }
-
-namespace {
-template <class OnVertex, class OnPixel>
-void EachSample(PaintScene& scene, int layerID, OnVertex&& v, OnPixel&& p) {
-  for (PaintFace& f : scene.Faces)
-    for (FaceLayer& l : f.LayerList)
-      if (l.LayerID == layerID)
-        for (int i = 0; i < f.SampleCount(); i++) v(l.Data[i]);
-  ForEachMap(scene, [&](PixelMap& m) {
-    m.ForEachLayerTile(layerID, [&](LayerTile& t) {
-      for (LayerPixel& px : t.Pixels) p(px);
-    });
-  });
-  RecomposeLayer(scene, layerID);
-}
-}  // namespace
 
 void InvertColor(PaintScene& scene, int layerID) {
   EachSample(scene, layerID, [](LayerMicroVertex& v) { v.Color ^= 0x00ffffff; },

@@ -3,6 +3,7 @@
 // PixelMap. Each recomposes what it touched. Operations that the bottom layer
 // refuses return false for layer 0.
 #pragma once
+#include <cstdint>
 
 class PaintScene;
 
@@ -27,5 +28,34 @@ void ColorToSpecular(PaintScene& scene, int layerID);
 // "SETZEROHEIGHT", "SETZEROCOLOR", "SETZEROSPECULAR": clears the channels
 // asked; sample lists left all empty are freed.
 void ClearLayerChannels(PaintScene& scene, int layerID, bool depth, bool colour, bool specular);
+// "MERGE_VISIBLE": the first visible layer above layer 0 gets default
+// members and the composite (less the bottom layer's depth) written into it,
+// face by face and tile by tile; the other layers keep their data. Returns
+// that layer's ID, -1 when no visible layer stands above layer 0.
+int MergeVisible(PaintScene& scene);
+// "APPLY_LMASK": the layer's depth and coverage are multiplied by its mask
+// (1 - mask with InverseLinkage; a face or tile the mask never touched
+// counts as mask 0), then the link is dropped. False when it has none.
+bool ApplyLayerMask(PaintScene& scene, int layerID);
+// "ApplyBlending": brightness, contrast, specular contrast and brightness
+// and both transparencies are baked into the samples by the composition's
+// formulas, and the members go back to their defaults.
+void ApplyBlending(PaintScene& scene, int layerID);
+
+// What "FILLLAYER" puts down: the pen's colour (0xRRGGBB), specular and depth,
+// each only when its channel switch is on.
+struct LayerFill {
+  uint32_t Color = 0x808080;
+  uint8_t Specular = 0;
+  float Depth = 0;
+  bool UseDepth = false, UseColor = true, UseSpecular = false;
+};
+// "FILLLAYER" (everywhere) and "FILLLAYERTR" (only where the layer already
+// has coverage, which it keeps). Faces wholly frozen, locked or hidden are
+// skipped; a partly frozen sample takes the fill by 1 - Freeze.
+void FillLayer(PaintScene& scene, int layerID, const LayerFill& fill, bool onlyWherePainted);
+// "COPY_BLUE_TO_RED" and "COPY_RED_TO_BLUE": for normal maps painted mirrored.
+void CopyColorChannel(PaintScene& scene, int layerID, bool blueToRed);
+
 // Recomposes every face and tile that holds the layer.
 void RecomposeLayer(PaintScene& scene, int layerID);

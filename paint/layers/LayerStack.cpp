@@ -1,6 +1,10 @@
 // The layer panel's commands and the recomposition after an edit.
 #include "paint/layers/LayerStack.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "paint/GeneralPen.h"
 #include "paint/layers/LayerOps.h"
 #include "paint/scene/PaintScene.h"
 
@@ -18,6 +22,89 @@ void LayerStack::MoveCurrentUp() {
 
 void LayerStack::MoveCurrentDown() {
   if (Scene) MoveLayer(*Scene, Scene->CurrentLayer, false);
+}
+
+void LayerStack::DuplicateCurrent() {
+  if (!Scene) return;
+  const int id = DuplicateLayer(*Scene, Scene->CurrentLayer);
+  if (id >= 0) Scene->CurrentLayer = id;
+}
+
+void LayerStack::MergeCurrentDown() {
+  if (Scene) MergeDown(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::MergeCurrentUp() {
+  if (Scene) MergeUp(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::MergeAllVisible() {
+  if (!Scene) return;
+  const int id = MergeVisible(*Scene);
+  if (id >= 0) Scene->CurrentLayer = id;
+}
+
+void LayerStack::ApplyCurrentMask() {
+  if (Scene) ApplyLayerMask(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::ApplyCurrentBlending() {
+  if (Scene) ApplyBlending(*Scene, Scene->CurrentLayer);
+}
+
+namespace {
+// What a fill lays down: the pen's colour and specular. A fill has no stroke
+// to take a depth from, so it leaves depth alone.
+LayerFill PenFill() {
+  LayerFill fill;
+  auto byte = [](float v) { return (uint32_t)std::lround(std::clamp(v, 0.0f, 1.0f) * 255); };
+  fill.Color = byte(GeneralPen::Color[0]) << 16 | byte(GeneralPen::Color[1]) << 8 | byte(GeneralPen::Color[2]);
+  fill.Specular = (uint8_t)byte(GeneralPen::SpecularDegree);
+  fill.UseColor = GeneralPen::DrawColor;
+  fill.UseSpecular = GeneralPen::DrawSpecular;
+  fill.UseDepth = false;
+  return fill;
+}
+}  // namespace
+
+void LayerStack::FillCurrent() {
+  if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), false);
+}
+
+void LayerStack::FillCurrentPainted() {
+  if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), true);
+}
+
+void LayerStack::InvertCurrentColor() {
+  if (Scene) InvertColor(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::InvertCurrentSpecular() {
+  if (Scene) InvertSpecular(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::CurrentColorToSpecular() {
+  if (Scene) ColorToSpecular(*Scene, Scene->CurrentLayer);
+}
+
+void LayerStack::ClearCurrentHeight() {
+  if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, true, false, false);
+}
+
+void LayerStack::ClearCurrentColor() {
+  if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, true, false);
+}
+
+void LayerStack::ClearCurrentSpecular() {
+  if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, false, true);
+}
+
+void LayerStack::CopyBlueToRed() {
+  if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, true);
+}
+
+void LayerStack::CopyRedToBlue() {
+  if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, false);
 }
 
 void LayerStack::LayerChanged(OneLayerInfo* layer) {

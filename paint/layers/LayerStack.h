@@ -18,6 +18,22 @@ class LayerStack : public BaseClass {
     Method(&LayerStack::DeleteCurrent, "DELETE_LAYER_HINT");
     Method(&LayerStack::MoveCurrentUp, "MOVE_LAYER_UP_HINT");
     Method(&LayerStack::MoveCurrentDown, "MOVE_LAYER_DOWN_HINT");
+    Method(&LayerStack::DuplicateCurrent, "DUPLICATE_LAYER");
+    Method(&LayerStack::MergeCurrentDown, "MERGE_DOWN");
+    Method(&LayerStack::MergeCurrentUp, "MERGE_UP");
+    Method(&LayerStack::MergeAllVisible, "MERGE_VISIBLE");
+    Method(&LayerStack::ApplyCurrentMask, "APPLY_LMASK");
+    Method(&LayerStack::ApplyCurrentBlending, "ApplyBlending");
+    Method(&LayerStack::FillCurrent, "FILLLAYER");
+    Method(&LayerStack::FillCurrentPainted, "FILLLAYERTR");
+    Method(&LayerStack::InvertCurrentColor, "INVERTCOLOR");
+    Method(&LayerStack::InvertCurrentSpecular, "INVERTSPECULAR");
+    Method(&LayerStack::CurrentColorToSpecular, "COLOR2SPECULAR");
+    Method(&LayerStack::ClearCurrentHeight, "SETZEROHEIGHT");
+    Method(&LayerStack::ClearCurrentColor, "SETZEROCOLOR");
+    Method(&LayerStack::ClearCurrentSpecular, "SETZEROSPECULAR");
+    Method(&LayerStack::CopyBlueToRed, "COPY_BLUE_TO_RED");
+    Method(&LayerStack::CopyRedToBlue, "COPY_RED_TO_BLUE");
   }
   LayerStack() { Layers.SetParentOnly(this); }
   LayerStack(const LayerStack&) = delete;
@@ -28,6 +44,23 @@ class LayerStack : public BaseClass {
   void DeleteCurrent();
   void MoveCurrentUp();
   void MoveCurrentDown();
+  void DuplicateCurrent();
+  void MergeCurrentDown();
+  void MergeCurrentUp();
+  void MergeAllVisible();
+  void ApplyCurrentMask();
+  void ApplyCurrentBlending();
+  // The pen's colour and specular, as its channel switches allow.
+  void FillCurrent();
+  void FillCurrentPainted();
+  void InvertCurrentColor();
+  void InvertCurrentSpecular();
+  void CurrentColorToSpecular();
+  void ClearCurrentHeight();
+  void ClearCurrentColor();
+  void ClearCurrentSpecular();
+  void CopyBlueToRed();
+  void CopyRedToBlue();
   // A row of `layer` changed: recompose what it covers.
   void LayerChanged(OneLayerInfo* layer);
 };

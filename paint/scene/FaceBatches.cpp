@@ -99,7 +99,7 @@ int UpdateDirtyFaces(PaintScene& scene, bool useColorPass, int target, const Fac
   if (target < scene.RenderTargets.GetAmount()) {
     MRenderTarget* rt = scene.RenderTargets[target];
     if (rt->UseExternalTexture) {
-      if (rt->Pixels) rt->Pixels->Update();
+      if (rt->Pixels) scene.UpdatePixelMap(target);
       return 0;
     }
   }

@@ -4,13 +4,48 @@
 
 #include <cctype>
 #include <cstdio>
+#include <memory>
 
+#include "ClassEngine/DataFolder.h"
+#include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/scene/SceneImport.h"
-#include "paint/layers/PixelMap.h"
 #include "paint/scene/ScenePicture.h"
+#include "paint/scene/SceneView.h"
+#include "render/EglContext.h"
+#include "render/RenderGL.h"
+#include "render/Viewer.h"
 
 namespace {
+constexpr int kPictureSide = 800;
+
+// The window's drawing path without a window: a headless context, the
+// renderer on it, and the scene's device side. Empty when no context can be
+// made; the picture is then drawn on the processor.
+struct HeadlessDevice {
+  std::unique_ptr<comms::cEglContext> Context;
+  std::unique_ptr<comms::cRenderGL> Render;
+  std::unique_ptr<SceneDevice> Device;
+
+  explicit HeadlessDevice(PaintScene& scene) {
+    std::string why;
+    Context = comms::cEglContext::Create(kPictureSide, kPictureSide, &why);
+    if (!Context) return;
+    Render = std::make_unique<comms::cRenderGL>();
+    Render->DataFolder = comms::DataFolder();
+    if (!Render->Init(Context.get(), 1)) {
+      Render.reset();
+      return;
+    }
+    Device = std::make_unique<SceneDevice>(*Render, scene);
+    Device->Attach();
+  }
+  ~HeadlessDevice() {
+    Device.reset();
+    if (Render) Render->Release();
+  }
+};
+
 bool EndsWith(const std::string& s, const char* tail) {
   std::string t(tail);
   if (s.size() < t.size()) return false;
@@ -36,6 +71,7 @@ int RunPaintImportCommand(const std::vector<std::string>& args) {
   PaintScene& scene = ThePaintScene();
   DPSettings settings;  // the import dialogs will edit these; their defaults hold
   const PaintImportMode mode = args[1] == "micro" ? PaintImportMode::MicroVertex : PaintImportMode::PerPixel;
+  HeadlessDevice device(scene);
   PaintImportResult r = ImportMeshFile(scene, args[0], mode, settings);
   if (!r.ok) {
     fprintf(stderr, "paint-import: %s\n", r.message.c_str());
@@ -51,7 +87,16 @@ int RunPaintImportCommand(const std::vector<std::string>& args) {
          mapped, scene.MemoryBytes() / 1048576.0);
   if (r.warnings & WARN_SHARED_SURFACES) printf("  warning: WARN_SHARED_SURFACES\n");
   std::string why;
-  if (!WriteScenePicture(scene, args[2], 800, 800, &why)) {
+  bool written = false;
+  if (device.Device) {
+    comms::cFreeViewer camera;
+    camera.Fov = 50;
+    FramePaintScene(scene, camera);
+    written = RenderPaintSceneToPng(*device.Render, *device.Device, camera, kPictureSide, kPictureSide, args[2], &why);
+  } else {
+    written = WriteScenePicture(scene, args[2], kPictureSide, kPictureSide, &why);
+  }
+  if (!written) {
     fprintf(stderr, "paint-import: %s\n", why.c_str());
     return 1;
   }

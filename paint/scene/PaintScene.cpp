@@ -11,6 +11,7 @@
 #include "ClassEngine/Progress.h"
 #include "ClassEngine/Threader.h"
 #include "paint/layers/PixelMap.h"
+#include "paint/scene/SceneDevice.h"
 #include "shell/tools/ToolTable.h"
 
 PaintScene& ThePaintScene() {
@@ -161,6 +162,20 @@ void PaintScene::MarkFaceDirty(int face) {
   if (DirtyFlag[face]) return;
   DirtyFlag[face] = 1;
   DirtyFaces.push_back(face);
+  const PaintFace& f = Faces[face];
+  auto block = MeshBlocks.find({f.CellKey[0] / 4, f.CellKey[1] / 4, f.CellKey[2] / 4});
+  if (block != MeshBlocks.end() && f.RenderTarget < block->second.size())
+    block->second[f.RenderTarget].UpToDate = 0;
+}
+
+int PaintScene::UpdatePixelMap(int renderTarget) {
+  PixelMap* map = GetPixelMap(renderTarget);
+  if (!map) return 0;
+  if (!Device) return map->Update();
+  return map->Update([&](const std::vector<PixelTile*>& tiles, const std::vector<uint32_t>& colour,
+                         const std::vector<uint32_t>& normal, bool colourToo) {
+    Device->UploadTiles(renderTarget, tiles, colour, normal, colourToo);
+  });
 }
 
 void PaintScene::SetAllDirty() {
@@ -183,6 +198,7 @@ void PaintScene::ForEachFace(int mode, const std::function<void(int face)>& fn,
 }
 
 void PaintScene::ResetScene(bool keepTools, ToolTable* tools) {
+  if (Device) Device->Clear();
   Faces.clear();
   Corners.clear();
   Vertices.clear();

@@ -7,6 +7,7 @@
 #include <array>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <unordered_map>
 #include <vector>
@@ -19,8 +20,10 @@
 #include "paint/scene/SceneClasses.h"
 #include "paint/scene/SceneRecords.h"
 #include "paint/scene/SceneTables.h"
+#include "render/Mesh.h"
 
 class PixelMap;
+class SceneDevice;
 class ToolTable;
 
 // Faces of one MeshBlock and one render target, drawn together.
@@ -30,6 +33,7 @@ struct MeshBlockPart {
   uint8_t AlwaysDraw = 0;
   int RenderTarget = 0;
   DynArray<int> Faces;
+  std::unique_ptr<comms::StaticMesh> Mesh;  // made by the device when first drawn
 };
 
 // A micro-vertex reached by crossing faces.
@@ -82,6 +86,7 @@ class PaintScene {
   int CurrentLayer = 0;
   std::vector<int> StrokeFaces;  // the current stroke's faces (ForEachFace mode 2)
   FaceBatchDrawer DrawFaceBatch;  // the render side's drawing of face batches; none headless
+  SceneDevice* Device = nullptr;  // textures, tile upload and meshes; none headless
   uint8_t Modified = 0;
   std::vector<uint64_t> UVPatchData8;
   std::vector<std::array<uint32_t, 3>> UVPatchData12;
@@ -110,7 +115,11 @@ class PaintScene {
 
   // --- faces
   PixelMap* GetPixelMap(int renderTarget);
+  // Queues the face for UpdateDirtyFaces and its block's mesh for a rebuild.
   void MarkFaceDirty(int face);
+  // Composes the dirty tiles of a per-pixel target and hands them to the
+  // device; returns the number of tiles composed.
+  int UpdatePixelMap(int renderTarget);
   void SetAllDirty();
   // The micro-vertex at (x, y) of the face, crossing into neighbours while
   // outside the grid. A face without grid gives `scratch` filled with the
@@ -139,6 +148,7 @@ class PaintScene {
   void CreatePaddingInfo();
   void CreateMissingTargets();          // 3
   void CreateDefaultUVSets();           // 4
+  bool CreateTargetTextures(std::string* why);  // 5
   int SetupUVIds();                     // 7, returns warnings
   void PutFacesInCells();               // 9
   void CreateMeshBlocks();              // 11 (face lists per block and target)

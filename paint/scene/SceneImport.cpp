@@ -10,6 +10,7 @@
 #include "interchange/MeshIO.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/scene/QuadSplit.h"
 
 using comms::cMesh;
 using comms::cPolyCell;
@@ -164,11 +165,25 @@ PaintImportResult ImportMeshIntoScene(PaintScene& scene, const cMesh& mesh, Pain
       rt->Pixels->Build(scene, t);
     }
   }
-  scene.Prepare(&result.warnings);
+  if (!scene.Prepare(&result.warnings)) {
+    result.message = "Unable to create render target. It is possible to lack of video-memory.";
+    scene.ResetScene(true);
+    return result;
+  }
   result.ok = true;
   Log("ImportMeshIntoScene(): %d faces, %d vertices, %d micro-vertices", (int)scene.Faces.size(),
       (int)scene.Vertices.size(), scene.MicroVertexCount);
   return result;
+}
+
+PaintImportResult ImportPreparedMesh(PaintScene& scene, const cMesh& mesh, PaintImportMode mode,
+                                     const DPSettings& settings) {
+  if (mode == PaintImportMode::MicroVertex && HasNonQuads(mesh)) {
+    const cMesh quads = SplitIntoQuads(mesh);
+    Log("ImportPreparedMesh(): %d polygons split into %d quads", mesh.PolygonCount(), quads.PolygonCount());
+    return ImportMeshIntoScene(scene, quads, mode, settings);
+  }
+  return ImportMeshIntoScene(scene, mesh, mode, settings);
 }
 
 PaintImportResult ImportMeshFile(PaintScene& scene, const std::string& path, PaintImportMode mode,
@@ -179,5 +194,5 @@ PaintImportResult ImportMeshFile(PaintScene& scene, const std::string& path, Pai
     r.message = "the mesh file could not be read: " + path;
     return r;
   }
-  return ImportMeshIntoScene(scene, *mesh, mode, settings);
+  return ImportPreparedMesh(scene, *mesh, mode, settings);
 }

@@ -26,6 +26,12 @@ bool MeshHasUVs(const comms::cMesh& mesh);
 PaintImportResult ImportMeshIntoScene(PaintScene& scene, const comms::cMesh& mesh,
                                       PaintImportMode mode, const DPSettings& settings);
 
-// Loads a mesh file through the mesh codecs and imports it.
+// The import of a mesh file's contents: micro-vertex grids live on quads, so
+// a mesh with other polygons is first split once into quads (the import
+// dialogs will offer more levels); per-pixel mode takes the mesh as it is.
+PaintImportResult ImportPreparedMesh(PaintScene& scene, const comms::cMesh& mesh, PaintImportMode mode,
+                                     const DPSettings& settings);
+
+// Loads a mesh file through the mesh codecs and imports it as above.
 PaintImportResult ImportMeshFile(PaintScene& scene, const std::string& path,
                                  PaintImportMode mode, const DPSettings& settings);

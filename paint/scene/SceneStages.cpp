@@ -9,6 +9,7 @@
 #include "paint/layers/ComposeFace.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/scene/SceneDevice.h"
 
 using comms::cVec2;
 using comms::cVec3;
@@ -246,6 +247,13 @@ void PaintScene::PutFacesInCells() {
   Log("PutFacesInCells: done");
 }
 
+bool PaintScene::CreateTargetTextures(std::string* why) {
+  if (!Device) return true;
+  for (MRenderTarget* rt : RenderTargets)
+    if ((!rt->UseExternalTexture || rt->Pixels) && !Device->CreateTargetTextures(*rt, why)) return false;
+  return true;
+}
+
 void PaintScene::CreateMeshBlocks() {
   for (auto& [key, parts] : MeshBlocks)
     for (MeshBlockPart& p : parts) p.UpToDate = 0;
@@ -281,8 +289,7 @@ void PaintScene::ComputeGridNormals(int face) {
 void PaintScene::ComposeAll() {
   ForEachFace(0, [&](int f) { ComposeFace(*this, f); }, 0, 50);
   ForEachFace(0, [&](int f) { ComputeGridNormals(f); }, 50, 50);
-  for (MRenderTarget* rt : RenderTargets)
-    if (rt->Pixels) rt->Pixels->Update();
+  for (int t = 0; t < RenderTargets.GetAmount(); t++) UpdatePixelMap(t);
   Log("Faces: done");
 }
 
@@ -344,6 +351,11 @@ bool PaintScene::Prepare(int* warnings) {
   Log("CreateUVEdgesInfo: done");
   CreateMissingTargets();
   CreateDefaultUVSets();
+  std::string why;
+  if (!CreateTargetTextures(&why)) {
+    Log("%s (%s)", "Unable to create render target. It is possible to lack of video-memory.", why.c_str());
+    return false;
+  }
   RebuildMaterialEnumerator(Materials);
   MicroVertexCount = 0;
   for (const PaintFace& f : Faces) MicroVertexCount += f.SampleCount();

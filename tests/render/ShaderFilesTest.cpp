@@ -107,8 +107,8 @@ class ShaderDeviceTest : public GLTest {
 
 TEST_F(ShaderDeviceTest, EveryStartupShaderCompiles) {
   // The paint mesh's formats arrive with the paint engine; stand-ins here.
-  ASSERT_EQ(render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"Normal", kSemNormal, kCompFloat, 3},
-                                           {"TexCoord", kSemTexCoord, kCompFloat, 2}}), 12);
+  ASSERT_EQ(render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"TexCoord", kSemTexCoord, kCompFloat, 2},
+                                           {"Color", kSemFree, kCompByte, 4}, {"NormalWord", kSemFree, kCompByte, 4}}), 12);
   ASSERT_EQ(render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"TexCoord", kSemTexCoord, kCompFloat, 2}}), 13);
   ASSERT_EQ(render_->RegisterVertexFormat({{"Pos", kSemPos, kCompFloat, 3}, {"Color", kSemFree, kCompByte, 4}}), 14);
   cIRS irs(render_.get());
