@@ -41,6 +41,12 @@ bool PaintRoomIsCurrent(const ToolTable& tools) {
 
 void OpenPaintRoom(ToolTable& tools) {
   tools.BuildRooms();
+  // The pen is the room's default tool; a table without it opens the first listed.
+  BasicTool* pen = tools.FindTool("StdPen");
+  if (pen && pen->IsAvailable() && pen->GetRoomName() == std::string(kPaintRoom)) {
+    tools.SetCurrentTool("StdPen");
+    return;
+  }
   for (int i = 0; i < tools.Count(); ++i) {
     BasicTool* t = tools.At(i);
     if (std::string(t->GetRoomName()) == kPaintRoom && t->IsInToolList()) {

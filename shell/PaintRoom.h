@@ -46,7 +46,8 @@ class PaintRoomLink {
 
 // True when the current room of `tools` is the paint room.
 bool PaintRoomIsCurrent(const ToolTable& tools);
-// Makes the paint room current through its first listed tool.
+// Makes the paint room current through its pen ("StdPen"), or its first
+// listed tool when the pen is pending.
 void OpenPaintRoom(ToolTable& tools);
 
 // After start-up: mesh imports go to the program's paint scene and the view
