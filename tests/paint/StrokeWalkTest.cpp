@@ -238,7 +238,13 @@ TEST(StrokeWalk, NoSeamAcrossTileBordersAndUVSeamsAfterUpdate) {
   // between texel columns 15 and 16 (world x = (16 - 6.4) / 19.2 = 0.5).
   const float ty = (57.6f - 45.5f) / 19.2f;  // texel row 45's centre
   ASSERT_EQ(stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(1, ty, 0), 0.2f), 0), DabResult::Painted);
-  EXPECT_FALSE(stroke.LastTiles.empty());
+  // Only the tiles under the pen wait for the update: 3.84 texels of radius
+  // round row 45, each side of the seam, reach tile rows 2 and 3 of tile
+  // column 1 (left) and 2 (right): 4 of the map's 16.
+  EXPECT_EQ(stroke.LastTiles.size(), 4u);
+  EXPECT_EQ(map->DirtyTiles.size(), 4u);
+  for (int tx : {1, 2})
+    for (int ty2 : {2, 3}) EXPECT_TRUE(map->DirtyTiles.count(PixelMap::TileKey(tx, ty2))) << tx << "," << ty2;
   ASSERT_EQ(stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(0.5f, ty, 0), 0.2f), 0), DabResult::Painted);
   stroke.End();
   EXPECT_FALSE(map->DirtyTiles.empty());
