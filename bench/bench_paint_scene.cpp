@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "bench/PaintSheet.h"
+#include "bench/BenchSheet.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Threader.h"
 #include "interchange/Mesh.h"
@@ -17,11 +17,6 @@
 #include "paint/scene/SceneImport.h"
 
 namespace {
-
-void TwoThreads() {
-  ThreadOptions::UseMultiCore = true;
-  ThreadOptions::MaxProcessorsToBeUsed = 2;
-}
 
 void PaintLayers(PaintScene& scene, int layers) {
   for (int l = 1; l <= layers - 1; l++) scene.NewLayer(false);

@@ -14,7 +14,7 @@
 #include <memory>
 #include <vector>
 
-#include "bench/PaintSheet.h"
+#include "bench/BenchSheet.h"
 #include "ClassEngine/Threader.h"
 #include "interchange/Mesh.h"
 #include "paint/file/SceneFile.h"

@@ -29,6 +29,7 @@ struct GeneralPen {
   static inline float DeepDegree = 0.5f;
   static inline float ColorOpacity = 1.f;
   static inline float SpecularDegree = 0.f;
+  static inline float SpecularOpacity = 1.f;  // how strongly a dab lays its specular
   static inline float Falloff = 0.f;
   static inline float FocalShift = 0.f;
   static inline float Color[4] = {1, 1, 1, 0};

@@ -209,3 +209,13 @@ void AdvanceStripPhase(BasicPenShape* pen, float travelled) {
   if (!pen || GeneralPen::StrokeRadius <= 0) return;
   GeneralPen::StripPhase += travelled / GeneralPen::StrokeRadius / pen->GetAspect();
 }
+
+std::unique_ptr<BasicPenShape> MakeRadialPen(const std::string& w) {
+  if (w == "cone") return std::make_unique<ConePen>();
+  if (w == "simple") return std::make_unique<SimplePen>();
+  if (w == "sharp") return std::make_unique<SharpPen>();
+  if (w == "sphere") return std::make_unique<SpherePen>();
+  if (w == "volcano") return std::make_unique<VolcanoPen>();
+  if (w == "plane") return std::make_unique<PlanePen>();
+  return nullptr;
+}

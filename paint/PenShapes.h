@@ -4,6 +4,7 @@
 // profiles of the distance from the centre; PatternPen and StripPen read an
 // image. Paint rasterisers and the voxel brushes both sample these.
 #pragma once
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -151,6 +152,9 @@ class StripPen : public PatternPen {
   float GetAspect() override;
 };
 
+// A built-in radial pen by its word in scripts: cone simple sharp sphere
+// volcano plane; null for another word.
+std::unique_ptr<BasicPenShape> MakeRadialPen(const std::string& word);
 // Registers the pen classes with the class engine (idempotent).
 void RegisterPenClasses();
 // After a dab: StripPhase += travelled / StrokeRadius / aspect.

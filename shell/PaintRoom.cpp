@@ -10,6 +10,7 @@
 #include "paint/scene/PaintScene.h"
 #include "paint/scene/SceneClasses.h"
 #include "paint/scene/SceneView.h"
+#include "paint/tools/PaintBrushTools.h"
 #include "render/Viewer.h"
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
@@ -40,6 +41,12 @@ bool PaintRoomIsCurrent(const ToolTable& tools) {
 
 void OpenPaintRoom(ToolTable& tools) {
   tools.BuildRooms();
+  // The pen is the room's default tool; a table without it opens the first listed.
+  BasicTool* pen = tools.FindTool("StdPen");
+  if (pen && pen->IsAvailable() && pen->GetRoomName() == std::string(kPaintRoom)) {
+    tools.SetCurrentTool("StdPen");
+    return;
+  }
   for (int i = 0; i < tools.Count(); ++i) {
     BasicTool* t = tools.At(i);
     if (std::string(t->GetRoomName()) == kPaintRoom && t->IsInToolList()) {
@@ -79,11 +86,18 @@ bool PaintRoomLink::Draw(cRender& render, cFreeViewer& camera, ToolTable& tools)
   if (!PaintRoomIsCurrent(tools)) return false;
   UseRenderer(render);
   device_->Draw(camera, ViewMode);
+  if (auto* brush = dynamic_cast<PaintBrushTool*>(tools.CurrentTool())) brush->DrawBrushCursor(render);
   return true;
+}
+
+void PaintRoomLink::ConnectBrushTools(ToolTable& tools, const cFreeViewer& camera) {
+  for (const char* name : {"StdPen", "EraserTool", "SmudgeTool"})
+    if (PaintBrushTool* tool = FindPaintTool(tools, name)) tool->SetScene(&scene_, &camera);
 }
 
 void StartPaintRoom(PaintRoomLink& link, ViewportSeams& viewport) {
   if (comms::cRender* render = viewport.Renderer()) link.UseRenderer(*render);
+  link.ConnectBrushTools(Tools(), viewport.Camera());
   TheSceneCommands().ImportMesh = [&link, &viewport](const std::string& path, CommandLineDecision::Action) {
     std::string why;
     if (link.Import(path, PaintImportMode::MicroVertex, Tools(), viewport.Camera(), &why)) {

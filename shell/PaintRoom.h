@@ -34,6 +34,8 @@ class PaintRoomLink {
   // Draws the scene when the paint room is current in `tools`; true when the
   // paint room is current (then the view belongs to it, even while empty).
   bool Draw(comms::cRender& render, comms::cFreeViewer& camera, ToolTable& tools);
+  // The brush tools of `tools` paint this scene, picked through `camera`.
+  void ConnectBrushTools(ToolTable& tools, const comms::cFreeViewer& camera);
   SceneDevice* Device() const { return device_.get(); }
   PaintViewMode ViewMode = PaintViewMode::Lit;
 
@@ -44,7 +46,8 @@ class PaintRoomLink {
 
 // True when the current room of `tools` is the paint room.
 bool PaintRoomIsCurrent(const ToolTable& tools);
-// Makes the paint room current through its first listed tool.
+// Makes the paint room current through its pen ("StdPen"), or its first
+// listed tool when the pen is pending.
 void OpenPaintRoom(ToolTable& tools);
 
 // After start-up: mesh imports go to the program's paint scene and the view

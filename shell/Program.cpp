@@ -5,6 +5,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/tools/PaintBrushTools.h"
 #include "shell/SceneFileCommands.h"
 
 namespace {
@@ -23,6 +24,7 @@ Program::Program(Platform& platform, const ProgramMode& mode)
       paintRoom_(ThePaintScene()) {
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
+  RegisterPaintTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
   interface_->Attach();
   workspace_ = std::make_unique<Workspace>(shell_, *interface_, view_);

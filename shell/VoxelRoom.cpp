@@ -12,6 +12,7 @@
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "render/SurfaceRing.h"
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/TabletPenPressure.h"
@@ -43,23 +44,8 @@ bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, Tool
   if (!tool || table.CurrentTool() != tool) return false;
   PenPoint pen;
   if (!tool->PenAt(Pointer().X, Pointer().Y, pen)) return false;
-  // Two axes across the normal span the circle's plane.
-  const cVec3 n = cVec3(pen.N[0], pen.N[1], pen.N[2]).Normalized();
-  const cVec3 helper = std::fabs(n.y) < 0.9f ? cVec3(0, 1, 0) : cVec3(1, 0, 0);
-  const cVec3 t = Cross(n, helper).Normalized(), b = Cross(n, t);
-  const cVec3 centre(pen.P[0], pen.P[1], pen.P[2]);
-  // Lifted a little off the surface so the depth of the volume does not bite it.
-  const cVec3 lift = n * (pen.Radius * 0.02f);
-  constexpr int kSegments = 48;
-  constexpr uint32_t kColour = 0xffffc040u;
-  cVec3 prev = camera.ProjectToView(centre + lift + t * pen.Radius);
-  for (int i = 1; i <= kSegments; ++i) {
-    const float a = 6.2831853f * float(i) / kSegments;
-    const cVec3 p = camera.ProjectToView(centre + lift + (t * std::cos(a) + b * std::sin(a)) * pen.Radius);
-    render.DrawLine(prev.x, prev.y, p.x, p.y, 0.f, kColour, kColour);
-    prev = p;
-  }
-  render.Flush2D();
+  DrawSurfaceRing(render, camera, cVec3(pen.P[0], pen.P[1], pen.P[2]), cVec3(pen.N[0], pen.N[1], pen.N[2]),
+                  pen.Radius, 0xffffc040u);
   return true;
 }
 

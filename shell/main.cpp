@@ -2,12 +2,15 @@
 // until the user leaves; with --headless it runs the start-up and 8 frames
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
-// the last frame and says where its files went. Four commands run
+// the last frame, paints glmark2's bunny by data/Replays/paint_bunny.txt into
+// paint/ and says where its files went. Four commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions; IN.mvn: its volumes' surface
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY, or a scene (.mvn)
-//   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png
+//   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png;
+//                                         a script beginning "import MESH MODE" paints the mesh and
+//                                         writes replay.png and <target>_color.png
 //   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
 #include <unistd.h>
 
@@ -24,6 +27,7 @@
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "paint/scene/PaintImportCommand.h"
+#include "paint/stroke/PaintReplay.h"
 #include "platform/Platform.h"
 #include "shell/Program.h"
 
@@ -81,11 +85,12 @@ int main(int argc, char** argv) {
     return 1;
   }
   ViewportSeams& seams = program.View();
-  std::string shot;
+  std::string shot, paintShot;
   if (headless) {
     constexpr int kHeadlessFrames = 8;  // past the fourth, which reads the command line
     shell.RunFrames(kHeadlessFrames);
     shot = seams.WriteScreenshot("screenshot.png");
+    paintShot = PaintHeadlessScene("paint");
   } else {
     shell.Run();
   }
@@ -95,6 +100,7 @@ int main(int argc, char** argv) {
   printf("  log:         %s\n", AbsolutePath("Log.txt").c_str());
   printf("  user folder: %s (UserData/, Temp/, Exchange/, window.txt)\n", folder.c_str());
   if (!shot.empty()) printf("  screenshot:  %s\n", shot.c_str());
+  if (!paintShot.empty()) printf("  painted:     %s\n", paintShot.c_str());
   if (headless && shot.empty()) {
     fprintf(stderr, "morvane: the picture of the last frame could not be made (see the log)\n");
     return 1;

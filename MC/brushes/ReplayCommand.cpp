@@ -21,6 +21,7 @@
 #include "MC/mcubes/WeldedMesh.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
+#include "paint/stroke/PaintReplay.h"
 
 namespace {
 int ToolByWord(const std::string& w) {
@@ -35,15 +36,6 @@ int ToolByWord(const std::string& w) {
   return byName;
 }
 
-std::unique_ptr<BasicPenShape> PenByWord(const std::string& w) {
-  if (w == "cone") return std::make_unique<ConePen>();
-  if (w == "simple") return std::make_unique<SimplePen>();
-  if (w == "sharp") return std::make_unique<SharpPen>();
-  if (w == "sphere") return std::make_unique<SpherePen>();
-  if (w == "volcano") return std::make_unique<VolcanoPen>();
-  if (w == "plane") return std::make_unique<PlanePen>();
-  return nullptr;
-}
 }  // namespace
 
 ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
@@ -103,7 +95,7 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
     } else if (cmd == "pen") {
       std::string w;
       words >> w;
-      auto p = PenByWord(w);
+      auto p = MakeRadialPen(w);
       if (!p) { fail("unknown pen '" + w + "'"); break; }
       pen = std::move(p);
       GeneralPen::CurrentPenPtr = pen.get();
@@ -171,6 +163,8 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   std::stringstream text;
   text << file.rdbuf();
+  // A script that imports a mesh paints it; the others sculpt a volume.
+  if (IsPaintScript(text.str())) return RunPaintReplayCommand(args[0], args.size() > 1 ? args[1] : ".");
   VolumeObject volume;
   ReplayResult r = RunReplayScript(text.str(), volume);
   if (r.Line) {

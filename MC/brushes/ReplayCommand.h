@@ -19,6 +19,8 @@
 //                            onto the surface along the view direction, and
 //                            each is one frame of the stroke
 // Each stroke is followed by UpdateSurface, as a frame would.
+// A script whose first command is "import MESH MODE" paints a mesh instead
+// (paint/stroke/PaintReplay.h).
 #pragma once
 #include <string>
 #include <vector>

@@ -58,6 +58,25 @@ SeamSide SideOf(const comms::cVec2& a, const comms::cVec2& b, float cx, float cy
 
 }  // namespace
 
+// The sphere around a block's texels: their mean, and the farthest texel plus
+// one texel's half diagonal, so a pen that reaches a texel's area reaches it.
+static void BoundBlock(const FaceTexels& texels, FaceTexelBlock& b) {
+  cVec3 c;
+  for (uint32_t i = 0; i < b.Count; i++) c += texels.Texels[b.First + i].Position;
+  if (b.Count) c = c * (1.0f / (float)b.Count);
+  float r2 = 0, step2 = 0;
+  for (uint32_t i = 1; i < b.Count; i++) {
+    const cVec3 d = texels.Texels[b.First + i].Position - texels.Texels[b.First + i - 1].Position;
+    step2 = std::max(step2, Dot(d, d));
+  }
+  for (uint32_t i = 0; i < b.Count; i++) {
+    const cVec3 d = texels.Texels[b.First + i].Position - c;
+    r2 = std::max(r2, Dot(d, d));
+  }
+  b.CentreX = c.x, b.CentreY = c.y, b.CentreZ = c.z;
+  b.Radius = std::sqrt(r2) + std::sqrt(step2);
+}
+
 void PixelMap::Build(PaintScene& scene, int renderTarget) {
   Scene = &scene;
   if (scene.EdgeMap.Size() == 0) scene.BuildEdgeMap();  // the seams need it
@@ -132,6 +151,7 @@ void PixelMap::Build(PaintScene& scene, int renderTarget) {
       px.SetBits(kPixelOnMesh, t.x, t.y);
       px.Width = t.width, px.Height = t.height;
     }
+    for (int b = 0; b < face.Texels->BlockCount; b++) BoundBlock(*face.Texels, face.Texels->Directory[b]);
   }
   // Seams, in two passes widening by 0 then 1 texel: an empty texel just
   // outside a seam edge shows the nearest texel across the seam, on the

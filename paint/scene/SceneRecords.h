@@ -72,13 +72,17 @@ struct FaceTexel {
 static_assert(sizeof(FaceTexel) == 28);
 
 // Directory entry of FaceTexels, the same size as a texel: the second word is
-// the block's texel count, the 9th and 10th u16 slots the tile's x and y.
+// the block's texel count, the 9th and 10th u16 slots the tile's x and y. The
+// sphere around the block's texel centres (world units) lets a stroke skip
+// the whole block.
 struct FaceTexelBlock {
   uint32_t First = 0;
   uint32_t Count = 0;
-  uint32_t Spare[2] = {0, 0};
-  uint16_t Spare16[4] = {0, 0, 0, 0};
+  float CentreX = 0, CentreY = 0;
   uint16_t TileX = 0, TileY = 0;
+  float CentreZ = 0;
+  float Radius = 0;
+  comms::cVec3 Centre() const { return {CentreX, CentreY, CentreZ}; }
 };
 static_assert(sizeof(FaceTexelBlock) == sizeof(FaceTexel));
 

@@ -1,6 +1,6 @@
 // Small meshes built in code for the paint-scene tests: a unit cube of six
-// quads with a cross-shaped UV layout, a strip of quads, and helpers that
-// import them into a scene.
+// quads with a cross-shaped UV layout, a strip of quads, a sheet cut in UV,
+// and helpers that import them into a scene.
 #pragma once
 #include <vector>
 
@@ -49,6 +49,19 @@ inline comms::cMesh Sheet(int w, int h) {
       int a = y * (w + 1) + x;
       AddQuad(m, a, a + 1, a + w + 2, a + w + 1, a, a + 1, a + w + 2, a + w + 1);
     }
+  return m;
+}
+
+// Two quads sharing the edge x = 1 in space; in UV each is its own island, so
+// the shared edge is a seam. With a 64 x 64 map the left island covers texel
+// columns 6..25 and the right one 38..57, rows 38..57.
+inline comms::cMesh CutSheet() {
+  comms::cMesh m;
+  m.positions = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 1, 0}};
+  m.uvs = {{0.1f, 0.1f}, {0.4f, 0.1f}, {0.1f, 0.4f}, {0.4f, 0.4f},   // left island
+           {0.6f, 0.1f}, {0.9f, 0.1f}, {0.6f, 0.4f}, {0.9f, 0.4f}};  // right island
+  AddQuad(m, 0, 1, 4, 3, 0, 1, 3, 2);
+  AddQuad(m, 1, 2, 5, 4, 4, 5, 7, 6);
   return m;
 }
 

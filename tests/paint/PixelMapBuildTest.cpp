@@ -7,26 +7,11 @@
 #include "PaintMeshes.h"
 #include "paint/layers/PixelMap.h"
 
-namespace {
-
-// Two quads sharing the edge x = 1 in space; in UV the right one is its own
-// island, a cut (seam) along the shared edge.
-comms::cMesh CutSheet() {
-  comms::cMesh m;
-  m.positions = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {0, 1, 0}, {1, 1, 0}, {2, 1, 0}};
-  m.uvs = {{0.1f, 0.1f}, {0.4f, 0.1f}, {0.1f, 0.4f}, {0.4f, 0.4f},   // left island
-           {0.6f, 0.1f}, {0.9f, 0.1f}, {0.6f, 0.4f}, {0.9f, 0.4f}};  // right island
-  paintmeshes::AddQuad(m, 0, 1, 4, 3, 0, 1, 3, 2);
-  paintmeshes::AddQuad(m, 1, 2, 5, 4, 4, 5, 7, 6);
-  return m;
-}
-
-}  // namespace
 
 TEST(PixelMapBuild, TexelsPaddingAndSeamsOfACutSheet) {
   PaintScene scene;
   scene.RtSizeX = scene.RtSizeY = 64;
-  ASSERT_TRUE(ImportMeshIntoScene(scene, CutSheet(), PaintImportMode::PerPixel, DPSettings()).ok);
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::CutSheet(), PaintImportMode::PerPixel, DPSettings()).ok);
   EXPECT_TRUE(scene.Faces[0].SeamBits & 2);  // the shared edge is a seam
   PixelMap* map = scene.GetPixelMap(0);
   ASSERT_NE(map, nullptr);

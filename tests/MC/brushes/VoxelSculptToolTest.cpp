@@ -19,6 +19,7 @@
 #include "paint/PenPressure.h"
 #include "platform/Keys.h"
 #include "render/Viewer.h"
+#include "shell/tools/RouterDrag.h"
 #include "shell/tools/ToolRouter.h"
 
 namespace {
@@ -79,17 +80,7 @@ struct ToolFixture : ::testing::Test {
   void TearDown() override { Pointer() = ToolPointer(); }
 
   // Press at the first pixel, one frame per further pixel, release.
-  void Drag(const std::vector<std::pair<float, float>>& path) {
-    router.OnPointerMove(path[0].first, path[0].second);
-    router.OnKeyChange(keys::LeftButton, true, false);
-    table.RunFrame();
-    for (size_t i = 1; i < path.size(); ++i) {
-      router.OnPointerMove(path[i].first, path[i].second);
-      table.RunFrame();
-    }
-    router.OnKeyChange(keys::LeftButton, false, false);
-    table.RunFrame();
-  }
+  void Drag(const std::vector<std::pair<float, float>>& path) { DragThrough(router, table, path); }
 };
 
 const std::vector<std::pair<float, float>> kPath = {{250, 240}, {290, 236}, {330, 244}, {380, 240}};

@@ -1,10 +1,14 @@
-// The paint benchmarks' test mesh: an n x n sheet of quads.
+// The benchmarks' painted surface: a gently curved sheet of quads with one UV
+// map over the whole texture, and the two-thread setting they run under.
 #pragma once
+#include "ClassEngine/Threader.h"
 #include "interchange/Mesh.h"
+
+namespace {
 
 // An n x n sheet of quads with one UV map over the whole texture, gently
 // curved so that normals vary.
-inline comms::cMesh Sheet(int n) {
+comms::cMesh Sheet(int n) {
   comms::cMesh m;
   m.positions.reserve((size_t)(n + 1) * (n + 1));
   for (int y = 0; y <= n; y++)
@@ -22,3 +26,10 @@ inline comms::cMesh Sheet(int n) {
     }
   return m;
 }
+
+void TwoThreads() {
+  ThreadOptions::UseMultiCore = true;
+  ThreadOptions::MaxProcessorsToBeUsed = 2;
+}
+
+}  // namespace

@@ -1,0 +1,73 @@
+// PaintStroke: carries the dabs of one stroke from the pen to the samples of
+// the scene. Begin at the button's press, ApplyStroke per dab, End at release.
+// A dab floods the faces under the pen, backs up the current layer of each
+// face (or tile) once per stroke so every dab measures against the stroke's
+// start, walks the samples on the thread pool (skipping whole 4 x 4 cells of a
+// grid or whole texel blocks out of reach), then recomposes the touched faces
+// and marks them, and the touched tiles, for the next upload.
+#pragma once
+#include <memory>
+#include <vector>
+
+#include "paint/layers/LayerRecords.h"
+#include "paint/scene/SceneRecords.h"
+#include "paint/stroke/StrokeSample.h"
+
+class PaintScene;
+class PixelMap;
+
+// The current layer of one face as the stroke found it.
+struct FaceBackup {
+  int LayerID = 0;
+  std::vector<LayerMicroVertex> Samples;
+};
+
+enum class DabResult { Painted, Nothing, InvisibleLayer };
+
+class PaintStroke {
+ public:
+  explicit PaintStroke(PaintScene& scene);
+  ~PaintStroke();
+  PaintStroke(const PaintStroke&) = delete;
+  PaintStroke& operator=(const PaintStroke&) = delete;
+
+  // A new stroke: no backups yet.
+  void Begin();
+  // One dab of `fn` under `frame`, flooding from `pickedFace`. With `backup`
+  // every touched face and tile keeps its start state for the whole stroke.
+  // An invisible current layer paints nothing ("PAINT_INVIS_LAYER").
+  DabResult ApplyStroke(const SampleFunction& fn, const StrokeFrame& frame, int pickedFace, bool backup = true);
+  // Every sample of the stroke faces, with no distance test (the layer fill).
+  void ApplyToAllFaces(const SampleFunction& fn, const StrokeFrame& frame, bool backup = true);
+  // Releases the backups and the tiles' undo copies.
+  void End();
+
+  BasicPenShape* Pen = nullptr;                   // the dab's shape; null paints a flat disc
+  const GlobalModificator* Modificator = nullptr;  // none by default
+  bool IslandOnly = false;                        // stroke mode 9
+  bool RejectOccluded = true;                     // faces hidden behind others stay untouched
+  // What the last dab did, for tests and the benchmark.
+  int LastFaces = 0;        // faces after the flood and pruning
+  int LastTouchedFaces = 0;
+  int64_t LastSamples = 0;  // samples measured against the pen
+  std::vector<PixelTile*> LastTiles;  // tiles marked for upload
+
+ private:
+  // Creates the face's layer entry and its backup before the workers run.
+  void PrepareFace(int face, bool backup);
+  // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
+  void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
+  float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
+  float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
+  // Workers, composition and dirty marks over scene.StrokeFaces.
+  void RunDab(const SampleFunction& fn, const StrokeFrame& frame, bool backup, bool all);
+
+  PaintScene& scene_;
+  std::vector<std::unique_ptr<FaceBackup>> backups_;
+  std::vector<PixelMap*> maps_;  // maps whose tiles hold undo copies
+  std::vector<std::pair<PixelTile*, PixelMap*>> prepared_;  // tiles this dab may touch
+};
+
+// Whether any texel of the block may lie under the pen: the block's sphere
+// against the stroke, with room for the rim of the pen's cylinder.
+bool BlockInReach(const StrokeFrame& frame, const FaceTexelBlock& block, float unitScale);

@@ -1,0 +1,76 @@
+// Hits to dabs: the pen state of one dab and the call into ApplyStroke.
+#include "paint/stroke/PaintDabs.h"
+
+#include <algorithm>
+
+#include "paint/GeneralPen.h"
+#include "paint/PenDab.h"
+#include "paint/PenShapes.h"
+#include "paint/scene/PaintScene.h"
+
+using comms::cVec3;
+
+void PaintDabs::Begin(uint32_t seed) {
+  End();
+  rnd_.Seed(seed);
+  Stroke.Begin();
+  smudge_.Reset();
+  GeneralPen::StripPhase = 0;
+  active_ = true, hasLast_ = false, dabs_ = 0;
+}
+
+void PaintDabs::End() {
+  if (!active_) return;
+  Stroke.End();
+  active_ = false, hasLast_ = false;
+}
+
+DabResult PaintDabs::Dab(const PenHit& hit) {
+  if (!active_) Begin();
+  BasicPenShape* pen = GeneralPen::CurrentPenPtr ? GeneralPen::CurrentPenPtr : &plainPen_;
+  GeneralPen::PrevPressure = hasLast_ ? last_.Pressure : hit.Pressure;
+  GeneralPen::PenPressure = hit.Pressure;
+  const float us = scene_.UnitScale;
+  // The pen's radius in pixels after pressure and variation, in world units here.
+  const float pixels = GeneralPen::PenRadius > 0 ? GeneralPen::PenRadius : 1.0f;
+  const float radius = hit.WorldRadius * DabRadius(*pen, hit.Pressure, rnd_) / pixels;
+  GeneralPen::StrokeRadius = radius;
+  StrokeFrame f;
+  const cVec3 start = hasLast_ ? last_.Pos : hit.Pos;
+  f.SetSegment(start * us, hit.Pos * us, (hasLast_ ? lastRadius_ : radius) * us, radius * us);
+  f.SinglePoint = !hasLast_;
+  f.PrevPressure = GeneralPen::PrevPressure, f.PenPressure = GeneralPen::PenPressure;
+  f.SetStrokeMode(GeneralPen::StrokeMode);
+  f.PenRadius = hit.WorldRadius * us;
+  f.ViewDir = hit.ViewDir.Normalized();
+  f.IgnoreBackfaces = GeneralPen::IgnoreBackfaces;
+  PenFrameInput in;
+  in.ViewDir[0] = f.ViewDir.x, in.ViewDir[1] = f.ViewDir.y, in.ViewDir[2] = f.ViewDir.z;
+  const cVec3 motion = hit.Pos - start;
+  in.Motion[0] = motion.x * us, in.Motion[1] = motion.y * us, in.Motion[2] = motion.z * us;
+  const PenFrame pf = BuildPenFrame(*pen, in, hit.Pressure, rnd_);
+  f.AxisX = cVec3(pf.X[0], pf.X[1], pf.X[2]);
+  f.AxisY = cVec3(pf.Y[0], pf.Y[1], pf.Y[2]);
+  f.AxisZ = cVec3(pf.Z[0], pf.Z[1], pf.Z[2]);
+  JitterColor(f.DabColor, rnd_);
+  f.DabColor[3] = 1;
+  DabAmounts amounts(*pen, hit.Pressure, rnd_);
+  Stroke.Pen = pen;
+  DabResult r;
+  if (Kind == PaintKind::Smudge) {
+    // Gather what lies under the pen where the dab starts, then lay it here.
+    StrokeFrame at = f;
+    at.SinglePoint = true;
+    at.SegmentEnd = at.SegmentStart;
+    smudge_.BeginGather();
+    Stroke.ApplyStroke(smudge_, at, hasLast_ ? last_.Face : hit.Face, false);
+    smudge_.EndGather(f.SegmentLength / std::max(f.EndRadius, 1e-6f));
+    r = Stroke.ApplyStroke(smudge_, f, hit.Face, true);
+  } else {
+    const SampleFunction& fn = Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_;
+    r = Stroke.ApplyStroke(fn, f, hit.Face, true);
+  }
+  last_ = hit, lastRadius_ = radius, hasLast_ = true;
+  dabs_++;
+  return r;
+}

@@ -1,0 +1,55 @@
+// PaintDabs: turns the pen's hits on the surface into dabs of the paint room.
+// Each hit after the first makes one dab swept from the previous hit: radius
+// and amounts from GeneralPen with the pen's random variation, the pen frame
+// along the motion, the colour jitter, then ApplyStroke with the sample of the
+// chosen tool (the paint sample, the eraser, or the smudge with its gathering
+// pass). The tools of the paint room and the replay scripts share it.
+#pragma once
+#include <cstdint>
+
+#include "ClassEngine/Random.h"
+#include "paint/PenShapes.h"
+#include "paint/stroke/ApplyStroke.h"
+#include "paint/stroke/EraseSample.h"
+#include "paint/stroke/PaintSample.h"
+#include "paint/stroke/SmudgeSample.h"
+
+// Where the pen touches: world position, face, the world radius that
+// GeneralPen::PenRadius covers there, pressure, and where the view looks.
+struct PenHit {
+  comms::cVec3 Pos;
+  int Face = -1;
+  float WorldRadius = 1;
+  float Pressure = 1;
+  comms::cVec3 ViewDir{0, 0, -1};
+};
+
+enum class PaintKind { Paint, Erase, Smudge };
+
+class PaintDabs {
+ public:
+  explicit PaintDabs(PaintScene& scene) : Stroke(scene), scene_(scene) {}
+
+  PaintKind Kind = PaintKind::Paint;
+  PaintStroke Stroke;
+
+  // A new stroke; its random generator starts from `seed`.
+  void Begin(uint32_t seed = 1);
+  // One dab from the previous hit to this one (the first is a single point).
+  DabResult Dab(const PenHit& hit);
+  void End();
+  bool Active() const { return active_; }
+  int Dabs() const { return dabs_; }
+
+ private:
+  PaintScene& scene_;
+  PaintSample paint_;
+  EraseSample erase_;
+  SmudgeSample smudge_;
+  SimplePen plainPen_;  // when no pen is current
+  Random rnd_;
+  bool active_ = false, hasLast_ = false;
+  PenHit last_;
+  float lastRadius_ = 0;
+  int dabs_ = 0;
+};

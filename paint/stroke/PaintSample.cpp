@@ -1,0 +1,185 @@
+// The paint sample in its two forms. The steps are written once where the
+// forms agree (pen weights, colour mix, specular mix); the forms differ in how
+// depth, coverage and specular are stored.
+#include "paint/stroke/PaintSample.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "paint/GeneralPen.h"
+#include "paint/PenConditions.h"
+#include "paint/PenShapes.h"
+#include "paint/layers/OneLayerInfo.h"
+
+using comms::cVec3;
+
+void UnpackColor(uint32_t c, float out[4]) {
+  out[0] = (float)((c >> 16) & 255), out[1] = (float)((c >> 8) & 255), out[2] = (float)(c & 255);
+  out[3] = (float)(c >> 24);
+}
+
+uint32_t PackColor(const float rgb[3], uint32_t alpha) {
+  // Clamped to 0..255 first, so adding a half and truncating rounds.
+  auto b = [](float f) { return (uint32_t)(std::clamp(f, 0.0f, 255.0f) + 0.5f); };
+  return (alpha & 255) << 24 | b(rgb[0]) << 16 | b(rgb[1]) << 8 | b(rgb[2]);
+}
+
+bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float freeze, uint32_t composite,
+                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out) {
+  const StrokeFrame& f = *ctx.Frame;
+  if (s.PenX * s.PenX + s.PenY * s.PenY >= 1) return false;
+  const float nv = Dot(s.Normal, f.ViewDir);
+  if (f.IgnoreBackfaces && nv > 0) return false;
+  if (ctx.Pen) {
+    ctx.Pen->Sample(s.PenX, s.PenY, out.Color, out.Weights);
+    const float keep = 1 - freeze;
+    for (float& x : out.Weights) x *= keep;
+    out.Color[3] *= keep;
+    out.Accumulate = !ctx.Pen->DrawBySpots;
+  } else if (freeze > 0) {
+    for (float& x : out.Weights) x *= 1 - freeze;
+    out.Color[3] *= 1 - freeze;
+  }
+  if (BasicPenShape::FadeOnEdge) out.W *= std::fabs(nv);
+  if (GeneralPen::ConditionMode != 0) {
+    ConditionInput in;
+    in.Composite[0] = (uint8_t)(composite >> 16), in.Composite[1] = (uint8_t)(composite >> 8),
+    in.Composite[2] = (uint8_t)composite;
+    in.CurrentColor[0] = ((layerColor >> 16) & 255) / 255.0f;
+    in.CurrentColor[1] = ((layerColor >> 8) & 255) / 255.0f;
+    in.CurrentColor[2] = (layerColor & 255) / 255.0f;
+    in.LayerOpacity = layerOpacity;
+    in.Height = height;
+    in.Cavity = cavity;
+    in.UnitScale = ctx.UnitScale;
+    out.W = ConditionWeight(GeneralPen::ConditionMode, out.W, in);
+  }
+  return true;
+}
+
+namespace {
+
+// Steps shared by both forms once depth is written: the colour mix into R and
+// its weight a. B, D: backup and destination colours; O: destination coverage.
+// False when the colour block does not run.
+bool MixColor(const StrokeContext& ctx, const PenWeights& pw, float q, const float B[4], const float D[4], float O,
+              float R[4], float& a, const float* fill) {
+  const StrokeFrame& f = *ctx.Frame;
+  std::copy(B, B + 4, R);
+  a = 0;
+  if (!(pw.Color[3] > 0.005f) || !(GeneralPen::DrawColor || GeneralPen::DrawSpecular)) return false;
+  if (!GeneralPen::DrawColor) return true;
+  a = pw.W * pw.Color[3] * GeneralPen::ColorOpacity;
+  if (f.OpacityFollowsRadius) a *= q;
+  a = std::min(a, 1.0f);
+  float S[3];
+  for (int i = 0; i < 3; i++) S[i] = (f.UsePenColor ? f.DabColor[i] : 1.0f) * 255.0f * pw.Color[i];
+  if (ctx.Modificator) ctx.Modificator->ModifyColor(S, a, fill);
+  if (ctx.CurrentLayer > 0) O *= 1 - pw.Weights[2];
+  const float rest = (1 - a) * O, total = rest + a;
+  if (total > 0) {
+    if (GeneralPen::ColorJitterMode == 0 && pw.Accumulate) {
+      for (int i = 0; i < 3; i++) R[i] = (rest * B[i] + a * S[i]) / total;
+      auto l1 = [&](const float* c) { return std::fabs(c[0] - S[0]) + std::fabs(c[1] - S[1]) + std::fabs(c[2] - S[2]); };
+      if (l1(D) < l1(R)) std::copy(D, D + 3, R);
+    } else {
+      for (int i = 0; i < 3; i++) R[i] = (rest * D[i] + a * S[i]) / total;
+    }
+  }
+  return true;
+}
+
+// The new specular from the backup's and the destination's.
+float MixSpecular(const StrokeContext& ctx, const PenWeights& pw, float q, float backup, float dest,
+                  const float* fill) {
+  const StrokeFrame& f = *ctx.Frame;
+  float s = GeneralPen::SpecularDegree * 255.0f * pw.Weights[1];
+  if (ctx.Modificator) ctx.Modificator->ModifySpecular(s, 1, fill);
+  s = std::min(s, 255.0f);
+  float t = pw.W * pw.Color[3] * GeneralPen::SpecularOpacity;
+  if (f.SpecularFollowsRadius) t *= q;
+  t = std::min(t, 1.0f);
+  const float v = s * t + (1 - t) * backup;
+  return std::fabs(v - s) < std::fabs(dest - s) ? v : dest;
+}
+
+// Depth of this dab at the sample, before the absolute or relative rule.
+float DabDepth(const StrokeContext& ctx, const PenWeights& pw, float scaled, const float* fill) {
+  const StrokeFrame& f = *ctx.Frame;
+  float d = pw.W * pw.Weights[0] * GeneralPen::DeepDegree *
+            (f.DepthFollowsRadius ? scaled : f.PenRadius / ctx.UnitScale);
+  if (ctx.Modificator) ctx.Modificator->ModifyDepth(d, fill);
+  return d;
+}
+
+uint32_t Byte(float f) { return (uint32_t)(std::clamp(f, 0.0f, 255.0f) + 0.5f); }
+
+}  // namespace
+
+float PaintSample::Vertex(const StrokeContext& ctx, VertexSample& s, float radius, float scaled) const {
+  LayerMicroVertex& dest = *s.Dest;
+  const LayerMicroVertex& backup = *s.Backup;
+  const MicroVertex& mv = *s.Vertex;
+  const cVec3& n = mv.BaseNormal;
+  const float q = radius > 0 ? scaled / radius : 0;
+  float fill[4] = {0, 0, 0, 0};
+  if (ctx.Modificator) ctx.Modificator->Evaluate(s.Position * ctx.UnitScale, s.Normal, s.UVX, s.UVY, fill);
+  PenWeights pw;
+  const float height = ctx.CurrentLayer > 0 ? Dot(dest.Offset, n) : 0;
+  if (!SamplePenWeights(ctx, s, mv.Freeze, mv.Color, dest.Color, dest.Opacity, height, 0, pw)) return 0;
+  if (GeneralPen::DrawDepth) {
+    const float d = DabDepth(ctx, pw, scaled, fill);
+    if (ctx.CurrentLayer > 0) dest.Offset = dest.Offset * (1 - pw.Weights[2]);
+    if (GeneralPen::AbsoluteDepth && ctx.CurrentLayer > 0) {
+      if (std::fabs(Dot(dest.Offset, n)) < std::fabs(d)) dest.Offset = n * d;
+    } else {
+      // Depth already laid by this stroke, measured along the normal.
+      if (std::fabs(d) > std::fabs(Dot(dest.Offset - backup.Offset, n))) dest.Offset = backup.Offset + n * d;
+    }
+  }
+  float B[4], D[4], R[4], a;
+  UnpackColor(backup.Color, B), UnpackColor(dest.Color, D);
+  if (!MixColor(ctx, pw, q, B, D, dest.Opacity, R, a, fill)) return pw.W;
+  uint32_t spec = dest.Color >> 24;
+  if (GeneralPen::DrawSpecular) spec = Byte(MixSpecular(ctx, pw, q, B[3], D[3], fill));
+  dest.Color = PackColor(R, spec);
+  if (!s.Layer || !s.Layer->LockTransparency)
+    dest.Opacity = std::max(dest.Opacity, (1 - a) * backup.Opacity + a * a);
+  return pw.W;
+}
+
+float PaintSample::Pixel(const StrokeContext& ctx, PixelSample& s, float radius, float scaled) const {
+  LayerPixel& dest = *s.Dest;
+  const LayerPixel& backup = *s.Backup;
+  const float q = radius > 0 ? scaled / radius : 0;
+  float fill[4] = {0, 0, 0, 0};
+  if (ctx.Modificator) ctx.Modificator->Evaluate(s.Position * ctx.UnitScale, s.Normal, s.UVX, s.UVY, fill);
+  PenWeights pw;
+  const float freeze = s.Pixel->Freeze / 65535.0f;
+  if (!SamplePenWeights(ctx, s, freeze, s.Pixel->Color, dest.Color, (dest.Color >> 24) / 255.0f, dest.Depth, 0, pw))
+    return 0;
+  if (GeneralPen::DrawDepth) {
+    const float d = DabDepth(ctx, pw, scaled, fill);
+    if (ctx.CurrentLayer > 0) dest.Depth *= 1 - pw.Weights[2];
+    if (GeneralPen::AbsoluteDepth) {
+      if (std::fabs(dest.Depth) < std::fabs(d)) dest.Depth = d;
+    } else if (std::fabs(d) > std::fabs(dest.Depth - backup.Depth)) {
+      dest.Depth = backup.Depth + d;
+    }
+  }
+  float B[4], D[4], R[4], a;
+  UnpackColor(backup.Color, B), UnpackColor(dest.Color, D);
+  float O = D[3] / 255.0f;
+  if (!MixColor(ctx, pw, q, B, D, O, R, a, fill)) return pw.W;
+  if (GeneralPen::DrawSpecular) dest.Specular = (uint8_t)Byte(MixSpecular(ctx, pw, q, backup.Specular, dest.Specular, fill));
+  uint32_t alpha;
+  const bool lock = s.Layer && s.Layer->LockTransparency;
+  if (!lock)
+    alpha = Byte(std::max(D[3], 255.0f - (1 - B[3] / 255.0f) * (255.0f - a * 255.0f)));
+  else if (GeneralPen::DrawColor)
+    alpha = Byte(O * (ctx.CurrentLayer > 0 ? 1 - pw.Weights[2] : 1.0f) * 255.0f);
+  else
+    alpha = (uint32_t)B[3];
+  dest.Color = PackColor(R, alpha);
+  return pw.W;
+}

@@ -1,0 +1,137 @@
+// The brush tools of the paint room: pointer hooks, the pen on the mesh and
+// the cursor ring.
+#include "paint/tools/PaintBrushTools.h"
+
+#include <cmath>
+
+#include "paint/PenPressure.h"
+#include "paint/SceneChanges.h"
+#include "paint/scene/PaintScene.h"
+#include "paint/stroke/ScenePick.h"
+#include "render/SurfaceRing.h"
+#include "render/Viewer.h"
+
+using comms::cVec3;
+
+PaintBrushTool::PaintBrushTool(PaintKind kind) : kind_(kind), mouse_(std::make_unique<MousePressure>()) {}
+
+PaintBrushTool::~PaintBrushTool() = default;
+
+void PaintBrushTool::SetScene(PaintScene* scene, const comms::cViewer* camera) {
+  if (scene != scene_) Finish(), dabs_.reset();
+  scene_ = scene, camera_ = camera;
+}
+
+bool PaintBrushTool::PenAt(float x, float y, PaintPenPoint& out) const {
+  if (!scene_ || !camera_) return false;
+  cVec3 origin, dir;
+  camera_->PixelRay(x, y, origin, dir);
+  SurfaceHit hit;
+  if (!PickPaintSurface(*scene_, origin, dir, hit)) return false;
+  out.Pos = cVec3(hit.Pos[0], hit.Pos[1], hit.Pos[2]);
+  out.Normal = cVec3(hit.Normal[0], hit.Normal[1], hit.Normal[2]);
+  out.Face = hit.Face;
+  // A unit step along the camera's side at the hit covers `perUnit` pixels.
+  const cVec3 a = camera_->ProjectToView(out.Pos), b = camera_->ProjectToView(out.Pos + camera_->Right);
+  const float perUnit = std::hypot(b.x - a.x, b.y - a.y);
+  out.WorldRadius = perUnit > 1e-6f ? GeneralPen::PenRadius / perUnit : GeneralPen::PenRadius;
+  return true;
+}
+
+bool PaintBrushTool::Pick(float sx, float sy, SurfaceHit& hit) {
+  PaintPenPoint p;
+  if (!PenAt(sx, sy, p)) return false;
+  hit.Pos[0] = p.Pos.x, hit.Pos[1] = p.Pos.y, hit.Pos[2] = p.Pos.z;
+  hit.Normal[0] = p.Normal.x, hit.Normal[1] = p.Normal.y, hit.Normal[2] = p.Normal.z;
+  hit.Face = p.Face;
+  return true;
+}
+
+void PaintBrushTool::Project(const float world[3], float& sx, float& sy) {
+  const cVec3 p = camera_ ? camera_->ProjectToView(cVec3(world[0], world[1], world[2])) : cVec3();
+  sx = p.x, sy = p.y;
+}
+
+bool PaintBrushTool::OnLMBDown() {
+  message_ = "";
+  if (!scene_ || !camera_) return false;
+  const ToolPointer& ptr = Pointer();
+  if (ptr.Alt) return false;  // Alt with a button navigates the view
+  PaintPenPoint pen;
+  if (!PenAt(ptr.X, ptr.Y, pen)) return false;  // off the mesh the view may navigate
+  UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
+  if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
+  dabs_->Kind = kind_;
+  dabs_->Begin(++strokes_);
+  spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) {
+    if (d.Mirror != 0 || !camera_) return;  // mirrored copies come with symmetry
+    PaintPenPoint at;
+    if (!PenAt(d.ScreenX, d.ScreenY, at)) return;
+    PenHit h;
+    h.Pos = cVec3(d.Hit.Pos[0], d.Hit.Pos[1], d.Hit.Pos[2]);
+    h.Face = d.Hit.Face;
+    h.WorldRadius = at.WorldRadius;
+    h.Pressure = GeneralPen::IgnorePressure ? 1.0f : GeneralPen::PenPressure;
+    h.ViewDir = camera_->Forward;
+    if (dabs_->Dab(h) == DabResult::InvisibleLayer) message_ = "PAINT_INVIS_LAYER";
+  });
+  spacer_->Begin();
+  spacer_->Step(ptr.X, ptr.Y, pen.WorldRadius);
+  moved_ = false;
+  return true;
+}
+
+bool PaintBrushTool::OnMouseMove() {
+  if (!Stroking()) return false;
+  moved_ = true;
+  return true;
+}
+
+void PaintBrushTool::Step() {
+  if (!Stroking() || !moved_ || !spacer_) return;
+  UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, false);
+  const ToolPointer& ptr = Pointer();
+  PaintPenPoint pen;
+  if (PenAt(ptr.X, ptr.Y, pen)) spacer_->Step(ptr.X, ptr.Y, pen.WorldRadius);
+  moved_ = false;
+}
+
+void PaintBrushTool::FrameUpdate() { Step(); }
+
+void PaintBrushTool::Finish() {
+  if (!Stroking()) return;
+  Step();
+  dabs_->End();
+  spacer_.reset();
+  ChangedSinceSave = 1;
+}
+
+bool PaintBrushTool::OnLMBUp() {
+  if (!Stroking()) return false;
+  Finish();
+  return true;
+}
+
+void PaintBrushTool::Deactivate() { Finish(); }
+
+void PaintBrushTool::OnSceneReset() {
+  Finish();
+  dabs_.reset();
+}
+
+bool PaintBrushTool::DrawBrushCursor(comms::cRender& render) const {
+  PaintPenPoint pen;
+  if (!camera_ || !PenAt(Pointer().X, Pointer().Y, pen)) return false;
+  DrawSurfaceRing(render, *camera_, pen.Pos, pen.Normal, pen.WorldRadius, 0xff40c0ffu);
+  return true;
+}
+
+void RegisterPaintTools(ToolProviders& providers) {
+  providers["StdPen"] = [] { return static_cast<BasicTool*>(new StdPenTool); };
+  providers["EraserTool"] = [] { return static_cast<BasicTool*>(new EraserTool); };
+  providers["SmudgeTool"] = [] { return static_cast<BasicTool*>(new SmudgeTool); };
+}
+
+PaintBrushTool* FindPaintTool(ToolTable& table, const char* name) {
+  return dynamic_cast<PaintBrushTool*>(table.FindTool(name));
+}

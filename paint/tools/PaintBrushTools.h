@@ -1,0 +1,116 @@
+// The paint room's brush tools: StdPenTool (the default, "StdPen"),
+// EraserTool and SmudgeTool. Each is a BasicTool whose panel is generated
+// from its reflected members; they share the road of one stroke:
+// router -> tool (pointer hooks) -> StrokeSpacer (dabs along the drag, each
+// picked on the mesh) -> PaintDabs (GeneralPen's radius, pressure, frame) ->
+// ApplyStroke -> samples -> composition -> UpdateDirtyFaces / PixelMap::Update
+// in the frame. The brush cursor is a ring on the surface under the pointer.
+#pragma once
+#include <memory>
+
+#include "paint/GeneralPen.h"
+#include "paint/StrokeSpacer.h"
+#include "paint/stroke/PaintDabs.h"
+#include "shell/tools/BasicTool.h"
+#include "shell/tools/StandardTools.h"
+
+class PaintScene;
+class PressureSource;
+namespace comms {
+class cViewer;
+class cRender;
+}  // namespace comms
+
+// The pen on the surface under a view pixel.
+struct PaintPenPoint {
+  comms::cVec3 Pos, Normal;
+  int Face = -1;
+  float WorldRadius = 1;  // GeneralPen::PenRadius pixels at that depth
+};
+
+class PaintBrushTool : public BasicTool, public StrokeSurface {
+ public:
+  MV_CLASS(PaintBrushTool, BasicTool) {}
+  explicit PaintBrushTool(PaintKind kind = PaintKind::Paint);
+  ~PaintBrushTool() override;
+
+  // What the tool paints and the camera whose pixel rays pick it; either may
+  // be null (the tool then takes no press).
+  void SetScene(PaintScene* scene, const comms::cViewer* camera);
+  void SetPressureSource(PressureSource* source) { pressure_ = source; }
+  bool PenAt(float x, float y, PaintPenPoint& out) const;
+  bool Stroking() const { return dabs_ && dabs_->Active(); }
+  // The last refusal ("PAINT_INVIS_LAYER"), empty when none.
+  const char* Message() const { return message_; }
+  // The ring of the pen on the surface under the pointer; false off the mesh.
+  bool DrawBrushCursor(comms::cRender& render) const;
+
+  const char* GetRoomName() override { return "Paint"; }
+  bool UsesPenSettings() override { return true; }
+  bool OnLMBDown() override;
+  bool OnLMBUp() override;
+  bool OnMouseMove() override;
+  void FrameUpdate() override;
+  void Deactivate() override;
+  void OnSceneReset() override;
+
+  // StrokeSurface: picks through the camera; projects to view pixels.
+  bool Pick(float sx, float sy, SurfaceHit& hit) override;
+  void Project(const float world[3], float& sx, float& sy) override;
+
+ protected:
+  PaintKind kind_;
+
+ private:
+  void Step();
+  void Finish();
+
+  PaintScene* scene_ = nullptr;
+  const comms::cViewer* camera_ = nullptr;
+  PressureSource* pressure_ = nullptr;
+  std::unique_ptr<PressureSource> mouse_;
+  std::unique_ptr<PaintDabs> dabs_;
+  std::unique_ptr<StrokeSpacer> spacer_;
+  const char* message_ = "";
+  bool moved_ = false;
+  uint32_t strokes_ = 0;
+};
+
+// The default paint tool.
+class StdPenTool : public PaintBrushTool {
+ public:
+  bool UseFillParams = false;  // the dab's colour comes from the fill settings
+  MV_CLASS(StdPenTool, PaintBrushTool) {
+    Member("_bool", UseFillParams, "UseFillParams");
+    NextStatic();
+    Member("_bool", GeneralPen::DrawDepth, "DrawDepth");
+    NextStatic();
+    Member("_bool", GeneralPen::DrawColor, "DrawColor");
+    NextStatic();
+    Member("_bool", GeneralPen::DrawSpecular, "DrawSpecular");
+  }
+  StdPenTool() : PaintBrushTool(PaintKind::Paint) {}
+  const char* GetHintId() override { return "StdPen"; }
+};
+
+// Takes the current layer back by the pen's shape.
+class EraserTool : public PaintBrushTool {
+ public:
+  MV_CLASS(EraserTool, PaintBrushTool) {}
+  EraserTool() : PaintBrushTool(PaintKind::Erase) {}
+  const char* GetHintId() override { return "EraserTool"; }
+};
+
+// Drags colour along the stroke.
+class SmudgeTool : public PaintBrushTool {
+ public:
+  MV_CLASS(SmudgeTool, PaintBrushTool) {}
+  SmudgeTool() : PaintBrushTool(PaintKind::Smudge) {}
+  const char* GetHintId() override { return "SmudgeTool"; }
+};
+
+// Adds "StdPen", "EraserTool" and "SmudgeTool" to the start-up registration;
+// the paint room's other tools stay pending ("NOT_AVAILABLE_YET").
+void RegisterPaintTools(ToolProviders& providers);
+// The registered brush tools of a table (null where pending).
+PaintBrushTool* FindPaintTool(ToolTable& table, const char* name);
