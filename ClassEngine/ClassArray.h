@@ -6,6 +6,7 @@
 #pragma once
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/streams/ClassBin.h"
@@ -61,6 +62,17 @@ class ClassArray : public BaseClass, public DynArray<T*, 15> {
     // A file keeps the place of an empty slot under the name "NULL".
     if (className && strcmp(className, "NULL") == 0) return this->Add(nullptr);
     BaseClass* proto = GetClassPrototype(className);
+    if constexpr (std::is_default_constructible_v<T> && !std::is_abstract_v<T>) {
+      // A class registers itself when its first object is made; a file may
+      // name the array's own class before any was.
+      if (!proto && className) {
+        T model;
+        if (strcmp(model.GetClassName(), className) == 0) {
+          EnsureRegistered(&model, className);
+          proto = GetClassPrototype(className);
+        }
+      }
+    }
     if (!proto) return -1;
     BaseClass* made = proto->New();
     T* element = dynamic_cast<T*>(made);

@@ -389,3 +389,29 @@ TEST_F(ClassXmlTest, ExternalSourcesLoadOverTheBlockAfterAReset) {
   EXPECT_EQ(h.More[0]->Value, 42);
   EXPECT_EQ(h.More[1]->Value, 5);
 }
+
+namespace {
+// A class whose first object is made by the reader itself: nothing in this
+// program constructs one before the file below names it.
+class NeverMadeBefore : public BaseClass {
+ public:
+  _str Path;
+  MV_CLASS(NeverMadeBefore, BaseClass) { Member("_str", Path, "Path"); }
+};
+class HoldsNeverMade : public BaseClass {
+ public:
+  ClassArray<NeverMadeBefore> List;
+  MV_CLASS(HoldsNeverMade, BaseClass) { Member(List, "List"); }
+};
+}  // namespace
+
+TEST(ClassXml, AnArrayReadsElementsOfAClassNoObjectOfWhichWasMadeYet) {
+  HoldsNeverMade holder;
+  ErrorCollector errors(false);
+  ASSERT_TRUE(LoadText(holder, "<HoldsNeverMade><List><NeverMadeBefore><Path>a.mvn</Path></NeverMadeBefore>"
+                               "<NeverMadeBefore><Path>b.mvn</Path></NeverMadeBefore></List></HoldsNeverMade>",
+                       &errors));
+  EXPECT_EQ(errors.Count, 0) << errors.Messages.cpchar();
+  ASSERT_EQ(holder.List.GetAmount(), 2);
+  EXPECT_STREQ(holder.List[1]->Path.cpchar(), "b.mvn");
+}
