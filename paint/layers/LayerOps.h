@@ -13,6 +13,11 @@ bool DeleteLayer(PaintScene& scene, int layerID);
 // "DUPLICATE_LAYER": a copy behind the source, " copy" appended to its name,
 // with all sample lists copied. Returns the new ID, -1 when refused.
 int DuplicateLayer(PaintScene& scene, int layerID);
+// "DUPLICATE_WITH_FLIP": the same, laid through the symmetry planes of
+// `axes` (bit 0 x, 1 y, 2 z, in world space; 0 takes the pen's symmetry, or x
+// when it has none): each sample takes the paint of the source sample
+// nearest its mirror image, depth mirrored with it.
+int DuplicateLayerFlipped(PaintScene& scene, int layerID, int axes = 0);
 // "MOVE_LAYER_UP_HINT" / "MOVE_LAYER_DOWN_HINT": swaps with the neighbour and
 // re-sorts every list. Moving down stops above layer 0; layer 0 never moves.
 bool MoveLayer(PaintScene& scene, int layerID, bool up);

@@ -30,6 +30,12 @@ void LayerStack::DuplicateCurrent() {
   if (id >= 0) Scene->CurrentLayer = id;
 }
 
+void LayerStack::DuplicateCurrentFlipped() {
+  if (!Scene) return;
+  const int id = DuplicateLayerFlipped(*Scene, Scene->CurrentLayer);
+  if (id >= 0) Scene->CurrentLayer = id;
+}
+
 void LayerStack::MergeCurrentDown() {
   if (Scene) MergeDown(*Scene, Scene->CurrentLayer);
 }

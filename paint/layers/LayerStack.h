@@ -19,6 +19,7 @@ class LayerStack : public BaseClass {
     Method(&LayerStack::MoveCurrentUp, "MOVE_LAYER_UP_HINT");
     Method(&LayerStack::MoveCurrentDown, "MOVE_LAYER_DOWN_HINT");
     Method(&LayerStack::DuplicateCurrent, "DUPLICATE_LAYER");
+    Method(&LayerStack::DuplicateCurrentFlipped, "DUPLICATE_WITH_FLIP");
     Method(&LayerStack::MergeCurrentDown, "MERGE_DOWN");
     Method(&LayerStack::MergeCurrentUp, "MERGE_UP");
     Method(&LayerStack::MergeAllVisible, "MERGE_VISIBLE");
@@ -45,6 +46,7 @@ class LayerStack : public BaseClass {
   void MoveCurrentUp();
   void MoveCurrentDown();
   void DuplicateCurrent();
+  void DuplicateCurrentFlipped();
   void MergeCurrentDown();
   void MergeCurrentUp();
   void MergeAllVisible();

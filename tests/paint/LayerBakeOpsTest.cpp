@@ -156,3 +156,67 @@ TEST(LayerBakeOps, ChannelCopiesMoveOneByteAndKeepTheRest) {
   CopyColorChannel(s.scene, a, false);
   EXPECT_EQ(s.Sample(a, 0, 0).Color, 0x11223322u);
 }
+
+namespace {
+// A strip of four quads from x = -2 to 2, so the plane x = 0 mirrors it onto itself.
+comms::cMesh CentredStrip() {
+  comms::cMesh m = paintmeshes::Sheet(4, 1);
+  for (auto& p : m.positions) p.x -= 2;
+  return m;
+}
+}  // namespace
+
+TEST(LayerBakeOps, DuplicateWithFlipMirrorsPaintAndDepthInBothStorages) {
+  PaintScene scene;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, CentredStrip(), PaintImportMode::MicroVertex, paintmeshes::Grid(2)).ok);
+  const int a = scene.NewLayer(true);
+  // Paint on the leftmost face only, pushed out along -x and +z.
+  FaceLayer* l = scene.GetFaceLayer(0, a, true);
+  for (int i = 0; i < scene.Faces[0].SampleCount(); i++)
+    l->Data[i] = {comms::cVec3(-0.1f, 0, 0.2f), 0x30ff0000, 1.0f, 0};
+  l->Data[0].Color = 0x3000ff00;  // one odd sample: corner (0, 0)
+  RecomposeLayer(scene, a);
+  const int b = DuplicateLayerFlipped(scene, a, 1);
+  ASSERT_GT(b, a);
+  EXPECT_EQ(scene.GetFaceLayer(0, b, false) ? scene.GetFaceLayer(0, b, false)->Data[5].Opacity : 0.0f, 0.0f);
+  const FaceLayer* m = scene.GetFaceLayer(3, b, false);
+  ASSERT_NE(m, nullptr);
+  const PaintFace& right = scene.Faces[3];
+  // Face 3's sample (3, 0) is the mirror of face 0's sample (0, 0).
+  EXPECT_EQ(m->Data[3].Color, 0x3000ff00u);
+  EXPECT_EQ(m->Data[0].Color, 0x30ff0000u);
+  EXPECT_FLOAT_EQ(m->Data[0].Offset.x, 0.1f);
+  EXPECT_FLOAT_EQ(m->Data[0].Offset.z, 0.2f);
+  EXPECT_FLOAT_EQ(m->Data[0].Opacity, 1.0f);
+  for (int i = 0; i < right.SampleCount(); i++) EXPECT_NEAR(right.Grid[i].Position.z, 0.2f, 1e-6f) << i;
+  EXPECT_NE(std::string(scene.GetLayerByID(b)->Name.cpchar()).find(" copy"), std::string::npos);
+
+  // Per pixel: a texel of the left face lands on its mirror in the right one.
+  PaintScene pixels;
+  pixels.RtSizeX = pixels.RtSizeY = 64;
+  ASSERT_TRUE(ImportMeshIntoScene(pixels, CentredStrip(), PaintImportMode::PerPixel, paintmeshes::Grid(1)).ok);
+  PixelMap* map = pixels.GetPixelMap(0);
+  ASSERT_NE(map, nullptr);
+  const int c = pixels.NewLayer(true);
+  const FaceTexel& t = pixels.Faces[0].Texels->Texels[pixels.Faces[0].Texels->Count / 2];
+  PixelCursor cur;
+  ASSERT_TRUE(map->FetchPixel(cur, t.X, t.Y, true, true, false, c));
+  cur.Layer->Pixels[cur.Index] = {0.05f, 0xff0000ff, 0, 9, {0, 0}};
+  const int d = DuplicateLayerFlipped(pixels, c, 1);
+  // The texel of face 3 nearest the mirror of t holds the paint.
+  const FaceTexel* mirror = nullptr;
+  float best = 1e30f;
+  const FaceTexels& right3 = *pixels.Faces[3].Texels;
+  for (int i = 0; i < right3.Count; i++) {
+    const comms::cVec3 p = right3.Texels[i].Position;
+    const float dd = (p.x + t.Position.x) * (p.x + t.Position.x) + (p.y - t.Position.y) * (p.y - t.Position.y);
+    if (dd < best) best = dd, mirror = &right3.Texels[i];
+  }
+  ASSERT_NE(mirror, nullptr);
+  ASSERT_TRUE(map->FetchPixel(cur, mirror->X, mirror->Y, false, false, false, d));
+  ASSERT_NE(cur.Layer, nullptr);
+  EXPECT_EQ(cur.Layer->Pixels[cur.Index].Color, 0xff0000ffu);
+  EXPECT_EQ(cur.Layer->Pixels[cur.Index].Specular, 9);
+  ASSERT_TRUE(map->FetchPixel(cur, t.X, t.Y, false, false, false, d));
+  EXPECT_TRUE(!cur.Layer || cur.Layer->Pixels[cur.Index].IsEmpty());
+}
