@@ -4,11 +4,9 @@
 #include "ClassEngine/Threader.h"
 #include "interchange/Mesh.h"
 
-namespace {
-
 // An n x n sheet of quads with one UV map over the whole texture, gently
 // curved so that normals vary.
-comms::cMesh Sheet(int n) {
+inline comms::cMesh Sheet(int n) {
   comms::cMesh m;
   m.positions.reserve((size_t)(n + 1) * (n + 1));
   for (int y = 0; y <= n; y++)
@@ -27,9 +25,8 @@ comms::cMesh Sheet(int n) {
   return m;
 }
 
-void TwoThreads() {
+inline void TwoThreads() {
   ThreadOptions::UseMultiCore = true;
   ThreadOptions::MaxProcessorsToBeUsed = 2;
 }
 
-}  // namespace

@@ -11,7 +11,7 @@
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png;
 //                                         a script beginning "import MESH MODE" paints the mesh and
 //                                         writes replay.png and <target>_color.png
-//   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
+//   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel): picture (.png) or scene (.mvn)
 #include <unistd.h>
 
 #include <climits>

@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "ClassEngine/DataFolder.h"
+#include "paint/file/SceneFile.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/scene/SceneImport.h"
@@ -57,21 +58,19 @@ bool EndsWith(const std::string& s, const char* tail) {
 
 int RunPaintImportCommand(const std::vector<std::string>& args) {
   if (args.size() != 3 || (args[1] != "micro" && args[1] != "per-pixel")) {
-    fprintf(stderr, "usage: morvane --paint-import MESH micro|per-pixel OUT.png\n");
+    fprintf(stderr, "usage: morvane --paint-import MESH micro|per-pixel OUT.png|OUT.mvn\n");
     return 2;
   }
-  if (EndsWith(args[2], ".mvn")) {
-    fprintf(stderr, "paint-import: scene files (.mvn) cannot be written yet; give an OUT ending in .png\n");
-    return 2;
-  }
-  if (!EndsWith(args[2], ".png")) {
-    fprintf(stderr, "paint-import: OUT must end in .png\n");
+  const bool sceneFile = EndsWith(args[2], ".mvn");
+  if (!sceneFile && !EndsWith(args[2], ".png")) {
+    fprintf(stderr, "paint-import: OUT must end in .png (a picture) or .mvn (the scene file)\n");
     return 2;
   }
   PaintScene& scene = ThePaintScene();
   DPSettings settings;  // the import dialogs will edit these; their defaults hold
   const PaintImportMode mode = args[1] == "micro" ? PaintImportMode::MicroVertex : PaintImportMode::PerPixel;
-  HeadlessDevice device(scene);
+  // A picture is drawn the window's way; a scene file needs no device.
+  std::unique_ptr<HeadlessDevice> device = sceneFile ? nullptr : std::make_unique<HeadlessDevice>(scene);
   PaintImportResult r = ImportMeshFile(scene, args[0], mode, settings);
   if (!r.ok) {
     fprintf(stderr, "paint-import: %s\n", r.message.c_str());
@@ -86,13 +85,22 @@ int RunPaintImportCommand(const std::vector<std::string>& args) {
          scene.Faces.size(), scene.Vertices.size(), scene.MicroVertexCount, scene.RenderTargets.GetAmount(),
          mapped, scene.MemoryBytes() / 1048576.0);
   if (r.warnings & WARN_SHARED_SURFACES) printf("  warning: WARN_SHARED_SURFACES\n");
+  if (sceneFile) {
+    const SceneFileResult saved = SaveSceneFile(scene, args[2], {});
+    if (!saved.ok) {
+      fprintf(stderr, "paint-import: %s\n", saved.error.c_str());
+      return 1;
+    }
+    printf("  scene: %s\n", args[2].c_str());
+    return 0;
+  }
   std::string why;
   bool written = false;
-  if (device.Device) {
+  if (device && device->Device) {
     comms::cFreeViewer camera;
     camera.Fov = 50;
     FramePaintScene(scene, camera);
-    written = RenderPaintSceneToPng(*device.Render, *device.Device, camera, kPictureSide, kPictureSide, args[2], &why);
+    written = RenderPaintSceneToPng(*device->Render, *device->Device, camera, kPictureSide, kPictureSide, args[2], &why);
   } else {
     written = WriteScenePicture(scene, args[2], kPictureSide, kPictureSide, &why);
   }

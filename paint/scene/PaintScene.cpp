@@ -230,7 +230,7 @@ void PaintScene::ResetScene(bool keepTools, ToolTable* tools) {
   UVPatchData12.clear();
   FileName = "";
   MicroVertexCount = 0;
-  Bounds = CellBox();
+  Bounds = FaceBox();
   CellSize = UnitScale = 1;
   Shift = comms::cVec3();
   Modified = 0;

@@ -73,11 +73,11 @@ class PaintScene {
   std::vector<uint8_t> DirtyFlag;  // per face: already in DirtyFaces
   std::map<CellKey3, std::vector<MeshBlockPart>> MeshBlocks;
   FaceMultiMap<CellKey3> Cells;
-  std::map<CellKey3, CellBox> CellBounds;
+  std::map<CellKey3, FaceBox> CellBounds;
   FaceMultiMap<CellKey3> BlockCells;
   std::vector<CellKey3> BlockSet;  // sorted, unique
   FaceMultiMap<CellKey2> UVCells;
-  CellBox Bounds;
+  FaceBox Bounds;
   float CellSize = 1;
   float UnitScale = 1;
   LayerStack LayerPanel;                         // the layer panel's object

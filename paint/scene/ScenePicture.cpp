@@ -79,7 +79,7 @@ bool WriteScenePicture(PaintScene& scene, const std::string& path, int width, in
   cv.forward = cVec3(-std::sin(yaw) * std::cos(pitch), std::sin(pitch), -std::cos(yaw) * std::cos(pitch));
   cv.right = comms::Cross(cv.forward, cVec3(0, 1, 0)).Normalized();
   cv.up = comms::Cross(cv.right, cv.forward).Normalized();
-  const CellBox& b = scene.Bounds;
+  const FaceBox& b = scene.Bounds;
   cv.centre = cVec3((b.Min[0] + b.Max[0]) / 2, (b.Min[1] + b.Max[1]) / 2, (b.Min[2] + b.Max[2]) / 2);
   float radius = cVec3(b.Max[0] - b.Min[0], b.Max[1] - b.Min[1], b.Max[2] - b.Min[2]).Length() / 2;
   cv.scale = radius > 0 ? 0.48f * std::min(width, height) / radius : 1;

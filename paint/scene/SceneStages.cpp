@@ -21,7 +21,7 @@ void FaceCornerTable::AddFace(const int* corners, int n) {
 }
 
 void PaintScene::ComputeBounds() {
-  Bounds = CellBox();
+  Bounds = FaceBox();
   for (const MeshVertex& v : Vertices) Bounds.Add(&v.Position.x);
   if (Bounds.Min[0] > Bounds.Max[0]) {
     CellSize = UnitScale = 1;
@@ -210,7 +210,7 @@ void PaintScene::PutFacesInCells() {
     if (n <= 0) continue;  // no corners, nothing to place
     const int* c = FaceCornerMap.Of(f);
     cVec3 centre;
-    CellBox box;
+    FaceBox box;
     float uvMin[2] = {1e30f, 1e30f}, uvMax[2] = {-1e30f, -1e30f};
     for (int i = 0; i < n; i++) {
       const FaceCorner& corner = Corners[c[i]];

@@ -80,11 +80,11 @@ struct CellKey2 {
   auto operator<=>(const CellKey2&) const = default;
 };
 
-struct CellBox {
+struct FaceBox {
   float Min[3] = {1e30f, 1e30f, 1e30f};
   float Max[3] = {-1e30f, -1e30f, -1e30f};
   void Add(const float* p) {
     for (int i = 0; i < 3; i++) Min[i] = std::min(Min[i], p[i]), Max[i] = std::max(Max[i], p[i]);
   }
-  void Add(const CellBox& b) { Add(b.Min), Add(b.Max); }
+  void Add(const FaceBox& b) { Add(b.Min), Add(b.Max); }
 };

@@ -13,7 +13,7 @@
 using namespace comms;
 
 void FramePaintScene(const PaintScene& scene, cFreeViewer& camera) {
-  const CellBox& b = scene.Bounds;
+  const FaceBox& b = scene.Bounds;
   const bool empty = b.Min[0] > b.Max[0];
   cVec3 mn = empty ? cVec3(-1, -1, -1) : cVec3(b.Min[0], b.Min[1], b.Min[2]);
   cVec3 mx = empty ? cVec3(1, 1, 1) : cVec3(b.Max[0], b.Max[1], b.Max[2]);
