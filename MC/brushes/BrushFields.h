@@ -11,6 +11,17 @@ class BasicPenShape;
 // pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
 float FalloffCurve(float x);
 
+// Rounded intersection and union of two densities (0.5 the surface, a slope
+// of 1 / band per voxel): where the two surfaces meet, the crease becomes an
+// arc of `radius` voxels, so the lattice never samples a sharp edge; where
+// either density lies more than `radius` inside (intersection) or outside
+// (union), the plain min or max. `radius` must stay below band / 2.
+float RoundedMin(float a, float b, float band, float radius);
+float RoundedMax(float a, float b, float band, float radius);
+// The arc of a rim, in voxels, for a pen of radius r: a fifth of the pen, at
+// most `band` / 2 - 0.25.
+float RimRounding(float r, float band);
+
 class BrushField {
  public:
   virtual ~BrushField() = default;
@@ -108,6 +119,7 @@ class CarveField final : public BrushField {
   bool flat_, invert_;
   PenProfile pen_;
   float offset_;
+  float round_;
 };
 
 // Displacement: the old field read at p moved along N by the profile times
