@@ -89,6 +89,12 @@ SegmentFrame::SegmentFrame(const BrushEnd& a, const BrushEnd& b) : A(a), B(b) {
   } else {
     for (float& d : Dir) d /= L;
   }
+  SameNormal = a.N[0] == b.N[0] && a.N[1] == b.N[1] && a.N[2] == b.N[2];
+  if (SameNormal) {
+    for (int i = 0; i < 3; ++i) N[i] = a.N[i];
+    Normalise(N);
+    TangentFrame(N, Dir, T, Bt);
+  }
 }
 
 void SegmentFrame::Project(const float p[3], float& t, float q[3]) const {
@@ -150,16 +156,20 @@ struct Footprint {
 bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
   float t, q[3];
   f.Project(p, t, q);
-  float n[3];
-  for (int i = 0; i < 3; ++i) n[i] = f.A.N[i] + (f.B.N[i] - f.A.N[i]) * t;
-  Normalise(n);
+  float n[3], T[3], B[3];
+  if (f.SameNormal) {
+    for (int i = 0; i < 3; ++i) n[i] = f.N[i], T[i] = f.T[i], B[i] = f.Bt[i];
+  } else {
+    for (int i = 0; i < 3; ++i) n[i] = f.A.N[i] + (f.B.N[i] - f.A.N[i]) * t;
+    Normalise(n);
+    TangentFrame(n, f.Dir, T, B);
+  }
   out.R = f.A.R + (f.B.R - f.A.R) * t;
   out.H = f.A.H + (f.B.H - f.A.H) * t;
   out.h = Dot(n, q);
   float qq[3];
   for (int i = 0; i < 3; ++i) qq[i] = q[i] - out.h * n[i], out.N[i] = n[i];
-  float T[3], B[3];
-  TangentFrame(n, f.Dir, T, B);
+  // T and B lie in the pen plane, so q's part along n drops out of u and v.
   out.u = Dot(T, qq) / out.R;
   out.v = -Dot(B, qq) / out.R;
   out.r2 = out.u * out.u + out.v * out.v;

@@ -84,6 +84,10 @@ class SegmentFrame {
   void Project(const float p[3], float& t, float q[3]) const;
   BrushEnd A, B;
   float S[3], Dir[3], L;
+  // When both ends share their normal (a dab, a stroke across a plane) the
+  // pen plane's frame is the same everywhere: N, T and B, worked out once.
+  bool SameNormal = false;
+  float N[3], T[3], Bt[3];
 };
 
 // Round-ended capsule between two spheres.
