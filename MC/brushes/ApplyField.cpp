@@ -28,10 +28,24 @@ inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) {
   return (uint16_t)(d * 65535.f);
 }
 
+inline uint16_t Rounded(uint16_t a, uint16_t b, bool union_, const FieldOptions& o) {
+  const float r = union_ ? RoundedMax(a / 65535.f, b / 65535.f, o.Band, o.Rounding)
+                         : RoundedMin(a / 65535.f, b / 65535.f, o.Band, o.Rounding);
+  return (uint16_t)(std::clamp(r, 0.f, 1.f) * 65535.f + 0.5f);
+}
+
 inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
-  if (o.Mode == kFieldUnion) return std::max(old, v);
+  if (o.Mode == kFieldUnion) {
+    // Away from the crease (either side well outside) the plain max.
+    if (o.Rounding <= 0 || std::min(old, v) <= (0.5f - o.Rounding / o.Band) * 65535.f) return std::max(old, v);
+    return Rounded(old, v, true, o);
+  }
   if (o.Absolute) return (uint16_t)std::max((int)old - (int)v, 0);
-  if (o.Mode == kFieldSubtract) return std::min<uint16_t>(old, (uint16_t)(65535 - v));
+  if (o.Mode == kFieldSubtract) {
+    const uint16_t c = (uint16_t)(65535 - v);
+    if (o.Rounding <= 0 || std::max(old, c) >= (0.5f + o.Rounding / o.Band) * 65535.f) return std::min(old, c);
+    return Rounded(old, c, false, o);
+  }
   return std::min(old, v);
 }
 
@@ -174,6 +188,8 @@ int BrushCarve(VolumeObject& v, const BrushEnd& a, const BrushEnd& b, bool flat,
   FieldOptions o;
   o.Mode = invert ? kFieldUnion : kFieldSubtract;
   o.Threads = threads;
+  o.Band = (float)v.BandWidth;
+  o.Rounding = RimRounding(std::min(a.R, b.R), o.Band);
   return ApplyField(v, f, FieldBox::OfSpheres(a.P, ra, b.P, rb), o);
 }
 

@@ -19,6 +19,10 @@ struct FieldOptions {
   // Probe by the change a field would make rather than its value.
   bool Compare = false;
   int Threads = 0;  // 0: UsingProcessors()
+  // Union and subtraction meet the old surface in an arc of this many voxels
+  // (RoundedMax, RoundedMin) rather than a crease; 0 keeps the crease.
+  float Rounding = 0.f;
+  float Band = 4.f;
 };
 
 // Box of voxels: the union of two end spheres.

@@ -20,6 +20,18 @@ void Normalise(float v[3]) {
 
 float FalloffCurve(float x) { return PenFalloffFactor(x, GeneralPen::Falloff); }
 
+float RoundedMin(float a, float b, float band, float radius) {
+  // In voxels, positive inside.
+  const float A = (a - 0.5f) * band, B = (b - 0.5f) * band;
+  if (A >= radius || B >= radius) return std::min(a, b);
+  const float u = radius - A, v = radius - B;
+  return (radius - std::sqrt(u * u + v * v)) / band + 0.5f;
+}
+
+float RoundedMax(float a, float b, float band, float radius) { return 1.f - RoundedMin(1.f - a, 1.f - b, band, radius); }
+
+float RimRounding(float r, float band) { return std::clamp(0.2f * r, 0.f, 0.5f * band - 0.25f); }
+
 float PenProfile::Alpha(float u, float v) const {
   v *= Handed;
   float a = Pen ? Pen->GetDepthClamped(Axes[0] * u + Axes[1] * v, Axes[2] * u + Axes[3] * v) : 1.f;
@@ -77,6 +89,12 @@ SegmentFrame::SegmentFrame(const BrushEnd& a, const BrushEnd& b) : A(a), B(b) {
   } else {
     for (float& d : Dir) d /= L;
   }
+  SameNormal = a.N[0] == b.N[0] && a.N[1] == b.N[1] && a.N[2] == b.N[2];
+  if (SameNormal) {
+    for (int i = 0; i < 3; ++i) N[i] = a.N[i];
+    Normalise(N);
+    TangentFrame(N, Dir, T, Bt);
+  }
 }
 
 void SegmentFrame::Project(const float p[3], float& t, float q[3]) const {
@@ -126,7 +144,8 @@ float SegmentField::Value(float x, float y, float z) const {
 
 CarveField::CarveField(const BrushEnd& a, const BrushEnd& b, float band, bool flat, bool invert, const PenProfile& pen,
                        float flatOffset)
-    : f_(a, b), w_(band), flat_(flat), invert_(invert), pen_(pen), offset_(flatOffset) {}
+    : f_(a, b), w_(band), flat_(flat), invert_(invert), pen_(pen), offset_(flatOffset),
+      round_(RimRounding(std::min(a.R, b.R), band)) {}
 
 namespace {
 // The pen's footprint at a lattice point: (u, v) in the pen plane, h along the
@@ -137,16 +156,20 @@ struct Footprint {
 bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
   float t, q[3];
   f.Project(p, t, q);
-  float n[3];
-  for (int i = 0; i < 3; ++i) n[i] = f.A.N[i] + (f.B.N[i] - f.A.N[i]) * t;
-  Normalise(n);
+  float n[3], T[3], B[3];
+  if (f.SameNormal) {
+    for (int i = 0; i < 3; ++i) n[i] = f.N[i], T[i] = f.T[i], B[i] = f.Bt[i];
+  } else {
+    for (int i = 0; i < 3; ++i) n[i] = f.A.N[i] + (f.B.N[i] - f.A.N[i]) * t;
+    Normalise(n);
+    TangentFrame(n, f.Dir, T, B);
+  }
   out.R = f.A.R + (f.B.R - f.A.R) * t;
   out.H = f.A.H + (f.B.H - f.A.H) * t;
   out.h = Dot(n, q);
   float qq[3];
   for (int i = 0; i < 3; ++i) qq[i] = q[i] - out.h * n[i], out.N[i] = n[i];
-  float T[3], B[3];
-  TangentFrame(n, f.Dir, T, B);
+  // T and B lie in the pen plane, so q's part along n drops out of u and v.
   out.u = Dot(T, qq) / out.R;
   out.v = -Dot(B, qq) / out.R;
   out.r2 = out.u * out.u + out.v * out.v;
@@ -166,18 +189,22 @@ float CarveField::Value(float x, float y, float z) const {
   const float a = inside ? pen_.Alpha(fp.u, -fp.v) * fp.R : 0.f;
   // Below the pen's profile the slab thins (and closes) smoothly; 0.1 rounds the rim.
   const float a2 = pen_.BrushMask(p) * a - 0.1f * fp.r2 * fp.R;
-  // h is measured outward; the slab's "top" is on the outer side.
+  // h is measured outward; the slab's "top" is on the outer side. Where the
+  // cut is shallower than the rounding of its rim, it is drawn back out of the
+  // old surface, so the rounded merge never eats into what the pen leaves.
+  auto lift = [this](float c) { return c >= round_ ? c : (c > 0 ? c - (round_ - c) * (round_ - c) / round_ : c - round_); };
   float m;
   if (flat_) {
-    const float c = a2 * fp.H + offset_;
+    const float c = lift(a2 * fp.H + offset_);
     m = std::min(fp.h + c, c - fp.h);
   } else {
-    const float c = a2 * std::max(fp.H, 0.f);
+    const float c = lift(a2 * std::max(fp.H, 0.f));
     const float top = invert_ ? c : 2.f, bottom = invert_ ? -2.f : -c;
     m = std::min(fp.h - bottom, top - fp.h);
   }
-  // The second term closes the rim: never wider than the pen.
-  return std::min(m / w_ + 0.5f, rim);
+  // The second term closes the rim: never wider than the pen. The floor meets
+  // the wall in an arc rather than a corner.
+  return RoundedMin(m / w_ + 0.5f, rim, w_, round_);
 }
 
 DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,

@@ -11,6 +11,17 @@ class BasicPenShape;
 // pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
 float FalloffCurve(float x);
 
+// Rounded intersection and union of two densities (0.5 the surface, a slope
+// of 1 / band per voxel): where the two surfaces meet, the crease becomes an
+// arc of `radius` voxels, so the lattice never samples a sharp edge; where
+// either density lies more than `radius` inside (intersection) or outside
+// (union), the plain min or max. `radius` must stay below band / 2.
+float RoundedMin(float a, float b, float band, float radius);
+float RoundedMax(float a, float b, float band, float radius);
+// The arc of a rim, in voxels, for a pen of radius r: a fifth of the pen, at
+// most `band` / 2 - 0.25.
+float RimRounding(float r, float band);
+
 class BrushField {
  public:
   virtual ~BrushField() = default;
@@ -73,6 +84,10 @@ class SegmentFrame {
   void Project(const float p[3], float& t, float q[3]) const;
   BrushEnd A, B;
   float S[3], Dir[3], L;
+  // When both ends share their normal (a dab, a stroke across a plane) the
+  // pen plane's frame is the same everywhere: N, T and B, worked out once.
+  bool SameNormal = false;
+  float N[3], T[3], Bt[3];
 };
 
 // Round-ended capsule between two spheres.
@@ -108,6 +123,7 @@ class CarveField final : public BrushField {
   bool flat_, invert_;
   PenProfile pen_;
   float offset_;
+  float round_;
 };
 
 // Displacement: the old field read at p moved along N by the profile times

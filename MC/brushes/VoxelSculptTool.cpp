@@ -153,6 +153,8 @@ bool VoxelSculptTool::OnLMBDown() {
   }
   pendingX_ = ptr.X, pendingY_ = ptr.Y;
   moved_ = false;
+  // The pen picks by sampling the field: the box tree may wait for pen-up.
+  volume_->SkipBoundsThisUpdate = true;
   volume_->UpdateSurface();
   return true;
 }
@@ -194,6 +196,7 @@ void VoxelSculptTool::FinishStroke() {
     OnStrokeEnd(*volume_);
   else
     volume_->DropUndoCopies();
+  volume_->SkipBoundsThisUpdate = false;
   volume_->UpdateSurface();
 }
 

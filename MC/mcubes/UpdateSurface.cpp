@@ -49,7 +49,15 @@ void VolumeObject::UpdateSurface() {
       if (VoxelCell** c = Cells.Find(k.x, k.y, k.z)) (*c)->Flags &= ~kCellChanged;
   }
 
-  if (!SkipBoundsThisUpdate) {
+  if (SkipBoundsThisUpdate) {
+    for (const CellKey& k : rebuild) BoundsOwed.Set(k.x, k.y, k.z, 1);
+    for (const CellKey& k : refresh) BoundsOwed.Set(k.x, k.y, k.z, 1);
+  } else {
+    // What earlier skipped updates owe is measured again from the triangles.
+    BoundsOwed.ForEach([&](const CellKey& k, int&) {
+      if (!DirtyCells.Find(k.x, k.y, k.z)) refresh.push_back(k);
+    });
+    BoundsOwed.Clear();
     // Rebuilt cells got their box with their triangles; the others may have
     // moved vertices (surface mode) and are measured again.
     auto bound = [&](const CellKey& k, bool fresh) {
@@ -78,6 +86,7 @@ void VolumeObject::UpdateSurface() {
   DirtyCells.Clear();
   DirtyGroups.Clear();
   ViewDirtyCells.Clear();
+  if (SkipBoundsThisUpdate) return;
   if (TreeStale) {
     TreeStale = false;
     Tree.ClearBoxes();

@@ -86,9 +86,12 @@ class VolumeObject {
   CellKeyMap<RenderGroup> RenderGroups{3517};
   CellKeyMap<VoxelCell*> Cells{1262144};
 
-  // While a stroke is pressed with a tool that does not need picking on its
-  // own result, UpdateSurface leaves bounds and tree alone.
+  // While a stroke is pressed (the pen picks by sampling the field, never by
+  // the box tree), UpdateSurface leaves bounds and tree alone and keeps the
+  // cells it owes in BoundsOwed; the first update with the flag down measures
+  // them and rebuilds the tree.
   bool SkipBoundsThisUpdate = false;
+  CellKeyMap<int> BoundsOwed{4099};
   // The frame's update stamp; groups remember it minus 1234.
   int UpdateStamp = 0;
 

@@ -328,3 +328,46 @@ TEST(SurfaceConsistency, BoxTreeHoldsTheSurfaceBounds) {
     EXPECT_NEAR(all.Max[i], 30, 0.5);
   }
 }
+
+namespace {
+CellBox TopBox(const VolumeObject& v) {
+  CellBox all;
+  for (int k = 0; k < 8; ++k)
+    if (const CellBox* top = v.Tree.Levels[5]->Boxes.Find(k & 1 ? 0 : -1, k & 2 ? 0 : -1, k & 4 ? 0 : -1)) all.Merge(*top);
+  return all;
+}
+}  // namespace
+
+TEST(SurfaceConsistency, BoundsSkippedDuringAStrokeAreSettledAtPenUp) {
+  VolumeObject skipped, plain;
+  for (VolumeObject* v : {&skipped, &plain}) {
+    FillVolume(*v, SphereShape(0, 0, 0, 30));
+    v->UpdateSurface();
+  }
+  // Two frames of a stroke: a bump out past +x, then a dent and a bump past +y.
+  auto frame = [](VolumeObject& v, int step, bool skip) {
+    v.SkipBoundsThisUpdate = skip;
+    if (step == 0) EditBall(v, 33, 0, 0, 8, true);
+    if (step == 1) EditBall(v, 0, 33, 0, 8, true), EditBall(v, 0, 0, 29, 5, false);
+    v.UpdateSurface();
+  };
+  for (int step = 0; step < 2; ++step) frame(skipped, step, true), frame(plain, step, false);
+  EXPECT_NEAR(TopBox(skipped).Max[0], 30, 0.5) << "the tree waits while the pen is down";
+  EXPECT_GT(TopBox(plain).Max[0], 38);
+  skipped.SkipBoundsThisUpdate = false;
+  skipped.UpdateSurface();
+  for (int level : {0, 2, 5}) {
+    int boxes = 0;
+    plain.Tree.Levels[level]->Boxes.ForEach([&](const CellKey& k, CellBox& want) {
+      const CellBox* got = skipped.Tree.Levels[level]->Boxes.Find(k.x, k.y, k.z);
+      ASSERT_NE(got, nullptr) << "level " << level;
+      for (int i = 0; i < 3; ++i) {
+        EXPECT_FLOAT_EQ(got->Min[i], want.Min[i]);
+        EXPECT_FLOAT_EQ(got->Max[i], want.Max[i]);
+      }
+      ++boxes;
+    });
+    EXPECT_GT(boxes, 0);
+  }
+  EXPECT_EQ(skipped.BoundsOwed.Count(), 0);
+}
