@@ -1,0 +1,240 @@
+// Spans to lattice values: the presence set of cells near crossings, then
+// every listed cell computed from the three axis distances and merged.
+#include "MC/mesh/MergeIntoVolume.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "ClassEngine/Threader.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "interchange/Mesh.h"
+
+namespace {
+
+constexpr float kNoValue = -1e9f;
+
+uint64_t PackCell(int x, int y, int z) {
+  return ((uint64_t)(uint32_t)(x + (1 << 20)) << 42) | ((uint64_t)(uint32_t)(y + (1 << 20)) << 21) |
+         (uint64_t)(uint32_t)(z + (1 << 20));
+}
+CellKey UnpackCell(uint64_t k) {
+  const int m = (1 << 21) - 1;
+  return {(int)((k >> 42) & m) - (1 << 20), (int)((k >> 21) & m) - (1 << 20), (int)(k & m) - (1 << 20)};
+}
+
+int FloorCell(float depth) { return (int)std::floor(depth / 8.0f); }
+
+// Cells whose lattice may lie near a crossing: the cells between the first
+// and last crossing of every ray, widened by one cell in all 26 directions.
+std::unordered_set<uint64_t> PresenceSet(const TriangleCollector& c) {
+  struct Range {
+    int lo, hi;
+  };
+  std::unordered_set<uint64_t> core;
+  for (int axis = 0; axis < 3; ++axis) {
+    std::unordered_map<uint64_t, Range> columns;
+    for (const auto& [key, list] : c.Spans[axis]) {
+      const uint64_t col = RayKey(RayKeyA(key) >> 3, RayKeyB(key) >> 3);
+      const int lo = FloorCell(list.front().Depth), hi = FloorCell(list.back().Depth);
+      auto [it, fresh] = columns.try_emplace(col, Range{lo, hi});
+      if (!fresh) it->second = {std::min(it->second.lo, lo), std::max(it->second.hi, hi)};
+    }
+    for (const auto& [col, r] : columns) {
+      const int a = RayKeyA(col), b = RayKeyB(col);
+      for (int d = r.lo; d <= r.hi; ++d) {
+        if (axis == 0) core.insert(PackCell(a, b, d));
+        else if (axis == 1) core.insert(PackCell(a, d, b));
+        else core.insert(PackCell(d, b, a));
+      }
+    }
+  }
+  std::unordered_set<uint64_t> widened;
+  widened.reserve(core.size() * 2);
+  for (uint64_t k : core) {
+    const CellKey c0 = UnpackCell(k);
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) widened.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
+  }
+  return widened;
+}
+
+// Signed distance along one ray at `depth`, in band units, positive inside.
+float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth, float band) {
+  while (cursor < spans.size() && spans[cursor].Depth <= depth) ++cursor;
+  auto f = [](float d, int kind) {
+    switch (kind) {
+      case 0: return -d;
+      case 1: return d;
+      case 2: return -100.0f * d;
+      default: return 100.0f * d;
+    }
+  };
+  float c0, c1;
+  int k0, k1;
+  if (cursor == 0) {
+    c1 = spans[0].Depth;
+    k1 = spans[0].Kind;
+    c0 = depth - 128.0f;
+    k0 = 3 - (k1 & 1);
+  } else if (cursor == spans.size()) {
+    c0 = spans.back().Depth;
+    k0 = spans.back().Kind;
+    c1 = depth + 128.0f;
+    k1 = 3 - (k0 & 1);
+  } else {
+    c0 = spans[cursor - 1].Depth;
+    k0 = spans[cursor - 1].Kind;
+    c1 = spans[cursor].Depth;
+    k1 = spans[cursor].Kind;
+  }
+  const float d0 = f(depth - c0, k0) / band, d1 = f(depth - c1, k1) / band;
+  return (k0 & 1) ? std::min(d0, d1) : std::max(d0, d1);
+}
+
+// The distance to the plane that cuts the three axes at the given offsets,
+// signed as the offset of largest magnitude; values of -10 and below are
+// rays that tell nothing here.
+float CombineAxes(float v0, float v1, float v2) {
+  float v[3];
+  int n = 0;
+  for (float x : {v0, v1, v2})
+    if (x > -10.0f) v[n++] = x;
+  if (n == 0) return -10.0f;
+  for (int i = 1; i < n; ++i)  // by decreasing magnitude
+    for (int j = i; j > 0 && std::fabs(v[j]) > std::fabs(v[j - 1]); --j) std::swap(v[j], v[j - 1]);
+  const float sign = v[0] < 0 ? -1.0f : 1.0f;
+  if (n == 1) return v[0];
+  const double a = v[0], b = v[1];
+  if (n == 2) return sign * (float)(std::fabs(a * b) / std::sqrt(a * a + b * b));
+  const double c = v[2];
+  const double den = std::sqrt(a * a * b * b + a * a * c * c + b * b * c * c);
+  return den > 0 ? sign * (float)(std::fabs(a * b * c) / den) : 0.0f;
+}
+
+// Computes one cell's 729 values from the spans and merges them; true when
+// a value changed.
+bool RasteriseCell(VoxelCell* cell, const CellKey& key, const TriangleCollector& col, int mode, float band) {
+  if (cell->Flags & kCellMark) return false;
+  static thread_local std::vector<float> axisValues;
+  axisValues.assign(3 * kCellVoxels, kNoValue);
+  const int base[3] = {key.x * 8, key.y * 8, key.z * 8};
+  for (int axis = 0; axis < 3; ++axis) {
+    float* out = &axisValues[axis * kCellVoxels];
+    for (int i = 0; i < 9; ++i)
+      for (int j = 0; j < 9; ++j) {
+        // Lattice coordinates of the ray and the stride of its depth.
+        int a, b, x0, y0, z0, step;
+        if (axis == 0) {
+          a = base[0] + i, b = base[1] + j, x0 = i, y0 = j, z0 = 0, step = 81;
+        } else if (axis == 1) {
+          a = base[0] + i, b = base[2] + j, x0 = i, y0 = 0, z0 = j, step = 9;
+        } else {
+          a = base[2] + i, b = base[1] + j, x0 = 0, y0 = j, z0 = i, step = 1;
+        }
+        auto it = col.Spans[axis].find(RayKey(a, b));
+        if (it == col.Spans[axis].end()) continue;
+        const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
+        size_t cursor = 0;
+        int index = LatticeIndex(x0, y0, z0);
+        for (int d = 0; d < 9; ++d, index += step)
+          out[index] = AxisValue(it->second, cursor, (float)(d0 + d), band);
+      }
+  }
+  uint16_t fresh[kCellVoxels];
+  uint16_t peak = 0;
+  for (int i = 0; i < kCellVoxels; ++i) {
+    const float d = CombineAxes(axisValues[i], axisValues[kCellVoxels + i], axisValues[2 * kCellVoxels + i]);
+    fresh[i] = (uint16_t)std::clamp((d + 0.5f) * 65535.0f, 0.0f, 65535.0f);
+    peak = std::max(peak, fresh[i]);
+  }
+  if (peak == 0 && mode != kMergeIntersect) return false;
+  cell->EnsureVoxels(3, true);
+  uint16_t* v = cell->Voxels;
+  bool changed = false;
+  for (int i = 0; i < kCellVoxels; ++i) {
+    const uint16_t o = v[i];
+    uint16_t n;
+    if (mode == kMergeUnion) n = std::max(o, fresh[i]);
+    else if (mode == kMergeSubtract) n = std::min<uint16_t>(o, (uint16_t)(65535 - fresh[i]));
+    else n = std::min(o, fresh[i]);
+    changed |= n != o;
+    v[i] = n;
+  }
+  cell->RefreshStatus(true, true);
+  return changed;
+}
+
+}  // namespace
+
+void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
+  if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
+    collector.BuildAllSpans();
+  const std::unordered_set<uint64_t> present = PresenceSet(collector);
+  std::vector<uint64_t> order(present.begin(), present.end());
+  std::sort(order.begin(), order.end());
+  struct Listed {
+    CellKey key;
+    VoxelCell* cell;
+  };
+  std::vector<Listed> cells;
+  cells.reserve(order.size());
+  for (uint64_t k : order) {
+    const CellKey key = UnpackCell(k);
+    VoxelCell* existing = target.GetCell(key.x, key.y, key.z, false, false);
+    // A subtraction or intersection leaves absent (empty) cells empty.
+    if (!existing && mode != kMergeUnion) continue;
+    cells.push_back({key, target.GetCell(key.x, key.y, key.z, true, keepUndo)});
+  }
+  const float band = (float)target.BandWidth;
+  std::vector<uint8_t> changed(cells.size(), 0);
+  const int threads = UsingProcessors();
+  RunSection(threads, [&](int t) {
+    for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
+      changed[i] = RasteriseCell(cells[i].cell, cells[i].key, collector, mode, band) ? 1 : 0;
+  });
+  for (size_t i = 0; i < cells.size(); ++i)
+    if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
+
+  if (mode == kMergeIntersect) {
+    std::vector<CellKey> outside;
+    target.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+      if (!present.count(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
+        outside.push_back(k);
+    });
+    for (const CellKey& k : outside) {
+      VoxelCell* c = target.GetCell(k.x, k.y, k.z, false, keepUndo);
+      if (!c) continue;
+      target.vpool.Free(c->Voxels);
+      c->Voxels = nullptr;
+      c->Fill = 0;
+      c->Flags = (uint8_t)((c->Flags & kCellHidden) | kCellBelow | kCellChanged);
+      target.MarkDirty(k.x, k.y, k.z, false);
+    }
+  }
+}
+
+bool IsNegativePart(const std::string& name) { return name.find("_negative") != std::string::npos; }
+
+void MergeMesh(VolumeObject& volume, const comms::cMesh& mesh, const float* matrix, int mode,
+               bool respectNegative, int part, bool keepUndo) {
+  bool anyNegative = false;
+  for (const auto& o : mesh.objects) anyNegative |= IsNegativePart(o.name);
+  if (part >= 0 || !respectNegative || !anyNegative) {
+    TriangleCollector collector;
+    AddMeshPart(collector, mesh, part, matrix);
+    MergeIntoVolume(collector, volume, mode, keepUndo);
+    return;
+  }
+  for (int pass = 0; pass < 2; ++pass)
+    for (int p = 0; p < (int)mesh.objects.size(); ++p) {
+      if (IsNegativePart(mesh.objects[p].name) != (pass == 0)) continue;
+      TriangleCollector collector;
+      AddMeshPart(collector, mesh, p, matrix);
+      MergeIntoVolume(collector, volume, pass == 0 ? kMergeSubtract : mode, keepUndo);
+    }
+}
