@@ -2,11 +2,12 @@
 // until the user leaves; with --headless it runs the start-up and 8 frames
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
-// the last frame and says where its files went. Four commands run
+// the last frame and says where its files went. These commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY
+//   morvane --mesh-to-volume MESH OUT [VOXEL]  a mesh made solid in voxels, its surface to OUT
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply and replay.png
 //   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel), picture to OUT.png
 #include <unistd.h>
@@ -20,6 +21,7 @@
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
+#include "MC/mesh/MeshToVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "paint/scene/PaintImportCommand.h"
 #include "platform/Platform.h"
@@ -50,6 +52,8 @@ int main(int argc, char** argv) {
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--mesh-to-volume") == 0)
+    return RunMeshToVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--paint-import") == 0)
     return RunPaintImportCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--replay") == 0)
