@@ -3,6 +3,7 @@
 #include "MC/mesh/MergeIntoVolume.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <unordered_map>
@@ -28,17 +29,35 @@ CellKey UnpackCell(uint64_t k) {
 
 int FloorCell(float depth) { return (int)std::floor(depth / 8.0f); }
 
-// Cells whose lattice may lie near a crossing: the cells between the first
-// and last crossing of every ray, widened by one cell in all 26 directions.
-std::unordered_set<uint64_t> PresenceSet(const TriangleCollector& c) {
+// The cells a merge visits. `Near`: cells holding a crossing, widened by one
+// cell in all 26 directions; their values are computed point by point.
+// `All` adds the cells between the first and last crossing of every ray:
+// every lattice point of those lies at least two bands from any crossing, so
+// each is uniformly inside or outside.
+struct Presence {
+  std::unordered_set<uint64_t> Near, All;
+};
+
+Presence FindPresence(const TriangleCollector& c) {
   struct Range {
     int lo, hi;
   };
   std::unordered_set<uint64_t> core;
+  Presence out;
   for (int axis = 0; axis < 3; ++axis) {
     std::unordered_map<uint64_t, Range> columns;
     for (const auto& [key, list] : c.Spans[axis]) {
-      const uint64_t col = RayKey(RayKeyA(key) >> 3, RayKeyB(key) >> 3);
+      const int a = RayKeyA(key) >> 3, b = RayKeyB(key) >> 3;
+      const uint64_t col = RayKey(a, b);
+      int last = INT_MIN;
+      for (const Crossing& k : list) {
+        const int d = FloorCell(k.Depth);
+        if (d == last) continue;
+        last = d;
+        if (axis == 0) core.insert(PackCell(a, b, d));
+        else if (axis == 1) core.insert(PackCell(a, d, b));
+        else core.insert(PackCell(d, b, a));
+      }
       const int lo = FloorCell(list.front().Depth), hi = FloorCell(list.back().Depth);
       auto [it, fresh] = columns.try_emplace(col, Range{lo, hi});
       if (!fresh) it->second = {std::min(it->second.lo, lo), std::max(it->second.hi, hi)};
@@ -46,21 +65,62 @@ std::unordered_set<uint64_t> PresenceSet(const TriangleCollector& c) {
     for (const auto& [col, r] : columns) {
       const int a = RayKeyA(col), b = RayKeyB(col);
       for (int d = r.lo; d <= r.hi; ++d) {
-        if (axis == 0) core.insert(PackCell(a, b, d));
-        else if (axis == 1) core.insert(PackCell(a, d, b));
-        else core.insert(PackCell(d, b, a));
+        if (axis == 0) out.All.insert(PackCell(a, b, d));
+        else if (axis == 1) out.All.insert(PackCell(a, d, b));
+        else out.All.insert(PackCell(d, b, a));
       }
     }
   }
-  std::unordered_set<uint64_t> widened;
-  widened.reserve(core.size() * 2);
+  out.Near.reserve(core.size() * 3);
   for (uint64_t k : core) {
     const CellKey c0 = UnpackCell(k);
     for (int dz = -1; dz <= 1; ++dz)
       for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) widened.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
+        for (int dx = -1; dx <= 1; ++dx) out.Near.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
   }
-  return widened;
+  out.All.insert(out.Near.begin(), out.Near.end());
+  return out;
+}
+
+// Inside (1), outside (0) or unknown (-1) at a lattice point, by the first of
+// the three rays through it that has spans.
+int InsideBySpans(const TriangleCollector& c, int x, int y, int z) {
+  const int key[3][3] = {{x, y, z}, {x, z, y}, {z, y, x}};
+  for (int axis = 0; axis < 3; ++axis) {
+    auto it = c.Spans[axis].find(RayKey(key[axis][0], key[axis][1]));
+    if (it == c.Spans[axis].end()) continue;
+    int level = 0;
+    for (const Crossing& k : it->second) {
+      if (k.Depth > (float)key[axis][2]) break;
+      level = (k.Kind & 1) ? 1 : 0;
+    }
+    return level;
+  }
+  return -1;
+}
+
+// A cell far from every crossing: all its values are 65535 inside or 0
+// outside, so it merges as a uniform cell without an array. False when no
+// ray tells which; the caller computes it point by point then.
+bool MergeUniform(VoxelCell* cell, const CellKey& key, const TriangleCollector& c, int mode, bool& changed) {
+  changed = false;
+  if (cell->Flags & kCellMark) return true;
+  const int inside = InsideBySpans(c, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4);
+  if (inside < 0) return false;
+  // Union with inside, subtraction of inside, intersection with outside:
+  // the others leave the cell as it is.
+  uint16_t fill;
+  if (mode == kMergeUnion && inside) fill = 65535;
+  else if ((mode == kMergeSubtract && inside) || (mode == kMergeIntersect && !inside)) fill = 0;
+  else return true;
+  if (!cell->Voxels && cell->Fill == fill) return true;
+  VolumeObject& owner = *cell->Owner;
+  owner.vpool.Free(cell->Voxels);
+  cell->Voxels = nullptr;
+  cell->Fill = fill;
+  cell->Flags = (uint8_t)((cell->Flags & (kCellHidden | kCellChanged)) | (fill ? kCellAbove : kCellBelow));
+  changed = true;
+  return true;
 }
 
 // Signed distance along one ray at `depth`, in band units, positive inside.
@@ -174,7 +234,8 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const TriangleCollector&
 void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
   if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
     collector.BuildAllSpans();
-  const std::unordered_set<uint64_t> present = PresenceSet(collector);
+  const Presence presence = FindPresence(collector);
+  const std::unordered_set<uint64_t>& present = presence.All;
   std::vector<uint64_t> order(present.begin(), present.end());
   std::sort(order.begin(), order.end());
   struct Listed {
@@ -182,13 +243,22 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     VoxelCell* cell;
   };
   std::vector<Listed> cells;
-  cells.reserve(order.size());
+  cells.reserve(presence.Near.size());
   for (uint64_t k : order) {
     const CellKey key = UnpackCell(k);
     VoxelCell* existing = target.GetCell(key.x, key.y, key.z, false, false);
     // A subtraction or intersection leaves absent (empty) cells empty.
     if (!existing && mode != kMergeUnion) continue;
-    cells.push_back({key, target.GetCell(key.x, key.y, key.z, true, keepUndo)});
+    const bool near = presence.Near.count(k) != 0;
+    if (!near && !existing && InsideBySpans(collector, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4) == 0)
+      continue;  // an empty cell in a gap between spans stays absent
+    VoxelCell* cell = target.GetCell(key.x, key.y, key.z, true, keepUndo);
+    bool changed = false;
+    if (!near && MergeUniform(cell, key, collector, mode, changed)) {
+      if (changed) target.MarkDirty(key.x, key.y, key.z, false);
+      continue;
+    }
+    cells.push_back({key, cell});
   }
   const float band = (float)target.BandWidth;
   std::vector<uint8_t> changed(cells.size(), 0);

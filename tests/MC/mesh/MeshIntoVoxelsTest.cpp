@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "ClassEngine/Random.h"
+#include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MergeIntoVolume.h"
 #include "../MeshChecks.h"
@@ -275,4 +276,31 @@ TEST(MeshesMadeByOthers, OpenBunnyGivesAClosedSurface) {
   const std::string bunny = "/usr/share/glmark2/models/bunny.obj";
   if (!std::filesystem::exists(bunny)) GTEST_SKIP() << "glmark2-data is not installed (scripts/deps.sh --tests)";
   CheckAgainstInput(bunny, 64, false);
+}
+
+TEST(MeshesMadeByOthers, OneAndTwoThreadsGiveTheSameCells) {
+  const std::string bunny = "/usr/share/glmark2/models/bunny.obj";
+  if (!std::filesystem::exists(bunny)) GTEST_SKIP() << "glmark2-data is not installed (scripts/deps.sh --tests)";
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(bunny.c_str()));
+  ASSERT_TRUE(mesh);
+  const float s = 30.0f;
+  const float matrix[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, 0.3f, -0.6f, 0.2f, 1};
+  const int saved = ThreadOptions::MaxProcessorsToBeUsed;
+  VolumeObject one, two;
+  ThreadOptions::MaxProcessorsToBeUsed = 1;
+  MergeMesh(one, *mesh, matrix, kMergeUnion);
+  ThreadOptions::MaxProcessorsToBeUsed = 2;
+  MergeMesh(two, *mesh, matrix, kMergeUnion);
+  ThreadOptions::MaxProcessorsToBeUsed = saved;
+  ASSERT_EQ(one.CellCount(), two.CellCount());
+  int compared = 0;
+  one.Cells.ForEach([&](const CellKey& k, VoxelCell*& a) {
+    VoxelCell* b = two.GetCell(k.x, k.y, k.z, false, false);
+    ASSERT_NE(b, nullptr);
+    for (int z = 0; z < 9; ++z)
+      for (int y = 0; y < 9; ++y)
+        for (int x = 0; x < 9; ++x) ASSERT_EQ(a->At(x, y, z), b->At(x, y, z));
+    ++compared;
+  });
+  EXPECT_GT(compared, 100);
 }
