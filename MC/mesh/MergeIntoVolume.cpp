@@ -3,6 +3,7 @@
 #include "MC/mesh/MergeIntoVolume.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -176,15 +177,41 @@ float CombineAxes(float v0, float v1, float v2) {
   return den > 0 ? sign * (float)(std::fabs(a * b * c) / den) : 0.0f;
 }
 
+// The spans of each axis grouped by column of 8 x 8 rays, so a cell finds its
+// 81 rays per axis with at most four lookups.
+struct SpanColumns {
+  using Column = std::array<const std::vector<Crossing>*, 64>;
+  std::unordered_map<uint64_t, Column> Axis[3];
+
+  explicit SpanColumns(const TriangleCollector& c) {
+    for (int axis = 0; axis < 3; ++axis) {
+      Axis[axis].reserve(c.Spans[axis].size() / 16 + 1);
+      for (const auto& [key, list] : c.Spans[axis]) {
+        const int a = RayKeyA(key), b = RayKeyB(key);
+        auto [it, fresh] = Axis[axis].try_emplace(RayKey(a >> 3, b >> 3));
+        if (fresh) it->second.fill(nullptr);
+        it->second[(a & 7) * 8 + (b & 7)] = &list;
+      }
+    }
+  }
+  const Column* Find(int axis, int ca, int cb) const {
+    auto it = Axis[axis].find(RayKey(ca, cb));
+    return it == Axis[axis].end() ? nullptr : &it->second;
+  }
+};
+
 // Computes one cell's 729 values from the spans and merges them; true when
 // a value changed.
-bool RasteriseCell(VoxelCell* cell, const CellKey& key, const TriangleCollector& col, int mode, float band) {
+bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, int mode, float band) {
   if (cell->Flags & kCellMark) return false;
   static thread_local std::vector<float> axisValues;
   axisValues.assign(3 * kCellVoxels, kNoValue);
   const int base[3] = {key.x * 8, key.y * 8, key.z * 8};
   for (int axis = 0; axis < 3; ++axis) {
     float* out = &axisValues[axis * kCellVoxels];
+    const int ca = axis == 2 ? key.z : key.x, cb = axis == 1 ? key.z : key.y;
+    const SpanColumns::Column* columns[2][2] = {{col.Find(axis, ca, cb), col.Find(axis, ca, cb + 1)},
+                                                {col.Find(axis, ca + 1, cb), col.Find(axis, ca + 1, cb + 1)}};
     for (int i = 0; i < 9; ++i)
       for (int j = 0; j < 9; ++j) {
         // Lattice coordinates of the ray and the stride of its depth.
@@ -196,13 +223,14 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const TriangleCollector&
         } else {
           a = base[2] + i, b = base[1] + j, x0 = 0, y0 = j, z0 = i, step = 1;
         }
-        auto it = col.Spans[axis].find(RayKey(a, b));
-        if (it == col.Spans[axis].end()) continue;
+        const SpanColumns::Column* column = columns[i >> 3][j >> 3];
+        const std::vector<Crossing>* spans = column ? (*column)[(a & 7) * 8 + (b & 7)] : nullptr;
+        if (!spans) continue;
         const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
         size_t cursor = 0;
         int index = LatticeIndex(x0, y0, z0);
         for (int d = 0; d < 9; ++d, index += step)
-          out[index] = AxisValue(it->second, cursor, (float)(d0 + d), band);
+          out[index] = AxisValue(*spans, cursor, (float)(d0 + d), band);
       }
   }
   uint16_t fresh[kCellVoxels];
@@ -261,11 +289,12 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     cells.push_back({key, cell});
   }
   const float band = (float)target.BandWidth;
+  const SpanColumns columns(collector);
   std::vector<uint8_t> changed(cells.size(), 0);
   const int threads = UsingProcessors();
   RunSection(threads, [&](int t) {
     for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
-      changed[i] = RasteriseCell(cells[i].cell, cells[i].key, collector, mode, band) ? 1 : 0;
+      changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
   });
   for (size_t i = 0; i < cells.size(); ++i)
     if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
