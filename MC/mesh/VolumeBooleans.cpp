@@ -2,24 +2,14 @@
 #include "MC/mesh/VolumeBooleans.h"
 
 #include "MC/mcubes/VolumeObject.h"
-#include "MC/mcubes/WeldedMesh.h"
 #include "MC/mesh/MergeIntoVolume.h"
+#include "MC/mesh/OffsetSurface.h"
 
 namespace {
 
-// The source's triangles, placed, in a collector.
-void CollectSurface(VolumeObject& source, const float* matrix, TriangleCollector& collector) {
-  source.UpdateSurface();
-  WeldedMeshBuilder surface;
-  source.ExtractWeldedAll(surface, matrix);
-  const float* p = surface.Positions.data();
-  for (size_t t = 0; t + 2 < surface.Indices.size(); t += 3)
-    collector.AddTriangle(p + surface.Indices[t] * 3, p + surface.Indices[t + 1] * 3, p + surface.Indices[t + 2] * 3);
-}
-
 void Boolean(VolumeObject& source, VolumeObject& target, const float* matrix, int mode, bool keepUndo) {
   TriangleCollector collector;
-  CollectSurface(source, matrix, collector);
+  CollectSurface(source, matrix, 0, collector);
   MergeIntoVolume(collector, target, mode, keepUndo);
 }
 
@@ -39,7 +29,7 @@ void IntersectWith(VolumeObject& source, VolumeObject& target, const float* matr
 
 void RebuildThrough(VolumeObject& volume, const float* matrix) {
   TriangleCollector collector;
-  CollectSurface(volume, matrix, collector);
+  CollectSurface(volume, matrix, 0, collector);
   volume.ClearVoxels();
   MergeIntoVolume(collector, volume, kMergeUnion, false);
 }
