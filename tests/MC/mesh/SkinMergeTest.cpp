@@ -34,13 +34,6 @@ comms::cMesh Sheet() {
 
 bool Inside(VolumeObject& v, float x, float y, float z) { return v.SampleField(x, y, z) >= kSurfaceLevel; }
 
-MeshTopology Topology(VolumeObject& v) {
-  v.UpdateSurface();
-  WeldedMeshBuilder m;
-  v.ExtractWeldedAll(m);
-  return Analyse(m);
-}
-
 }  // namespace
 
 TEST(SkinMerge, SheetBecomesASlabOfInAndOutThickness) {
@@ -51,7 +44,7 @@ TEST(SkinMerge, SheetBecomesASlabOfInAndOutThickness) {
     SCOPED_TRACE(c.in);
     VolumeObject v;
     MergeMeshSkin(v, Sheet(), nullptr, kMergeUnion, c.in, c.out);
-    const MeshTopology t = Topology(v);
+    const MeshTopology t = SurfaceTopology(v);
     ExpectClosed(t);
     EXPECT_EQ(t.Euler(), 2);
     const float thick = c.in + c.out;
@@ -72,5 +65,5 @@ TEST(SkinMerge, OpenBunnyGivesAClosedShell) {
   const float matrix[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, 0.2f, 0.1f, -0.4f, 1};
   VolumeObject v;
   MergeMeshSkin(v, *mesh, matrix, kMergeUnion, 1.0f, 1.5f);
-  ExpectClosed(Topology(v));
+  ExpectClosed(SurfaceTopology(v));
 }

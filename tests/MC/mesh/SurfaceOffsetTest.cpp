@@ -13,13 +13,6 @@ namespace {
 
 constexpr float kR = 15.4f;
 
-MeshTopology Topology(VolumeObject& v) {
-  v.UpdateSurface();
-  WeldedMeshBuilder m;
-  v.ExtractWeldedAll(m);
-  return Analyse(m);
-}
-
 bool Inside(VolumeObject& v, float x, float y, float z) { return v.SampleField(x, y, z) >= kSurfaceLevel; }
 
 double Ball(double r) { return 4.0 / 3.0 * M_PI * r * r * r; }
@@ -30,7 +23,7 @@ TEST(SurfaceOffset, ExtrusionGrowsTheSolidOutward) {
   VolumeObject v;
   FillVolume(v, SphereShape(1.3f, -2.1f, 0.6f, kR));
   ExtrudeVO(v, 3.0f);
-  const MeshTopology t = Topology(v);
+  const MeshTopology t = SurfaceTopology(v);
   ExpectClosed(t);
   EXPECT_EQ(t.Euler(), 2);
   EXPECT_NEAR(std::fabs(t.signedVolume), Ball(kR + 3), Ball(kR + 3) * 0.05);
@@ -42,7 +35,7 @@ TEST(SurfaceOffset, SurfaceHullLeavesAWallOfTheThickness) {
   VolumeObject v;
   FillVolume(v, SphereShape(1.3f, -2.1f, 0.6f, kR));
   MakeSurfHull(v, 4.0f);
-  const MeshTopology t = Topology(v);
+  const MeshTopology t = SurfaceTopology(v);
   ExpectClosed(t);
   EXPECT_EQ(t.Euler(), 4);  // the outer shell and the inner one
   EXPECT_NEAR(std::fabs(t.signedVolume), Ball(kR) - Ball(kR - 4), (Ball(kR) - Ball(kR - 4)) * 0.1);

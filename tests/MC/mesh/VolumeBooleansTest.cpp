@@ -21,10 +21,7 @@ double Dist(const float c[3], const double p[3]) {
 }
 
 double Volume(VolumeObject& v) {
-  v.UpdateSurface();
-  WeldedMeshBuilder m;
-  v.ExtractWeldedAll(m);
-  const MeshTopology t = Analyse(m);
+  const MeshTopology t = SurfaceTopology(v);
   ExpectClosed(t);
   return std::fabs(t.signedVolume);
 }
