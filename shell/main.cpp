@@ -3,11 +3,12 @@
 // on the window-less platform (drawing through EGL) on the start scene sculpted
 // by data/Replays/sphere.txt, writes screenshot.png of
 // the last frame, paints glmark2's bunny by data/Replays/paint_bunny.txt into
-// paint/ and says where its files went. Four commands run
+// paint/ and says where its files went. These commands run
 // without the shell and exit:
 //   morvane --convert IN OUT              a mesh or image, by extensions; IN.mvn: its volumes' surface
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY, or a scene (.mvn)
+//   morvane --mesh-to-volume MESH OUT [VOXEL]  a mesh made solid in voxels, its surface to OUT
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png;
 //                                         a script beginning "import MESH MODE" paints the mesh and
 //                                         writes replay.png and <target>_color.png
@@ -25,6 +26,7 @@
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
+#include "MC/mesh/MeshToVolumeCommand.h"
 #include "interchange/Convert.h"
 #include "paint/scene/PaintImportCommand.h"
 #include "paint/stroke/PaintReplay.h"
@@ -58,6 +60,8 @@ int main(int argc, char** argv) {
   }
   if (argc >= 2 && strcmp(argv[1], "--make-volume") == 0)
     return RunMakeVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--mesh-to-volume") == 0)
+    return RunMeshToVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--paint-import") == 0)
     return RunPaintImportCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--replay") == 0)

@@ -82,3 +82,11 @@ inline std::map<std::tuple<int, int, int>, std::pair<std::vector<float>, std::ve
   });
   return out;
 }
+
+// The topology of a volume's welded surface, brought up to date first.
+inline MeshTopology SurfaceTopology(VolumeObject& v) {
+  v.UpdateSurface();
+  WeldedMeshBuilder m;
+  v.ExtractWeldedAll(m);
+  return Analyse(m);
+}

@@ -1,0 +1,339 @@
+// Spans to lattice values: the presence set of cells near crossings, then
+// every listed cell computed from the three axis distances and merged.
+#include "MC/mesh/MergeIntoVolume.h"
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "ClassEngine/Threader.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "interchange/Mesh.h"
+
+namespace {
+
+constexpr float kNoValue = -1e9f;
+
+uint64_t PackCell(int x, int y, int z) {
+  return ((uint64_t)(uint32_t)(x + (1 << 20)) << 42) | ((uint64_t)(uint32_t)(y + (1 << 20)) << 21) |
+         (uint64_t)(uint32_t)(z + (1 << 20));
+}
+CellKey UnpackCell(uint64_t k) {
+  const int m = (1 << 21) - 1;
+  return {(int)((k >> 42) & m) - (1 << 20), (int)((k >> 21) & m) - (1 << 20), (int)(k & m) - (1 << 20)};
+}
+
+int FloorCell(float depth) { return (int)std::floor(depth / 8.0f); }
+
+// The cells a merge visits. `Near`: cells holding a crossing, widened by one
+// cell in all 26 directions; their values are computed point by point.
+// `All` adds the cells between the first and last crossing of every ray:
+// every lattice point of those lies at least two bands from any crossing, so
+// each is uniformly inside or outside.
+struct Presence {
+  std::unordered_set<uint64_t> Near, All;
+};
+
+Presence FindPresence(const TriangleCollector& c) {
+  struct Range {
+    int lo, hi;
+  };
+  std::unordered_set<uint64_t> core;
+  Presence out;
+  for (int axis = 0; axis < 3; ++axis) {
+    std::unordered_map<uint64_t, Range> columns;
+    for (const auto& [key, list] : c.Spans[axis]) {
+      const int a = RayKeyA(key) >> 3, b = RayKeyB(key) >> 3;
+      const uint64_t col = RayKey(a, b);
+      int last = INT_MIN;
+      for (const Crossing& k : list) {
+        const int d = FloorCell(k.Depth);
+        if (d == last) continue;
+        last = d;
+        if (axis == 0) core.insert(PackCell(a, b, d));
+        else if (axis == 1) core.insert(PackCell(a, d, b));
+        else core.insert(PackCell(d, b, a));
+      }
+      const int lo = FloorCell(list.front().Depth), hi = FloorCell(list.back().Depth);
+      auto [it, fresh] = columns.try_emplace(col, Range{lo, hi});
+      if (!fresh) it->second = {std::min(it->second.lo, lo), std::max(it->second.hi, hi)};
+    }
+    for (const auto& [col, r] : columns) {
+      const int a = RayKeyA(col), b = RayKeyB(col);
+      for (int d = r.lo; d <= r.hi; ++d) {
+        if (axis == 0) out.All.insert(PackCell(a, b, d));
+        else if (axis == 1) out.All.insert(PackCell(a, d, b));
+        else out.All.insert(PackCell(d, b, a));
+      }
+    }
+  }
+  out.Near.reserve(core.size() * 3);
+  for (uint64_t k : core) {
+    const CellKey c0 = UnpackCell(k);
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) out.Near.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
+  }
+  out.All.insert(out.Near.begin(), out.Near.end());
+  return out;
+}
+
+// Inside (1), outside (0) or unknown (-1) at a lattice point, by the first of
+// the three rays through it that has spans.
+int InsideBySpans(const TriangleCollector& c, int x, int y, int z) {
+  const int key[3][3] = {{x, y, z}, {x, z, y}, {z, y, x}};
+  for (int axis = 0; axis < 3; ++axis) {
+    auto it = c.Spans[axis].find(RayKey(key[axis][0], key[axis][1]));
+    if (it == c.Spans[axis].end()) continue;
+    int level = 0;
+    for (const Crossing& k : it->second) {
+      if (k.Depth > (float)key[axis][2]) break;
+      level = (k.Kind & 1) ? 1 : 0;
+    }
+    return level;
+  }
+  return -1;
+}
+
+// A cell far from every crossing: all its values are 65535 inside or 0
+// outside, so it merges as a uniform cell without an array. False when no
+// ray tells which; the caller computes it point by point then.
+bool MergeUniform(VoxelCell* cell, const CellKey& key, const TriangleCollector& c, int mode, bool& changed) {
+  changed = false;
+  if (cell->Flags & kCellMark) return true;
+  const int inside = InsideBySpans(c, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4);
+  if (inside < 0) return false;
+  // Union with inside, subtraction of inside, intersection with outside:
+  // the others leave the cell as it is.
+  uint16_t fill;
+  if (mode == kMergeUnion && inside) fill = 65535;
+  else if ((mode == kMergeSubtract && inside) || (mode == kMergeIntersect && !inside)) fill = 0;
+  else return true;
+  if (!cell->Voxels && cell->Fill == fill) return true;
+  VolumeObject& owner = *cell->Owner;
+  owner.vpool.Free(cell->Voxels);
+  cell->Voxels = nullptr;
+  cell->Fill = fill;
+  cell->Flags = (uint8_t)((cell->Flags & (kCellHidden | kCellChanged)) | (fill ? kCellAbove : kCellBelow));
+  changed = true;
+  return true;
+}
+
+// Signed distance along one ray at `depth`, in band units, positive inside.
+float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth, float band) {
+  while (cursor < spans.size() && spans[cursor].Depth <= depth) ++cursor;
+  auto f = [](float d, int kind) {
+    switch (kind) {
+      case 0: return -d;
+      case 1: return d;
+      case 2: return -100.0f * d;
+      default: return 100.0f * d;
+    }
+  };
+  float c0, c1;
+  int k0, k1;
+  if (cursor == 0) {
+    c1 = spans[0].Depth;
+    k1 = spans[0].Kind;
+    c0 = depth - 128.0f;
+    k0 = 3 - (k1 & 1);
+  } else if (cursor == spans.size()) {
+    c0 = spans.back().Depth;
+    k0 = spans.back().Kind;
+    c1 = depth + 128.0f;
+    k1 = 3 - (k0 & 1);
+  } else {
+    c0 = spans[cursor - 1].Depth;
+    k0 = spans[cursor - 1].Kind;
+    c1 = spans[cursor].Depth;
+    k1 = spans[cursor].Kind;
+  }
+  const float d0 = f(depth - c0, k0) / band, d1 = f(depth - c1, k1) / band;
+  return (k0 & 1) ? std::min(d0, d1) : std::max(d0, d1);
+}
+
+// The distance to the plane that cuts the three axes at the given offsets,
+// signed as the offset of largest magnitude; values of -10 and below are
+// rays that tell nothing here.
+float CombineAxes(float v0, float v1, float v2) {
+  float v[3];
+  int n = 0;
+  for (float x : {v0, v1, v2})
+    if (x > -10.0f) v[n++] = x;
+  if (n == 0) return -10.0f;
+  for (int i = 1; i < n; ++i)  // by decreasing magnitude
+    for (int j = i; j > 0 && std::fabs(v[j]) > std::fabs(v[j - 1]); --j) std::swap(v[j], v[j - 1]);
+  const float sign = v[0] < 0 ? -1.0f : 1.0f;
+  if (n == 1) return v[0];
+  const double a = v[0], b = v[1];
+  if (n == 2) return sign * (float)(std::fabs(a * b) / std::sqrt(a * a + b * b));
+  const double c = v[2];
+  const double den = std::sqrt(a * a * b * b + a * a * c * c + b * b * c * c);
+  return den > 0 ? sign * (float)(std::fabs(a * b * c) / den) : 0.0f;
+}
+
+// The spans of each axis grouped by column of 8 x 8 rays, so a cell finds its
+// 81 rays per axis with at most four lookups.
+struct SpanColumns {
+  using Column = std::array<const std::vector<Crossing>*, 64>;
+  std::unordered_map<uint64_t, Column> Axis[3];
+
+  explicit SpanColumns(const TriangleCollector& c) {
+    for (int axis = 0; axis < 3; ++axis) {
+      Axis[axis].reserve(c.Spans[axis].size() / 16 + 1);
+      for (const auto& [key, list] : c.Spans[axis]) {
+        const int a = RayKeyA(key), b = RayKeyB(key);
+        auto [it, fresh] = Axis[axis].try_emplace(RayKey(a >> 3, b >> 3));
+        if (fresh) it->second.fill(nullptr);
+        it->second[(a & 7) * 8 + (b & 7)] = &list;
+      }
+    }
+  }
+  const Column* Find(int axis, int ca, int cb) const {
+    auto it = Axis[axis].find(RayKey(ca, cb));
+    return it == Axis[axis].end() ? nullptr : &it->second;
+  }
+};
+
+// Computes one cell's 729 values from the spans and merges them; true when
+// a value changed.
+bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, int mode, float band) {
+  if (cell->Flags & kCellMark) return false;
+  static thread_local std::vector<float> axisValues;
+  axisValues.assign(3 * kCellVoxels, kNoValue);
+  const int base[3] = {key.x * 8, key.y * 8, key.z * 8};
+  for (int axis = 0; axis < 3; ++axis) {
+    float* out = &axisValues[axis * kCellVoxels];
+    const int ca = axis == 2 ? key.z : key.x, cb = axis == 1 ? key.z : key.y;
+    const SpanColumns::Column* columns[2][2] = {{col.Find(axis, ca, cb), col.Find(axis, ca, cb + 1)},
+                                                {col.Find(axis, ca + 1, cb), col.Find(axis, ca + 1, cb + 1)}};
+    for (int i = 0; i < 9; ++i)
+      for (int j = 0; j < 9; ++j) {
+        // Lattice coordinates of the ray and the stride of its depth.
+        int a, b, x0, y0, z0, step;
+        if (axis == 0) {
+          a = base[0] + i, b = base[1] + j, x0 = i, y0 = j, z0 = 0, step = 81;
+        } else if (axis == 1) {
+          a = base[0] + i, b = base[2] + j, x0 = i, y0 = 0, z0 = j, step = 9;
+        } else {
+          a = base[2] + i, b = base[1] + j, x0 = 0, y0 = j, z0 = i, step = 1;
+        }
+        const SpanColumns::Column* column = columns[i >> 3][j >> 3];
+        const std::vector<Crossing>* spans = column ? (*column)[(a & 7) * 8 + (b & 7)] : nullptr;
+        if (!spans) continue;
+        const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
+        size_t cursor = 0;
+        int index = LatticeIndex(x0, y0, z0);
+        for (int d = 0; d < 9; ++d, index += step)
+          out[index] = AxisValue(*spans, cursor, (float)(d0 + d), band);
+      }
+  }
+  uint16_t fresh[kCellVoxels];
+  uint16_t peak = 0;
+  for (int i = 0; i < kCellVoxels; ++i) {
+    const float d = CombineAxes(axisValues[i], axisValues[kCellVoxels + i], axisValues[2 * kCellVoxels + i]);
+    fresh[i] = (uint16_t)std::clamp((d + 0.5f) * 65535.0f, 0.0f, 65535.0f);
+    peak = std::max(peak, fresh[i]);
+  }
+  if (peak == 0 && mode != kMergeIntersect) return false;
+  cell->EnsureVoxels(3, true);
+  uint16_t* v = cell->Voxels;
+  bool changed = false;
+  for (int i = 0; i < kCellVoxels; ++i) {
+    const uint16_t o = v[i];
+    uint16_t n;
+    if (mode == kMergeUnion) n = std::max(o, fresh[i]);
+    else if (mode == kMergeSubtract) n = std::min<uint16_t>(o, (uint16_t)(65535 - fresh[i]));
+    else n = std::min(o, fresh[i]);
+    changed |= n != o;
+    v[i] = n;
+  }
+  cell->RefreshStatus(true, true);
+  return changed;
+}
+
+}  // namespace
+
+void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
+  if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
+    collector.BuildAllSpans();
+  const Presence presence = FindPresence(collector);
+  const std::unordered_set<uint64_t>& present = presence.All;
+  std::vector<uint64_t> order(present.begin(), present.end());
+  std::sort(order.begin(), order.end());
+  struct Listed {
+    CellKey key;
+    VoxelCell* cell;
+  };
+  std::vector<Listed> cells;
+  cells.reserve(presence.Near.size());
+  for (uint64_t k : order) {
+    const CellKey key = UnpackCell(k);
+    VoxelCell* existing = target.GetCell(key.x, key.y, key.z, false, false);
+    // A subtraction or intersection leaves absent (empty) cells empty.
+    if (!existing && mode != kMergeUnion) continue;
+    const bool near = presence.Near.count(k) != 0;
+    if (!near && !existing && InsideBySpans(collector, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4) == 0)
+      continue;  // an empty cell in a gap between spans stays absent
+    VoxelCell* cell = target.GetCell(key.x, key.y, key.z, true, keepUndo);
+    bool changed = false;
+    if (!near && MergeUniform(cell, key, collector, mode, changed)) {
+      if (changed) target.MarkDirty(key.x, key.y, key.z, false);
+      continue;
+    }
+    cells.push_back({key, cell});
+  }
+  const float band = (float)target.BandWidth;
+  const SpanColumns columns(collector);
+  std::vector<uint8_t> changed(cells.size(), 0);
+  const int threads = UsingProcessors();
+  RunSection(threads, [&](int t) {
+    for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
+      changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
+  });
+  for (size_t i = 0; i < cells.size(); ++i)
+    if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
+
+  if (mode == kMergeIntersect) {
+    std::vector<CellKey> outside;
+    target.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+      if (!present.count(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
+        outside.push_back(k);
+    });
+    for (const CellKey& k : outside) {
+      VoxelCell* c = target.GetCell(k.x, k.y, k.z, false, keepUndo);
+      if (!c) continue;
+      target.vpool.Free(c->Voxels);
+      c->Voxels = nullptr;
+      c->Fill = 0;
+      c->Flags = (uint8_t)((c->Flags & kCellHidden) | kCellBelow | kCellChanged);
+      target.MarkDirty(k.x, k.y, k.z, false);
+    }
+  }
+}
+
+bool IsNegativePart(const std::string& name) { return name.find("_negative") != std::string::npos; }
+
+void MergeMesh(VolumeObject& volume, const comms::cMesh& mesh, const float* matrix, int mode,
+               bool respectNegative, int part, bool keepUndo) {
+  bool anyNegative = false;
+  for (const auto& o : mesh.objects) anyNegative |= IsNegativePart(o.name);
+  if (part >= 0 || !respectNegative || !anyNegative) {
+    TriangleCollector collector;
+    AddMeshPart(collector, mesh, part, matrix);
+    MergeIntoVolume(collector, volume, mode, keepUndo);
+    return;
+  }
+  for (int pass = 0; pass < 2; ++pass)
+    for (int p = 0; p < (int)mesh.objects.size(); ++p) {
+      if (IsNegativePart(mesh.objects[p].name) != (pass == 0)) continue;
+      TriangleCollector collector;
+      AddMeshPart(collector, mesh, p, matrix);
+      MergeIntoVolume(collector, volume, pass == 0 ? kMergeSubtract : mode, keepUndo);
+    }
+}

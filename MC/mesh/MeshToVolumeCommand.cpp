@@ -1,0 +1,72 @@
+// The mesh-to-volume command (see MeshToVolumeCommand.h).
+#include "MC/mesh/MeshToVolumeCommand.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "MC/mcubes/MakeVolumeCommand.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "MC/mcubes/WeldedMesh.h"
+#include "MC/mesh/MergeIntoVolume.h"
+#include "interchange/Mesh.h"
+#include "interchange/MeshIO.h"
+
+namespace {
+constexpr double kMaxVoxelsAcross = 4000;
+constexpr double kDefaultVoxelsAcross = 200;
+}  // namespace
+
+int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
+  if (args.size() != 2 && args.size() != 3) {
+    fprintf(stderr, "usage: --mesh-to-volume MESH OUTPUT.(ply|obj|stl) [VOXEL-SIZE]\n");
+    return 2;
+  }
+  const std::string inPath = std::filesystem::absolute(args[0]).lexically_normal().string();
+  const std::string outPath = std::filesystem::absolute(args[1]).lexically_normal().string();
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(inPath.c_str()));
+  if (!mesh || mesh->positions.empty()) {
+    fprintf(stderr, "mesh-to-volume: cannot read a mesh from %s\n", inPath.c_str());
+    return 1;
+  }
+  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
+  for (const auto& p : mesh->positions) {
+    const float q[3] = {p.x, p.y, p.z};
+    for (int a = 0; a < 3; ++a) lo[a] = std::min(lo[a], q[a]), hi[a] = std::max(hi[a], q[a]);
+  }
+  const double extent = std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]});
+  double voxel = extent / kDefaultVoxelsAcross;
+  if (args.size() == 3) {
+    char* end = nullptr;
+    voxel = strtod(args[2].c_str(), &end);  // the C locale's decimal point
+    if (!end || *end || !(voxel > 0)) {
+      fprintf(stderr, "mesh-to-volume: VOXEL-SIZE must be a positive number, got '%s'\n", args[2].c_str());
+      return 2;
+    }
+  }
+  if (!(extent > 0) || !(extent / voxel <= kMaxVoxelsAcross)) {
+    fprintf(stderr, "mesh-to-volume: the mesh spans %.6g units, %.6g voxels of %.6g; at most %g are allowed\n", extent,
+            extent / voxel, voxel, kMaxVoxelsAcross);
+    return 2;
+  }
+  // Lattice coordinates about the mesh's centre keep the numbers small.
+  const float s = (float)(1.0 / voxel);
+  float centre[3];
+  for (int a = 0; a < 3; ++a) centre[a] = (lo[a] + hi[a]) * 0.5f;
+  const float toLattice[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, -centre[0] * s, -centre[1] * s, -centre[2] * s, 1};
+  const float toMesh[16] = {(float)voxel, 0, 0, 0, 0, (float)voxel, 0, 0, 0, 0, (float)voxel, 0,
+                            centre[0], centre[1], centre[2], 1};
+  VolumeObject volume;
+  MergeMesh(volume, *mesh, toLattice, kMergeUnion);
+  volume.UpdateSurface();
+  WeldedMeshBuilder surface;
+  volume.ExtractWeldedAll(surface, toMesh);
+  if (!SaveWeldedMesh(outPath, surface)) {
+    fprintf(stderr, "mesh-to-volume: cannot write %s\n", outPath.c_str());
+    return 1;
+  }
+  printf("%d triangles written to %s\n", surface.TriangleCount(), outPath.c_str());
+  return 0;
+}

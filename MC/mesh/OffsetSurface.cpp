@@ -1,0 +1,42 @@
+// Surface offsets, extrusion and the surface hull (see OffsetSurface.h).
+#include "MC/mesh/OffsetSurface.h"
+
+#include "MC/mcubes/VolumeObject.h"
+#include "MC/mcubes/WeldedMesh.h"
+#include "MC/mesh/MergeIntoVolume.h"
+
+#include <vector>
+
+void CollectSurface(VolumeObject& volume, const float* m, float offset, TriangleCollector& collector) {
+  volume.UpdateSurface();
+  WeldedMeshBuilder surface;
+  volume.ExtractWeldedAll(surface);
+  // The surface's normals point into the solid.
+  std::vector<float> moved(surface.Positions.size());
+  const bool withNormals = surface.Normals.size() == surface.Positions.size();
+  for (size_t i = 0; i < moved.size(); ++i)
+    moved[i] = surface.Positions[i] - (withNormals && offset != 0 ? surface.Normals[i] * offset : 0.0f);
+  if (m)
+    for (size_t i = 0; i < moved.size(); i += 3) {
+      const float v[3] = {moved[i], moved[i + 1], moved[i + 2]};
+      for (int c = 0; c < 3; ++c) moved[i + c] = v[0] * m[c] + v[1] * m[4 + c] + v[2] * m[8 + c] + m[12 + c];
+    }
+  for (size_t t = 0; t + 2 < surface.Indices.size(); t += 3)
+    collector.AddTriangle(&moved[surface.Indices[t] * 3], &moved[surface.Indices[t + 1] * 3],
+                          &moved[surface.Indices[t + 2] * 3]);
+}
+
+void OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo) {
+  TriangleCollector collector;
+  CollectSurface(volume, nullptr, distance, collector);
+  if (clearFirst) volume.ClearVoxels();
+  MergeIntoVolume(collector, volume, mode, keepUndo);
+}
+
+void ExtrudeVO(VolumeObject& volume, float extrusion, bool keepUndo) {
+  OffsetSurface(volume, extrusion, kMergeUnion, true, keepUndo);
+}
+
+void MakeSurfHull(VolumeObject& volume, float edgeThickness, bool keepUndo) {
+  OffsetSurface(volume, -edgeThickness, kMergeSubtract, false, keepUndo);
+}

@@ -1,0 +1,71 @@
+// The road from triangles to voxels, first half: triangles are rasterised
+// along the three axes onto the lattice lines they cover (fixed point, so a
+// closed mesh leaves no line uncovered and none covered twice), giving
+// crossings per ray; BuildSpans sorts each ray and keeps the outer shell.
+// MergeIntoVolume (MergeIntoVolume.h) turns the spans into lattice values.
+#pragma once
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+namespace comms {
+class cMesh;
+}
+
+// One place where a ray meets the surface.
+struct Crossing {
+  float Depth;    // lattice units along the ray
+  uint16_t Kind;  // 0 leaves, 1 enters, 2/3 the same from a hard cap, 255 undecided
+};
+
+// Key of a ray: the two lattice coordinates across it, packed.
+inline uint64_t RayKey(int a, int b) { return ((uint64_t)(uint32_t)a << 32) | (uint32_t)b; }
+inline int RayKeyA(uint64_t k) { return (int)(uint32_t)(k >> 32); }
+inline int RayKeyB(uint64_t k) { return (int)(uint32_t)k; }
+
+using RayMap = std::unordered_map<uint64_t, std::vector<Crossing>>;
+
+// Receives each lattice line a triangle covers, with the depth there.
+class VolRastr {
+ public:
+  virtual ~VolRastr() = default;
+  bool FixedKind = false;  // every crossing gets Kind, whatever the triangle's facing
+  int Kind = 0;            // the kind when FixedKind; 256 stores 3, other tags >= 255 store 2
+  bool Flip = false;       // swaps entering and leaving
+  virtual void Put(int a, int b, float depth, int reserved0, int reserved1) = 0;
+};
+
+class TriangleCollector {
+ public:
+  TriangleCollector();
+  // Rays per axis. Axis 0: key (x, y), depth z; axis 1: (x, z), depth y;
+  // axis 2: (z, y), depth x.
+  RayMap Rays[3];
+  // Rays after BuildSpans: sorted, even, entering first, inner shells removed.
+  RayMap Spans[3];
+
+  // Settings of the next triangles (see VolRastr).
+  void SetKind(bool fixedKind, int kind, bool flip);
+  // One triangle, in the lattice space of the target, wound counter-clockwise
+  // seen from outside.
+  void AddTriangle(const float p0[3], const float p1[3], const float p2[3]);
+  // Sorts the rays of one axis into Spans; the three axes may run at once.
+  void BuildSpans(int axis);
+  void BuildAllSpans();
+  bool Empty() const;
+  int64_t CrossingCount(int axis) const;
+
+ private:
+  // Rasterises one triangle over the projection of `axis`.
+  void Rasterise(int axis, const double p0[3], const double p1[3], const double p2[3]);
+  class AxisRastr;
+  VolRastr* current_ = nullptr;  // receiver of the triangle being rasterised
+  bool fixedKind_ = false;
+  int kind_ = 0;
+  bool flip_ = false;
+};
+
+// Adds the polygons of a mesh (each polygon as a fan), positions transformed by
+// `matrix` (row vectors, 16 floats; null for none). part -1 takes every object,
+// otherwise only polygons of that object.
+void AddMeshPart(TriangleCollector& collector, const comms::cMesh& mesh, int part, const float* matrix = nullptr);

@@ -1,0 +1,78 @@
+// The mesh-to-volume command writes a closed surface in the units of the
+// input mesh, and refuses bad arguments without writing anything.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+
+#include "MC/mesh/MeshToVolumeCommand.h"
+#include "interchange/Mesh.h"
+#include "interchange/MeshIO.h"
+#include "../MeshChecks.h"
+
+namespace {
+
+const char* kScadStl = "/usr/share/openscad/testdata/scad/3D/features/import.stl";
+
+struct Box {
+  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
+};
+
+std::unique_ptr<comms::cMesh> Load(const std::string& path, Box& box, WeldedMeshBuilder* welded = nullptr) {
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(path.c_str()));
+  if (!mesh) return mesh;
+  for (const auto& p : mesh->positions) {
+    const float q[3] = {p.x, p.y, p.z};
+    for (int a = 0; a < 3; ++a) box.lo[a] = std::min(box.lo[a], q[a]), box.hi[a] = std::max(box.hi[a], q[a]);
+    if (welded) welded->Positions.insert(welded->Positions.end(), {p.x, p.y, p.z});
+  }
+  if (welded)
+    mesh->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
+      for (int k = 0; k < h.a; ++k) welded->Indices.push_back((uint32_t)c[k].a);
+    });
+  return mesh;
+}
+
+std::string Temp(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
+
+}  // namespace
+
+TEST(MeshToVolumeCommand, WritesAClosedSurfaceInTheUnitsOfTheInput) {
+  if (!std::filesystem::exists(kScadStl)) GTEST_SKIP() << "openscad-testing-data is not installed (scripts/deps.sh --tests)";
+  Box in;
+  ASSERT_TRUE(Load(kScadStl, in));
+  const float extent = std::max({in.hi[0] - in.lo[0], in.hi[1] - in.lo[1], in.hi[2] - in.lo[2]});
+  const float voxel = extent / 37.0f;
+  for (const char* name : {"m2v.obj", "m2v.ply"}) {
+    SCOPED_TRACE(name);
+    const std::string out = Temp(name);
+    std::filesystem::remove(out);
+    ASSERT_EQ(RunMeshToVolumeCommand({kScadStl, out, std::to_string(voxel)}), 0);
+    Box box;
+    WeldedMeshBuilder surface;
+    ASSERT_TRUE(Load(out, box, &surface));
+    const MeshTopology t = Analyse(surface);
+    EXPECT_GT(t.faces, 0);
+    EXPECT_EQ(t.badEdges, 0);
+    for (int a = 0; a < 3; ++a) {
+      EXPECT_NEAR(box.lo[a], in.lo[a], voxel);
+      EXPECT_NEAR(box.hi[a], in.hi[a], voxel);
+    }
+    std::filesystem::remove(out);
+  }
+}
+
+TEST(MeshToVolumeCommand, RefusesBadArgumentsWithoutWriting) {
+  const std::string out = Temp("m2v_refused.ply");
+  std::filesystem::remove(out);
+  EXPECT_EQ(RunMeshToVolumeCommand({}), 2);
+  EXPECT_EQ(RunMeshToVolumeCommand({Temp("no_such_mesh.obj"), out}), 1);
+  if (std::filesystem::exists(kScadStl)) {
+    EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "0"}), 2);
+    EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "-1"}), 2);
+    EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "1,5"}), 2);
+    EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "1e-9"}), 2);  // far too many voxels
+  }
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
