@@ -20,6 +20,7 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "interchange/IO.h"
 #include "interface/Navigation.h"
+#include "paint/scene/SceneDevice.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
 #include "render/GroundGrid.h"
@@ -139,6 +140,9 @@ bool ViewportSeams::InitRenderer() {
   camera_.Fov = 50;
   camera_.Znear = 1.0f;
   camera_.Zfar = 1000.0f;
+  // The paint mesh's formats come before the start-up list, which asks for
+  // the paint passes' shaders in them.
+  RegisterPaintVertexFormats(*render_);
   if (int failed = RequestStartupShaders(*irs_); failed && !dynamic_cast<cNullRender*>(render_.get())) {
     problem_ = std::to_string(failed) + " of the start-up shaders could not be built from " + DataFolder() +
                "/Shaders (see Log.txt for each one).";
