@@ -185,15 +185,13 @@ struct TileBlend {
   }
 };
 
-// One normal-blend layer over the row: written over separate arrays that
-// the compiler may take four and eight at a time.
-void BlendPlainRow(const LayerPixel* __restrict px, float ct, float dt, float emboss, float* __restrict A0,
-                   float* __restrict A1, float* __restrict A2, float* __restrict C, float* __restrict S,
-                   float* __restrict D) {
+// One normal-blend layer's colour over the row: written over separate
+// arrays that the compiler may take four and eight at a time.
+void BlendPlainRow(const LayerPixel* __restrict px, float ct, float* __restrict A0, float* __restrict A1,
+                   float* __restrict A2, float* __restrict C, float* __restrict S) {
   for (int i = 0; i < kTilePixels; i++) {
     const uint32_t c = px[i].Color;
     const float a = (float)(c >> 24) * ct;
-    D[i] += dt * px[i].Depth + emboss * a;
     A0[i] += ((float)(c & 255) - A0[i]) * a;
     A1[i] += ((float)((c >> 8) & 255) - A1[i]) * a;
     A2[i] += ((float)((c >> 16) & 255) - A2[i]) * a;
@@ -263,16 +261,28 @@ bool PixelMap::ComposeTile(PixelTile* tile) {
                        info->Contrast == 0 && info->Brightness == 0 && info->SpecContrast == 0 &&
                        info->SpecBrightness == 0;
     const LayerPixel* px = l->Pixels;
-    if (plain && depthOp == DepthOps::LOP_ADDDEPTH) {
+    // The layer's depth, by row, when no mask weighs it.
+    auto depthRow = [&] {
+      if (depthOp == DepthOps::LOP_ADDDEPTH) {
+        AddDepthRow(px, ct, dt, emboss, D);
+      } else {
+        for (int i = 0; i < kTilePixels; i++) {
+          const float a = (float)(px[i].Color >> 24) * ct;
+          D[i] = ApplyDepthOp(depthOp, D[i], dt * px[i].Depth + emboss * a, unitScale);
+        }
+      }
+    };
+    if (plain) {
       // The common layer: normal blend, no mask, no corrections. The same
       // steps as SampleBlend::Add with m = 1, on bytes that need no clamp.
+      depthRow();
       if (t.First)
         for (int i = 0; i < kTilePixels; i++) {
           const uint32_t c = px[i].Color;
           const float L[4] = {(float)(c & 255), (float)((c >> 8) & 255), (float)((c >> 16) & 255), (float)(c >> 24)};
           t.Start(i, L);
         }
-      BlendPlainRow(px, ct, dt, emboss, t.A[0], t.A[1], t.A[2], t.Coverage, t.Specular, D);
+      BlendPlainRow(px, ct, t.A[0], t.A[1], t.A[2], t.Coverage, t.Specular);
       t.First = false;
       continue;
     }
@@ -281,14 +291,7 @@ bool PixelMap::ComposeTile(PixelTile* tile) {
     // A per-channel blend mode without mask or corrections: the mode's
     // formula is fixed for the whole row, so the loop carries no switch.
     if (unmasked && WithChannelMode(info->ColorOp, [&](auto mode) {
-          if (depthOp == DepthOps::LOP_ADDDEPTH) {
-            AddDepthRow(px, ct, dt, emboss, D);
-          } else {
-            for (int i = 0; i < kTilePixels; i++) {
-              const float a = (float)(px[i].Color >> 24) * ct;
-              D[i] = ApplyDepthOp(depthOp, D[i], dt * px[i].Depth + emboss * a, unitScale);
-            }
-          }
+          depthRow();
           BlendChannelRow<decltype(mode)::value>(px, ct, t.First, t.A[0], t.A[1], t.A[2], t.A[3], t.Coverage,
                                                  t.Specular);
         })) {
