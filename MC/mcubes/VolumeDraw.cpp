@@ -10,6 +10,7 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "interchange/IO.h"
 #include "render/Background.h"
+#include "render/OffscreenPicture.h"
 
 using namespace comms;
 
@@ -106,34 +107,16 @@ void FrameVolume(const VolumeObject& volume, cFreeViewer& camera) {
 
 bool RenderVolumeToPng(cRender& render, VolumeObject& volume, cFreeViewer& camera, int width, int height,
                        const std::string& path) {
-  int target = render.CreateRenderTarget(width, height, kPixARGB8, -1, false, 0);
-  int depth = target >= 0 ? render.CreateDepthTarget(target, kPixD24S8) : -1;
-  if (target < 0 || depth < 0) {
-    Log("RenderVolumeToPng(): no %d x %d render target", width, height);
-    render.FreeTexture(target);
-    return false;
-  }
   camera.ViewRect = cRect(0, 0, float(width), float(height));
   camera.Update();
-  render.SetRenderTargets(&target, 1, depth, nullptr);
-  render.SetViewPort(cRect(0, 0, float(width), float(height)));
-  render.Clear(true, true, 0xff000000u, 1.0f);
-  cBackground background;
-  background.Draw(render, camera);
-  {
+  std::string why;
+  const bool ok = DrawPictureToPng(render, width, height, path, [&] {
+    render.SetCamera(&camera);
+    cBackground background;
+    background.Draw(render, camera);
     VolumeDrawer drawer(render);
     drawer.Draw(volume, camera);
-    render.Flush2D();
-  }
-  cImage image;
-  bool ok = render.ReadTexture(target, image);
-  render.SetRenderTargets(nullptr, 0, -1, nullptr);
-  render.FreeDepthTarget(depth);
-  render.FreeTexture(target);
-  if (ok) {
-    for (size_t i = 3; i < image.data.size(); i += 4) image.data[i] = 255;  // an opaque picture
-    ok = cIO::SaveImage(path, image);
-  }
-  if (!ok) Log("RenderVolumeToPng(): cannot write %s", path.c_str());
+  }, &why);
+  if (!ok) Log("RenderVolumeToPng(): %s (%s)", why.c_str(), path.c_str());
   return ok;
 }

@@ -4,10 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "interchange/IO.h"
-#include "interchange/Image.h"
 #include "paint/scene/PaintScene.h"
 #include "render/Background.h"
+#include "render/OffscreenPicture.h"
 #include "render/Viewer.h"
 
 using namespace comms;
@@ -30,35 +29,16 @@ void FramePaintScene(const PaintScene& scene, cFreeViewer& camera) {
 
 bool RenderPaintSceneToPng(cRender& render, SceneDevice& device, cFreeViewer& camera, int width, int height,
                            const std::string& path, std::string* why, PaintViewMode mode) {
-  const int target = render.CreateRenderTarget(width, height, kPixARGB8, -1, false, 0);
-  const int depth = target >= 0 ? render.CreateDepthTarget(target, kPixD24S8) : -1;
-  if (target < 0 || depth < 0) {
-    render.FreeTexture(target);
-    if (why) *why = "no " + std::to_string(width) + " x " + std::to_string(height) + " render target";
-    return false;
-  }
   camera.ViewRect = cRect(0, 0, float(width), float(height));
   camera.Update();
   // The scene's own passes first, so that the picture's target stays bound after them.
   device.Update();
-  render.SetRenderTargets(&target, 1, depth, nullptr);
-  render.SetCamera(&camera);
-  render.SetViewPort(cRect(0, 0, float(width), float(height)));
-  render.Clear(true, true, 0xff000000u, 1.0f);
-  cBackground background;
-  background.Draw(render, camera);
-  render.Flush2D();
-  render.Clear(false, true, 0, 1.0f);
-  device.DrawMeshes(camera, mode);
-  cImage image;
-  bool ok = render.ReadTexture(target, image);
-  render.SetRenderTargets(nullptr, 0, -1, nullptr);
-  render.FreeDepthTarget(depth);
-  render.FreeTexture(target);
-  if (ok) {
-    for (size_t i = 3; i < image.data.size(); i += 4) image.data[i] = 255;  // an opaque picture
-    ok = cIO::SaveImage(path, image);
-  }
-  if (!ok && why) *why = "cannot write " + path;
-  return ok;
+  return DrawPictureToPng(render, width, height, path, [&] {
+    render.SetCamera(&camera);
+    cBackground background;
+    background.Draw(render, camera);
+    render.Flush2D();
+    render.Clear(false, true, 0, 1.0f);
+    device.DrawMeshes(camera, mode);
+  }, why);
 }
