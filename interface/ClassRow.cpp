@@ -88,10 +88,35 @@ bool ClassRow::OpenTextEntry() {
   return true;
 }
 
+namespace {
+bool HoldsElement(BaseClass* list, const BaseClass* element) {
+  for (int i = 0; i < list->GetAmountOfElements(); i++)
+    if (list->GetElementClass(i) == element) return true;
+  return false;
+}
+}  // namespace
+
 bool ClassRow::CallMethod() {
   if (!Class || !Owner) return false;
-  Class->Call(Owner);
-  Changed();
+  // A method may delete its own object (an element's delete), and a panel
+  // rebuilt on the spot takes this row with it: what is needed afterwards is
+  // kept here, and only a living owner and row hear of the change.
+  BaseClass* owner = Owner;
+  BaseClass* list = owner->Parent;
+  const bool listed = list && HoldsElement(list, owner);
+  WidgetHandle rows;  // the generated panel that holds this row
+  for (BaseWidget* w = ParentWidget(); w; w = w->ParentWidget())
+    if (dynamic_cast<ClassPanel*>(w)) {
+      rows = w->Handle();
+      break;
+    }
+  const WidgetHandle self = Handle(), panel = Panel;
+  Class->Call(owner);
+  const bool ownerGone = listed && !HoldsElement(list, owner);
+  if (!ownerGone && self.Get()) return Changed();
+  // Rows of the object that went must not be used again.
+  if (auto* generated = dynamic_cast<ClassPanel*>(rows.Get())) generated->RequestRebuild();
+  if (BaseWidget* p = panel.Get()) p->SendEvent(kEvChanged);
   return true;
 }
 

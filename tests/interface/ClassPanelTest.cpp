@@ -423,3 +423,61 @@ TEST(ClassArrayPanelTest, AddRowOffersDerivedClassesAndAddsAnElement) {
   ui.Frame();  // the panel rebuilds with the new element
   EXPECT_EQ(panel->Builds(), builds + 1);
 }
+
+namespace {
+// A list element whose button removes the element itself, as a list's
+// delete buttons do.
+class SelfDeleting : public BaseClass {
+ public:
+  int Value = 0;
+  void DeleteElm() {
+    auto* list = dynamic_cast<ClassArray<SelfDeleting>*>(Parent);
+    if (!list) return;
+    for (int i = 0; i < list->GetAmount(); i++)
+      if ((*list)[i] == this) {
+        list->DelElement(i);  // deletes this object
+        return;
+      }
+  }
+  MV_CLASS(SelfDeleting, BaseClass) {
+    Member("_int", Value, "Value");
+    Method(&SelfDeleting::DeleteElm, "DeleteElm");
+  }
+};
+class HoldsSelfDeleting : public BaseClass {
+ public:
+  ClassArray<SelfDeleting> List;
+  MV_CLASS(HoldsSelfDeleting, BaseClass) { Member(List, "List"); }
+};
+ClassRow* FindRow(BaseWidget* w, const char* member) {
+  if (auto* r = dynamic_cast<ClassRow*>(w); r && r->MemberName == member) return r;
+  for (BaseWidget* c : w->Children)
+    if (ClassRow* r = c ? FindRow(c, member) : nullptr) return r;
+  return nullptr;
+}
+}  // namespace
+
+TEST(ClassPanelMethods, AButtonThatDeletesItsOwnObjectLeavesThePanelToRebuild) {
+  UiScope ui;
+  HoldsSelfDeleting holder;
+  for (int i = 0; i < 3; i++) {
+    auto* e = new SelfDeleting;
+    e->Value = i;
+    holder.List.Add(e);
+    e->SetParent(&holder.List);
+  }
+  auto* panel = ui.tree.Root().Add(new ClassPanel);
+  panel->W = 300;
+  panel->Object = &holder;
+  panel->Rebuild();
+  ui.tree.Layout();
+  const int builds = panel->Builds();
+  ClassRow* button = FindRow(panel, "DeleteElm");
+  ASSERT_NE(button, nullptr);
+  EXPECT_TRUE(button->CallMethod());
+  ASSERT_EQ(holder.List.GetAmount(), 2);
+  EXPECT_EQ(holder.List[0]->Value, 1);
+  // The panel rebuilds on its next draw, without the row that went.
+  panel->OnDraw();
+  EXPECT_GT(panel->Builds(), builds);
+}
