@@ -18,6 +18,8 @@
 #include "paint/file/SceneFile.h"
 #include "render/EglContext.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/GeneralPen.h"
+#include "platform/Keys.h"
 #include "shell/PaintRoom.h"
 #include "shell/Program.h"
 #include "shell/SceneCommands.h"
@@ -178,6 +180,37 @@ TEST_F(ProgramSeams, AnImportedMeshOpensThePaintRoomAndAFailedOneKeepsIt) {
   const comms::cImage again = Frame();
   ASSERT_EQ(again.data.size(), shown.data.size());
   EXPECT_EQ(again.data, shown.data);
+  ThePaintScene().ResetScene(true);
+}
+
+TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
+  const std::string mesh = Home("plate.obj");
+  std::ofstream(mesh) << "v -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nf 1 2 3 4\n";
+  Program& p = Run("\"" + mesh + "\"", 1280, 720);
+  p.TheShell().RunFrames(6);
+  ASSERT_TRUE(PaintRoomIsCurrent(Tools()));
+  ASSERT_EQ(ThePaintScene().Faces.size(), 1u);
+  const comms::cVec3 at = p.View().Camera().ProjectToView(comms::cVec3(0, 0, 0));
+  // A pen wide enough to reach the plate's samples, half a unit apart.
+  const float radius = GeneralPen::PenRadius;
+  GeneralPen::PenRadius = 60;
+  auto event = [&](PlatformEvent::Type type, float x, float y) {
+    PlatformEvent e;
+    e.type = type;
+    e.key = keys::LeftButton;
+    e.x = int(x), e.y = int(y);
+    fake.Push(e);
+    p.TheShell().RunFrames(2);
+  };
+  event(PlatformEvent::Type::MouseMove, at.x - 20, at.y);
+  event(PlatformEvent::Type::ButtonDown, at.x - 20, at.y);
+  for (int i = -18; i <= 20; i += 2) event(PlatformEvent::Type::MouseMove, at.x + i, at.y);
+  event(PlatformEvent::Type::ButtonUp, at.x + 20, at.y);
+  const PaintFace& f = ThePaintScene().Faces[0];
+  int painted = 0;
+  for (int i = 0; i < f.SampleCount(); i++) painted += f.Grid[i].Color != 0x00808080u || f.Grid[i].Position.z != 0;
+  EXPECT_GT(painted, 0) << "the stroke left the plate as it was";
+  GeneralPen::PenRadius = radius;
   ThePaintScene().ResetScene(true);
 }
 
