@@ -1,9 +1,11 @@
 // Defaults, reset and the scoped saver of the global pen state.
 #include "paint/GeneralPen.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "paint/PenShapes.h"
+#include "platform/Keys.h"
 
 // Every scalar of the pen state, once, so reset and snapshot cannot miss one.
 #define MV_PEN_SCALARS(X)                                                                      \
@@ -50,4 +52,11 @@ GeneralPenSaver::~GeneralPenSaver() {
   std::memcpy(GeneralPen::Color, saved_->Color, sizeof saved_->Color);
   std::memcpy(GeneralPen::Color2, saved_->Color2, sizeof saved_->Color2);
   delete saved_;
+}
+
+bool StepPenRadiusByKey(int key) {
+  if (key != keys::LeftBracket && key != keys::RightBracket) return false;
+  const float step = key == keys::RightBracket ? 1.15f : 1.f / 1.15f;
+  GeneralPen::PenRadius = std::clamp(GeneralPen::PenRadius * step, 1.f, 500.f);
+  return true;
 }

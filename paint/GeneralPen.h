@@ -68,6 +68,10 @@ struct GeneralPen {
 };
 
 // Copies the whole pen state in and restores it on destruction.
+// `[` narrows and `]` widens the pen by 15 %, within the radius slider's
+// range; false for any other key.
+bool StepPenRadiusByKey(int key);
+
 class GeneralPenSaver {
  public:
   GeneralPenSaver();

@@ -166,13 +166,7 @@ bool VoxelSculptTool::OnMouseMove() {
   return true;
 }
 
-bool VoxelSculptTool::OnKey(int key) {
-  if (key != keys::LeftBracket && key != keys::RightBracket) return false;
-  // The slider's range of the pen radius.
-  const float step = key == keys::RightBracket ? 1.15f : 1.f / 1.15f;
-  GeneralPen::PenRadius = std::clamp(GeneralPen::PenRadius * step, 1.f, 500.f);
-  return true;
-}
+bool VoxelSculptTool::OnKey(int key) { return StepPenRadiusByKey(key); }
 
 void VoxelSculptTool::StrokeStep(bool force) {
   if (!stroke_.Active()) return;

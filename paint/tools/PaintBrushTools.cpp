@@ -81,6 +81,8 @@ bool PaintBrushTool::OnLMBDown() {
   return true;
 }
 
+bool PaintBrushTool::OnKey(int key) { return StepPenRadiusByKey(key); }
+
 bool PaintBrushTool::OnMouseMove() {
   if (!Stroking()) return false;
   moved_ = true;

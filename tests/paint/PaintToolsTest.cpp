@@ -150,3 +150,17 @@ TEST_F(PaintToolFixture, TheEraserTakesPaintBackAndTheSmudgeDragsIt) {
   Drag("SmudgeTool", {{210, 240}, {210, 225}, {210, 210}, {210, 195}});
   EXPECT_GT(RedAt(0.78f, 1.75f), before + 10);
 }
+
+TEST_F(PaintToolFixture, BracketsWidenAndNarrowThePenWithinItsRange) {
+  GeneralPenSaver keep;
+  BasicTool* pen = FindPaintTool(table, "StdPen");
+  GeneralPen::PenRadius = 20;
+  EXPECT_TRUE(pen->OnKey(keys::RightBracket));
+  EXPECT_FLOAT_EQ(GeneralPen::PenRadius, 23);
+  EXPECT_TRUE(pen->OnKey(keys::LeftBracket));
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f);
+  GeneralPen::PenRadius = 499;
+  pen->OnKey(keys::RightBracket);
+  EXPECT_EQ(GeneralPen::PenRadius, 500.0f);
+  EXPECT_FALSE(pen->OnKey(keys::LeftBracket + 5));
+}
