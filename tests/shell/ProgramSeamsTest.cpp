@@ -6,6 +6,7 @@
 // their volume, by the recent list, a drop and the open command.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -190,10 +191,12 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
   p.TheShell().RunFrames(6);
   ASSERT_TRUE(PaintRoomIsCurrent(Tools()));
   ASSERT_EQ(ThePaintScene().Faces.size(), 1u);
-  const comms::cVec3 at = p.View().Camera().ProjectToView(comms::cVec3(0, 0, 0));
-  // A pen wide enough to reach the plate's samples, half a unit apart.
+  // From the plate's left samples to its right ones, a pen narrower than
+  // the samples' spacing: only a stroke that follows the mouse reaches both.
+  const comms::cVec3 from = p.View().Camera().ProjectToView(comms::cVec3(-0.75f, -0.75f, 0));
+  const comms::cVec3 to = p.View().Camera().ProjectToView(comms::cVec3(0.75f, -0.75f, 0));
   const float radius = GeneralPen::PenRadius;
-  GeneralPen::PenRadius = 60;
+  GeneralPen::PenRadius = std::fabs(to.x - from.x) / 12;
   auto event = [&](PlatformEvent::Type type, float x, float y) {
     PlatformEvent e;
     e.type = type;
@@ -202,15 +205,17 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
     fake.Push(e);
     p.TheShell().RunFrames(2);
   };
-  event(PlatformEvent::Type::MouseMove, at.x - 20, at.y);
-  event(PlatformEvent::Type::ButtonDown, at.x - 20, at.y);
-  for (int i = -18; i <= 20; i += 2) event(PlatformEvent::Type::MouseMove, at.x + i, at.y);
-  event(PlatformEvent::Type::ButtonUp, at.x + 20, at.y);
-  const PaintFace& f = ThePaintScene().Faces[0];
-  int painted = 0;
-  for (int i = 0; i < f.SampleCount(); i++) painted += f.Grid[i].Color != 0x00808080u || f.Grid[i].Position.z != 0;
-  EXPECT_GT(painted, 0) << "the stroke left the plate as it was";
+  event(PlatformEvent::Type::MouseMove, from.x, from.y);
+  event(PlatformEvent::Type::ButtonDown, from.x, from.y);
+  for (int i = 1; i <= 20; i++)
+    event(PlatformEvent::Type::MouseMove, from.x + (to.x - from.x) * i / 20, from.y + (to.y - from.y) * i / 20);
+  event(PlatformEvent::Type::ButtonUp, to.x, to.y);
   GeneralPen::PenRadius = radius;
+  const PaintFace& f = ThePaintScene().Faces[0];
+  auto painted = [&](int i) { return f.Grid[i].Color != 0x00808080u || f.Grid[i].Position.z != 0; };
+  EXPECT_TRUE(painted(0)) << "where the stroke began";
+  EXPECT_TRUE(painted(3)) << "where it ended";
+  EXPECT_FALSE(painted(15)) << "far from it";
   ThePaintScene().ResetScene(true);
 }
 
