@@ -334,56 +334,6 @@ bool PixelMap::ComposeTile(PixelTile* tile) {
   return depthMoved;
 }
 
-void PixelMap::ComputeTileNormals(PixelTile* tile) {
-  const float sx = 8.0f / Width, sy = 8.0f / Height;
-  PixelCursor cur;
-  // A neighbour inside the tile is read directly; across its edge, by lookup.
-  auto at = [&](int i, int dx, int dy) -> const TilePixel* {
-    const int lx = (i & 15) + dx, ly = (i >> 4) + dy;
-    if (lx >= 0 && lx < kTileSide && ly >= 0 && ly < kTileSide) return &tile->Pixels[ly * kTileSide + lx];
-    if (!FetchPixel(cur, tile->X * kTileSide + lx, tile->Y * kTileSide + ly, false, false, false))
-      return nullptr;
-    return &cur.Pixel();
-  };
-  // Normal-map layers of this tile, at most 15.
-  const LayerTile* maps[15];
-  int nmaps = 0;
-  for (const LayerTile* l : tile->LayerTiles)
-    if (l->Info && l->Info->Visible && l->Info->ColorOp == ColorOps::LOP_NORMALMAP && nmaps < 15)
-      maps[nmaps++] = l;
-  for (int i = 0; i < kTilePixels; i++) {
-    TilePixel& p = tile->Pixels[i];
-    p.NormalX = p.NormalY = p.MapNormalX = p.MapNormalY = 128;
-    if (p.Class() == kPixelOutside) continue;
-    const TilePixel* n[4] = {at(i, -1, 0), at(i, 1, 0), at(i, 0, -1), at(i, 0, 1)};
-    float k[2] = {1, 1};
-    for (int j = 0; j < 4; j++)
-      if (!n[j] || n[j]->Class() != kPixelOnMesh) n[j] = &p, k[j / 2] = 2;
-    float gx = (n[1]->Depth - n[0]->Depth) * k[0], gy = (n[3]->Depth - n[2]->Depth) * k[1];
-    auto inv = [](float w) { return w > 0 ? 0.5f / w : 0.0f; };
-    float wx = sx * (inv(n[0]->Width) + inv(n[1]->Width));
-    float wy = sy * (inv(n[2]->Height) + inv(n[3]->Height));
-    comms::cVec3 v(gx * wy, gy * wx, wx * wy);
-    if (v.Length() > 0) {
-      v = v.Normalized();
-      p.NormalX = (uint8_t)std::lround(v.x * 127 + 128);
-      p.NormalY = (uint8_t)std::lround(v.y * 127 + 128);
-    }
-    if (nmaps) {
-      float mx = 0, my = 0;
-      for (int j = 0; j < nmaps; j++) {
-        uint32_t c = maps[j]->Pixels[i].Color;
-        if (!c) continue;
-        float w = maps[j]->Info->DepthTransparency;
-        mx += -((float)((c >> 16) & 0xff) - 128) * w;
-        my += ((float)((c >> 8) & 0xff) - 128) * w;
-      }
-      p.MapNormalX = (uint8_t)(128 + (int)std::clamp(mx, -127.0f, 127.0f));
-      p.MapNormalY = (uint8_t)(128 + (int)std::clamp(my, -127.0f, 127.0f));
-    }
-  }
-}
-
 size_t PixelMap::MemoryBytes() const {
   size_t bytes = Tiles.bucket_count() * sizeof(void*) + directory_.capacity() * sizeof(PixelTile*);
   for (const auto& [key, tile] : Tiles) {
