@@ -190,6 +190,13 @@ void ViewportSeams::EndScene() {
 
 void ViewportSeams::SetViewport(int width, int height) {
   camera_.ViewRect = cRect(0, 0, float(width), float(height));
+  // The picture still fills the window behind the panels; its centre moves
+  // to the middle of what they leave free (the shift is in pixels of twice
+  // the distance).
+  if (comms::cRect free; FreeArea && FreeArea(free) && free.Width() > 0 && free.Height() > 0) {
+    camera_.ShiftX = free.left + free.right - float(width);
+    camera_.ShiftY = float(height) - (free.top + free.bottom);
+  }
   camera_.Update();
   render_->SetCamera(&camera_);
   render_->SetViewPort(cRect(0, 0, float(width), float(height)));

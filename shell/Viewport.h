@@ -77,6 +77,9 @@ class ViewportSeams : public ShellSeams {
   // The current room's own scene: true when the room drew the view (the
   // paint room), and the voxel volume then stays hidden.
   std::function<bool(comms::cRender&, comms::cFreeViewer&)> DrawRoomScene;
+  // The part of the window that docked panels leave to the view (pixels, y
+  // downwards); each frame the view's centre is put in its middle.
+  std::function<bool(comms::cRect&)> FreeArea;
 
   bool RendererReady() override;
   std::string RendererProblem() override { return problem_; }

@@ -87,6 +87,7 @@ Workspace::~Workspace() {
   TheOptFormHooks() = OptFormHooks();
   intf_.Tree().Hooks().HotKeys = nullptr;
   intf_.Tree().Hooks().Navigation = nullptr;
+  view_.FreeArea = nullptr;
   Tools().Hooks().LoadRoomLayout = nullptr;
   if (TheDocks() == docks_.get()) TheDocks() = nullptr;
   if (BaseWidget* m = menu_.Get()) m->Delete();
@@ -129,6 +130,12 @@ void Workspace::MakeDocks() {
   docks_ = std::make_unique<Docks>(intf_.Tree().Root(), x0, y0, std::max(100.0f, float(w) - x0),
                                    std::max(100.0f, float(h) - y0 - ui.Px(20)));
   TheDocks() = docks_.get();
+  view_.FreeArea = [this](comms::cRect& r) {
+    const DockSpace* leaf = docks_ ? docks_->ViewLeaf() : nullptr;
+    if (!leaf) return false;
+    r = comms::cRect(leaf->AbsX, leaf->AbsY, leaf->AbsX + leaf->W, leaf->AbsY + leaf->H);
+    return true;
+  };
   NaviSystem& nav = TheNavigation();
   if (nav.Events.GetAmount() == 0 && !nav.LoadPreset(UserFilePath("NavigationPresets/Default.navigation"))) {
     nav.SetDefaultRows();

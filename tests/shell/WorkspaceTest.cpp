@@ -136,3 +136,39 @@ TEST_F(WorkspaceTest, ALayoutSavedFromTheMenuComesBack) {
   EXPECT_EQ(header->X, x);
   EXPECT_EQ(header->W, w);
 }
+
+TEST_F(WorkspaceTest, TheViewCentresOnWhatTheDockedPanelsLeaveFree) {
+  ASSERT_NE(TheDocks(), nullptr);
+  comms::cFreeViewer& cam = program_->View().Camera();
+  auto pivotOnScreen = [&] {
+    program_->TheShell().RunFrames(1);
+    return cam.ProjectToView(cam.m_Center);
+  };
+  auto leafMiddle = [] {
+    const DockSpace* leaf = TheDocks()->ViewLeaf();
+    return std::pair{leaf->AbsX + leaf->W / 2, leaf->AbsY + leaf->H / 2};
+  };
+  // The navigation window is docked on the right, the tool panel stands on
+  // the left: the pivot is drawn in the middle of the space between them.
+  comms::cVec3 p = pivotOnScreen();
+  auto [mx, my] = leafMiddle();
+  const DockSpace* root = TheDocks()->DockRoot();
+  EXPECT_LT(mx, root->AbsX + root->W / 2 - 100) << "the docked window takes the right side";
+  EXPECT_GT(mx, 1280 / 2 + 50) << "the tool panel takes the left";
+  EXPECT_NEAR(p.x, mx, 1);
+  EXPECT_NEAR(p.y, my, 1);
+  // With everything floating the free space widens, and the centre follows.
+  DocksLayout empty;
+  TheDocks()->Apply(empty);
+  p = pivotOnScreen();
+  auto [fx, fy] = leafMiddle();
+  EXPECT_GT(fx, mx + 50);
+  EXPECT_NEAR(p.x, fx, 1);
+  EXPECT_NEAR(p.y, fy, 1);
+  // A pixel ray through the drawn pivot passes through the pivot.
+  comms::cVec3 origin, dir;
+  cam.PixelRay(p.x, p.y, origin, dir);
+  const comms::cVec3 to = cam.m_Center - origin;
+  const comms::cVec3 off = to - dir * comms::Dot(to, dir);
+  EXPECT_LT(off.Length(), 1e-3f * to.Length());
+}
