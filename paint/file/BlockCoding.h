@@ -6,6 +6,7 @@
 // file cannot back.
 #pragma once
 #include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -137,6 +138,13 @@ class BlockReader {
     return p;
   }
   static constexpr int64_t kMaxSpan = 1 << 20;
+  // Up to `n` bytes ahead (fewer where the limit comes first; `n` is set to
+  // how many) in place, without moving the read position; null and failed
+  // when the stream holds fewer than the limit promises.
+  const uint8_t* Peek(int64_t& n) {
+    n = std::max<int64_t>(0, std::min(n, Left()));
+    return Has(n) ? cur_ : nullptr;
+  }
   bool Bytes(void* dst, int64_t n);
   bool Skip(int64_t n);
   // Moves the read position to `pos` (inside the limit), dropping the window.

@@ -12,11 +12,13 @@
 #include "ClassEngine/ExMalloc.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Progress.h"
+#include "ClassEngine/Threader.h"
 #include "ClassEngine/streams/FileBinStreams.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
 #include "paint/file/BlockCoding.h"
+#include "paint/file/FaceRecords.h"
 #include "paint/file/SceneFile.h"
 #include "paint/file/SceneFileTags.h"
 #include "paint/file/SceneSwap.h"
@@ -65,7 +67,7 @@ class SceneReader {
   bool MaterialTextures();
   bool Surface(uint32_t tag);
   bool CornerMap(FaceCornerTable& table, int faces);
-  bool Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f);
+  bool Faces(const FaceLayout& layout, uint32_t faces);
   bool Pixels();
   bool ToolBlock(uint32_t tag, int64_t start, uint32_t size);
   void Swap(comms::cVec3& v) const {
@@ -262,97 +264,6 @@ bool SceneReader::CornerMap(FaceCornerTable& table, int faces) {
   return r_.Seek(end);
 }
 
-bool SceneReader::Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f) {
-  f.Flags = r_.U8();
-  f.Neighbour[2] = r_.I32(), f.Neighbour[3] = r_.I32(), f.Neighbour[0] = r_.I32(), f.Neighbour[1] = r_.I32();
-  int nx = (int)defaultGrid, ny = (int)defaultGrid;
-  if (tag >= FourCC("SUR7")) f.RenderTarget = r_.U16(), f.UVSet = r_.U16();
-  if (tag >= FourCC("SUR6")) nx = r_.U16(), ny = r_.U16();
-  uint32_t object = 0, material = 0;
-  if (tag >= FourCC("SUR3")) {
-    object = r_.U32(), material = r_.U32();
-    if (tag >= FourCC("SUR5")) {
-      float wear = r_.F32();
-      f.Wear = std::isfinite(wear) ? std::clamp(wear, 0.0f, 1e30f) : 0.0f;
-    }
-  }
-  if (f.RenderTarget != 65535 && f.RenderTarget >= kMaxTargets) {
-    r_.Fail("a face names render target " + std::to_string(f.RenderTarget));
-    return false;
-  }
-  if (f.RenderTarget < 65535 && f.RenderTarget < s_.UVSets.GetAmount()) f.UVSet = f.RenderTarget;
-  bool hidden = object & 0x80000000u;
-  object &= 0x7fffffffu;
-  if (object >= (uint32_t)s_.Objects.GetAmount()) object = 0;
-  if (material >= (uint32_t)s_.Materials.GetAmount()) material = 0;
-  f.Object = (uint16_t)object, f.Material = (uint16_t)material;
-  const OneSubObject* o = object < (uint32_t)s_.Objects.GetAmount() ? s_.Objects[object] : nullptr;
-  const OneMaterial* m = material < (uint32_t)s_.Materials.GetAmount() ? s_.Materials[material] : nullptr;
-  f.Visible = (o ? o->Visible : true) && !hidden;
-  f.Editable = !((o && o->Locked) || (m && m->Locked));
-  const uint64_t n = (uint64_t)nx * (uint64_t)ny;
-  if (n == 0 || !r_.Ok()) return r_.Ok();
-  if (!r_.Fits(n, 16, "micro-vertex")) return false;
-  if (n * sizeof(MicroVertex) > (uint64_t)INT32_MAX) {  // the allocator takes an int
-    r_.Fail("a face grid of " + std::to_string(nx) + " x " + std::to_string(ny) + " is too large");
-    return false;
-  }
-  f.AllocateGrid(nx, ny);
-  if (!f.Grid) {
-    r_.Fail("no memory for a face grid");
-    return false;
-  }
-  // Grids and layer runs are decoded from spans: one bounds check a run.
-  const bool spans = n * 20 <= (uint64_t)BlockReader::kMaxSpan;
-  const uint8_t* grid = spans ? r_.Span((int64_t)n * 16) : nullptr;
-  for (uint64_t i = 0; i < n; i++) {
-    MicroVertex& v = f.Grid[i];
-    if (grid) {
-      v.Freeze = GetF32(grid + i * 16), v.BaseNormal = GetVec3(grid + i * 16 + 4);
-    } else {
-      v.Freeze = r_.F32(), v.BaseNormal = r_.Vec3();
-    }
-    Swap(v.BaseNormal);
-    v.Color = 0, v.Opacity = 0;
-  }
-  float frozen = 0, free = 0;
-  for (uint64_t i = 0; i < n; i++) frozen += f.Grid[i].Freeze > 0.999f, free += f.Grid[i].Freeze < 0.001f;
-  f.FreezeState = free == (float)n ? 0 : frozen == (float)n ? 2 : 1;
-  uint32_t layers = r_.U32();
-  if (!r_.Fits(layers, 4 + n * 20, "face layer")) return false;
-  for (uint32_t k = 0; k < layers; k++) {
-    int id = std::clamp((int)r_.U32(), 0, kMaxLayerID);
-    auto* data = (LayerMicroVertex*)cExMalloc((int)(sizeof(LayerMicroVertex) * n));
-    if (!data) {
-      r_.Fail("no memory for a face layer");
-      return false;
-    }
-    const uint8_t* run = spans ? r_.Span((int64_t)n * 20) : nullptr;
-    for (uint64_t i = 0; i < n; i++) {
-      LayerMicroVertex& lv = *new (&data[i]) LayerMicroVertex;
-      if (run) {
-        const uint8_t* p = run + i * 20;
-        lv.Color = GetU32(p), lv.Offset = GetVec3(p + 4), lv.Opacity = GetF32(p + 16);
-      } else {
-        lv.Color = r_.U32(), lv.Offset = r_.Vec3(), lv.Opacity = r_.F32();
-      }
-      Swap(lv.Offset);
-      if (oldSpecular_) {
-        uint32_t a = (uint32_t)std::lround((lv.Color >> 24) * (double)lv.Opacity);
-        lv.Color = (lv.Color & 0x00ffffffu) | std::min<uint32_t>(a, 255) << 24;
-      }
-    }
-    bool twice = false;
-    for (const FaceLayer& fl : f.LayerList) twice |= fl.LayerID == id;
-    if (twice) {
-      cExFree(data);  // a damaged file: the first entry of a layer wins
-      continue;
-    }
-    f.LayerList.Add(FaceLayer{data, id, s_.GetLayerByID(id)});
-  }
-  return r_.Ok();
-}
-
 bool SceneReader::Surface(uint32_t tag) {
   if (tag == FourCC("SAR5")) tag = FourCC("SUR5");
   if (tag == FourCC("SAR6")) tag = FourCC("SUR6");
@@ -405,16 +316,71 @@ bool SceneReader::Surface(uint32_t tag) {
     return false;
   s_.Faces.clear();
   s_.Faces.resize(faces);
-  for (uint32_t i = 0; i < faces; i++) {
-    if (!Face(tag, defaultGrid, s_.Faces[i])) return false;
-    if (i % (faces / 30 + 1) == 0) ReportProgress("LOADING_PROGRESS", i, faces);
-  }
+  if (!Faces(FaceLayout::Of(tag, defaultGrid), faces)) return false;
   if (oldBlend_) {
     for (OneLayerInfo* l : s_.Layers)
       if (l->ColorOp >= 0 && l->ColorOp < 8) l->ColorOp = kOldColorOps[l->ColorOp];
     oldBlend_ = false;
   }
   s_.CreateMissingTargets();
+  return r_.Ok();
+}
+
+// The faces go in runs: the records of a run are measured in the read
+// window one after the other, decoded on the thread pool, and their layers
+// resolved in face order (which creates missing layers in file order).
+bool SceneReader::Faces(const FaceLayout& layout, uint32_t faces) {
+  constexpr int64_t kRunBytes = 8 << 20;
+  constexpr size_t kRunFaces = 4096;
+  FaceContext context;
+  context.UVSets = s_.UVSets.GetAmount();
+  for (const OneSubObject* o : s_.Objects)
+    context.ObjectVisible.push_back(o->Visible), context.ObjectLocked.push_back(o->Locked);
+  for (const OneMaterial* m : s_.Materials) context.MaterialLocked.push_back(m->Locked);
+  context.SwapYZ = swapYZ_, context.OldSpecular = oldSpecular_;
+  std::vector<int64_t> offsets;
+  std::vector<std::string> why;
+  int64_t atLeast = 0;  // the bytes the next record needs to be measured
+  for (uint32_t done = 0; done < faces;) {
+    int64_t have = std::max(kRunBytes, atLeast);
+    const uint8_t* bytes = r_.Peek(have);
+    if (!bytes) return false;
+    offsets.assign(1, 0);
+    int64_t need = 0;
+    while (done + offsets.size() - 1 < faces && offsets.size() <= kRunFaces) {
+      int64_t length = FaceRecordLength(layout, bytes + offsets.back(), have - offsets.back(), need);
+      if (length < 0) break;
+      offsets.push_back(offsets.back() + length);
+    }
+    const int count = (int)offsets.size() - 1;
+    if (count == 0) {
+      // One record larger than the run: make room for it, if the file holds it.
+      if (need > r_.Left()) {
+        r_.Fail("face " + std::to_string(done) + " needs " + std::to_string(need) + " bytes, " +
+                std::to_string(r_.Left()) + " are left");
+        return false;
+      }
+      atLeast = need;
+      continue;
+    }
+    atLeast = 0;
+    why.assign(count, std::string());
+    ParallelRange(0, count, [&](int first, int last) {
+      for (int k = first; k < last; k++)
+        if (!DecodeFaceRecord(layout, context, bytes + offsets[k], s_.Faces[done + k], why[k])) break;
+    });
+    for (int k = 0; k < count; k++) {
+      if (!why[k].empty()) {
+        r_.Skip(offsets[k]);
+        r_.Fail("face " + std::to_string(done + k) + ": " + why[k]);
+        return false;
+      }
+      for (FaceLayer& l : s_.Faces[done + k].LayerList) l.Info = s_.GetLayerByID(l.LayerID);
+    }
+    r_.Skip(offsets.back());
+    done += count;
+    ReportProgress("LOADING_PROGRESS", done, faces);
+  }
   return r_.Ok();
 }
 
