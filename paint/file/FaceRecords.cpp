@@ -16,8 +16,6 @@ constexpr int kMaxLayerID = 8192;
 constexpr int kMaxTargets = 4096;
 constexpr int64_t kHuge = INT64_MAX / 4;
 
-uint16_t GetU16(const uint8_t* p) { return (uint16_t)(p[0] | p[1] << 8); }
-
 // Sample counts of a record whose head is in memory.
 uint64_t SamplesOf(const FaceLayout& l, const uint8_t* p) {
   if (!l.Grids) return (uint64_t)l.DefaultGrid * l.DefaultGrid;

@@ -21,6 +21,7 @@
 #include "paint/file/FaceRecords.h"
 #include "paint/file/SceneFile.h"
 #include "paint/file/SceneFileTags.h"
+#include "paint/file/SceneReader.h"
 #include "paint/file/SceneSwap.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
@@ -28,61 +29,14 @@
 
 using namespace scenetags;
 
+using namespace scenereading;
+
 namespace {
-
-constexpr int kMaxLayerID = 8192;
-constexpr int kMaxTargets = 4096;
-constexpr int kMaxMapSide = 16384;
-
-// Old layer blend numbers -> the present table.
-constexpr int kOldColorOps[8] = {0, 3, 23, 24, 25, 6, 2, 26};
-
 bool IsSurfaceTag(uint32_t tag) {
   return (tag >= FourCC("SUR2") && tag <= FourCC("SUR9")) || tag == FourCC("SAR5") ||
-         tag == FourCC("SAR6") || tag == FourCC("SAR7");
+         tag == FourCC("SAR6") || tag == FourCC("SAR7") || tag == FourCC("SURF") || tag == FourCC("SUR1");
 }
-
-struct PendingToolBlock {
-  BasicTool* Tool;
-  int Index;
-  std::unique_ptr<MemoryBinStream> Body;
-};
-
-class SceneReader {
- public:
-  SceneReader(PaintScene& scene, BinStream& in, int64_t size, const std::vector<BasicTool*>& tools,
-              std::string name)
-      : s_(scene), r_(in, size), size_(size), tools_(tools), name_(std::move(name)) {}
-
-  bool Run();
-  std::string Error() const { return r_.Error(); }
-  // Runs the loading stages on the read scene.
-  void Finish();
-  std::vector<PendingToolBlock>& ToolBlocks() { return pending_; }
-
- private:
-  bool Block(uint32_t tag, int64_t start, uint32_t size);
-  bool Xml(BaseClass& object, const char* what);
-  bool Layers();
-  bool MaterialTextures();
-  bool Surface(uint32_t tag);
-  bool CornerMap(FaceCornerTable& table, int faces);
-  bool Faces(const FaceLayout& layout, uint32_t faces);
-  bool Pixels();
-  bool ToolBlock(uint32_t tag, int64_t start, uint32_t size);
-  void Swap(comms::cVec3& v) const {
-    if (swapYZ_) std::swap(v.y, v.z);
-  }
-
-  PaintScene& s_;
-  BlockReader r_;
-  int64_t size_;
-  const std::vector<BasicTool*>& tools_;
-  std::string name_;
-  std::vector<PendingToolBlock> pending_;
-  bool swapYZ_ = true, oldSpecular_ = true, oldBlend_ = true, hasScale_ = false;
-  float unitScale_ = 1;
-};
+}  // namespace
 
 bool SceneReader::Run() {
   r_.Enter("head", size_);
@@ -119,7 +73,8 @@ bool SceneReader::Run() {
 // end of the file; all others stay inside their size and resume behind it.
 bool SceneReader::Block(uint32_t tag, int64_t start, uint32_t size) {
   if (IsSurfaceTag(tag)) return Surface(tag);
-  if (tag == kPixels) return Pixels();
+  if (tag == kPixels) return Pixels(false);
+  if (tag == FourCC("MAQ1")) return Pixels(true);
   if ((int64_t)size > size_ - start) {
     r_.Fail("claims " + std::to_string(size) + " bytes, the file holds " + std::to_string(size_ - start));
     return false;
@@ -141,9 +96,6 @@ bool SceneReader::Block(uint32_t tag, int64_t start, uint32_t size) {
     s_.RtSizeY = (int)std::min<uint32_t>(r_.U32(), 65536);
   } else if (tag == kSymmetry || tag == FourCC("PBF1")) {
     // Symmetry is the tools' own; the old texel lists are rebuilt from the faces.
-  } else if (tag == FourCC("SURF") || tag == FourCC("SUR1") || tag == FourCC("MAQ1")) {
-    r_.Fail("files of this early version are not read");
-    return false;
   } else if (tag == kLayers) ok = Layers();
   else if (tag == kMaterials) {
     ok = Xml(s_.Materials, "materials");
@@ -234,222 +186,6 @@ bool SceneReader::MaterialTextures() {
   return r_.Ok();
 }
 
-bool SceneReader::CornerMap(FaceCornerTable& table, int faces) {
-  uint32_t n = r_.U32();
-  if (!r_.Fits(n, 1, "corner map")) return false;
-  int64_t end = r_.Pos() + n;
-  uint32_t pairs = r_.U32();
-  if (n < 4 || pairs > (n - 4) / 8) {
-    r_.Fail("the corner map's count does not match its size");
-    return false;
-  }
-  table.Clear();
-  std::vector<int> loop;
-  int face = 0;
-  const int corners = (int)s_.Corners.size();
-  for (uint32_t i = 0; i <= pairs; i++) {
-    int f = i < pairs ? (int)r_.U32() : faces;
-    int c = i < pairs ? (int)r_.U32() : 0;
-    if (f < face || f > faces || (i < pairs && (f >= faces || c < 0 || c >= corners))) {
-      r_.Fail("the corner map names a face or corner that does not exist");
-      return false;
-    }
-    while (face < f) {
-      table.AddFace(loop.data(), (int)loop.size());
-      loop.clear();
-      face++;
-    }
-    if (i < pairs) loop.push_back(c);
-  }
-  return r_.Seek(end);
-}
-
-bool SceneReader::Surface(uint32_t tag) {
-  if (tag == FourCC("SAR5")) tag = FourCC("SUR5");
-  if (tag == FourCC("SAR6")) tag = FourCC("SUR6");
-  if (tag == FourCC("SAR7")) tag = FourCC("SUR7");
-  uint32_t defaultGrid = r_.U32();
-  if (tag >= FourCC("SUR6")) defaultGrid = 0;
-  if (defaultGrid > 4096) {
-    r_.Fail("the grid size " + std::to_string(defaultGrid) + " is out of range");
-    return false;
-  }
-  r_.U32();
-  uint32_t corners = r_.U32(), vertices = r_.U32(), normals = r_.U32();
-  const uint32_t cornerBytes = tag < FourCC("SUR4") ? 40 : 48;
-  if (!r_.Fits(corners, cornerBytes, "corner") || !r_.Fits(normals, 12, "normal") ||
-      !r_.Fits(vertices, 20, "vertex") ||
-      !r_.Fits(1, (uint64_t)corners * cornerBytes + normals * 12ull + vertices * 20ull, "mesh array"))
-    return false;
-  s_.Corners.assign(corners, FaceCorner());
-  for (FaceCorner& c : s_.Corners) {
-    c.Vertex = r_.I32(), c.Normal = r_.I32();
-    c.UV.x = r_.F32(), c.UV.y = r_.F32();
-    c.Tangent = r_.Vec3(), c.Binormal = r_.Vec3();
-    Swap(c.Tangent), Swap(c.Binormal);
-    if (cornerBytes == 48) c.UV2.x = r_.F32(), c.UV2.y = r_.F32();
-    if (c.Vertex < 0 || c.Vertex >= (int)vertices || c.Normal < -1 || c.Normal >= (int)normals) {
-      r_.Fail("a corner names a vertex or normal that does not exist");
-      return false;
-    }
-  }
-  s_.Normals.resize(normals);
-  for (comms::cVec3& n : s_.Normals) n = r_.Vec3(), Swap(n);
-  s_.Vertices.resize(vertices);
-  for (MeshVertex& v : s_.Vertices) {
-    v.Position = r_.Vec3();
-    Swap(v.Position);
-    v.Mark = r_.F32();
-    v.Reserved0 = r_.U8(), v.SubdivisionLevel = r_.U8(), v.Dirty = r_.U8(), v.Reserved1 = r_.U8();
-  }
-  // The maps come before the face count: read them aside and check after.
-  int64_t maps = r_.Pos();
-  for (int k = 0; k < 2 && r_.Ok(); k++) {
-    uint32_t n = r_.U32();
-    if (r_.Fits(n, 1, "corner map")) r_.Skip(n);
-  }
-  uint32_t faces = r_.U32();
-  if (!r_.Fits(faces, 17, "face")) return false;
-  int64_t facesAt = r_.Pos();
-  if (!r_.Seek(maps) || !CornerMap(s_.FaceCornerMap, (int)faces) ||
-      !CornerMap(s_.BasicFaceCornerMap, (int)faces) || !r_.Seek(facesAt))
-    return false;
-  s_.Faces.clear();
-  s_.Faces.resize(faces);
-  if (!Faces(FaceLayout::Of(tag, defaultGrid), faces)) return false;
-  if (oldBlend_) {
-    for (OneLayerInfo* l : s_.Layers)
-      if (l->ColorOp >= 0 && l->ColorOp < 8) l->ColorOp = kOldColorOps[l->ColorOp];
-    oldBlend_ = false;
-  }
-  s_.CreateMissingTargets();
-  return r_.Ok();
-}
-
-// The faces go in runs: the records of a run are measured in the read
-// window one after the other, decoded on the thread pool, and their layers
-// resolved in face order (which creates missing layers in file order).
-bool SceneReader::Faces(const FaceLayout& layout, uint32_t faces) {
-  constexpr int64_t kRunBytes = 8 << 20;
-  constexpr size_t kRunFaces = 4096;
-  FaceContext context;
-  context.UVSets = s_.UVSets.GetAmount();
-  for (const OneSubObject* o : s_.Objects)
-    context.ObjectVisible.push_back(o->Visible), context.ObjectLocked.push_back(o->Locked);
-  for (const OneMaterial* m : s_.Materials) context.MaterialLocked.push_back(m->Locked);
-  context.SwapYZ = swapYZ_, context.OldSpecular = oldSpecular_;
-  std::vector<int64_t> offsets;
-  std::vector<std::string> why;
-  int64_t atLeast = 0;  // the bytes the next record needs to be measured
-  for (uint32_t done = 0; done < faces;) {
-    int64_t have = std::max(kRunBytes, atLeast);
-    const uint8_t* bytes = r_.Peek(have);
-    if (!bytes) return false;
-    offsets.assign(1, 0);
-    int64_t need = 0;
-    while (done + offsets.size() - 1 < faces && offsets.size() <= kRunFaces) {
-      int64_t length = FaceRecordLength(layout, bytes + offsets.back(), have - offsets.back(), need);
-      if (length < 0) break;
-      offsets.push_back(offsets.back() + length);
-    }
-    const int count = (int)offsets.size() - 1;
-    if (count == 0) {
-      // One record larger than the run: make room for it, if the file holds it.
-      if (need > r_.Left()) {
-        r_.Fail("face " + std::to_string(done) + " needs " + std::to_string(need) + " bytes, " +
-                std::to_string(r_.Left()) + " are left");
-        return false;
-      }
-      atLeast = need;
-      continue;
-    }
-    atLeast = 0;
-    why.assign(count, std::string());
-    ParallelRange(0, count, [&](int first, int last) {
-      for (int k = first; k < last; k++)
-        if (!DecodeFaceRecord(layout, context, bytes + offsets[k], s_.Faces[done + k], why[k])) break;
-    });
-    for (int k = 0; k < count; k++) {
-      if (!why[k].empty()) {
-        r_.Skip(offsets[k]);
-        r_.Fail("face " + std::to_string(done + k) + ": " + why[k]);
-        return false;
-      }
-      for (FaceLayer& l : s_.Faces[done + k].LayerList) l.Info = s_.GetLayerByID(l.LayerID);
-    }
-    r_.Skip(offsets.back());
-    done += count;
-    ReportProgress("LOADING_PROGRESS", done, faces);
-  }
-  return r_.Ok();
-}
-
-bool SceneReader::Pixels() {
-  uint32_t target = r_.U32();
-  int width = r_.U16(), height = r_.U16();
-  uint32_t tiles = r_.U32();
-  if (!r_.Ok()) return false;
-  if (target >= (uint32_t)kMaxTargets || width > kMaxMapSide || height > kMaxMapSide) {
-    r_.Fail("the pixel map is out of range");
-    return false;
-  }
-  if (!r_.Fits(tiles, 6, "tile")) return false;
-  s_.CreateMissingTargets();
-  while (s_.RenderTargets.GetAmount() <= (int)target) {
-    auto* rt = new MRenderTarget;
-    rt->Parent = &s_.RenderTargets;
-    s_.RenderTargets.Add(rt);
-  }
-  MRenderTarget* rt = s_.RenderTargets[target];
-  delete rt->Pixels;
-  rt->Pixels = new PixelMap(&s_, width, height);
-  PixelMap& map = *rt->Pixels;
-  map.Build(s_, (int)target);
-  for (uint32_t t = 0; t < tiles; t++) {
-    int tx = r_.U16(), ty = r_.U16();
-    PixelTile* tile = r_.Ok() ? map.GetTile(tx, ty) : nullptr;
-    if (!tile) {
-      r_.Fail("a tile lies outside the map");
-      return false;
-    }
-    uint16_t freeze = r_.U16();
-    if (freeze > 1) {
-      r_.Fail("a tile's freeze flag is " + std::to_string(freeze));
-      return false;
-    }
-    for (TilePixel& p : tile->Pixels) p.Freeze = freeze ? r_.U16() : 0;
-    int layers = r_.U16();
-    for (int k = 0; k < layers && r_.Ok(); k++) {
-      int id = std::min<int>(r_.U16(), kMaxLayerID);
-      uint16_t flags = r_.U16();
-      if (flags & ~7u) {
-        r_.Fail("a tile layer has the flags " + std::to_string(flags));
-        return false;
-      }
-      s_.GetLayerByID(id);
-      LayerTile* l = map.GetLayerTile(tile, id, true);
-      if (!l) {
-        r_.Fail("no memory for a tile layer");
-        return false;
-      }
-      if (flags & 1)
-        if (const uint8_t* d = r_.Span(kTilePixels * 4))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Depth = GetF32(d + 4 * i);
-      if (flags & 2)
-        if (const uint8_t* sp = r_.Span(kTilePixels))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Specular = sp[i];
-      if (flags & 4)
-        if (const uint8_t* c = r_.Span(kTilePixels * 4))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Color = GetU32(c + 4 * i);
-    }
-    map.MarkDirty(tile);
-  }
-  rt->UseExternalTexture = true;
-  rt->rtSizeX = width, rt->rtSizeY = height;
-  map.Scene = &s_;
-  return r_.Ok();
-}
-
 bool SceneReader::ToolBlock(uint32_t tag, int64_t start, uint32_t size) {
   for (BasicTool* tool : tools_) {
     int blocks = tool->GetBlockCount();
@@ -488,6 +224,8 @@ void SceneReader::Finish() {
     s_.CreateMeshBlocks();
   }
 }
+
+namespace {
 
 SceneFileResult Load(PaintScene& scene, BinStream& in, int64_t size, const std::vector<BasicTool*>& tools,
                      const std::string& name) {

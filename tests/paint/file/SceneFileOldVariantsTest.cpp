@@ -173,18 +173,3 @@ TEST(SceneFileOldVariants, OlderSurfaceLayoutsReadToTheSameFaces) {
     }
   }
 }
-
-TEST(SceneFileOldVariants, EarliestSurfaceBlocksAreRefusedByNameNotSkipped) {
-  PaintScene a;
-  MicroVertexScene(a, 2, 1, 1, 1);
-  const std::vector<uint8_t> kept = Bytes(a);
-  for (const char* early : {"SURF", "SUR1"}) {
-    std::vector<Block> blocks = Split(Bytes(a));
-    for (Block& k : blocks)
-      if (k.Tag == FourCC("SAR7")) k.Tag = FourCC({early[0], early[1], early[2], early[3], 0});
-    SceneFileResult r = Load(a, Join(blocks));
-    EXPECT_FALSE(r.ok);
-    EXPECT_NE(r.error.find(std::string("block ") + early), std::string::npos) << r.error;
-    EXPECT_EQ(Bytes(a), kept);  // an empty scene never replaces the open one
-  }
-}
