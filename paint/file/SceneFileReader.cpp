@@ -175,13 +175,50 @@ bool SceneReader::Layers() {
   return true;
 }
 
+// The material at index i takes record i; a record of another version keeps
+// the defaults after its textures; records beyond the materials are skipped.
 bool SceneReader::MaterialTextures() {
   uint32_t count = r_.U32();
   if (!r_.Fits(count, 4, "material record")) return false;
   for (uint32_t i = 0; i < count && r_.Ok(); i++) {
     uint32_t n = r_.U32();
     if (!r_.Fits(n, 1, "material record")) return false;
-    r_.Skip(n);  // materials carry no texture images of their own yet
+    if (i >= (uint32_t)s_.Materials.GetAmount()) {
+      r_.Skip(n);
+      continue;
+    }
+    const uint8_t* p = r_.Span(n);
+    if (!p) return false;
+    MaterialImage image;
+    auto cut = [&] {
+      r_.Fail("material record " + std::to_string(i) + " is cut short");
+      return false;
+    };
+    const uint8_t* end = p + n;
+    if (end - p < 4) return cut();
+    uint32_t textures = GetU32(p);
+    p += 4;
+    if (textures > (uint64_t)(end - p) / 8) return cut();
+    image.Textures.resize(textures);
+    for (MaterialTexture& t : image.Textures) {
+      if (end - p < 8) return cut();
+      t.Kind = GetU32(p);
+      uint32_t size = GetU32(p + 4);
+      p += 8;
+      if (size > (uint64_t)(end - p)) return cut();
+      t.Bytes.assign(p, p + size);
+      p += size;
+    }
+    if (end - p >= 4 && GetU32(p) == MaterialImage::kVersion) {
+      p += 4;
+      if (end - p < 20 * 4 + 7 * 4 + 1 + 4) return cut();
+      for (auto& colour : image.Colors)
+        for (float& c : colour) c = GetF32(p), p += 4;
+      for (float& v : image.Params) v = GetF32(p), p += 4;
+      image.Flag = *p++;
+      image.LastParam = GetF32(p);
+    }
+    s_.Materials[(int)i]->Image = std::move(image);
   }
   return r_.Ok();
 }
