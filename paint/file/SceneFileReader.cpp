@@ -172,6 +172,15 @@ bool SceneReader::Layers() {
     }
     s_.RebuildLayerOrder();
   }
+  // Blocks may come in any order: faces and tiles read before this block
+  // point at the layers it just replaced.
+  for (PaintFace& f : s_.Faces)
+    for (FaceLayer& l : f.LayerList) l.Info = s_.GetLayerByID(l.LayerID);
+  for (MRenderTarget* rt : s_.RenderTargets)
+    if (rt->Pixels)
+      for (auto& [key, tile] : rt->Pixels->Tiles)
+        for (LayerTile* l : tile->LayerTiles) l->Info = s_.GetLayerByID((int)l->LayerID);
+  s_.ResortSampleLists();
   return true;
 }
 
