@@ -172,8 +172,13 @@ bool SceneReader::Layers() {
     }
     s_.RebuildLayerOrder();
   }
-  // Blocks may come in any order: faces and tiles read before this block
-  // point at the layers it just replaced.
+  RelinkLayers();
+  return true;
+}
+
+// Blocks may come in any order: faces and tiles read before the layers were
+// replaced point at the old ones.
+void SceneReader::RelinkLayers() {
   for (PaintFace& f : s_.Faces)
     for (FaceLayer& l : f.LayerList) l.Info = s_.GetLayerByID(l.LayerID);
   for (MRenderTarget* rt : s_.RenderTargets)
@@ -181,7 +186,6 @@ bool SceneReader::Layers() {
       for (auto& [key, tile] : rt->Pixels->Tiles)
         for (LayerTile* l : tile->LayerTiles) l->Info = s_.GetLayerByID((int)l->LayerID);
   s_.ResortSampleLists();
-  return true;
 }
 
 // The material at index i takes record i; a record of another version keeps

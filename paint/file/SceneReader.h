@@ -48,6 +48,8 @@ class SceneReader {
   bool Block(uint32_t tag, int64_t start, uint32_t size);
   bool Xml(BaseClass& object, const char* what);
   bool Layers();
+  // Points every face layer and layer tile at the layer of its ID (made if missing).
+  void RelinkLayers();
   bool MaterialTextures();
   bool Surface(uint32_t tag);
   bool CornerMap(FaceCornerTable& table, int faces);

@@ -186,6 +186,7 @@ bool SceneReader::EarliestFaces(uint32_t tag, uint32_t grid, uint32_t faces) {
   s_.RebuildLayerOrder();
   const int id = s_.NewLayer(true);
   OneLayerInfo* info = s_.GetLayerByID(id);
+  RelinkLayers();  // tiles read before this block
   for (uint32_t i = 0; i < faces; i++) {
     PaintFace& f = s_.Faces[i];
     f.Flags = r_.U8();

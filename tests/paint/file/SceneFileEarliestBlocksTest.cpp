@@ -207,3 +207,28 @@ TEST(SceneFileEarliestBlocks, FirstPixelBlockReadsToTheSameTilesAsToday) {
   EXPECT_NE(r.error.find("block MAQ1"), std::string::npos) << r.error;
   EXPECT_EQ(Bytes(now), kept);
 }
+
+TEST(SceneFileEarliestBlocks, TilesReadBeforeTheFirstSurfaceLayoutFollowItsNewLayer) {
+  // The first surface layout replaces the layers; tiles read before it must
+  // not keep pointing at the ones it dropped.
+  PaintScene p;
+  PerPixelScene(p, 37, 29);
+  std::vector<Block> blocks;
+  for (const Block& k : Split(Bytes(p)))
+    if (k.Tag == FourCC("LR01") || k.Tag == FourCC("MAQ2")) blocks.push_back(k);
+  const EarlySheet sheet;
+  blocks.push_back(Block{FourCC("SUR1"), sheet.Body(FourCC("SUR1"))});
+  blocks.push_back(Block{FourCC("MEND"), {}});
+  PaintScene s;
+  SceneFileResult r = Load(s, Join(blocks));
+  ASSERT_TRUE(r.ok) << r.error;
+  int tiles = 0;
+  for (MRenderTarget* rt : s.RenderTargets)
+    if (rt->Pixels)
+      for (auto& [key, tile] : rt->Pixels->Tiles)
+        for (LayerTile* l : tile->LayerTiles) {
+          ASSERT_EQ(l->Info, s.GetLayerByID((int)l->LayerID));
+          tiles++;
+        }
+  EXPECT_GT(tiles, 0);
+}
