@@ -3,22 +3,17 @@
 // it, and only then does it replace the open scene and do the tools take
 // their blocks.
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <new>
 
-#include "ClassEngine/ExMalloc.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Progress.h"
-#include "ClassEngine/Threader.h"
 #include "ClassEngine/streams/FileBinStreams.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
 #include "paint/file/BlockCoding.h"
-#include "paint/file/FaceRecords.h"
 #include "paint/file/SceneFile.h"
 #include "paint/file/SceneFileTags.h"
 #include "paint/file/SceneReader.h"
