@@ -1,7 +1,9 @@
 // AtomicFileWriter; see AtomicFileWriter.h.
 #include "ClassEngine/streams/AtomicFileWriter.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,8 +14,12 @@
 #include <cstring>
 #include <vector>
 
+#include "ClassEngine/Log.h"
+
 namespace {
 constexpr int64_t kBuffer = 8 << 20;
+constexpr char kTempMark[] = ".saving-";
+constexpr size_t kTempLetters = 6;  // mkstemp's XXXXXX
 std::atomic<int64_t> gFailAfter{-1};
 std::atomic<int> gFailErr{0};
 
@@ -46,6 +52,32 @@ int WriteFully(int fd, const unsigned char* p, int64_t size) {
 }
 }  // namespace
 
+int AtomicFileWriter::RemoveLeftovers(const std::string& target) {
+  const std::string folder = FolderOf(target);
+  const size_t slash = target.find_last_of('/');
+  const std::string prefix = (slash == std::string::npos ? target : target.substr(slash + 1)) + kTempMark;
+  DIR* dir = ::opendir(folder.c_str());
+  if (!dir) return 0;
+  int removed = 0;
+  while (dirent* e = ::readdir(dir)) {
+    const std::string name = e->d_name;
+    if (name.size() != prefix.size() + kTempLetters || name.compare(0, prefix.size(), prefix) != 0) continue;
+    const std::string path = folder + "/" + name;
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0) continue;
+    struct stat st;
+    // A lock that is free means no save is writing it any more.
+    if (::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && ::flock(fd, LOCK_EX | LOCK_NB) == 0 &&
+        ::unlink(path.c_str()) == 0) {
+      Log("AtomicFileWriter: removed %s, left by a save that did not finish", path.c_str());
+      removed++;
+    }
+    ::close(fd);
+  }
+  ::closedir(dir);
+  return removed;
+}
+
 void AtomicFileWriter::FailAfter(int64_t bytes, int err) {
   gFailErr = err;
   gFailAfter = bytes;
@@ -55,7 +87,8 @@ AtomicFileWriter::AtomicFileWriter(const std::string& target) {
   path_ = target;
   // The temporary file lives in the target's folder, so the final rename
   // never crosses file systems.
-  std::string pattern = target + ".saving-XXXXXX";
+  RemoveLeftovers(target);
+  std::string pattern = target + kTempMark + std::string(kTempLetters, 'X');
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back(0);
   fd_ = ::mkstemp(name.data());
@@ -64,6 +97,7 @@ AtomicFileWriter::AtomicFileWriter(const std::string& target) {
     return;
   }
   ::fcntl(fd_, F_SETFD, FD_CLOEXEC);
+  ::flock(fd_, LOCK_EX | LOCK_NB);  // says "being written" until closed
   temp_ = name.data();
   // mkstemp makes the file private; a save keeps the mode of the file it
   // replaces, or the usual one for a new file.

@@ -3,7 +3,9 @@
 // it, syncs it to the disk and only then renames it over the target. Any
 // failure on the way (disk full, no permission, a file-size limit) is kept
 // with its reason, later writes are dropped, and Commit() refuses: the old
-// file stays as it was and the temporary file is removed.
+// file stays as it was and the temporary file is removed. The temporary
+// file is locked while it is written; a save killed midway (power cut,
+// SIGKILL) leaves it unlocked, and the next save of the same target removes it.
 #pragma once
 #include <string>
 
@@ -31,6 +33,11 @@ class AtomicFileWriter : public FileWriteSide {
   const std::string& Error() const { return error_; }
   // The temporary file being written (path_ is the target).
   const std::string& TempPath() const { return temp_; }
+
+  // Removes the unlocked temporary files of earlier saves of `target` (those
+  // of a save that died); files still being written are left. Returns how
+  // many went. Every save calls it first.
+  static int RemoveLeftovers(const std::string& target);
 
   // Test hook: after `bytes` more bytes reach the disk, writes fail with
   // `err` (ENOSPC, EIO, ...) as a full disk would. A negative count turns it off.

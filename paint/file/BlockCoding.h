@@ -6,6 +6,7 @@
 // file cannot back.
 #pragma once
 #include <cstdint>
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -70,6 +71,7 @@ class BlockWriter {
 };
 
 // Little-endian fields out of a span.
+inline uint16_t GetU16(const uint8_t* p) { return (uint16_t)(p[0] | p[1] << 8); }
 inline uint32_t GetU32(const uint8_t* p) {
   return (uint32_t)p[0] | (uint32_t)p[1] << 8 | (uint32_t)p[2] << 16 | (uint32_t)p[3] << 24;
 }
@@ -137,6 +139,13 @@ class BlockReader {
     return p;
   }
   static constexpr int64_t kMaxSpan = 1 << 20;
+  // Up to `n` bytes ahead (fewer where the limit comes first; `n` is set to
+  // how many) in place, without moving the read position; null and failed
+  // when the stream holds fewer than the limit promises.
+  const uint8_t* Peek(int64_t& n) {
+    n = std::max<int64_t>(0, std::min(n, Left()));
+    return Has(n) ? cur_ : nullptr;
+  }
   bool Bytes(void* dst, int64_t n);
   bool Skip(int64_t n);
   // Moves the read position to `pos` (inside the limit), dropping the window.

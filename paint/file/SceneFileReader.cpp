@@ -3,13 +3,10 @@
 // it, and only then does it replace the open scene and do the tools take
 // their blocks.
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <new>
 
-#include "ClassEngine/ExMalloc.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Progress.h"
 #include "ClassEngine/streams/FileBinStreams.h"
@@ -19,6 +16,7 @@
 #include "paint/file/BlockCoding.h"
 #include "paint/file/SceneFile.h"
 #include "paint/file/SceneFileTags.h"
+#include "paint/file/SceneReader.h"
 #include "paint/file/SceneSwap.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
@@ -26,61 +24,14 @@
 
 using namespace scenetags;
 
+using namespace scenereading;
+
 namespace {
-
-constexpr int kMaxLayerID = 8192;
-constexpr int kMaxTargets = 4096;
-constexpr int kMaxMapSide = 16384;
-
-// Old layer blend numbers -> the present table.
-constexpr int kOldColorOps[8] = {0, 3, 23, 24, 25, 6, 2, 26};
-
 bool IsSurfaceTag(uint32_t tag) {
   return (tag >= FourCC("SUR2") && tag <= FourCC("SUR9")) || tag == FourCC("SAR5") ||
-         tag == FourCC("SAR6") || tag == FourCC("SAR7");
+         tag == FourCC("SAR6") || tag == FourCC("SAR7") || tag == FourCC("SURF") || tag == FourCC("SUR1");
 }
-
-struct PendingToolBlock {
-  BasicTool* Tool;
-  int Index;
-  std::unique_ptr<MemoryBinStream> Body;
-};
-
-class SceneReader {
- public:
-  SceneReader(PaintScene& scene, BinStream& in, int64_t size, const std::vector<BasicTool*>& tools,
-              std::string name)
-      : s_(scene), r_(in, size), size_(size), tools_(tools), name_(std::move(name)) {}
-
-  bool Run();
-  std::string Error() const { return r_.Error(); }
-  // Runs the loading stages on the read scene.
-  void Finish();
-  std::vector<PendingToolBlock>& ToolBlocks() { return pending_; }
-
- private:
-  bool Block(uint32_t tag, int64_t start, uint32_t size);
-  bool Xml(BaseClass& object, const char* what);
-  bool Layers();
-  bool MaterialTextures();
-  bool Surface(uint32_t tag);
-  bool CornerMap(FaceCornerTable& table, int faces);
-  bool Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f);
-  bool Pixels();
-  bool ToolBlock(uint32_t tag, int64_t start, uint32_t size);
-  void Swap(comms::cVec3& v) const {
-    if (swapYZ_) std::swap(v.y, v.z);
-  }
-
-  PaintScene& s_;
-  BlockReader r_;
-  int64_t size_;
-  const std::vector<BasicTool*>& tools_;
-  std::string name_;
-  std::vector<PendingToolBlock> pending_;
-  bool swapYZ_ = true, oldSpecular_ = true, oldBlend_ = true, hasScale_ = false;
-  float unitScale_ = 1;
-};
+}  // namespace
 
 bool SceneReader::Run() {
   r_.Enter("head", size_);
@@ -117,7 +68,8 @@ bool SceneReader::Run() {
 // end of the file; all others stay inside their size and resume behind it.
 bool SceneReader::Block(uint32_t tag, int64_t start, uint32_t size) {
   if (IsSurfaceTag(tag)) return Surface(tag);
-  if (tag == kPixels) return Pixels();
+  if (tag == kPixels) return Pixels(false);
+  if (tag == FourCC("MAQ1")) return Pixels(true);
   if ((int64_t)size > size_ - start) {
     r_.Fail("claims " + std::to_string(size) + " bytes, the file holds " + std::to_string(size_ - start));
     return false;
@@ -139,9 +91,6 @@ bool SceneReader::Block(uint32_t tag, int64_t start, uint32_t size) {
     s_.RtSizeY = (int)std::min<uint32_t>(r_.U32(), 65536);
   } else if (tag == kSymmetry || tag == FourCC("PBF1")) {
     // Symmetry is the tools' own; the old texel lists are rebuilt from the faces.
-  } else if (tag == FourCC("SURF") || tag == FourCC("SUR1") || tag == FourCC("MAQ1")) {
-    r_.Fail("files of this early version are not read");
-    return false;
   } else if (tag == kLayers) ok = Layers();
   else if (tag == kMaterials) {
     ok = Xml(s_.Materials, "materials");
@@ -218,269 +167,67 @@ bool SceneReader::Layers() {
     }
     s_.RebuildLayerOrder();
   }
+  RelinkLayers();
   return true;
 }
 
+// Blocks may come in any order: faces and tiles read before the layers were
+// replaced point at the old ones.
+void SceneReader::RelinkLayers() {
+  for (PaintFace& f : s_.Faces)
+    for (FaceLayer& l : f.LayerList) l.Info = s_.GetLayerByID(l.LayerID);
+  for (MRenderTarget* rt : s_.RenderTargets)
+    if (rt->Pixels)
+      for (auto& [key, tile] : rt->Pixels->Tiles)
+        for (LayerTile* l : tile->LayerTiles) l->Info = s_.GetLayerByID((int)l->LayerID);
+  s_.ResortSampleLists();
+}
+
+// The material at index i takes record i; a record of another version keeps
+// the defaults after its textures; records beyond the materials are skipped.
 bool SceneReader::MaterialTextures() {
   uint32_t count = r_.U32();
   if (!r_.Fits(count, 4, "material record")) return false;
   for (uint32_t i = 0; i < count && r_.Ok(); i++) {
     uint32_t n = r_.U32();
     if (!r_.Fits(n, 1, "material record")) return false;
-    r_.Skip(n);  // materials carry no texture images of their own yet
-  }
-  return r_.Ok();
-}
-
-bool SceneReader::CornerMap(FaceCornerTable& table, int faces) {
-  uint32_t n = r_.U32();
-  if (!r_.Fits(n, 1, "corner map")) return false;
-  int64_t end = r_.Pos() + n;
-  uint32_t pairs = r_.U32();
-  if (n < 4 || pairs > (n - 4) / 8) {
-    r_.Fail("the corner map's count does not match its size");
-    return false;
-  }
-  table.Clear();
-  std::vector<int> loop;
-  int face = 0;
-  const int corners = (int)s_.Corners.size();
-  for (uint32_t i = 0; i <= pairs; i++) {
-    int f = i < pairs ? (int)r_.U32() : faces;
-    int c = i < pairs ? (int)r_.U32() : 0;
-    if (f < face || f > faces || (i < pairs && (f >= faces || c < 0 || c >= corners))) {
-      r_.Fail("the corner map names a face or corner that does not exist");
-      return false;
-    }
-    while (face < f) {
-      table.AddFace(loop.data(), (int)loop.size());
-      loop.clear();
-      face++;
-    }
-    if (i < pairs) loop.push_back(c);
-  }
-  return r_.Seek(end);
-}
-
-bool SceneReader::Face(uint32_t tag, uint32_t defaultGrid, PaintFace& f) {
-  f.Flags = r_.U8();
-  f.Neighbour[2] = r_.I32(), f.Neighbour[3] = r_.I32(), f.Neighbour[0] = r_.I32(), f.Neighbour[1] = r_.I32();
-  int nx = (int)defaultGrid, ny = (int)defaultGrid;
-  if (tag >= FourCC("SUR7")) f.RenderTarget = r_.U16(), f.UVSet = r_.U16();
-  if (tag >= FourCC("SUR6")) nx = r_.U16(), ny = r_.U16();
-  uint32_t object = 0, material = 0;
-  if (tag >= FourCC("SUR3")) {
-    object = r_.U32(), material = r_.U32();
-    if (tag >= FourCC("SUR5")) {
-      float wear = r_.F32();
-      f.Wear = std::isfinite(wear) ? std::clamp(wear, 0.0f, 1e30f) : 0.0f;
-    }
-  }
-  if (f.RenderTarget != 65535 && f.RenderTarget >= kMaxTargets) {
-    r_.Fail("a face names render target " + std::to_string(f.RenderTarget));
-    return false;
-  }
-  if (f.RenderTarget < 65535 && f.RenderTarget < s_.UVSets.GetAmount()) f.UVSet = f.RenderTarget;
-  bool hidden = object & 0x80000000u;
-  object &= 0x7fffffffu;
-  if (object >= (uint32_t)s_.Objects.GetAmount()) object = 0;
-  if (material >= (uint32_t)s_.Materials.GetAmount()) material = 0;
-  f.Object = (uint16_t)object, f.Material = (uint16_t)material;
-  const OneSubObject* o = object < (uint32_t)s_.Objects.GetAmount() ? s_.Objects[object] : nullptr;
-  const OneMaterial* m = material < (uint32_t)s_.Materials.GetAmount() ? s_.Materials[material] : nullptr;
-  f.Visible = (o ? o->Visible : true) && !hidden;
-  f.Editable = !((o && o->Locked) || (m && m->Locked));
-  const uint64_t n = (uint64_t)nx * (uint64_t)ny;
-  if (n == 0 || !r_.Ok()) return r_.Ok();
-  if (!r_.Fits(n, 16, "micro-vertex")) return false;
-  if (n * sizeof(MicroVertex) > (uint64_t)INT32_MAX) {  // the allocator takes an int
-    r_.Fail("a face grid of " + std::to_string(nx) + " x " + std::to_string(ny) + " is too large");
-    return false;
-  }
-  f.AllocateGrid(nx, ny);
-  if (!f.Grid) {
-    r_.Fail("no memory for a face grid");
-    return false;
-  }
-  // Grids and layer runs are decoded from spans: one bounds check a run.
-  const bool spans = n * 20 <= (uint64_t)BlockReader::kMaxSpan;
-  const uint8_t* grid = spans ? r_.Span((int64_t)n * 16) : nullptr;
-  for (uint64_t i = 0; i < n; i++) {
-    MicroVertex& v = f.Grid[i];
-    if (grid) {
-      v.Freeze = GetF32(grid + i * 16), v.BaseNormal = GetVec3(grid + i * 16 + 4);
-    } else {
-      v.Freeze = r_.F32(), v.BaseNormal = r_.Vec3();
-    }
-    Swap(v.BaseNormal);
-    v.Color = 0, v.Opacity = 0;
-  }
-  float frozen = 0, free = 0;
-  for (uint64_t i = 0; i < n; i++) frozen += f.Grid[i].Freeze > 0.999f, free += f.Grid[i].Freeze < 0.001f;
-  f.FreezeState = free == (float)n ? 0 : frozen == (float)n ? 2 : 1;
-  uint32_t layers = r_.U32();
-  if (!r_.Fits(layers, 4 + n * 20, "face layer")) return false;
-  for (uint32_t k = 0; k < layers; k++) {
-    int id = std::clamp((int)r_.U32(), 0, kMaxLayerID);
-    auto* data = (LayerMicroVertex*)cExMalloc((int)(sizeof(LayerMicroVertex) * n));
-    if (!data) {
-      r_.Fail("no memory for a face layer");
-      return false;
-    }
-    const uint8_t* run = spans ? r_.Span((int64_t)n * 20) : nullptr;
-    for (uint64_t i = 0; i < n; i++) {
-      LayerMicroVertex& lv = *new (&data[i]) LayerMicroVertex;
-      if (run) {
-        const uint8_t* p = run + i * 20;
-        lv.Color = GetU32(p), lv.Offset = GetVec3(p + 4), lv.Opacity = GetF32(p + 16);
-      } else {
-        lv.Color = r_.U32(), lv.Offset = r_.Vec3(), lv.Opacity = r_.F32();
-      }
-      Swap(lv.Offset);
-      if (oldSpecular_) {
-        uint32_t a = (uint32_t)std::lround((lv.Color >> 24) * (double)lv.Opacity);
-        lv.Color = (lv.Color & 0x00ffffffu) | std::min<uint32_t>(a, 255) << 24;
-      }
-    }
-    bool twice = false;
-    for (const FaceLayer& fl : f.LayerList) twice |= fl.LayerID == id;
-    if (twice) {
-      cExFree(data);  // a damaged file: the first entry of a layer wins
+    if (i >= (uint32_t)s_.Materials.GetAmount()) {
+      r_.Skip(n);
       continue;
     }
-    f.LayerList.Add(FaceLayer{data, id, s_.GetLayerByID(id)});
-  }
-  return r_.Ok();
-}
-
-bool SceneReader::Surface(uint32_t tag) {
-  if (tag == FourCC("SAR5")) tag = FourCC("SUR5");
-  if (tag == FourCC("SAR6")) tag = FourCC("SUR6");
-  if (tag == FourCC("SAR7")) tag = FourCC("SUR7");
-  uint32_t defaultGrid = r_.U32();
-  if (tag >= FourCC("SUR6")) defaultGrid = 0;
-  if (defaultGrid > 4096) {
-    r_.Fail("the grid size " + std::to_string(defaultGrid) + " is out of range");
-    return false;
-  }
-  r_.U32();
-  uint32_t corners = r_.U32(), vertices = r_.U32(), normals = r_.U32();
-  const uint32_t cornerBytes = tag < FourCC("SUR4") ? 40 : 48;
-  if (!r_.Fits(corners, cornerBytes, "corner") || !r_.Fits(normals, 12, "normal") ||
-      !r_.Fits(vertices, 20, "vertex") ||
-      !r_.Fits(1, (uint64_t)corners * cornerBytes + normals * 12ull + vertices * 20ull, "mesh array"))
-    return false;
-  s_.Corners.assign(corners, FaceCorner());
-  for (FaceCorner& c : s_.Corners) {
-    c.Vertex = r_.I32(), c.Normal = r_.I32();
-    c.UV.x = r_.F32(), c.UV.y = r_.F32();
-    c.Tangent = r_.Vec3(), c.Binormal = r_.Vec3();
-    Swap(c.Tangent), Swap(c.Binormal);
-    if (cornerBytes == 48) c.UV2.x = r_.F32(), c.UV2.y = r_.F32();
-    if (c.Vertex < 0 || c.Vertex >= (int)vertices || c.Normal < -1 || c.Normal >= (int)normals) {
-      r_.Fail("a corner names a vertex or normal that does not exist");
+    const uint8_t* p = r_.Span(n);
+    if (!p) return false;
+    MaterialImage image;
+    auto cut = [&] {
+      r_.Fail("material record " + std::to_string(i) + " is cut short");
       return false;
+    };
+    const uint8_t* end = p + n;
+    if (end - p < 4) return cut();
+    uint32_t textures = GetU32(p);
+    p += 4;
+    if (textures > (uint64_t)(end - p) / 8) return cut();
+    image.Textures.resize(textures);
+    for (MaterialTexture& t : image.Textures) {
+      if (end - p < 8) return cut();
+      t.Kind = GetU32(p);
+      uint32_t size = GetU32(p + 4);
+      p += 8;
+      if (size > (uint64_t)(end - p)) return cut();
+      t.Bytes.assign(p, p + size);
+      p += size;
     }
-  }
-  s_.Normals.resize(normals);
-  for (comms::cVec3& n : s_.Normals) n = r_.Vec3(), Swap(n);
-  s_.Vertices.resize(vertices);
-  for (MeshVertex& v : s_.Vertices) {
-    v.Position = r_.Vec3();
-    Swap(v.Position);
-    v.Mark = r_.F32();
-    v.Reserved0 = r_.U8(), v.SubdivisionLevel = r_.U8(), v.Dirty = r_.U8(), v.Reserved1 = r_.U8();
-  }
-  // The maps come before the face count: read them aside and check after.
-  int64_t maps = r_.Pos();
-  for (int k = 0; k < 2 && r_.Ok(); k++) {
-    uint32_t n = r_.U32();
-    if (r_.Fits(n, 1, "corner map")) r_.Skip(n);
-  }
-  uint32_t faces = r_.U32();
-  if (!r_.Fits(faces, 17, "face")) return false;
-  int64_t facesAt = r_.Pos();
-  if (!r_.Seek(maps) || !CornerMap(s_.FaceCornerMap, (int)faces) ||
-      !CornerMap(s_.BasicFaceCornerMap, (int)faces) || !r_.Seek(facesAt))
-    return false;
-  s_.Faces.clear();
-  s_.Faces.resize(faces);
-  for (uint32_t i = 0; i < faces; i++) {
-    if (!Face(tag, defaultGrid, s_.Faces[i])) return false;
-    if (i % (faces / 30 + 1) == 0) ReportProgress("LOADING_PROGRESS", i, faces);
-  }
-  if (oldBlend_) {
-    for (OneLayerInfo* l : s_.Layers)
-      if (l->ColorOp >= 0 && l->ColorOp < 8) l->ColorOp = kOldColorOps[l->ColorOp];
-    oldBlend_ = false;
-  }
-  s_.CreateMissingTargets();
-  return r_.Ok();
-}
-
-bool SceneReader::Pixels() {
-  uint32_t target = r_.U32();
-  int width = r_.U16(), height = r_.U16();
-  uint32_t tiles = r_.U32();
-  if (!r_.Ok()) return false;
-  if (target >= (uint32_t)kMaxTargets || width > kMaxMapSide || height > kMaxMapSide) {
-    r_.Fail("the pixel map is out of range");
-    return false;
-  }
-  if (!r_.Fits(tiles, 6, "tile")) return false;
-  s_.CreateMissingTargets();
-  while (s_.RenderTargets.GetAmount() <= (int)target) {
-    auto* rt = new MRenderTarget;
-    rt->Parent = &s_.RenderTargets;
-    s_.RenderTargets.Add(rt);
-  }
-  MRenderTarget* rt = s_.RenderTargets[target];
-  delete rt->Pixels;
-  rt->Pixels = new PixelMap(&s_, width, height);
-  PixelMap& map = *rt->Pixels;
-  map.Build(s_, (int)target);
-  for (uint32_t t = 0; t < tiles; t++) {
-    int tx = r_.U16(), ty = r_.U16();
-    PixelTile* tile = r_.Ok() ? map.GetTile(tx, ty) : nullptr;
-    if (!tile) {
-      r_.Fail("a tile lies outside the map");
-      return false;
+    if (end - p >= 4 && GetU32(p) == MaterialImage::kVersion) {
+      p += 4;
+      if (end - p < 20 * 4 + 7 * 4 + 1 + 4) return cut();
+      for (auto& colour : image.Colors)
+        for (float& c : colour) c = GetF32(p), p += 4;
+      for (float& v : image.Params) v = GetF32(p), p += 4;
+      image.Flag = *p++;
+      image.LastParam = GetF32(p);
     }
-    uint16_t freeze = r_.U16();
-    if (freeze > 1) {
-      r_.Fail("a tile's freeze flag is " + std::to_string(freeze));
-      return false;
-    }
-    for (TilePixel& p : tile->Pixels) p.Freeze = freeze ? r_.U16() : 0;
-    int layers = r_.U16();
-    for (int k = 0; k < layers && r_.Ok(); k++) {
-      int id = std::min<int>(r_.U16(), kMaxLayerID);
-      uint16_t flags = r_.U16();
-      if (flags & ~7u) {
-        r_.Fail("a tile layer has the flags " + std::to_string(flags));
-        return false;
-      }
-      s_.GetLayerByID(id);
-      LayerTile* l = map.GetLayerTile(tile, id, true);
-      if (!l) {
-        r_.Fail("no memory for a tile layer");
-        return false;
-      }
-      if (flags & 1)
-        if (const uint8_t* d = r_.Span(kTilePixels * 4))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Depth = GetF32(d + 4 * i);
-      if (flags & 2)
-        if (const uint8_t* sp = r_.Span(kTilePixels))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Specular = sp[i];
-      if (flags & 4)
-        if (const uint8_t* c = r_.Span(kTilePixels * 4))
-          for (int i = 0; i < kTilePixels; i++) l->Pixels[i].Color = GetU32(c + 4 * i);
-    }
-    map.MarkDirty(tile);
+    s_.Materials[(int)i]->Image = std::move(image);
   }
-  rt->UseExternalTexture = true;
-  rt->rtSizeX = width, rt->rtSizeY = height;
-  map.Scene = &s_;
   return r_.Ok();
 }
 
@@ -522,6 +269,8 @@ void SceneReader::Finish() {
     s_.CreateMeshBlocks();
   }
 }
+
+namespace {
 
 SceneFileResult Load(PaintScene& scene, BinStream& in, int64_t size, const std::vector<BasicTool*>& tools,
                      const std::string& name) {

@@ -175,17 +175,20 @@ void PixelBlock(BlockWriter& w, int target, const PixelMap& map) {
   }
 }
 
-// A material's texture record: no textures of its own yet, version 1 and
-// the default parameters.
-void MaterialImage(BlockWriter& w) {
-  constexpr uint32_t kBytes = 4 + 4 + 20 * 4 + 7 * 4 + 1 + 4;
-  w.U32(kBytes);
-  w.U32(0);
-  w.U32(1);
-  for (int i = 0; i < 20; i++) w.F32(1.0f);
-  for (int i = 0; i < 7; i++) w.F32(0.0f);
-  w.U8(0);
-  w.F32(0.0f);
+// A material's texture record: its textures, version 1, its parameters.
+void WriteMaterialImage(BlockWriter& w, const MaterialImage& m) {
+  w.U32((uint32_t)m.RecordBytes());
+  w.U32((uint32_t)m.Textures.size());
+  for (const MaterialTexture& t : m.Textures) {
+    w.U32(t.Kind), w.U32((uint32_t)t.Bytes.size());
+    if (!t.Bytes.empty()) w.Bytes(t.Bytes.data(), t.Bytes.size());
+  }
+  w.U32(MaterialImage::kVersion);
+  for (const auto& colour : m.Colors)
+    for (float c : colour) w.F32(c);
+  for (float p : m.Params) w.F32(p);
+  w.U8(m.Flag);
+  w.F32(m.LastParam);
 }
 
 void ToolBlocks(BlockWriter& w, const std::vector<BasicTool*>& tools) {
@@ -231,9 +234,11 @@ bool WriteScene(PaintScene& scene, BinStream& out, const std::vector<BasicTool*>
   w.U32((uint32_t)scene.CurrentLayer);
   XmlBody(w, layers);
   XmlBlock(w, kMaterials, scene.Materials);
-  w.BlockHead(kMaterialTextures, 4 + (uint32_t)scene.Materials.GetAmount() * (4 + 4 + 4 + 80 + 28 + 1 + 4));
+  uint64_t images = 4;
+  for (const OneMaterial* m : scene.Materials) images += 4 + m->Image.RecordBytes();
+  w.BlockHead(kMaterialTextures, (uint32_t)images);
   w.U32((uint32_t)scene.Materials.GetAmount());
-  for (int i = 0; i < scene.Materials.GetAmount(); i++) MaterialImage(w);
+  for (const OneMaterial* m : scene.Materials) WriteMaterialImage(w, m->Image);
   XmlBlock(w, kObjects, scene.Objects);
   XmlBlock(w, kTargets, scene.RenderTargets);
   RebuildMaterialEnumerator(scene.Materials);

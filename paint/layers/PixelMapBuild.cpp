@@ -3,6 +3,7 @@
 // size, and the face keeps their positions and normals (FaceTexels, grouped by
 // tile). Empty texels next to the mesh become padding that shows a neighbour.
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <vector>
 
@@ -39,6 +40,24 @@ void RasteriseUV(const float px[3], const float py[3], F&& f) {
       const float eps = -1e-6f;
       if (w0 >= eps && w1 >= eps && w2 >= eps) f(x, y, w0, w1, w2);
     }
+}
+
+// Groups a face's texels by tile, rows of tiles in order and tiles left to
+// right, keeping the order of texels inside a tile: a counting sort over the
+// face's tile rectangle (`sorted` and `buckets` are scratch kept between faces).
+void SortByTile(std::vector<BuildTexel>& texels, std::vector<BuildTexel>& sorted, std::vector<int>& buckets) {
+  int tx0 = INT_MAX, ty0 = INT_MAX, tx1 = INT_MIN, ty1 = INT_MIN;
+  for (const BuildTexel& t : texels)
+    tx0 = std::min(tx0, t.x >> 4), tx1 = std::max(tx1, t.x >> 4), ty0 = std::min(ty0, t.y >> 4),
+    ty1 = std::max(ty1, t.y >> 4);
+  const int across = tx1 - tx0 + 1;
+  buckets.assign((size_t)across * (ty1 - ty0 + 1) + 1, 0);
+  auto bucket = [&](const BuildTexel& t) { return (size_t)((t.y >> 4) - ty0) * across + ((t.x >> 4) - tx0); };
+  for (const BuildTexel& t : texels) buckets[bucket(t) + 1]++;
+  for (size_t i = 1; i < buckets.size(); i++) buckets[i] += buckets[i - 1];
+  sorted.resize(texels.size());
+  for (const BuildTexel& t : texels) sorted[(size_t)buckets[bucket(t)]++] = t;
+  texels.swap(sorted);
 }
 
 // One side of a UV seam in pixel space: the edge's ends and the unit normal
@@ -82,7 +101,8 @@ void PixelMap::Build(PaintScene& scene, int renderTarget) {
   if (scene.EdgeMap.Size() == 0) scene.BuildEdgeMap();  // the seams need it
   const int W = Width, H = Height;
   std::vector<int> owner((size_t)W * H, -1);
-  std::vector<BuildTexel> texels;
+  std::vector<BuildTexel> texels, sorted;
+  std::vector<int> buckets;
   for (int f = 0; f < (int)scene.Faces.size(); f++) {
     PaintFace& face = scene.Faces[f];
     if (face.RenderTarget != renderTarget) continue;
@@ -121,10 +141,7 @@ void PixelMap::Build(PaintScene& scene, int renderTarget) {
       });
     }
     if (texels.empty()) continue;
-    std::stable_sort(texels.begin(), texels.end(), [](const BuildTexel& a, const BuildTexel& b) {
-      int ta = ((a.y >> 4) << 16) | (a.x >> 4), tb = ((b.y >> 4) << 16) | (b.x >> 4);
-      return ta < tb;
-    });
+    SortByTile(texels, sorted, buckets);
     int blocks = 1;
     for (size_t i = 1; i < texels.size(); i++)
       if ((texels[i].x >> 4) != (texels[i - 1].x >> 4) || (texels[i].y >> 4) != (texels[i - 1].y >> 4))

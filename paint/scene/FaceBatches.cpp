@@ -67,7 +67,8 @@ void EmitFace(PaintScene& scene, int face, FaceBatch& batch) {
       if (y >= ny && (f.SeamBits & 4)) out = Lerp(pad[3], pad[2], sc);
       if (x < 0 && (f.SeamBits & 8)) out = Lerp(pad[0], pad[3], tc);
       p.x += out.x * padX, p.y += out.y * padY;
-      const MicroVertex& v = *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
+      const bool inside = x >= 0 && y >= 0 && x < nx && y < ny;
+      const MicroVertex& v = inside ? f.Grid[y * nx + x] : *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
       batch.Vertices.push_back({v.Position, p, ColourWord(v), NormalWord(v)});
     }
   // The split of each quad follows the shorter UV diagonal: rows run right to

@@ -5,6 +5,7 @@
 #include "ClassEngine/BaseClass.h"
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
+#include "paint/scene/MaterialImage.h"
 
 class PixelMap;
 
@@ -17,6 +18,7 @@ class OneMaterial : public BaseClass {
   int RTIndex = 0;
   bool UseLimitAngle = false;
   float LimitAngle = 0;
+  MaterialImage Image;  // in the scene file's texture block, not in the text
   MV_CLASS(OneMaterial, BaseClass) {
     Member("_str", Preview, "Preview");
     Member("_str", Name, "Name");

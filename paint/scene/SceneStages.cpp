@@ -274,15 +274,18 @@ void PaintScene::CreateMeshBlocks() {
 void PaintScene::ComputeGridNormals(int face) {
   PaintFace& f = Faces[face];
   if (!f.Grid) return;
-  for (int y = 0; y < f.Ny; y++)
-    for (int x = 0; x < f.Nx; x++) {
-      MicroVertex s0, s1, s2, s3;
-      cVec3 l = GetMicroVertex(face, x - 1, y, &s0).Vertex->Position;
-      cVec3 r = GetMicroVertex(face, x + 1, y, &s1).Vertex->Position;
-      cVec3 u = GetMicroVertex(face, x, y - 1, &s2).Vertex->Position;
-      cVec3 d = GetMicroVertex(face, x, y + 1, &s3).Vertex->Position;
-      cVec3 n = comms::Cross(r - l, d - u);
-      if (n.Length() > 0) f.Grid[y * f.Nx + x].Normal = n.Normalized();
+  const int nx = f.Nx, ny = f.Ny;
+  // Samples inside the grid are read in place; only the ring outside crosses
+  // into the neighbours.
+  MicroVertex scratch;
+  auto at = [&](int x, int y) -> cVec3 {
+    if (x >= 0 && y >= 0 && x < nx && y < ny) return f.Grid[y * nx + x].Position;
+    return GetMicroVertex(face, x, y, &scratch).Vertex->Position;
+  };
+  for (int y = 0; y < ny; y++)
+    for (int x = 0; x < nx; x++) {
+      cVec3 n = comms::Cross(at(x + 1, y) - at(x - 1, y), at(x, y + 1) - at(x, y - 1));
+      if (n.Length() > 0) f.Grid[y * nx + x].Normal = n.Normalized();
     }
 }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -79,11 +80,45 @@ TEST(SceneFileCrashSafety, SaveKilledAtRandomMomentsLeavesTheOldFileWhole) {
     sawOld += now == before, sawNew += now == after;
     PaintScene check;
     ASSERT_TRUE(LoadSceneFile(check, path, {}).ok);
-    // Put the old file back for the next round; leftovers of killed saves
-    // are temporary files beside it, never the scene itself.
+    // Put the old file back for the next round. A killed save leaves its
+    // temporary file beside the scene, never in it; the next save of the
+    // same scene removes it.
     ASSERT_TRUE(SaveSceneFile(small, path, {}).ok);
+    ASSERT_EQ(FilesIn(old.dir), 1) << "round " << round;
   }
   EXPECT_GT(sawOld + sawNew, 0);
+}
+
+TEST(SceneFileCrashSafety, LeftoversOfDeadSavesGoButASaveStillRunningKeepsItsFile) {
+  OldFile old("leftovers");
+  // A save that died: its temporary file is there, unlocked.
+  const std::string dead = old.path + ".saving-Ab3xQ9";
+  std::ofstream(dead) << "half a scene";
+  // Files that only look alike stay: another scene's, a longer name, a folder.
+  const std::string other = old.dir + "/other.mvn.saving-Ab3xQ9";
+  const std::string longer = old.path + ".saving-notes.txt";
+  std::ofstream(other) << "x";
+  std::ofstream(longer) << "x";
+  ASSERT_EQ(mkdir((old.path + ".saving-folder").c_str(), 0755), 0);
+  // A save in progress of the same scene, not yet committed.
+  AtomicFileWriter running(old.path);
+  ASSERT_FALSE(running.Failed());
+  const std::string text = "the newest scene";
+  running.Write(text.data(), (int64_t)text.size());
+
+  PaintScene small;
+  MicroVertexScene(small, 2, 1, 1, 1);
+  ASSERT_TRUE(SaveSceneFile(small, old.path, {}).ok);
+  EXPECT_NE(access(dead.c_str(), F_OK), 0) << "the dead save's file is still there";
+  EXPECT_EQ(access(running.TempPath().c_str(), F_OK), 0) << "a running save lost its file";
+  EXPECT_EQ(access(other.c_str(), F_OK), 0);
+  EXPECT_EQ(access(longer.c_str(), F_OK), 0);
+  EXPECT_EQ(access((old.path + ".saving-folder").c_str(), F_OK), 0);
+  // The running save completes, and it is the newest.
+  ASSERT_TRUE(running.Commit()) << running.Error();
+  std::vector<uint8_t> now = ReadAll(old.path);
+  EXPECT_EQ(std::string(now.begin(), now.end()), text);
+  EXPECT_EQ(AtomicFileWriter::RemoveLeftovers(old.path), 0);
 }
 
 TEST(SceneFileCrashSafety, SaveOntoAFullDiskFailsAndKeepsTheOldFile) {

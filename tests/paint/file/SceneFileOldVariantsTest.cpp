@@ -174,17 +174,41 @@ TEST(SceneFileOldVariants, OlderSurfaceLayoutsReadToTheSameFaces) {
   }
 }
 
-TEST(SceneFileOldVariants, EarliestSurfaceBlocksAreRefusedByNameNotSkipped) {
-  PaintScene a;
-  MicroVertexScene(a, 2, 1, 1, 1);
-  const std::vector<uint8_t> kept = Bytes(a);
-  for (const char* early : {"SURF", "SUR1"}) {
-    std::vector<Block> blocks = Split(Bytes(a));
-    for (Block& k : blocks)
-      if (k.Tag == FourCC("SAR7")) k.Tag = FourCC({early[0], early[1], early[2], early[3], 0});
-    SceneFileResult r = Load(a, Join(blocks));
-    EXPECT_FALSE(r.ok);
-    EXPECT_NE(r.error.find(std::string("block ") + early), std::string::npos) << r.error;
-    EXPECT_EQ(Bytes(a), kept);  // an empty scene never replaces the open one
+TEST(SceneFileOldVariants, LayerBlockAfterTheFacesAndTilesStillReachesThem) {
+  // Blocks may come in any order: layers read after the faces and tiles
+  // that use them replace the layers those were linked to.
+  for (bool perPixel : {false, true}) {
+    SCOPED_TRACE(perPixel ? "per pixel" : "micro-vertex");
+    PaintScene a;
+    if (perPixel)
+      PerPixelScene(a, 41, 23);
+    else
+      MicroVertexScene(a, 3, 2, 1, 6);
+    a.Layers[a.Layers.GetAmount() - 1]->Visible = false;
+    a.Layers[1]->ColorTransparency = 0.3f;
+    const std::vector<uint8_t> file = Bytes(a);
+    std::vector<Block> blocks = Split(file);
+    auto layers = std::find_if(blocks.begin(), blocks.end(), [](const Block& k) { return k.Tag == FourCC("LR01"); });
+    ASSERT_NE(layers, blocks.end());
+    Block moved = *layers;
+    blocks.erase(layers);
+    blocks.insert(blocks.end() - 1, moved);  // just before the end block
+    PaintScene b, c;
+    ASSERT_TRUE(Load(b, Join(blocks)).ok);
+    ASSERT_TRUE(Load(c, file).ok);
+    for (const PaintFace& f : b.Faces)
+      for (const FaceLayer& l : f.LayerList) ASSERT_EQ(l.Info, b.GetLayerByID(l.LayerID));
+    EXPECT_EQ(Bytes(b), Bytes(c));
+    for (size_t f = 0; f < b.Faces.size(); f++)
+      for (int i = 0; i < b.Faces[f].SampleCount(); i++) ASSERT_EQ(b.Faces[f].Grid[i].Color, c.Faces[f].Grid[i].Color);
+    if (perPixel) {
+      PixelCursor pb, pc;
+      for (int y = 0; y < 23; y++)
+        for (int x = 0; x < 41; x++)
+          if (c.GetPixelMap(0)->FetchPixel(pc, x, y, false, false, false)) {
+            ASSERT_TRUE(b.GetPixelMap(0)->FetchPixel(pb, x, y, false, false, false));
+            ASSERT_EQ(pb.Pixel().Color, pc.Pixel().Color) << x << "," << y;
+          }
+    }
   }
 }

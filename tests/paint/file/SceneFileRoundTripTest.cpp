@@ -155,3 +155,61 @@ TEST(SceneFileRoundTrip, IncrementalNamesCountUpInThreeDigits) {
   EXPECT_EQ(IncrementalName(".mvn"), "");
   EXPECT_EQ(IncrementalName("dir.x/abc"), "");
 }
+
+namespace {
+// The first material's record inside the "MTEX" body: after the count and
+// the record's length word.
+size_t FirstRecord() { return 8; }
+}  // namespace
+
+TEST(SceneFileRoundTrip, MaterialRecordsKeepTheirTexturesAndParameters) {
+  PaintScene a;
+  MicroVertexScene(a, 2, 1, 1, 1);
+  ASSERT_GE(a.Materials.GetAmount(), 1);
+  auto* second = new OneMaterial;
+  second->Name = "Second";
+  second->Parent = &a.Materials;
+  a.Materials.Add(second);
+  MaterialImage& m = a.Materials[0]->Image;
+  m.Textures = {{3, {'D', 'D', 'S', ' ', 1, 2, 3}}, {7, {}}};
+  m.Colors[2][1] = 0.25f, m.Colors[4][3] = 0.5f;
+  m.Params[0] = 1.5f, m.Params[6] = -2.0f;
+  m.Flag = 1, m.LastParam = 9.0f;
+  std::vector<uint8_t> file = Bytes(a);
+  PaintScene b;
+  SceneFileResult r = Load(b, file);
+  ASSERT_TRUE(r.ok) << r.error;
+  ASSERT_EQ(b.Materials.GetAmount(), 2);
+  EXPECT_TRUE(b.Materials[0]->Image == m);
+  EXPECT_TRUE(b.Materials[1]->Image == MaterialImage());  // the defaults
+  EXPECT_EQ(b.Materials[1]->Image.Colors[3][2], 1.0f);
+  EXPECT_EQ(Bytes(b), file);
+
+  // A record of another version keeps its textures, the rest is default.
+  std::vector<Block> blocks = Split(file);
+  auto mtex = std::find_if(blocks.begin(), blocks.end(), [](const Block& k) { return k.Tag == FourCC("MTEX"); });
+  ASSERT_NE(mtex, blocks.end());
+  const size_t version = FirstRecord() + 4 + (8 + 7) + 8;
+  ASSERT_EQ(U32At(mtex->Body, version), 1u);
+  mtex->Body[version] = 2;
+  PaintScene c;
+  ASSERT_TRUE(Load(c, Join(blocks)).ok);
+  EXPECT_TRUE(c.Materials[0]->Image.Textures == m.Textures);
+  EXPECT_EQ(c.Materials[0]->Image.Params[0], 0.0f);
+  EXPECT_EQ(c.Materials[0]->Image.Colors[2][1], 1.0f);
+
+  // A texture that claims more than its record holds is named, not read.
+  mtex->Body[version] = 1;
+  const uint32_t huge = 1000;
+  std::memcpy(mtex->Body.data() + FirstRecord() + 8, &huge, 4);
+  const std::vector<uint8_t> kept = Bytes(c);
+  r = Load(c, Join(blocks));
+  EXPECT_FALSE(r.ok);
+  EXPECT_NE(r.error.find("block MTEX"), std::string::npos) << r.error;
+  EXPECT_EQ(Bytes(c), kept);
+
+  // A file without the block gives every material the defaults.
+  PaintScene d;
+  ASSERT_TRUE(Load(d, Join(Without(Split(file), FourCC("MTEX")))).ok);
+  EXPECT_TRUE(d.Materials[0]->Image == MaterialImage());
+}
