@@ -125,8 +125,8 @@ bool MergeUniform(VoxelCell* cell, const CellKey& key, const TriangleCollector& 
 }
 
 // Signed distance along one ray at `depth`, in band units, positive inside.
-float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth, float band) {
-  while (cursor < spans.size() && spans[cursor].Depth <= depth) ++cursor;
+float AxisValue(const Crossing* spans, size_t count, size_t& cursor, float depth, float band) {
+  while (cursor < count && spans[cursor].Depth <= depth) ++cursor;
   auto f = [](float d, int kind) {
     switch (kind) {
       case 0: return -d;
@@ -142,9 +142,9 @@ float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth,
     k1 = spans[0].Kind;
     c0 = depth - 128.0f;
     k0 = 3 - (k1 & 1);
-  } else if (cursor == spans.size()) {
-    c0 = spans.back().Depth;
-    k0 = spans.back().Kind;
+  } else if (cursor == count) {
+    c0 = spans[count - 1].Depth;
+    k0 = spans[count - 1].Kind;
     c1 = depth + 128.0f;
     k1 = 3 - (k0 & 1);
   } else {
@@ -158,45 +158,72 @@ float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth,
 }
 
 // The distance to the plane that cuts the three axes at the given offsets,
-// signed as the offset of largest magnitude; values of -10 and below are
-// rays that tell nothing here.
+// 1 / sqrt(1/a^2 + 1/b^2 + 1/c^2), signed as the offset of largest magnitude
+// (the first of equals); values of -10 and below are rays that tell nothing
+// here.
 float CombineAxes(float v0, float v1, float v2) {
-  float v[3];
-  int n = 0;
-  for (float x : {v0, v1, v2})
-    if (x > -10.0f) v[n++] = x;
-  if (n == 0) return -10.0f;
-  for (int i = 1; i < n; ++i)  // by decreasing magnitude
-    for (int j = i; j > 0 && std::fabs(v[j]) > std::fabs(v[j - 1]); --j) std::swap(v[j], v[j - 1]);
-  const float sign = v[0] < 0 ? -1.0f : 1.0f;
-  if (n == 1) return v[0];
-  const double a = v[0], b = v[1];
-  if (n == 2) return sign * (float)(std::fabs(a * b) / std::sqrt(a * a + b * b));
-  const double c = v[2];
-  const double den = std::sqrt(a * a * b * b + a * a * c * c + b * b * c * c);
-  return den > 0 ? sign * (float)(std::fabs(a * b * c) / den) : 0.0f;
+  float largest = 0, inverse = 0;
+  bool any = false;
+  for (float x : {v0, v1, v2}) {
+    if (!(x > -10.0f)) continue;
+    if (x == 0) return 0.0f;
+    if (!any || std::fabs(x) > std::fabs(largest)) largest = x;
+    any = true;
+    inverse += 1.0f / (x * x);
+  }
+  if (!any) return -10.0f;
+  const float d = 1.0f / std::sqrt(inverse);
+  return largest < 0 ? -d : d;
 }
 
-// The spans of each axis grouped by column of 8 x 8 rays, so a cell finds its
-// 81 rays per axis with at most four lookups.
+// The spans of each axis copied by column of 8 x 8 rays into one flat array,
+// so a cell finds its 81 rays per axis with at most four lookups and reads
+// their crossings from a few contiguous runs instead of one heap block each.
 struct SpanColumns {
-  using Column = std::array<const std::vector<Crossing>*, 64>;
-  std::unordered_map<uint64_t, Column> Axis[3];
+  struct Column {
+    uint32_t First;      // index of the column's first crossing in Data
+    uint32_t Start[65];  // ray r (slot (a & 7) * 8 + (b & 7)) holds Start[r] .. Start[r + 1]
+  };
+  std::unordered_map<uint64_t, uint32_t> Index[3];  // column key -> Columns
+  std::vector<Column> Columns;
+  std::vector<Crossing> Data;
 
   explicit SpanColumns(const TriangleCollector& c) {
+    struct Ray {
+      uint32_t column;
+      uint8_t slot;
+      const std::vector<Crossing>* list;
+    };
+    std::vector<Ray> rays;
+    size_t total = 0, count = 0;
+    for (const RayMap& m : c.Spans) count += m.size();
+    rays.reserve(count);
     for (int axis = 0; axis < 3; ++axis) {
-      Axis[axis].reserve(c.Spans[axis].size() / 16 + 1);
+      Index[axis].reserve(c.Spans[axis].size() / 16 + 1);
       for (const auto& [key, list] : c.Spans[axis]) {
         const int a = RayKeyA(key), b = RayKeyB(key);
-        auto [it, fresh] = Axis[axis].try_emplace(RayKey(a >> 3, b >> 3));
-        if (fresh) it->second.fill(nullptr);
-        it->second[(a & 7) * 8 + (b & 7)] = &list;
+        auto [it, fresh] = Index[axis].try_emplace(RayKey(a >> 3, b >> 3), (uint32_t)Columns.size());
+        if (fresh) Columns.push_back(Column{});
+        rays.push_back({it->second, (uint8_t)((a & 7) * 8 + (b & 7)), &list});
+        Columns[it->second].Start[rays.back().slot + 1] = (uint32_t)list.size();
+        total += list.size();
       }
+    }
+    uint32_t next = 0;
+    for (Column& col : Columns) {
+      col.First = next;
+      for (int r = 0; r < 64; ++r) col.Start[r + 1] += col.Start[r];
+      next += col.Start[64];
+    }
+    Data.resize(total);
+    for (const Ray& r : rays) {
+      const Column& col = Columns[r.column];
+      std::copy(r.list->begin(), r.list->end(), Data.begin() + col.First + col.Start[r.slot]);
     }
   }
   const Column* Find(int axis, int ca, int cb) const {
-    auto it = Axis[axis].find(RayKey(ca, cb));
-    return it == Axis[axis].end() ? nullptr : &it->second;
+    auto it = Index[axis].find(RayKey(ca, cb));
+    return it == Index[axis].end() ? nullptr : &Columns[it->second];
   }
 };
 
@@ -224,13 +251,16 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
           a = base[2] + i, b = base[1] + j, x0 = 0, y0 = j, z0 = i, step = 1;
         }
         const SpanColumns::Column* column = columns[i >> 3][j >> 3];
-        const std::vector<Crossing>* spans = column ? (*column)[(a & 7) * 8 + (b & 7)] : nullptr;
-        if (!spans) continue;
+        if (!column) continue;
+        const int slot = (a & 7) * 8 + (b & 7);
+        const size_t count = column->Start[slot + 1] - column->Start[slot];
+        if (!count) continue;
+        const Crossing* spans = &col.Data[column->First + column->Start[slot]];
         const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
         size_t cursor = 0;
         int index = LatticeIndex(x0, y0, z0);
         for (int d = 0; d < 9; ++d, index += step)
-          out[index] = AxisValue(*spans, cursor, (float)(d0 + d), band);
+          out[index] = AxisValue(spans, count, cursor, (float)(d0 + d), band);
       }
   }
   uint16_t fresh[kCellVoxels];
