@@ -8,7 +8,6 @@
 #include <cmath>
 #include <cstring>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "ClassEngine/Threader.h"
@@ -30,56 +29,72 @@ CellKey UnpackCell(uint64_t k) {
 
 int FloorCell(float depth) { return (int)std::floor(depth / 8.0f); }
 
-// The cells a merge visits. `Near`: cells holding a crossing, widened by one
-// cell in all 26 directions; their values are computed point by point.
-// `All` adds the cells between the first and last crossing of every ray:
-// every lattice point of those lies at least two bands from any crossing, so
-// each is uniformly inside or outside.
+// The cells a merge visits, as sorted keys. `Near`: cells holding a
+// crossing, widened by one cell in all 26 directions; their values are
+// computed point by point. `All` adds the cells between the first and last
+// crossing of every ray: every lattice point of those lies at least two bands
+// from any crossing, so each is uniformly inside or outside.
 struct Presence {
-  std::unordered_set<uint64_t> Near, All;
+  std::vector<uint64_t> Near, All;
+  bool IsNear(uint64_t k) const { return std::binary_search(Near.begin(), Near.end(), k); }
+  bool Holds(uint64_t k) const { return std::binary_search(All.begin(), All.end(), k); }
 };
 
+void SortUnique(std::vector<uint64_t>& v) {
+  std::sort(v.begin(), v.end());
+  v.erase(std::unique(v.begin(), v.end()), v.end());
+}
+
 Presence FindPresence(const TriangleCollector& c) {
-  struct Range {
-    int lo, hi;
-  };
-  std::unordered_set<uint64_t> core;
+  std::vector<uint64_t> core;
   Presence out;
+  auto pack = [](int axis, int a, int b, int d) {
+    return axis == 0 ? PackCell(a, b, d) : axis == 1 ? PackCell(a, d, b) : PackCell(d, b, a);
+  };
   for (int axis = 0; axis < 3; ++axis) {
-    std::unordered_map<uint64_t, Range> columns;
-    for (const auto& [key, list] : c.Spans[axis]) {
-      const int a = RayKeyA(key) >> 3, b = RayKeyB(key) >> 3;
-      const uint64_t col = RayKey(a, b);
+    const SpanList& spans = c.Spans[axis];
+    struct Range {
+      uint64_t column;
+      int lo, hi;
+    };
+    std::vector<Range> ranges;
+    ranges.reserve(spans.RayCount() / 4 + 1);
+    for (size_t i = 0; i < spans.RayCount(); ++i) {
+      size_t n;
+      const Crossing* list = spans.Ray(i, n);
+      const int a = RayKeyA(spans.Keys[i]) >> 3, b = RayKeyB(spans.Keys[i]) >> 3;
       int last = INT_MIN;
-      for (const Crossing& k : list) {
-        const int d = FloorCell(k.Depth);
+      for (size_t k = 0; k < n; ++k) {
+        const int d = FloorCell(list[k].Depth);
         if (d == last) continue;
         last = d;
-        if (axis == 0) core.insert(PackCell(a, b, d));
-        else if (axis == 1) core.insert(PackCell(a, d, b));
-        else core.insert(PackCell(d, b, a));
+        core.push_back(pack(axis, a, b, d));
       }
-      const int lo = FloorCell(list.front().Depth), hi = FloorCell(list.back().Depth);
-      auto [it, fresh] = columns.try_emplace(col, Range{lo, hi});
-      if (!fresh) it->second = {std::min(it->second.lo, lo), std::max(it->second.hi, hi)};
+      const Range r{RayKey(a, b), FloorCell(list[0].Depth), FloorCell(list[n - 1].Depth)};
+      // Neighbouring rays mostly share the column: merge with the last range.
+      if (!ranges.empty() && ranges.back().column == r.column)
+        ranges.back().lo = std::min(ranges.back().lo, r.lo), ranges.back().hi = std::max(ranges.back().hi, r.hi);
+      else ranges.push_back(r);
     }
-    for (const auto& [col, r] : columns) {
-      const int a = RayKeyA(col), b = RayKeyB(col);
-      for (int d = r.lo; d <= r.hi; ++d) {
-        if (axis == 0) out.All.insert(PackCell(a, b, d));
-        else if (axis == 1) out.All.insert(PackCell(a, d, b));
-        else out.All.insert(PackCell(d, b, a));
-      }
+    std::sort(ranges.begin(), ranges.end(), [](const Range& l, const Range& r) { return l.column < r.column; });
+    for (size_t i = 0; i < ranges.size();) {
+      Range m = ranges[i];
+      for (++i; i < ranges.size() && ranges[i].column == m.column; ++i)
+        m.lo = std::min(m.lo, ranges[i].lo), m.hi = std::max(m.hi, ranges[i].hi);
+      for (int d = m.lo; d <= m.hi; ++d) out.All.push_back(pack(axis, RayKeyA(m.column), RayKeyB(m.column), d));
     }
   }
-  out.Near.reserve(core.size() * 3);
+  SortUnique(core);
+  out.Near.reserve(core.size() * 4);
   for (uint64_t k : core) {
     const CellKey c0 = UnpackCell(k);
     for (int dz = -1; dz <= 1; ++dz)
       for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) out.Near.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
+        for (int dx = -1; dx <= 1; ++dx) out.Near.push_back(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
   }
-  out.All.insert(out.Near.begin(), out.Near.end());
+  SortUnique(out.Near);
+  out.All.insert(out.All.end(), out.Near.begin(), out.Near.end());
+  SortUnique(out.All);
   return out;
 }
 
@@ -88,13 +103,11 @@ Presence FindPresence(const TriangleCollector& c) {
 int InsideBySpans(const TriangleCollector& c, int x, int y, int z) {
   const int key[3][3] = {{x, y, z}, {x, z, y}, {z, y, x}};
   for (int axis = 0; axis < 3; ++axis) {
-    auto it = c.Spans[axis].find(RayKey(key[axis][0], key[axis][1]));
-    if (it == c.Spans[axis].end()) continue;
+    size_t n;
+    const Crossing* list = c.Spans[axis].Find(RayKey(key[axis][0], key[axis][1]), n);
+    if (!list) continue;
     int level = 0;
-    for (const Crossing& k : it->second) {
-      if (k.Depth > (float)key[axis][2]) break;
-      level = (k.Kind & 1) ? 1 : 0;
-    }
+    for (size_t k = 0; k < n && list[k].Depth <= (float)key[axis][2]; ++k) level = (list[k].Kind & 1) ? 1 : 0;
     return level;
   }
   return -1;
@@ -192,21 +205,25 @@ struct SpanColumns {
     struct Ray {
       uint32_t column;
       uint8_t slot;
-      const std::vector<Crossing>* list;
+      const Crossing* list;
+      uint32_t count;
     };
     std::vector<Ray> rays;
     size_t total = 0, count = 0;
-    for (const RayMap& m : c.Spans) count += m.size();
+    for (const SpanList& m : c.Spans) count += m.RayCount();
     rays.reserve(count);
     for (int axis = 0; axis < 3; ++axis) {
-      Index[axis].reserve(c.Spans[axis].size() / 16 + 1);
-      for (const auto& [key, list] : c.Spans[axis]) {
-        const int a = RayKeyA(key), b = RayKeyB(key);
+      const SpanList& spans = c.Spans[axis];
+      Index[axis].reserve(spans.RayCount() / 16 + 1);
+      for (size_t i = 0; i < spans.RayCount(); ++i) {
+        const int a = RayKeyA(spans.Keys[i]), b = RayKeyB(spans.Keys[i]);
+        size_t n;
+        const Crossing* list = spans.Ray(i, n);
         auto [it, fresh] = Index[axis].try_emplace(RayKey(a >> 3, b >> 3), (uint32_t)Columns.size());
         if (fresh) Columns.push_back(Column{});
-        rays.push_back({it->second, (uint8_t)((a & 7) * 8 + (b & 7)), &list});
-        Columns[it->second].Start[rays.back().slot + 1] = (uint32_t)list.size();
-        total += list.size();
+        rays.push_back({it->second, (uint8_t)((a & 7) * 8 + (b & 7)), list, (uint32_t)n});
+        Columns[it->second].Start[rays.back().slot + 1] = (uint32_t)n;
+        total += n;
       }
     }
     uint32_t next = 0;
@@ -218,7 +235,7 @@ struct SpanColumns {
     Data.resize(total);
     for (const Ray& r : rays) {
       const Column& col = Columns[r.column];
-      std::copy(r.list->begin(), r.list->end(), Data.begin() + col.First + col.Start[r.slot]);
+      std::copy(r.list, r.list + r.count, Data.begin() + col.First + col.Start[r.slot]);
     }
   }
   const Column* Find(int axis, int ca, int cb) const {
@@ -293,9 +310,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
   if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
     collector.BuildAllSpans();
   const Presence presence = FindPresence(collector);
-  const std::unordered_set<uint64_t>& present = presence.All;
-  std::vector<uint64_t> order(present.begin(), present.end());
-  std::sort(order.begin(), order.end());
+  const std::vector<uint64_t>& order = presence.All;
   struct Listed {
     CellKey key;
     VoxelCell* cell;
@@ -307,7 +322,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     VoxelCell* existing = target.GetCell(key.x, key.y, key.z, false, false);
     // A subtraction or intersection leaves absent (empty) cells empty.
     if (!existing && mode != kMergeUnion) continue;
-    const bool near = presence.Near.count(k) != 0;
+    const bool near = presence.IsNear(k);
     if (!near && !existing && InsideBySpans(collector, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4) == 0)
       continue;  // an empty cell in a gap between spans stays absent
     VoxelCell* cell = target.GetCell(key.x, key.y, key.z, true, keepUndo);
@@ -332,7 +347,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
   if (mode == kMergeIntersect) {
     std::vector<CellKey> outside;
     target.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
-      if (!present.count(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
+      if (!presence.Holds(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
         outside.push_back(k);
     });
     for (const CellKey& k : outside) {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <memory>
 
 #include "ClassEngine/Random.h"
@@ -73,7 +74,9 @@ TEST(LatticeCoverage, VerticesAndEdgesOnLatticeLinesGiveOneCrossingEachWay) {
     for (int axis = 0; axis < 3; ++axis) {
       const int ka = kKeyA[axis], kb = kKeyB[axis], kd = kDepth[axis];
       int inner = 0;
-      for (const auto& [key, list] : c.Rays[axis]) {
+      std::map<uint64_t, std::vector<Crossing>> rays;
+      for (const RayCrossing& r : c.Rays[axis]) rays[r.Key].push_back(r.Hit);
+      for (const auto& [key, list] : rays) {
         const int a = RayKeyA(key), b = RayKeyB(key);
         ASSERT_TRUE(a >= lo[ka] && a <= hi[ka] && b >= lo[kb] && b <= hi[kb]) << a << " " << b;
         ASSERT_EQ(list.size(), 2u) << "axis " << axis << " ray " << a << "," << b;
