@@ -137,56 +137,48 @@ bool MergeUniform(VoxelCell* cell, const CellKey& key, const TriangleCollector& 
   return true;
 }
 
-// Signed distance along one ray at `depth`, in band units, positive inside.
-float AxisValue(const Crossing* spans, size_t count, size_t& cursor, float depth, float band) {
-  while (cursor < count && spans[cursor].Depth <= depth) ++cursor;
-  auto f = [](float d, int kind) {
-    switch (kind) {
-      case 0: return -d;
-      case 1: return d;
-      case 2: return -100.0f * d;
-      default: return 100.0f * d;
+// f(d, kind) of a crossing: the distance d counts negative going on past a
+// leaving crossing, positive past an entering one, 100 times from a hard cap.
+constexpr float kKindWeight[4] = {-1.0f, 1.0f, -100.0f, 100.0f};
+
+// Signed distances along one ray at the nine depths d0 .. d0 + 8, in band
+// units, positive inside, written to out with stride `step`. Spans start
+// entering and end leaving, so before the first crossing and behind the last
+// the nearest one alone decides.
+void RayValues(const Crossing* s, size_t n, int d0, float invBand, float* out, int step) {
+  size_t cursor = 0;
+  for (int d = 0; d < 9; ++d, out += step) {
+    const float depth = (float)(d0 + d);
+    while (cursor < n && s[cursor].Depth <= depth) ++cursor;
+    float v;
+    if (cursor == 0) {
+      v = (depth - s[0].Depth) * kKindWeight[s[0].Kind & 3];
+    } else if (cursor == n) {
+      v = (depth - s[n - 1].Depth) * kKindWeight[s[n - 1].Kind & 3];
+    } else {
+      const int k0 = s[cursor - 1].Kind & 3;
+      const float v0 = (depth - s[cursor - 1].Depth) * kKindWeight[k0];
+      const float v1 = (depth - s[cursor].Depth) * kKindWeight[s[cursor].Kind & 3];
+      v = (k0 & 1) ? std::min(v0, v1) : std::max(v0, v1);
     }
-  };
-  float c0, c1;
-  int k0, k1;
-  if (cursor == 0) {
-    c1 = spans[0].Depth;
-    k1 = spans[0].Kind;
-    c0 = depth - 128.0f;
-    k0 = 3 - (k1 & 1);
-  } else if (cursor == count) {
-    c0 = spans[count - 1].Depth;
-    k0 = spans[count - 1].Kind;
-    c1 = depth + 128.0f;
-    k1 = 3 - (k0 & 1);
-  } else {
-    c0 = spans[cursor - 1].Depth;
-    k0 = spans[cursor - 1].Kind;
-    c1 = spans[cursor].Depth;
-    k1 = spans[cursor].Kind;
+    *out = v * invBand;
   }
-  const float d0 = f(depth - c0, k0) / band, d1 = f(depth - c1, k1) / band;
-  return (k0 & 1) ? std::min(d0, d1) : std::max(d0, d1);
 }
 
 // The distance to the plane that cuts the three axes at the given offsets,
 // 1 / sqrt(1/a^2 + 1/b^2 + 1/c^2), signed as the offset of largest magnitude
 // (the first of equals); values of -10 and below are rays that tell nothing
-// here.
-float CombineAxes(float v0, float v1, float v2) {
-  float largest = 0, inverse = 0;
-  bool any = false;
+// here. Written without branches so the loop over a cell vectorises.
+inline float CombineAxes(float v0, float v1, float v2) {
+  float inverse = 0, largest = 0, largestAbs = -1;
   for (float x : {v0, v1, v2}) {
-    if (!(x > -10.0f)) continue;
-    if (x == 0) return 0.0f;
-    if (!any || std::fabs(x) > std::fabs(largest)) largest = x;
-    any = true;
-    inverse += 1.0f / (x * x);
+    const bool valid = x > -10.0f;
+    inverse += valid ? 1.0f / (x * x) : 0.0f;  // a zero offset gives infinity: distance 0
+    const bool take = valid && std::fabs(x) > largestAbs;
+    largest = take ? x : largest;
+    largestAbs = take ? std::fabs(x) : largestAbs;
   }
-  if (!any) return -10.0f;
-  const float d = 1.0f / std::sqrt(inverse);
-  return largest < 0 ? -d : d;
+  return largestAbs < 0 ? -10.0f : std::copysign(1.0f / std::sqrt(inverse), largest);
 }
 
 // The spans of each axis copied by column of 8 x 8 rays into one flat array,
@@ -274,10 +266,7 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
         if (!count) continue;
         const Crossing* spans = &col.Data[column->First + column->Start[slot]];
         const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
-        size_t cursor = 0;
-        int index = LatticeIndex(x0, y0, z0);
-        for (int d = 0; d < 9; ++d, index += step)
-          out[index] = AxisValue(spans, count, cursor, (float)(d0 + d), band);
+        RayValues(spans, count, d0, 1.0f / band, out + LatticeIndex(x0, y0, z0), step);
       }
   }
   uint16_t fresh[kCellVoxels];
