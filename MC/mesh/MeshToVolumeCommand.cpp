@@ -2,11 +2,13 @@
 #include "MC/mesh/MeshToVolumeCommand.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
@@ -21,7 +23,7 @@ constexpr double kDefaultVoxelsAcross = 200;
 
 int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
   if (args.size() != 2 && args.size() != 3) {
-    fprintf(stderr, "usage: --mesh-to-volume MESH OUTPUT.(ply|obj|stl) [VOXEL-SIZE]\n");
+    fprintf(stderr, "usage: --mesh-to-volume MESH OUTPUT.(ply|obj|stl|mvn) [VOXEL-SIZE]\n");
     return 2;
   }
   const std::string inPath = std::filesystem::absolute(args[0]).lexically_normal().string();
@@ -59,8 +61,23 @@ int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
   const float toMesh[16] = {(float)voxel, 0, 0, 0, 0, (float)voxel, 0, 0, 0, 0, (float)voxel, 0,
                             centre[0], centre[1], centre[2], 1};
   VolumeObject volume;
+  volume.Name = std::filesystem::path(inPath).stem().string();
   MergeMesh(volume, *mesh, toLattice, kMergeUnion);
   volume.UpdateSurface();
+  // A scene file keeps the voxels; the volume's transform puts them back in
+  // the units of the mesh.
+  std::string extension = std::filesystem::path(outPath).extension().string();
+  for (char& c : extension) c = (char)std::tolower((unsigned char)c);
+  if (extension == ".mvn") {
+    volume.SetTransform(toMesh);
+    std::string error;
+    if (!SaveVolumesAsScene(outPath, {&volume}, &error)) {
+      fprintf(stderr, "mesh-to-volume: %s\n", error.c_str());
+      return 1;
+    }
+    printf("%d cells written to %s\n", volume.CellCount(), outPath.c_str());
+    return 0;
+  }
   WeldedMeshBuilder surface;
   volume.ExtractWeldedAll(surface, toMesh);
   if (!SaveWeldedMesh(outPath, surface)) {

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "MC/file/VolumeSceneFiles.h"
+#include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MeshToVolumeCommand.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
@@ -63,11 +65,45 @@ TEST(MeshToVolumeCommand, WritesAClosedSurfaceInTheUnitsOfTheInput) {
   }
 }
 
+TEST(MeshToVolumeCommand, WritesTheVolumeAsASceneFileInTheUnitsOfTheInput) {
+  if (!std::filesystem::exists(kScadStl)) GTEST_SKIP() << "openscad-testing-data is not installed (scripts/deps.sh --tests)";
+  Box in;
+  ASSERT_TRUE(Load(kScadStl, in));
+  const float extent = std::max({in.hi[0] - in.lo[0], in.hi[1] - in.lo[1], in.hi[2] - in.lo[2]});
+  const float voxel = extent / 41.0f;
+  const std::string out = Temp("m2v_scene.MVN");
+  std::filesystem::remove(out);
+  ASSERT_EQ(RunMeshToVolumeCommand({kScadStl, out, std::to_string(voxel)}), 0);
+  std::vector<std::unique_ptr<VolumeObject>> volumes;
+  std::string error;
+  ASSERT_TRUE(LoadSceneVolumes(out, volumes, &error)) << error;
+  ASSERT_EQ(volumes.size(), 1u);
+  VolumeObject& v = *volumes[0];
+  EXPECT_EQ(v.Name, "import");
+  EXPECT_GT(v.CellCount(), 20);
+  v.UpdateSurface();
+  WeldedMeshBuilder surface;
+  v.ExtractWeldedAll(surface, v.Transform);
+  const MeshTopology t = Analyse(surface);
+  ExpectClosed(t);
+  Box box;
+  for (size_t i = 0; i < surface.Positions.size(); i += 3)
+    for (int a = 0; a < 3; ++a)
+      box.lo[a] = std::min(box.lo[a], surface.Positions[i + a]), box.hi[a] = std::max(box.hi[a], surface.Positions[i + a]);
+  for (int a = 0; a < 3; ++a) {
+    EXPECT_NEAR(box.lo[a], in.lo[a], voxel);
+    EXPECT_NEAR(box.hi[a], in.hi[a], voxel);
+  }
+  std::filesystem::remove(out);
+}
+
 TEST(MeshToVolumeCommand, RefusesBadArgumentsWithoutWriting) {
   const std::string out = Temp("m2v_refused.ply");
   std::filesystem::remove(out);
   EXPECT_EQ(RunMeshToVolumeCommand({}), 2);
   EXPECT_EQ(RunMeshToVolumeCommand({Temp("no_such_mesh.obj"), out}), 1);
+  EXPECT_EQ(RunMeshToVolumeCommand({Temp("no_such_mesh.obj"), Temp("m2v_refused.mvn")}), 1);
+  EXPECT_FALSE(std::filesystem::exists(Temp("m2v_refused.mvn")));
   if (std::filesystem::exists(kScadStl)) {
     EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "0"}), 2);
     EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "-1"}), 2);
