@@ -248,10 +248,15 @@ void AddMeshPart(TriangleCollector& collector, const comms::cMesh& mesh, int par
     for (int c = 0; c < 3; ++c)
       p[i * 3 + c] = m ? v[0] * m[c] + v[1] * m[4 + c] + v[2] * m[8 + c] + m[12 + c] : v[c];
   }
+  // A mirroring matrix turns the mesh inside out: the winding is reversed
+  // so that outward stays outward.
+  const bool mirrored = m && m[0] * (m[5] * m[10] - m[6] * m[9]) - m[1] * (m[4] * m[10] - m[6] * m[8]) +
+                                     m[2] * (m[4] * m[9] - m[5] * m[8]) <
+                                 0;
   mesh.ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* corners) {
     if (part >= 0 && h.c != part) return;
     for (int k = 1; k + 1 < h.a; ++k) {
-      const int i0 = corners[0].a, i1 = corners[k].a, i2 = corners[k + 1].a;
+      const int i0 = corners[0].a, i1 = corners[mirrored ? k + 1 : k].a, i2 = corners[mirrored ? k : k + 1].a;
       if (i0 < 0 || i1 < 0 || i2 < 0 || (size_t)i0 >= nv || (size_t)i1 >= nv || (size_t)i2 >= nv) continue;
       collector.AddTriangle(&p[i0 * 3], &p[i1 * 3], &p[i2 * 3]);
     }

@@ -90,5 +90,6 @@ class TriangleCollector {
 
 // Adds the polygons of a mesh (each polygon as a fan), positions transformed by
 // `matrix` (row vectors, 16 floats; null for none). part -1 takes every object,
-// otherwise only polygons of that object.
+// otherwise only polygons of that object. A mirroring matrix (negative
+// determinant) reverses the winding, so the solid stays a solid.
 void AddMeshPart(TriangleCollector& collector, const comms::cMesh& mesh, int part, const float* matrix = nullptr);
