@@ -6,12 +6,17 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
+#include <string>
 
+#include "MC/brushes/VoxelModes.h"
+#include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MergeIntoVolume.h"
 #include "MC/mesh/MeshMerge.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
+#include "paint/GeneralPen.h"
+#include "platform/Keys.h"
 
 namespace {
 
@@ -97,4 +102,36 @@ TEST(MeshMergeTool, HeldMeshIsCentredAndMergedOncePerMirrorCopy) {
   EXPECT_TRUE(merge.Merge(skin, kMergeUnion, {}));
   EXPECT_FALSE(In(skin, 30, 0, 0));
   EXPECT_GT(skin.CellCount(), 0);
+}
+
+TEST(MeshMergeTool, VoxelToolMergesOnEnterWithTheSymmetryAndShowsItsSettingsInThatModeOnly) {
+  if (!std::filesystem::exists(kPyramid)) GTEST_SKIP() << "minetest-data is not installed (scripts/deps.sh --tests)";
+  VoxelSculptTool tool;
+  auto rowsNamed = [&tool](const char* id) {
+    int n = 0;
+    for (int r = 0; r < tool.GetAmountOfEditableElements(&tool, kRowsAll); ++r) {
+      const char* e = tool.GetElementID(tool.GetEditableElementIndex(r, &tool, kRowsAll));
+      n += e && std::string(e) == id;
+    }
+    return n;
+  };
+  ASSERT_TRUE(tool.SelectMode(SCULP_GROW));
+  EXPECT_EQ(rowsNamed("MergeSettings"), 0);
+  EXPECT_EQ(rowsNamed("VoxelBrushSettings"), 1);
+  ASSERT_TRUE(tool.SelectMode(SCULP_MERGE));
+  EXPECT_EQ(rowsNamed("MergeSettings"), 1);
+
+  VolumeObject v;
+  tool.SetScene(&v, nullptr);
+  EXPECT_FALSE(tool.OnKey(keys::Enter));  // no mesh held yet
+  ASSERT_TRUE(tool.Merge.SetMesh(std::unique_ptr<comms::cMesh>(comms::cMeshIO::LoadMesh(kPyramid))));
+  tool.Merge.Settings.MergeScale = 0.1f;
+  tool.Merge.Settings.ShiftX = 25;
+  const int symmetry = GeneralPen::Symmetry;
+  GeneralPen::Symmetry = 1;  // mirror across x
+  EXPECT_TRUE(tool.OnKey(keys::Enter));
+  GeneralPen::Symmetry = symmetry;
+  EXPECT_TRUE(In(v, 25, 0, 0));
+  EXPECT_TRUE(In(v, -25, 0, 0));
+  EXPECT_FALSE(In(v, 0, 0, 0));
 }
