@@ -3,24 +3,14 @@
 // neighbourhood meets the untouched field, are rasterised again through the
 // triangle collector; cells outside the neighbourhood carry the mark bit and
 // the merge leaves them alone.
-#include <chrono>
 #include <cmath>
 #include <vector>
 
-#include "ClassEngine/Log.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MergeIntoVolume.h"
+#include "MC/mesh/StageTimer.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-
-// Writes "label : ms" for the step that ends now and starts the next one.
-void EndStep(const char* label, Clock::time_point& start) {
-  const Clock::time_point now = Clock::now();
-  Log("%s : %.02f", label, std::chrono::duration<double, std::milli>(now - start).count());
-  start = now;
-}
 
 // Marching squares over one square of a face: corner 0 is the origin, 1 is
 // +u, 2 is +v, 3 is +u+v. Each point is 0xab: corner a when a == b, else
@@ -107,13 +97,13 @@ bool Affected(CellKeyMap<int>& region, int x, int y, int z) { return region.Find
 }  // namespace
 
 bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
-  Clock::time_point start = Clock::now();
-  EndStep("ApplyMC-1A", start);
+  StageTimer steps;
+  steps.End("ApplyMC-1A");
 
   SurfaceChanged = false;
   TriangleCollector collector;
   Cells.ForEach([](const CellKey&, VoxelCell*& c) { c->Flags = (uint8_t)((c->Flags & ~kCellChanged) | kCellMark); });
-  EndStep("ApplyMC-1B", start);
+  steps.End("ApplyMC-1B");
 
   // Moved cells, and the cells their vertices passed on the way.
   CellKeyMap<int> moved(4099);
@@ -141,7 +131,7 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
     }
     if (any) moved.Set(k.x, k.y, k.z, 1);
   });
-  EndStep("ApplyMC-1C", start);
+  steps.End("ApplyMC-1C");
   if (!moved.Count()) {
     Cells.ForEach([](const CellKey&, VoxelCell*& c) { c->Flags &= (uint8_t)~kCellMark; });
     return false;
@@ -160,7 +150,7 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
     c->Flags &= (uint8_t)~kCellMark;
     affected.push_back(k);
   });
-  EndStep("ApplyMC-1D", start);
+  steps.End("ApplyMC-1D");
 
   for (const CellKey& k : affected) {
     const VoxelCell* c = *Cells.Find(k.x, k.y, k.z);
@@ -171,7 +161,7 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
                             s->Vertices[s->Indices[i + 2]].Pos);
   }
   Cells.ForEach([](const CellKey&, VoxelCell*& c) { c->Flags &= (uint8_t)~kCellChanged; });
-  EndStep("ApplyMC-2", start);
+  steps.End("ApplyMC-2");
 
   // Cells wholly inside the region start empty; those at its rim keep their
   // voxels, so the new field joins the untouched one.
@@ -192,20 +182,20 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
     c->Flags = (uint8_t)((c->Flags & kCellHidden) | kCellBelow | kCellChanged);
     MarkDirty(k.x, k.y, k.z, false);
   }
-  EndStep("ApplyMC-2A", start);
+  steps.End("ApplyMC-2A");
 
   for (const CellKey& k : affected)
     for (int face = 0; face < 6; ++face) {
       const int* s = kFaceStep[face];
       if (!Affected(region, k.x + s[0], k.y + s[1], k.z + s[2])) CapFace(*this, k, face, collector);
     }
-  EndStep("ApplyMC-3", start);
+  steps.End("ApplyMC-3");
 
   MergeIntoVolume(collector, *this, kMergeUnion, keepUndo);
-  EndStep("ApplyMC-4", start);
+  steps.End("ApplyMC-4");
 
   Cells.ForEach([](const CellKey&, VoxelCell*& c) { c->Flags &= (uint8_t)~kCellMark; });
-  EndStep("ApplyMC-5A", start);
+  steps.End("ApplyMC-5A");
 
   for (const CellKey& k : surfaceCells) {
     VoxelCell** found = Cells.Find(k.x, k.y, k.z);
@@ -218,6 +208,6 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
       (*found)->Surface = nullptr;
     }
   }
-  EndStep("ApplyMC-5", start);
+  steps.End("ApplyMC-5");
   return true;
 }

@@ -12,6 +12,7 @@
 
 #include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/mesh/StageTimer.h"
 #include "interchange/Mesh.h"
 
 namespace {
@@ -296,9 +297,11 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
 }  // namespace
 
 void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
+  StageTimer steps;
   if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
     collector.BuildAllSpans();
   const Presence presence = FindPresence(collector);
+  steps.End("Merge2-1");
   const std::vector<uint64_t>& order = presence.All;
   struct Listed {
     CellKey key;
@@ -330,6 +333,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
       changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
   });
+  steps.End("Merge2-2");
   for (size_t i = 0; i < cells.size(); ++i)
     if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
 
@@ -349,6 +353,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
       target.MarkDirty(k.x, k.y, k.z, false);
     }
   }
+  steps.End("Merge2-3");
 }
 
 bool IsNegativePart(const std::string& name) { return name.find("_negative") != std::string::npos; }

@@ -12,11 +12,14 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MergeIntoVolume.h"
+#include "MC/mesh/MergePreview.h"
 #include "MC/mesh/MeshMerge.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
 #include "paint/GeneralPen.h"
 #include "platform/Keys.h"
+#include "render/NullRender.h"
+#include "render/Viewer.h"
 
 namespace {
 
@@ -134,4 +137,40 @@ TEST(MeshMergeTool, VoxelToolMergesOnEnterWithTheSymmetryAndShowsItsSettingsInTh
   EXPECT_TRUE(In(v, 25, 0, 0));
   EXPECT_TRUE(In(v, -25, 0, 0));
   EXPECT_FALSE(In(v, 0, 0, 0));
+}
+
+TEST(MeshMergeTool, PreviewDrawsThePlacedEdgesWithinTheLimit) {
+  if (!std::filesystem::exists(kPyramid)) GTEST_SKIP() << "minetest-data is not installed (scripts/deps.sh --tests)";
+  MeshMerge merge;
+  comms::cNullRender render;
+  comms::cViewer camera;
+  camera.ViewRect = comms::cRect(0, 0, 401, 203);
+  camera.OrthoProj = true;
+  camera.OrthoScale = 1;
+  camera.OrthoZrange = 1000;
+  camera.Update();
+  EXPECT_EQ(DrawMergePreview(render, camera, merge), 0);  // nothing held
+  ASSERT_TRUE(merge.SetMesh(std::unique_ptr<comms::cMesh>(comms::cMeshIO::LoadMesh(kPyramid))));
+  int corners = 0;
+  merge.Mesh()->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell*) { corners += h.a; });
+  render.ClearCalls();
+  EXPECT_EQ(DrawMergePreview(render, camera, merge), corners);
+  EXPECT_EQ(render.Count("DrawLine"), corners);
+  // Shifted right by 40 voxels, every line moves right by 40 pixels.
+  std::vector<double> before, after;
+  for (const auto& call : render.Calls)
+    if (call.Op == "DrawLine") before.push_back(call.Args[0]);
+  merge.Settings.ShiftX = 40;
+  render.ClearCalls();
+  DrawMergePreview(render, camera, merge);
+  for (const auto& call : render.Calls)
+    if (call.Op == "DrawLine") after.push_back(call.Args[0]);
+  ASSERT_EQ(before.size(), after.size());
+  for (size_t i = 0; i < before.size(); ++i) EXPECT_NEAR(after[i] - before[i], 40, 1e-3);
+  // Past the limit an even sample: every fourth of the 16 edges for 5.
+  render.ClearCalls();
+  const int sampled = DrawMergePreview(render, camera, merge, 0xffffffffu, 5);
+  EXPECT_LE(sampled, 5);
+  EXPECT_GE(sampled, 3);
+  EXPECT_EQ(render.Count("DrawLine"), sampled);
 }
