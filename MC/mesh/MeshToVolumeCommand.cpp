@@ -12,6 +12,7 @@
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "MC/mesh/ImportMeshVolume.h"
 #include "MC/mesh/MergeIntoVolume.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
@@ -33,12 +34,9 @@ int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
     fprintf(stderr, "mesh-to-volume: cannot read a mesh from %s\n", inPath.c_str());
     return 1;
   }
-  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
-  for (const auto& p : mesh->positions) {
-    const float q[3] = {p.x, p.y, p.z};
-    for (int a = 0; a < 3; ++a) lo[a] = std::min(lo[a], q[a]), hi[a] = std::max(hi[a], q[a]);
-  }
-  const double extent = std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]});
+  float toLattice[16], toMesh[16];
+  double extent = 0;
+  MeshLatticeMatrices(*mesh, 1.0, toLattice, toMesh, &extent);
   double voxel = extent / kDefaultVoxelsAcross;
   if (args.size() == 3) {
     char* end = nullptr;
@@ -54,12 +52,7 @@ int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
     return 2;
   }
   // Lattice coordinates about the mesh's centre keep the numbers small.
-  const float s = (float)(1.0 / voxel);
-  float centre[3];
-  for (int a = 0; a < 3; ++a) centre[a] = (lo[a] + hi[a]) * 0.5f;
-  const float toLattice[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, -centre[0] * s, -centre[1] * s, -centre[2] * s, 1};
-  const float toMesh[16] = {(float)voxel, 0, 0, 0, 0, (float)voxel, 0, 0, 0, 0, (float)voxel, 0,
-                            centre[0], centre[1], centre[2], 1};
+  MeshLatticeMatrices(*mesh, voxel, toLattice, toMesh);
   VolumeObject volume;
   volume.Name = std::filesystem::path(inPath).stem().string();
   MergeMesh(volume, *mesh, toLattice, kMergeUnion);

@@ -8,6 +8,7 @@
 
 #include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/mesh/ImportMeshVolume.h"
 #include "MC/mesh/MeshToVolumeCommand.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
@@ -111,4 +112,30 @@ TEST(MeshToVolumeCommand, RefusesBadArgumentsWithoutWriting) {
     EXPECT_EQ(RunMeshToVolumeCommand({kScadStl, out, "1e-9"}), 2);  // far too many voxels
   }
   EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST(MeshToVolumeCommand, ImportIntoAVolumeReplacesItsContentsOrLeavesItAlone) {
+  if (!std::filesystem::exists(kScadStl)) GTEST_SKIP() << "openscad-testing-data is not installed (scripts/deps.sh --tests)";
+  VolumeObject v;
+  std::string why;
+  ASSERT_TRUE(ImportMeshIntoVolume(v, kScadStl, 64, &why)) << why;
+  EXPECT_EQ(v.Name, "import");
+  WeldedMeshBuilder first;
+  v.ExtractWeldedAll(first);
+  const MeshTopology t = Analyse(first);
+  ExpectClosed(t);
+  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
+  for (size_t i = 0; i < first.Positions.size(); i += 3)
+    for (int a = 0; a < 3; ++a)
+      lo[a] = std::min(lo[a], first.Positions[i + a]), hi[a] = std::max(hi[a], first.Positions[i + a]);
+  EXPECT_NEAR(std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]}), 64, 1.5);  // centred, 64 voxels across
+  for (int a = 0; a < 3; ++a) EXPECT_NEAR(lo[a] + hi[a], 0, 1.5);
+  // A second import replaces the first; a bad file leaves the volume alone.
+  ASSERT_TRUE(ImportMeshIntoVolume(v, kScadStl, 32, &why));
+  const int cells = v.CellCount();
+  EXPECT_FALSE(ImportMeshIntoVolume(v, Temp("no_such_mesh.stl"), 32, &why));
+  EXPECT_NE(why.find("no_such_mesh"), std::string::npos);
+  EXPECT_FALSE(ImportMeshIntoVolume(v, kScadStl, 0, &why));
+  EXPECT_EQ(v.CellCount(), cells);
+  EXPECT_EQ(v.SampleField(0, 0, 0) >= kSurfaceLevel, true);
 }
