@@ -14,6 +14,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "render/SurfaceRing.h"
 #include "MC/mcubes/VolumeDraw.h"
+#include "MC/mesh/MergePreview.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/TabletPenPressure.h"
 #include "platform/Platform.h"
@@ -42,6 +43,8 @@ bool VoxelRoomLink::Connect(ToolTable& table, VolumeObject* volume, const cViewe
 bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, ToolTable& table) {
   VoxelSculptTool* tool = FindVoxelTool(table);
   if (!tool || table.CurrentTool() != tool) return false;
+  // The merge tool shows the mesh it holds where a click would merge it.
+  if (tool->Mode == SCULP_MERGE && tool->Merge.Mesh()) return DrawMergePreview(render, camera, tool->Merge) > 0;
   PenPoint pen;
   if (!tool->PenAt(Pointer().X, Pointer().Y, pen)) return false;
   DrawSurfaceRing(render, camera, cVec3(pen.P[0], pen.P[1], pen.P[2]), cVec3(pen.N[0], pen.N[1], pen.N[2]),

@@ -14,6 +14,8 @@
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "MC/mesh/ImportMeshVolume.h"
 #include "platform/Keys.h"
 #include "shell/Interface.h"
 #include "shell/SceneCommands.h"
@@ -218,6 +220,18 @@ void Workspace::RegisterCommands() {
                                 {}});
   RegisterCommand("FILE_SAVE_AS", {[] { SaveSceneAs(); }, {}});
   RegisterCommand("FILE_IMPORT", {[this] { AskPath("FILE_IMPORT", [](const std::string& p) { ImportMeshFile(p); }); }, {}});
+  // A mesh made solid in the voxel room's volume, replacing what it held.
+  RegisterCommand("FILE_IMPORT_VOXELS", {[this] {
+                                           AskPath("FILE_IMPORT_VOXELS", [](const std::string& p) {
+                                             VoxelSculptTool* tool = FindVoxelTool(Tools());
+                                             std::string why;
+                                             if (!tool || !tool->Volume())
+                                               Log("FILE_IMPORT_VOXELS: no voxel volume for %s", p.c_str());
+                                             else if (!ImportMeshIntoVolume(*tool->Volume(), p, 200, &why))
+                                               Log("FILE_IMPORT_VOXELS: %s", why.c_str());
+                                           });
+                                         },
+                                         {}});
   RegisterCommand("FILE_QUIT", {[this] { shell_.CanClose(); }, {}});
   RegisterCommand("EDIT_OPTIONS", {[this] {
                                      ShowOptions(intf_.Tree());
@@ -265,7 +279,7 @@ void Workspace::BuildMenu() {
     std::string words = "#" + std::to_string(i + 1) + " " + RecentPath(i);
     file.Items.push_back({"FILE_RECENT" + std::to_string(i + 1), words});
   }
-  for (const char* c : {"", "FILE_SAVE", "FILE_SAVE_AS", "FILE_SAVE_INCREMENTAL", "", "FILE_IMPORT", "FILE_EXPORT", "",
+  for (const char* c : {"", "FILE_SAVE", "FILE_SAVE_AS", "FILE_SAVE_INCREMENTAL", "", "FILE_IMPORT", "FILE_IMPORT_VOXELS", "FILE_EXPORT", "",
                         "FILE_QUIT"})
     file.Items.push_back({c, ""});
   bar->Menus.push_back(file);

@@ -8,7 +8,7 @@
 //   morvane --convert IN OUT              a mesh or image, by extensions; IN.mvn: its volumes' surface
 //   morvane --unpack ARCHIVE FOLDER       every entry of a ZIP archive
 //   morvane --make-volume SHAPE SIZE OUT  a volume's welded surface as PLY, or a scene (.mvn)
-//   morvane --mesh-to-volume MESH OUT [VOXEL]  a mesh made solid in voxels, its surface to OUT
+//   morvane --mesh-to-volume MESH OUT [VOXEL]  a mesh made solid in voxels: its surface to OUT, or the volume to OUT.mvn
 //   morvane --replay SCRIPT [OUT-FOLDER]  sculpts by a stroke script, writes replay.ply, replay.mvn, replay.png;
 //                                         a script beginning "import MESH MODE" paints the mesh and
 //                                         writes replay.png and <target>_color.png

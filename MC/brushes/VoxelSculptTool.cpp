@@ -6,6 +6,7 @@
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ApplyField.h"
+#include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "paint/SceneChanges.h"
@@ -16,6 +17,7 @@
 
 VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<MousePressure>()) {
   RegisterVoxelBrushClasses();
+  RegisterMergeClasses();
   RegisterVoxelPenSettings();
   stroke_.Tool = Mode;
   Settings.ShownTool = Mode;
@@ -140,6 +142,7 @@ bool VoxelSculptTool::OnLMBDown() {
   const ToolPointer& ptr = Pointer();
   // Alt with a button is the view's navigation.
   if (ptr.Alt) return false;
+  if (Mode == SCULP_MERGE) return MergeHeldMesh(ptr.Ctrl);
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
   PenPoint pen;
   // Off the surface the press is not taken, so the view may navigate.
@@ -166,7 +169,36 @@ bool VoxelSculptTool::OnMouseMove() {
   return true;
 }
 
-bool VoxelSculptTool::OnKey(int key) { return StepPenRadiusByKey(key); }
+bool VoxelSculptTool::OnKey(int key) {
+  if (Mode == SCULP_MERGE && key == keys::Enter) return MergeHeldMesh(false);
+  return StepPenRadiusByKey(key);
+}
+
+bool VoxelSculptTool::MergeHeldMesh(bool invert) {
+  if (!volume_ || !Merge.Mesh()) return false;
+  std::vector<std::vector<float>> mirrors;
+  for (const SymmetryCopy& copy : SymmetryCopies(GeneralPen::Symmetry)) mirrors.emplace_back(copy.M, copy.M + 9);
+  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors)) return false;
+  volume_->UpdateSurface();
+  ChangedSinceSave = 1;
+  return true;
+}
+
+int VoxelSculptTool::GetAmountOfEditableElements(void* ptr, int flags) {
+  int rows = 0;
+  while (GetEditableElementIndex(rows, ptr, flags) >= 0) ++rows;
+  return rows;
+}
+
+int VoxelSculptTool::GetEditableElementIndex(int row, void* ptr, int flags) {
+  for (int i = 0, shown = 0;; ++i) {
+    const int index = BasicTool::GetEditableElementIndex(i, ptr, flags);
+    if (index < 0) return -1;
+    const char* id = GetElementID(index);
+    if (Mode != SCULP_MERGE && id && std::string(id) == "MergeSettings") continue;
+    if (shown++ == row) return index;
+  }
+}
 
 void VoxelSculptTool::StrokeStep(bool force) {
   if (!stroke_.Active()) return;

@@ -16,6 +16,7 @@
 #include "MC/brushes/VoxelBrushSettings.h"
 #include "MC/brushes/VoxelPenSettings.h"
 #include "MC/brushes/VoxelStroke.h"
+#include "MC/mesh/MeshMerge.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
 
@@ -33,12 +34,19 @@ class VoxelSculptTool : public BasicTool {
   // settings that mode reads.
   VoxelPenSettings Pen;
   VoxelBrushSettings Settings;
+  // SCULP_MERGE: the mesh the tool holds and the merge's settings, shown in
+  // the panel in that mode only. A click or Enter merges the held mesh.
+  MeshMerge Merge;
 
   MV_CLASS(VoxelSculptTool, BasicTool) {
     Member(Pen, "VoxelPenSettings");
     Member("_index", Mode, "VOXMODES", GetEnumerator("VOXMODES"));
     Member(Settings, "VoxelBrushSettings");
+    Member(Merge.Settings, "MergeSettings");
   }
+  // The panel's rows: "MergeSettings" only while the mode is SCULP_MERGE.
+  int GetAmountOfEditableElements(void* ptr, int flags) override;
+  int GetEditableElementIndex(int row, void* ptr, int flags) override;
   VoxelSculptTool();
   ~VoxelSculptTool() override;
 
@@ -102,6 +110,9 @@ class VoxelSculptTool : public BasicTool {
   void OnSceneLoaded(bool complete) override;
 
  private:
+  // SCULP_MERGE: merges the held mesh into the volume, once per mirror of
+  // the pen's symmetry; invert subtracts. False without a mesh or volume.
+  bool MergeHeldMesh(bool invert);
   // Runs command 50..52 on the volume.
   bool RunCommand(int mode);
   // One frame of the drag: pick, samples to the new point, surface update.

@@ -23,7 +23,8 @@ CellBox SurfaceBox(const CellSurface* s) {
 }  // namespace
 
 void VolumeObject::UpdateSurface() {
-  // Surface-mode write-back (ApplyMC) joins here once the triangle collector exists.
+  // Surface-mode edits go back into the voxels through ApplyMC (MC/mesh/ApplyMC.cpp), which
+  // the surface tools call before this update once they move vertices.
   std::vector<CellKey> rebuild, refresh;
   DirtyCells.ForEach([&](const CellKey& k, int& value) {
     VoxelCell** found = Cells.Find(k.x, k.y, k.z);

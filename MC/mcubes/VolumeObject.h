@@ -146,6 +146,12 @@ class VolumeObject {
                      const float* matrix, std::vector<int>& localRemap);
   // Welds every visible cell of the volume into builder.
   void ExtractWeldedAll(WeldedMeshBuilder& builder, const float* matrix = nullptr);
+  // Writes surface-mode edits (moved Vertices, the positions before them in
+  // OldVertices) back into the voxels: the moved cells' neighbourhood is
+  // rasterised again from its triangles and joined to the field around it.
+  // force takes every surface cell as moved. False when nothing moved.
+  // Defined with the triangle collector, in MC/mesh/ApplyMC.cpp.
+  bool ApplyMC(bool force, bool keepUndo = false);
 
  private:
   VoxelCell* NewCell();

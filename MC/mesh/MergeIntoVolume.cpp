@@ -8,11 +8,11 @@
 #include <cmath>
 #include <cstring>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/mesh/StageTimer.h"
 #include "interchange/Mesh.h"
 
 namespace {
@@ -30,56 +30,72 @@ CellKey UnpackCell(uint64_t k) {
 
 int FloorCell(float depth) { return (int)std::floor(depth / 8.0f); }
 
-// The cells a merge visits. `Near`: cells holding a crossing, widened by one
-// cell in all 26 directions; their values are computed point by point.
-// `All` adds the cells between the first and last crossing of every ray:
-// every lattice point of those lies at least two bands from any crossing, so
-// each is uniformly inside or outside.
+// The cells a merge visits, as sorted keys. `Near`: cells holding a
+// crossing, widened by one cell in all 26 directions; their values are
+// computed point by point. `All` adds the cells between the first and last
+// crossing of every ray: every lattice point of those lies at least two bands
+// from any crossing, so each is uniformly inside or outside.
 struct Presence {
-  std::unordered_set<uint64_t> Near, All;
+  std::vector<uint64_t> Near, All;
+  bool IsNear(uint64_t k) const { return std::binary_search(Near.begin(), Near.end(), k); }
+  bool Holds(uint64_t k) const { return std::binary_search(All.begin(), All.end(), k); }
 };
 
+void SortUnique(std::vector<uint64_t>& v) {
+  std::sort(v.begin(), v.end());
+  v.erase(std::unique(v.begin(), v.end()), v.end());
+}
+
 Presence FindPresence(const TriangleCollector& c) {
-  struct Range {
-    int lo, hi;
-  };
-  std::unordered_set<uint64_t> core;
+  std::vector<uint64_t> core;
   Presence out;
+  auto pack = [](int axis, int a, int b, int d) {
+    return axis == 0 ? PackCell(a, b, d) : axis == 1 ? PackCell(a, d, b) : PackCell(d, b, a);
+  };
   for (int axis = 0; axis < 3; ++axis) {
-    std::unordered_map<uint64_t, Range> columns;
-    for (const auto& [key, list] : c.Spans[axis]) {
-      const int a = RayKeyA(key) >> 3, b = RayKeyB(key) >> 3;
-      const uint64_t col = RayKey(a, b);
+    const SpanList& spans = c.Spans[axis];
+    struct Range {
+      uint64_t column;
+      int lo, hi;
+    };
+    std::vector<Range> ranges;
+    ranges.reserve(spans.RayCount() / 4 + 1);
+    for (size_t i = 0; i < spans.RayCount(); ++i) {
+      size_t n;
+      const Crossing* list = spans.Ray(i, n);
+      const int a = RayKeyA(spans.Keys[i]) >> 3, b = RayKeyB(spans.Keys[i]) >> 3;
       int last = INT_MIN;
-      for (const Crossing& k : list) {
-        const int d = FloorCell(k.Depth);
+      for (size_t k = 0; k < n; ++k) {
+        const int d = FloorCell(list[k].Depth);
         if (d == last) continue;
         last = d;
-        if (axis == 0) core.insert(PackCell(a, b, d));
-        else if (axis == 1) core.insert(PackCell(a, d, b));
-        else core.insert(PackCell(d, b, a));
+        core.push_back(pack(axis, a, b, d));
       }
-      const int lo = FloorCell(list.front().Depth), hi = FloorCell(list.back().Depth);
-      auto [it, fresh] = columns.try_emplace(col, Range{lo, hi});
-      if (!fresh) it->second = {std::min(it->second.lo, lo), std::max(it->second.hi, hi)};
+      const Range r{RayKey(a, b), FloorCell(list[0].Depth), FloorCell(list[n - 1].Depth)};
+      // Neighbouring rays mostly share the column: merge with the last range.
+      if (!ranges.empty() && ranges.back().column == r.column)
+        ranges.back().lo = std::min(ranges.back().lo, r.lo), ranges.back().hi = std::max(ranges.back().hi, r.hi);
+      else ranges.push_back(r);
     }
-    for (const auto& [col, r] : columns) {
-      const int a = RayKeyA(col), b = RayKeyB(col);
-      for (int d = r.lo; d <= r.hi; ++d) {
-        if (axis == 0) out.All.insert(PackCell(a, b, d));
-        else if (axis == 1) out.All.insert(PackCell(a, d, b));
-        else out.All.insert(PackCell(d, b, a));
-      }
+    std::sort(ranges.begin(), ranges.end(), [](const Range& l, const Range& r) { return l.column < r.column; });
+    for (size_t i = 0; i < ranges.size();) {
+      Range m = ranges[i];
+      for (++i; i < ranges.size() && ranges[i].column == m.column; ++i)
+        m.lo = std::min(m.lo, ranges[i].lo), m.hi = std::max(m.hi, ranges[i].hi);
+      for (int d = m.lo; d <= m.hi; ++d) out.All.push_back(pack(axis, RayKeyA(m.column), RayKeyB(m.column), d));
     }
   }
-  out.Near.reserve(core.size() * 3);
+  SortUnique(core);
+  out.Near.reserve(core.size() * 4);
   for (uint64_t k : core) {
     const CellKey c0 = UnpackCell(k);
     for (int dz = -1; dz <= 1; ++dz)
       for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) out.Near.insert(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
+        for (int dx = -1; dx <= 1; ++dx) out.Near.push_back(PackCell(c0.x + dx, c0.y + dy, c0.z + dz));
   }
-  out.All.insert(out.Near.begin(), out.Near.end());
+  SortUnique(out.Near);
+  out.All.insert(out.All.end(), out.Near.begin(), out.Near.end());
+  SortUnique(out.All);
   return out;
 }
 
@@ -88,13 +104,11 @@ Presence FindPresence(const TriangleCollector& c) {
 int InsideBySpans(const TriangleCollector& c, int x, int y, int z) {
   const int key[3][3] = {{x, y, z}, {x, z, y}, {z, y, x}};
   for (int axis = 0; axis < 3; ++axis) {
-    auto it = c.Spans[axis].find(RayKey(key[axis][0], key[axis][1]));
-    if (it == c.Spans[axis].end()) continue;
+    size_t n;
+    const Crossing* list = c.Spans[axis].Find(RayKey(key[axis][0], key[axis][1]), n);
+    if (!list) continue;
     int level = 0;
-    for (const Crossing& k : it->second) {
-      if (k.Depth > (float)key[axis][2]) break;
-      level = (k.Kind & 1) ? 1 : 0;
-    }
+    for (size_t k = 0; k < n && list[k].Depth <= (float)key[axis][2]; ++k) level = (list[k].Kind & 1) ? 1 : 0;
     return level;
   }
   return -1;
@@ -124,79 +138,102 @@ bool MergeUniform(VoxelCell* cell, const CellKey& key, const TriangleCollector& 
   return true;
 }
 
-// Signed distance along one ray at `depth`, in band units, positive inside.
-float AxisValue(const std::vector<Crossing>& spans, size_t& cursor, float depth, float band) {
-  while (cursor < spans.size() && spans[cursor].Depth <= depth) ++cursor;
-  auto f = [](float d, int kind) {
-    switch (kind) {
-      case 0: return -d;
-      case 1: return d;
-      case 2: return -100.0f * d;
-      default: return 100.0f * d;
+// f(d, kind) of a crossing: the distance d counts negative going on past a
+// leaving crossing, positive past an entering one, 100 times from a hard cap.
+constexpr float kKindWeight[4] = {-1.0f, 1.0f, -100.0f, 100.0f};
+
+// Signed distances along one ray at the nine depths d0 .. d0 + 8, in band
+// units, positive inside, written to out with stride `step`. Spans start
+// entering and end leaving, so before the first crossing and behind the last
+// the nearest one alone decides.
+void RayValues(const Crossing* s, size_t n, int d0, float invBand, float* out, int step) {
+  size_t cursor = 0;
+  for (int d = 0; d < 9; ++d, out += step) {
+    const float depth = (float)(d0 + d);
+    while (cursor < n && s[cursor].Depth <= depth) ++cursor;
+    float v;
+    if (cursor == 0) {
+      v = (depth - s[0].Depth) * kKindWeight[s[0].Kind & 3];
+    } else if (cursor == n) {
+      v = (depth - s[n - 1].Depth) * kKindWeight[s[n - 1].Kind & 3];
+    } else {
+      const int k0 = s[cursor - 1].Kind & 3;
+      const float v0 = (depth - s[cursor - 1].Depth) * kKindWeight[k0];
+      const float v1 = (depth - s[cursor].Depth) * kKindWeight[s[cursor].Kind & 3];
+      v = (k0 & 1) ? std::min(v0, v1) : std::max(v0, v1);
     }
-  };
-  float c0, c1;
-  int k0, k1;
-  if (cursor == 0) {
-    c1 = spans[0].Depth;
-    k1 = spans[0].Kind;
-    c0 = depth - 128.0f;
-    k0 = 3 - (k1 & 1);
-  } else if (cursor == spans.size()) {
-    c0 = spans.back().Depth;
-    k0 = spans.back().Kind;
-    c1 = depth + 128.0f;
-    k1 = 3 - (k0 & 1);
-  } else {
-    c0 = spans[cursor - 1].Depth;
-    k0 = spans[cursor - 1].Kind;
-    c1 = spans[cursor].Depth;
-    k1 = spans[cursor].Kind;
+    *out = v * invBand;
   }
-  const float d0 = f(depth - c0, k0) / band, d1 = f(depth - c1, k1) / band;
-  return (k0 & 1) ? std::min(d0, d1) : std::max(d0, d1);
 }
 
 // The distance to the plane that cuts the three axes at the given offsets,
-// signed as the offset of largest magnitude; values of -10 and below are
-// rays that tell nothing here.
-float CombineAxes(float v0, float v1, float v2) {
-  float v[3];
-  int n = 0;
-  for (float x : {v0, v1, v2})
-    if (x > -10.0f) v[n++] = x;
-  if (n == 0) return -10.0f;
-  for (int i = 1; i < n; ++i)  // by decreasing magnitude
-    for (int j = i; j > 0 && std::fabs(v[j]) > std::fabs(v[j - 1]); --j) std::swap(v[j], v[j - 1]);
-  const float sign = v[0] < 0 ? -1.0f : 1.0f;
-  if (n == 1) return v[0];
-  const double a = v[0], b = v[1];
-  if (n == 2) return sign * (float)(std::fabs(a * b) / std::sqrt(a * a + b * b));
-  const double c = v[2];
-  const double den = std::sqrt(a * a * b * b + a * a * c * c + b * b * c * c);
-  return den > 0 ? sign * (float)(std::fabs(a * b * c) / den) : 0.0f;
+// 1 / sqrt(1/a^2 + 1/b^2 + 1/c^2), signed as the offset of largest magnitude
+// (the first of equals); values of -10 and below are rays that tell nothing
+// here. Written without branches so the loop over a cell vectorises.
+inline float CombineAxes(float v0, float v1, float v2) {
+  float inverse = 0, largest = 0, largestAbs = -1;
+  for (float x : {v0, v1, v2}) {
+    const bool valid = x > -10.0f;
+    inverse += valid ? 1.0f / (x * x) : 0.0f;  // a zero offset gives infinity: distance 0
+    const bool take = valid && std::fabs(x) > largestAbs;
+    largest = take ? x : largest;
+    largestAbs = take ? std::fabs(x) : largestAbs;
+  }
+  return largestAbs < 0 ? -10.0f : std::copysign(1.0f / std::sqrt(inverse), largest);
 }
 
-// The spans of each axis grouped by column of 8 x 8 rays, so a cell finds its
-// 81 rays per axis with at most four lookups.
+// The spans of each axis copied by column of 8 x 8 rays into one flat array,
+// so a cell finds its 81 rays per axis with at most four lookups and reads
+// their crossings from a few contiguous runs instead of one heap block each.
 struct SpanColumns {
-  using Column = std::array<const std::vector<Crossing>*, 64>;
-  std::unordered_map<uint64_t, Column> Axis[3];
+  struct Column {
+    uint32_t First;      // index of the column's first crossing in Data
+    uint32_t Start[65];  // ray r (slot (a & 7) * 8 + (b & 7)) holds Start[r] .. Start[r + 1]
+  };
+  std::unordered_map<uint64_t, uint32_t> Index[3];  // column key -> Columns
+  std::vector<Column> Columns;
+  std::vector<Crossing> Data;
 
   explicit SpanColumns(const TriangleCollector& c) {
+    struct Ray {
+      uint32_t column;
+      uint8_t slot;
+      const Crossing* list;
+      uint32_t count;
+    };
+    std::vector<Ray> rays;
+    size_t total = 0, count = 0;
+    for (const SpanList& m : c.Spans) count += m.RayCount();
+    rays.reserve(count);
     for (int axis = 0; axis < 3; ++axis) {
-      Axis[axis].reserve(c.Spans[axis].size() / 16 + 1);
-      for (const auto& [key, list] : c.Spans[axis]) {
-        const int a = RayKeyA(key), b = RayKeyB(key);
-        auto [it, fresh] = Axis[axis].try_emplace(RayKey(a >> 3, b >> 3));
-        if (fresh) it->second.fill(nullptr);
-        it->second[(a & 7) * 8 + (b & 7)] = &list;
+      const SpanList& spans = c.Spans[axis];
+      Index[axis].reserve(spans.RayCount() / 16 + 1);
+      for (size_t i = 0; i < spans.RayCount(); ++i) {
+        const int a = RayKeyA(spans.Keys[i]), b = RayKeyB(spans.Keys[i]);
+        size_t n;
+        const Crossing* list = spans.Ray(i, n);
+        auto [it, fresh] = Index[axis].try_emplace(RayKey(a >> 3, b >> 3), (uint32_t)Columns.size());
+        if (fresh) Columns.push_back(Column{});
+        rays.push_back({it->second, (uint8_t)((a & 7) * 8 + (b & 7)), list, (uint32_t)n});
+        Columns[it->second].Start[rays.back().slot + 1] = (uint32_t)n;
+        total += n;
       }
+    }
+    uint32_t next = 0;
+    for (Column& col : Columns) {
+      col.First = next;
+      for (int r = 0; r < 64; ++r) col.Start[r + 1] += col.Start[r];
+      next += col.Start[64];
+    }
+    Data.resize(total);
+    for (const Ray& r : rays) {
+      const Column& col = Columns[r.column];
+      std::copy(r.list, r.list + r.count, Data.begin() + col.First + col.Start[r.slot]);
     }
   }
   const Column* Find(int axis, int ca, int cb) const {
-    auto it = Axis[axis].find(RayKey(ca, cb));
-    return it == Axis[axis].end() ? nullptr : &it->second;
+    auto it = Index[axis].find(RayKey(ca, cb));
+    return it == Index[axis].end() ? nullptr : &Columns[it->second];
   }
 };
 
@@ -224,13 +261,13 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
           a = base[2] + i, b = base[1] + j, x0 = 0, y0 = j, z0 = i, step = 1;
         }
         const SpanColumns::Column* column = columns[i >> 3][j >> 3];
-        const std::vector<Crossing>* spans = column ? (*column)[(a & 7) * 8 + (b & 7)] : nullptr;
-        if (!spans) continue;
+        if (!column) continue;
+        const int slot = (a & 7) * 8 + (b & 7);
+        const size_t count = column->Start[slot + 1] - column->Start[slot];
+        if (!count) continue;
+        const Crossing* spans = &col.Data[column->First + column->Start[slot]];
         const int d0 = base[axis == 0 ? 2 : axis == 1 ? 1 : 0];
-        size_t cursor = 0;
-        int index = LatticeIndex(x0, y0, z0);
-        for (int d = 0; d < 9; ++d, index += step)
-          out[index] = AxisValue(*spans, cursor, (float)(d0 + d), band);
+        RayValues(spans, count, d0, 1.0f / band, out + LatticeIndex(x0, y0, z0), step);
       }
   }
   uint16_t fresh[kCellVoxels];
@@ -260,12 +297,12 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
 }  // namespace
 
 void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
+  StageTimer steps;
   if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
     collector.BuildAllSpans();
   const Presence presence = FindPresence(collector);
-  const std::unordered_set<uint64_t>& present = presence.All;
-  std::vector<uint64_t> order(present.begin(), present.end());
-  std::sort(order.begin(), order.end());
+  steps.End("Merge2-1");
+  const std::vector<uint64_t>& order = presence.All;
   struct Listed {
     CellKey key;
     VoxelCell* cell;
@@ -277,7 +314,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     VoxelCell* existing = target.GetCell(key.x, key.y, key.z, false, false);
     // A subtraction or intersection leaves absent (empty) cells empty.
     if (!existing && mode != kMergeUnion) continue;
-    const bool near = presence.Near.count(k) != 0;
+    const bool near = presence.IsNear(k);
     if (!near && !existing && InsideBySpans(collector, key.x * 8 + 4, key.y * 8 + 4, key.z * 8 + 4) == 0)
       continue;  // an empty cell in a gap between spans stays absent
     VoxelCell* cell = target.GetCell(key.x, key.y, key.z, true, keepUndo);
@@ -296,13 +333,14 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
       changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
   });
+  steps.End("Merge2-2");
   for (size_t i = 0; i < cells.size(); ++i)
     if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
 
   if (mode == kMergeIntersect) {
     std::vector<CellKey> outside;
     target.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
-      if (!present.count(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
+      if (!presence.Holds(PackCell(k.x, k.y, k.z)) && !(c->Flags & kCellMark) && (c->Voxels || c->Fill))
         outside.push_back(k);
     });
     for (const CellKey& k : outside) {
@@ -315,6 +353,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
       target.MarkDirty(k.x, k.y, k.z, false);
     }
   }
+  steps.End("Merge2-3");
 }
 
 bool IsNegativePart(const std::string& name) { return name.find("_negative") != std::string::npos; }

@@ -2,14 +2,17 @@
 #include "MC/mesh/MeshToVolumeCommand.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
 
+#include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "MC/mesh/ImportMeshVolume.h"
 #include "MC/mesh/MergeIntoVolume.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
@@ -21,7 +24,7 @@ constexpr double kDefaultVoxelsAcross = 200;
 
 int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
   if (args.size() != 2 && args.size() != 3) {
-    fprintf(stderr, "usage: --mesh-to-volume MESH OUTPUT.(ply|obj|stl) [VOXEL-SIZE]\n");
+    fprintf(stderr, "usage: --mesh-to-volume MESH OUTPUT.(ply|obj|stl|mvn) [VOXEL-SIZE]\n");
     return 2;
   }
   const std::string inPath = std::filesystem::absolute(args[0]).lexically_normal().string();
@@ -31,12 +34,9 @@ int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
     fprintf(stderr, "mesh-to-volume: cannot read a mesh from %s\n", inPath.c_str());
     return 1;
   }
-  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
-  for (const auto& p : mesh->positions) {
-    const float q[3] = {p.x, p.y, p.z};
-    for (int a = 0; a < 3; ++a) lo[a] = std::min(lo[a], q[a]), hi[a] = std::max(hi[a], q[a]);
-  }
-  const double extent = std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2]});
+  float toLattice[16], toMesh[16];
+  double extent = 0;
+  MeshLatticeMatrices(*mesh, 1.0, toLattice, toMesh, &extent);
   double voxel = extent / kDefaultVoxelsAcross;
   if (args.size() == 3) {
     char* end = nullptr;
@@ -52,15 +52,25 @@ int RunMeshToVolumeCommand(const std::vector<std::string>& args) {
     return 2;
   }
   // Lattice coordinates about the mesh's centre keep the numbers small.
-  const float s = (float)(1.0 / voxel);
-  float centre[3];
-  for (int a = 0; a < 3; ++a) centre[a] = (lo[a] + hi[a]) * 0.5f;
-  const float toLattice[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, -centre[0] * s, -centre[1] * s, -centre[2] * s, 1};
-  const float toMesh[16] = {(float)voxel, 0, 0, 0, 0, (float)voxel, 0, 0, 0, 0, (float)voxel, 0,
-                            centre[0], centre[1], centre[2], 1};
+  MeshLatticeMatrices(*mesh, voxel, toLattice, toMesh);
   VolumeObject volume;
+  volume.Name = std::filesystem::path(inPath).stem().string();
   MergeMesh(volume, *mesh, toLattice, kMergeUnion);
   volume.UpdateSurface();
+  // A scene file keeps the voxels; the volume's transform puts them back in
+  // the units of the mesh.
+  std::string extension = std::filesystem::path(outPath).extension().string();
+  for (char& c : extension) c = (char)std::tolower((unsigned char)c);
+  if (extension == ".mvn") {
+    volume.SetTransform(toMesh);
+    std::string error;
+    if (!SaveVolumesAsScene(outPath, {&volume}, &error)) {
+      fprintf(stderr, "mesh-to-volume: %s\n", error.c_str());
+      return 1;
+    }
+    printf("%d cells written to %s\n", volume.CellCount(), outPath.c_str());
+    return 0;
+  }
   WeldedMeshBuilder surface;
   volume.ExtractWeldedAll(surface, toMesh);
   if (!SaveWeldedMesh(outPath, surface)) {

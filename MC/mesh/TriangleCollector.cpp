@@ -30,20 +30,35 @@ bool Entering(uint16_t kind) { return (kind & 1) != 0; }
 // Stores crossings of the current axis under their ray.
 class TriangleCollector::AxisRastr : public VolRastr {
  public:
-  explicit AxisRastr(RayMap& map) : map_(map) {}
+  explicit AxisRastr(std::vector<RayCrossing>& list) : list_(list) {}
   void Put(int a, int b, float depth, int, int) override {
     uint16_t k;
     if (Kind < 255) k = (uint16_t)Kind;
     else k = Kind == 256 ? 3 : 2;
-    map_[RayKey(a, b)].push_back({depth, k});
+    list_.push_back({RayKey(a, b), {depth, k}});
   }
 
  private:
-  RayMap& map_;
+  std::vector<RayCrossing>& list_;
 };
 
 TriangleCollector::TriangleCollector() {
   for (auto& m : Rays) m.reserve(8192);
+}
+
+const Crossing* SpanList::Find(uint64_t key, size_t& count) const {
+  const auto it = std::lower_bound(Keys.begin(), Keys.end(), key);
+  if (it == Keys.end() || *it != key) {
+    count = 0;
+    return nullptr;
+  }
+  return Ray((size_t)(it - Keys.begin()), count);
+}
+
+void SpanList::Clear() {
+  Keys.clear();
+  Start.assign(1, 0);
+  Data.clear();
 }
 
 void TriangleCollector::SetKind(bool fixedKind, int kind, bool flip) {
@@ -53,14 +68,12 @@ void TriangleCollector::SetKind(bool fixedKind, int kind, bool flip) {
 }
 
 bool TriangleCollector::Empty() const {
-  return Rays[0].empty() && Rays[1].empty() && Rays[2].empty() && Spans[0].empty() && Spans[1].empty() &&
-         Spans[2].empty();
+  return Rays[0].empty() && Rays[1].empty() && Rays[2].empty() && Spans[0].Empty() && Spans[1].Empty() &&
+         Spans[2].Empty();
 }
 
 int64_t TriangleCollector::CrossingCount(int axis) const {
-  int64_t n = 0;
-  for (const auto& [key, list] : Rays[axis]) n += (int64_t)list.size();
-  return n;
+  return (int64_t)Rays[axis].size();
 }
 
 void TriangleCollector::AddTriangle(const float p0[3], const float p1[3], const float p2[3]) {
@@ -138,12 +151,10 @@ void TriangleCollector::Rasterise(int, const double p0[3], const double p1[3], c
 
 namespace {
 
-// Steps 2 to 6 of cleaning one ray; false when the ray is to be dropped.
+// Steps 2 to 6 of cleaning one ray, whose crossings arrive sorted by depth,
+// then kind; false when the ray is to be dropped.
 bool CleanRay(std::vector<Crossing>& c) {
   if (c.size() < 2 || (c.size() & 1)) return false;
-  std::sort(c.begin(), c.end(), [](const Crossing& l, const Crossing& r) {
-    return l.Depth < r.Depth || (l.Depth == r.Depth && l.Kind < r.Kind);
-  });
   // A ray between two triangles crosses both at one depth, once each way.
   for (bool again = true; again;) {
     again = false;
@@ -198,14 +209,31 @@ bool CleanRay(std::vector<Crossing>& c) {
 }  // namespace
 
 void TriangleCollector::BuildSpans(int axis) {
-  RayMap& spans = Spans[axis];
-  spans.clear();
-  spans.reserve(Rays[axis].size());
-  for (auto& [key, list] : Rays[axis]) {
-    std::vector<Crossing> c = std::move(list);
-    if (CleanRay(c)) spans.emplace(key, std::move(c));
+  std::vector<RayCrossing>& raw = Rays[axis];
+  // By ray, then depth, then kind: equal records are equal in every field,
+  // so the order is the same on every run.
+  std::sort(raw.begin(), raw.end(), [](const RayCrossing& l, const RayCrossing& r) {
+    if (l.Key != r.Key) return l.Key < r.Key;
+    if (l.Hit.Depth != r.Hit.Depth) return l.Hit.Depth < r.Hit.Depth;
+    return l.Hit.Kind < r.Hit.Kind;
+  });
+  SpanList& spans = Spans[axis];
+  spans.Clear();
+  spans.Data.reserve(raw.size());
+  std::vector<Crossing> ray;
+  for (size_t i = 0; i < raw.size();) {
+    size_t j = i;
+    ray.clear();
+    for (; j < raw.size() && raw[j].Key == raw[i].Key; ++j) ray.push_back(raw[j].Hit);
+    if (CleanRay(ray)) {
+      spans.Keys.push_back(raw[i].Key);
+      spans.Data.insert(spans.Data.end(), ray.begin(), ray.end());
+      spans.Start.push_back((uint32_t)spans.Data.size());
+    }
+    i = j;
   }
-  Rays[axis].clear();
+  raw.clear();
+  raw.shrink_to_fit();
 }
 
 void TriangleCollector::BuildAllSpans() {
@@ -220,10 +248,15 @@ void AddMeshPart(TriangleCollector& collector, const comms::cMesh& mesh, int par
     for (int c = 0; c < 3; ++c)
       p[i * 3 + c] = m ? v[0] * m[c] + v[1] * m[4 + c] + v[2] * m[8 + c] + m[12 + c] : v[c];
   }
+  // A mirroring matrix turns the mesh inside out: the winding is reversed
+  // so that outward stays outward.
+  const bool mirrored = m && m[0] * (m[5] * m[10] - m[6] * m[9]) - m[1] * (m[4] * m[10] - m[6] * m[8]) +
+                                     m[2] * (m[4] * m[9] - m[5] * m[8]) <
+                                 0;
   mesh.ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* corners) {
     if (part >= 0 && h.c != part) return;
     for (int k = 1; k + 1 < h.a; ++k) {
-      const int i0 = corners[0].a, i1 = corners[k].a, i2 = corners[k + 1].a;
+      const int i0 = corners[0].a, i1 = corners[mirrored ? k + 1 : k].a, i2 = corners[mirrored ? k : k + 1].a;
       if (i0 < 0 || i1 < 0 || i2 < 0 || (size_t)i0 >= nv || (size_t)i1 >= nv || (size_t)i2 >= nv) continue;
       collector.AddTriangle(&p[i0 * 3], &p[i1 * 3], &p[i2 * 3]);
     }

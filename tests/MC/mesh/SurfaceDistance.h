@@ -127,7 +127,9 @@ inline bool InsideByParity(const Soup& s, const double p[3]) {
   return hits & 1;
 }
 
-// Undirected edges (corners welded by exact position) not used by exactly two triangles.
+// Undirected edges (corners welded by exact position) used by an odd number
+// of triangles: 0 for a watertight soup, manifold or not (an edge where two
+// closed parts touch is used four times).
 inline int OpenEdges(const Soup& s) {
   std::unordered_map<std::string, int> uses;
   auto key = [](const float* a) { return std::string((const char*)a, 12); };
@@ -138,7 +140,7 @@ inline int OpenEdges(const Soup& s) {
       ++uses[a + b];
     }
   int open = 0;
-  for (auto& [e, n] : uses) open += n != 2;
+  for (auto& [e, n] : uses) open += n & 1;
   return open;
 }
 

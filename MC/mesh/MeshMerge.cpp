@@ -1,0 +1,121 @@
+// The merge tool's mesh, placement and merge (see MeshMerge.h).
+#include "MC/mesh/MeshMerge.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "MC/mcubes/VolumeObject.h"
+#include "MC/mesh/MergeIntoVolume.h"
+#include "MC/mesh/MergeMeshSkin.h"
+#include "interchange/Mesh.h"
+
+namespace {
+
+constexpr float kPreviewRadius = 150;
+
+// out = a x b, row vectors: a applies first.
+void Multiply(const float a[16], const float b[16], float out[16]) {
+  float r[16];
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) {
+      float s = 0;
+      for (int k = 0; k < 4; ++k) s += a[i * 4 + k] * b[k * 4 + j];
+      r[i * 4 + j] = s;
+    }
+  std::copy(r, r + 16, out);
+}
+
+// A turn by `degrees` in the plane of axes i and j (from i towards j).
+void Turn(int i, int j, float degrees, float out[16]) {
+  std::fill(out, out + 16, 0.0f);
+  for (int k = 0; k < 4; ++k) out[k * 5] = 1;
+  const float r = degrees * (float)M_PI / 180.0f, c = std::cos(r), s = std::sin(r);
+  out[i * 4 + i] = c, out[i * 4 + j] = s;
+  out[j * 4 + i] = -s, out[j * 4 + j] = c;
+}
+
+}  // namespace
+
+void RegisterMergeClasses() {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  MergeSettings settings;
+  MergeParams params;
+  HullParams hull;
+  ExtrudeParams extrude;
+  RegisterClass(&settings, "Voxels", "MergeSettings");
+  RegisterClass(&params, "Voxels", "MergeParams");
+  RegisterClass(&hull, "Voxels", "HullParams");
+  RegisterClass(&extrude, "Voxels", "ExtrudeParams");
+}
+
+int MergeModeOf(bool invert, bool intersectHeld) {
+  if (!invert) return kMergeUnion;
+  return intersectHeld ? kMergeIntersect : kMergeSubtract;
+}
+
+MeshMerge::MeshMerge() = default;
+MeshMerge::~MeshMerge() = default;
+
+bool MeshMerge::SetMesh(std::unique_ptr<comms::cMesh> mesh) {
+  if (!mesh || mesh->positions.empty()) return false;
+  float lo[3] = {1e30f, 1e30f, 1e30f}, hi[3] = {-1e30f, -1e30f, -1e30f};
+  for (const auto& p : mesh->positions) {
+    const float q[3] = {p.x, p.y, p.z};
+    for (int a = 0; a < 3; ++a) lo[a] = std::min(lo[a], q[a]), hi[a] = std::max(hi[a], q[a]);
+  }
+  const float c[3] = {(lo[0] + hi[0]) / 2, (lo[1] + hi[1]) / 2, (lo[2] + hi[2]) / 2};
+  float far = 0;
+  for (const auto& p : mesh->positions)
+    far = std::max(far, std::sqrt((p.x - c[0]) * (p.x - c[0]) + (p.y - c[1]) * (p.y - c[1]) + (p.z - c[2]) * (p.z - c[2])));
+  const float s = far > 0 ? kPreviewRadius / far : 1.0f;
+  for (auto& p : mesh->positions) p = {(p.x - c[0]) * s, (p.y - c[1]) * s, (p.z - c[2]) * s};
+  mesh_ = std::move(mesh);
+  MergeSettings rest;
+  Settings.MrgYaw = rest.MrgYaw, Settings.MrgPitch = rest.MrgPitch, Settings.MrgRoll = rest.MrgRoll;
+  Settings.ShiftX = rest.ShiftX, Settings.ShiftY = rest.ShiftY, Settings.ShiftZ = rest.ShiftZ;
+  Settings.MergeScale = rest.MergeScale;
+  return true;
+}
+
+void MeshMerge::Placement(float out[16]) const {
+  const float k = Settings.MergeScale;
+  float m[16] = {k, 0, 0, 0, 0, k, 0, 0, 0, 0, k, 0, 0, 0, 0, 1};
+  float t[16];
+  Turn(0, 1, Settings.MrgRoll, t);  // about z
+  Multiply(m, t, m);
+  Turn(1, 2, Settings.MrgPitch, t);  // about x
+  Multiply(m, t, m);
+  Turn(2, 0, Settings.MrgYaw, t);  // about y
+  Multiply(m, t, m);
+  m[12] += Settings.ShiftX, m[13] += Settings.ShiftY, m[14] += Settings.ShiftZ;
+  std::copy(m, m + 16, out);
+}
+
+bool MeshMerge::Merge(VolumeObject& volume, int mode, const std::vector<std::vector<float>>& mirrors,
+                      std::vector<SeparatePart>* separate, const std::vector<VolumeObject*>& below, bool keepUndo) {
+  if (!mesh_) return false;
+  std::vector<std::vector<float>> copies = mirrors;
+  if (copies.empty()) copies.push_back({1, 0, 0, 0, 1, 0, 0, 0, 1});
+  float placed[16];
+  Placement(placed);
+  Multiply(placed, volume.InverseTransform, placed);
+  for (const std::vector<float>& mirror : copies) {
+    if (mirror.size() != 9) continue;
+    const float mirror4[16] = {mirror[0], mirror[1], mirror[2], 0, mirror[3], mirror[4], mirror[5], 0,
+                               mirror[6], mirror[7], mirror[8], 0, 0,         0,         0,         1};
+    float m[16];
+    Multiply(placed, mirror4, m);
+    if (Settings.MergeAsSkin) {
+      MergeMeshSkin(volume, *mesh_, m, mode, Settings.InSkinThickness, Settings.OutSkinThickness, -1, keepUndo);
+    } else if (Settings.MergeToSeparateVolumes && separate) {
+      std::vector<SeparatePart> parts = MergeMeshSeparate(volume, below, *mesh_, m, Settings.RespectNegativeVolumes,
+                                                          Settings.CutThroughVolumes, keepUndo);
+      for (SeparatePart& p : parts) separate->push_back(std::move(p));
+    } else {
+      MergeMesh(volume, *mesh_, m, mode, Settings.RespectNegativeVolumes, -1, keepUndo);
+    }
+  }
+  return true;
+}

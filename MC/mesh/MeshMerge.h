@@ -1,0 +1,105 @@
+// The mesh merge of the voxel room (SCULP_MERGE): the mesh the tool holds,
+// its placement (shift, yaw, pitch, roll, scale) and the settings of the
+// merge, and the merge itself into a volume, once per mirror copy of the
+// symmetry. The tool draws the placed mesh as its preview and merges on
+// Enter or a click; this class holds everything but the drawing.
+#pragma once
+#include <memory>
+#include <vector>
+
+#include "ClassEngine/BaseClass.h"
+#include "ClassEngine/MemberClasses.h"
+#include "MC/mesh/MergeSeparate.h"
+
+namespace comms {
+class cMesh;
+}
+class VolumeObject;
+
+// The settings of the merge tool, shown in its panel.
+class MergeSettings : public BaseClass {
+ public:
+  bool MergeToSeparateVolumes = false;
+  bool RespectNegativeVolumes = false;
+  bool CutThroughVolumes = false;
+  bool MergeAsSkin = false;
+  float InSkinThickness = 0;
+  float OutSkinThickness = 4;
+  float MrgYaw = 0, MrgPitch = 0, MrgRoll = 0;  // degrees
+  float ShiftX = 0, ShiftY = 0, ShiftZ = 0;     // voxels
+  float MergeScale = 1;                         // times the size the mesh came with
+  MV_CLASS(MergeSettings, BaseClass) {
+    Member("_bool", MergeToSeparateVolumes, "MergeToSeparateVolumes");
+    Member("_bool", RespectNegativeVolumes, "RespectNegativeVolumes");
+    Member("_bool", CutThroughVolumes, "CutThroughVolumes");
+    Member("_bool", MergeAsSkin, "MergeAsSkin");
+    Member("CtrlFSlider", InSkinThickness, "InSkinThickness", NewFloatSliderRange(0, 20));
+    Member("CtrlFSlider", OutSkinThickness, "OutSkinThickness", NewFloatSliderRange(0, 20));
+    Member("CtrlFSlider", MrgYaw, "MrgYaw", NewFloatSliderRange(-180, 180));
+    Member("CtrlFSlider", MrgPitch, "MrgPitch", NewFloatSliderRange(-180, 180));
+    Member("CtrlFSlider", MrgRoll, "MrgRoll", NewFloatSliderRange(-180, 180));
+    Member("_float", ShiftX, "ShiftX");
+    Member("_float", ShiftY, "ShiftY");
+    Member("_float", ShiftZ, "ShiftZ");
+    Member("CtrlFSlider", MergeScale, "MergeScale", NewFloatSliderRange(0.01f, 10));
+  }
+};
+
+// The merge dialog's simplification of the mesh before the merge.
+class MergeParams : public BaseClass {
+ public:
+  bool PerformSimplification = false;
+  float SimpDegree = 1;
+  MV_CLASS(MergeParams, BaseClass) {
+    Member("_bool", PerformSimplification, "PerformSimplification");
+    Member("CtrlFSlider", SimpDegree, "SimpDegree", NewFloatSliderRange(0, 1));
+  }
+};
+
+// The hull dialogs ("EnterHullParams", "EnterExtrudeParams").
+class HullParams : public BaseClass {
+ public:
+  float EdgeThickness = 4;
+  MV_CLASS(HullParams, BaseClass) {
+    Member("CtrlFSlider", EdgeThickness, "EdgeThickness", NewFloatSliderRange(0, 10));
+  }
+};
+class ExtrudeParams : public BaseClass {
+ public:
+  float Extrusion = 2;
+  MV_CLASS(ExtrudeParams, BaseClass) { Member("CtrlFSlider", Extrusion, "Extrusion", NewFloatSliderRange(0, 10)); }
+};
+
+// Registers the classes above for their panels and dialogs (idempotent).
+void RegisterMergeClasses();
+
+// 0 union; with the tool's invert state 1 subtraction, 2 intersection when
+// the intersect key is held too.
+int MergeModeOf(bool invert, bool intersectHeld);
+
+class MeshMerge {
+ public:
+  MergeSettings Settings;
+
+  MeshMerge();
+  ~MeshMerge();
+  // Takes the mesh, moved to the centre of its box and scaled so that its
+  // farthest vertex lies 150 voxels from it; the placement starts at rest.
+  // False (and the old mesh kept) for an empty mesh.
+  bool SetMesh(std::unique_ptr<comms::cMesh> mesh);
+  const comms::cMesh* Mesh() const { return mesh_.get(); }
+  // The placement, row vectors: scale, then roll (z), pitch (x), yaw (y), then
+  // the shift.
+  void Placement(float out[16]) const;
+  // Merges the placed mesh into `volume` (scene space to the volume through
+  // its InverseTransform) once per mirror copy (3 x 3 matrices, identity
+  // first; empty means the identity only). Separate volumes, one per part
+  // and copy, go to `separate` with `below` cut through as the settings say.
+  // False when no mesh is held.
+  bool Merge(VolumeObject& volume, int mode, const std::vector<std::vector<float>>& mirrors,
+             std::vector<SeparatePart>* separate = nullptr, const std::vector<VolumeObject*>& below = {},
+             bool keepUndo = false);
+
+ private:
+  std::unique_ptr<comms::cMesh> mesh_;
+};
