@@ -27,28 +27,69 @@ struct PenPoint {
   float radius = 1, scaled = 1;  // world units
 };
 
-// False when the point is out of the pen. `all`: every point is in, at the
-// pen's centre, both radii the end radius. `texel`: the per-pixel form, whose
-// pen coordinates are divided by the fade.
-inline bool Measure(const StrokeFrame& f, const cVec3& p, float unitScale, bool all, bool texel, PenPoint& o) {
-  if (all) {
-    o.fade = 1, o.radius = o.scaled = f.EndRadius / unitScale;
+// Measures points against one dab. What is the same for every point (the
+// segment, its squared length, one over a constant radius and over the unit
+// scale) is worked out once.
+class PenMeasure {
+ public:
+  // `all`: every point is in, at the pen's centre, both radii the end radius.
+  // `texel`: the per-pixel form, whose pen coordinates are divided by the fade.
+  PenMeasure(const StrokeFrame& f, float unitScale, bool all, bool texel)
+      : f_(f), all_(all), texel_(texel), invScale_(1.0f / unitScale) {
+    straight_ = !f.SinglePoint && !f.IsCurved;
+    axis_ = f.SegmentEnd - f.SegmentStart;
+    const float L2 = Dot(axis_, axis_);
+    invL2_ = L2 > 0 ? 1.0f / L2 : 0;
+    constantRadius_ = f.SinglePoint || f.StartRadius == f.EndRadius;
+    if (constantRadius_) r_ = f.RadiusAt(0.5f), invR_ = 1.0f / r_;
+    // The frame is orthonormal, so x^2 + y^2 + z^2 = |v|^2 / r^2. A texel
+    // needs x^2 + y^2 < fade^2 <= 1 - z^2, hence |v| < r; a grid sample
+    // needs x^2 + y^2 < 1 and z^2 < 1, hence |v|^2 < 2 r^2. Farther points
+    // stop at that test, taken with a margin over rounding.
+    reach2_ = texel ? 1.001f : 2.002f;
+  }
+
+  // False when the point (paint units) is out of the pen.
+  bool operator()(const cVec3& p, PenPoint& o) const {
+    if (all_) {
+      o.fade = 1, o.radius = o.scaled = f_.EndRadius * invScale_;
+      return true;
+    }
+    if (straight_) {
+      const cVec3 q = p - f_.SegmentStart;
+      if (invL2_ > 0) {
+        o.t = Dot(q, axis_) * invL2_;
+        o.v = q - axis_ * (o.t < 0 ? 0.0f : o.t > 1 ? 1.0f : o.t);
+      } else {
+        o.t = 0.5f, o.v = q;
+      }
+    } else {
+      f_.SegmentPoint(p, o.v, o.t);
+    }
+    o.r = constantRadius_ ? r_ : f_.RadiusAt(o.t);
+    if (Dot(o.v, o.v) > reach2_ * o.r * o.r) return false;
+    o.Rp = f_.PressureScaled ? o.r * f_.PressureAt(o.t) : o.r;
+    const float inv = constantRadius_ ? invR_ : 1.0f / o.r;
+    o.x = Dot(f_.AxisX, o.v) * inv;
+    o.y = Dot(f_.AxisY, o.v) * inv;
+    const float z = Dot(f_.AxisZ, o.v) * inv;
+    o.fade = 1 - z * z;
+    if (!(o.fade > 0)) return false;
+    if (texel_) {
+      const float k = 1.0f / o.fade;
+      o.x *= k, o.y *= k;
+    }
+    if (o.x * o.x + o.y * o.y >= 1) return false;
+    o.radius = o.r * invScale_, o.scaled = o.fade * o.Rp * invScale_;
     return true;
   }
-  f.SegmentPoint(p, o.v, o.t);
-  o.r = f.RadiusAt(o.t);
-  o.Rp = f.PressureScaled ? o.r * f.PressureAt(o.t) : o.r;
-  const float inv = 1.0f / o.r;
-  o.x = Dot(f.AxisX, o.v) * inv;
-  o.y = Dot(f.AxisY, o.v) * inv;
-  const float z = Dot(f.AxisZ, o.v) * inv;
-  o.fade = 1 - z * z;
-  if (!(o.fade > 0)) return false;
-  if (texel) o.x /= o.fade, o.y /= o.fade;
-  if (o.x * o.x + o.y * o.y >= 1) return false;
-  o.radius = o.r / unitScale, o.scaled = o.fade * o.Rp / unitScale;
-  return true;
-}
+
+ private:
+  const StrokeFrame& f_;
+  bool all_, texel_, straight_ = true, constantRadius_ = false;
+  float invScale_, invL2_ = 0, r_ = 1, invR_ = 1, reach2_ = 1;
+  cVec3 axis_;
+};
 
 // sqrt(2) r: the rim of the pen's cylinder.
 constexpr float kRim = 1.415f;
@@ -131,6 +172,7 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     const MicroVertex& mv = F.Grid[i];
     return (mv.Position - ((dest[i].Offset - back[i].Offset) * dt + mv.BaseNormal * dest[i].Emboss)) * us;
   };
+  const PenMeasure measure(f, us, all, false);
   float sum = 0;
   VertexSample s;
   s.Face = face, s.Layer = fl->Info;
@@ -139,7 +181,7 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     MicroVertex& mv = F.Grid[i];
     measured++;
     PenPoint pp;
-    if (!Measure(f, startPosition(i), us, all, false, pp)) return;
+    if (!measure(startPosition(i), pp)) return;
     s.PenX = pp.x, s.PenY = pp.y;
     s.X = x, s.Y = y;
     s.Position = mv.Position, s.Normal = mv.Normal;
@@ -194,36 +236,51 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
   PixelCursor cur;
   PixelSample s;
   s.Layer = info;
+  const PenMeasure measure(f, us, all, true);
   float sum = 0;
   int64_t measured = 0;
+  // One texel whose pixel is (tile, index).
+  auto visit = [&](const FaceTexel& t, PixelTile* tile, int index) {
+    PenPoint pp;
+    if (!measure(t.Position * us, pp)) return;
+    LayerTile* layer = tile->CurrentLayerTile;
+    if (!layer || (int)layer->LayerID != ctx.CurrentLayer) return;
+    s.PenX = pp.x, s.PenY = pp.y;
+    s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
+    s.Position = t.Position, s.Normal = t.Normal;
+    s.Pixel = &tile->Pixels[index];
+    s.Dest = &layer->Pixels[index];
+    s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[index] : s.Dest;
+    const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
+    if (w != 0) {
+      sum += w;
+      std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
+    }
+  };
+  // Texels one by one, each finding its tile.
   auto walk = [&](uint32_t first, uint32_t count) {
+    measured += count;
     for (uint32_t i = first; i < first + count; i++) {
       const FaceTexel& t = T.Texels[i];
-      measured++;
-      PenPoint pp;
-      if (!Measure(f, t.Position * us, us, all, true, pp)) continue;
-      if (!map->FetchPixel(cur, t.X, t.Y, false, false, false)) continue;
-      PixelTile* tile = cur.Tile;
-      LayerTile* layer = tile->CurrentLayerTile;
-      if (!layer || (int)layer->LayerID != ctx.CurrentLayer) continue;
-      s.PenX = pp.x, s.PenY = pp.y;
-      s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
-      s.Position = t.Position, s.Normal = t.Normal;
-      s.Pixel = &tile->Pixels[cur.Index];
-      s.Dest = &layer->Pixels[cur.Index];
-      s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[cur.Index] : s.Dest;
-      const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
-      if (w != 0) {
-        sum += w;
-        std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
-      }
+      if (map->FetchPixel(cur, t.X, t.Y, false, false, false)) visit(t, cur.Tile, cur.Index);
+    }
+  };
+  // A block's texels share one tile: it is looked up once.
+  auto walkBlock = [&](const FaceTexelBlock& b) {
+    PixelTile* tile = map->FindTile(b.TileX, b.TileY);
+    if (!tile) return;
+    measured += b.Count;
+    for (uint32_t i = b.First; i < b.First + b.Count; i++) {
+      const FaceTexel& t = T.Texels[i];
+      if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) continue;  // a damaged directory
+      visit(t, tile, (t.Y & 15) * kTileSide + (t.X & 15));
     }
   };
   if (T.BlockCount == 0 || all) {
     walk(0, (uint32_t)T.Count);
   } else {
     for (int b = 0; b < T.BlockCount; b++)
-      if (BlockInReach(f, T.Directory[b], us)) walk(T.Directory[b].First, T.Directory[b].Count);
+      if (BlockInReach(f, T.Directory[b], us)) walkBlock(T.Directory[b]);
   }
   std::atomic_ref<int64_t>(LastSamples).fetch_add(measured, std::memory_order_relaxed);
   return sum;
