@@ -18,14 +18,23 @@ cVec2 Bilinear(const cVec2 c[4], float s, float t) {
   return Lerp(Lerp(c[0], c[1], s), Lerp(c[3], c[2], s), t);
 }
 
+// lround of v clamped to 0..255 (NaN gives 0), without the library call:
+// the fraction of a float is exact, so the half-way test is too.
+uint32_t RoundByte(float v) {
+  if (!(v > 0)) return 0;
+  if (v >= 255) return 255;
+  const int i = (int)v;
+  return (uint32_t)(i + (v - (float)i >= 0.5f));
+}
+
 uint32_t NormalWord(const MicroVertex& v) {
   const float k = 1 - v.Freeze * 0.7f;
-  auto byte = [&](float n) { return (uint32_t)std::clamp((int)std::lround((n * k * 0.5f + 0.5f) * 255), 0, 255); };
+  auto byte = [&](float n) { return RoundByte((n * k * 0.5f + 0.5f) * 255); };
   return (v.Color & 0xff000000u) | byte(v.Normal.x) << 16 | byte(v.Normal.y) << 8 | byte(v.Normal.z);
 }
 
 uint32_t ColourWord(const MicroVertex& v) {
-  const uint32_t alpha = (uint32_t)std::lround(std::clamp(v.Opacity, 0.0f, 1.0f) * 255);
+  const uint32_t alpha = RoundByte(std::clamp(v.Opacity, 0.0f, 1.0f) * 255);
   const uint32_t c = v.Color;
   return alpha << 24 | (c & 0x0000ff00u) | ((c >> 16) & 0xffu) | ((c & 0xffu) << 16);
 }
@@ -67,7 +76,9 @@ void EmitFace(PaintScene& scene, int face, FaceBatch& batch) {
       if (y >= ny && (f.SeamBits & 4)) out = Lerp(pad[3], pad[2], sc);
       if (x < 0 && (f.SeamBits & 8)) out = Lerp(pad[0], pad[3], tc);
       p.x += out.x * padX, p.y += out.y * padY;
-      const MicroVertex& v = *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
+      const MicroVertex& v = x >= 0 && y >= 0 && x < nx && y < ny
+                                 ? f.Grid[y * nx + x]
+                                 : *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
       batch.Vertices.push_back({v.Position, p, ColourWord(v), NormalWord(v)});
     }
   // The split of each quad follows the shorter UV diagonal: rows run right to
@@ -75,14 +86,19 @@ void EmitFace(PaintScene& scene, int face, FaceBatch& batch) {
   const float d0x = uv[2].x - uv[0].x, d0y = uv[2].y - uv[0].y;
   const float d1x = uv[3].x - uv[1].x, d1y = uv[3].y - uv[1].y;
   const bool mirrored = d0x * d0x + d0y * d0y < d1x * d1x + d1y * d1y;
+  size_t at = batch.Indices.size();
+  batch.Indices.resize(at + (size_t)(nx + 1) * (ny + 1) * 6);
+  uint32_t* out = batch.Indices.data();
   for (int y = 0; y <= ny; y++)
-    for (int x = 0; x <= nx; x++) {
+    for (int x = 0; x <= nx; x++, at += 6) {
       if (!mirrored) {
         const uint32_t i = (uint32_t)(first + y * W + x);
-        batch.Indices.insert(batch.Indices.end(), {i, i + 1, i + W, i + 1, i + W + 1, i + W});
+        const uint32_t q[6] = {i, i + 1, i + W, i + 1, i + W + 1, i + W};
+        std::copy(q, q + 6, out + at);
       } else {
         const uint32_t i = (uint32_t)(first + y * W + (W - 1 - x));
-        batch.Indices.insert(batch.Indices.end(), {i, i - 1, i + W, i - 1, i + W - 1, i + W});
+        const uint32_t q[6] = {i, i - 1, i + W, i - 1, i + W - 1, i + W};
+        std::copy(q, q + 6, out + at);
       }
     }
 }

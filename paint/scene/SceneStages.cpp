@@ -276,11 +276,13 @@ void PaintScene::ComputeGridNormals(int face) {
   if (!f.Grid) return;
   for (int y = 0; y < f.Ny; y++)
     for (int x = 0; x < f.Nx; x++) {
-      MicroVertex s0, s1, s2, s3;
-      cVec3 l = GetMicroVertex(face, x - 1, y, &s0).Vertex->Position;
-      cVec3 r = GetMicroVertex(face, x + 1, y, &s1).Vertex->Position;
-      cVec3 u = GetMicroVertex(face, x, y - 1, &s2).Vertex->Position;
-      cVec3 d = GetMicroVertex(face, x, y + 1, &s3).Vertex->Position;
+      // Inside the grid directly; across a side through the neighbour.
+      auto at = [&](int i, int j) {
+        if (i >= 0 && j >= 0 && i < f.Nx && j < f.Ny) return f.Grid[j * f.Nx + i].Position;
+        MicroVertex scratch;
+        return GetMicroVertex(face, i, j, &scratch).Vertex->Position;
+      };
+      const cVec3 l = at(x - 1, y), r = at(x + 1, y), u = at(x, y - 1), d = at(x, y + 1);
       cVec3 n = comms::Cross(r - l, d - u);
       if (n.Length() > 0) f.Grid[y * f.Nx + x].Normal = n.Normalized();
     }
