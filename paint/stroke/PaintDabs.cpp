@@ -12,6 +12,7 @@ using comms::cVec3;
 
 void PaintDabs::Begin(uint32_t seed) {
   End();
+  if (Recording) Recording->Kind = Kind, Recording->Seed = seed, Recording->Hits.clear();
   rnd_.Seed(seed);
   Stroke.Begin();
   smudge_.Reset();
@@ -25,8 +26,16 @@ void PaintDabs::End() {
   active_ = false, hasLast_ = false;
 }
 
+void PaintDabs::Replay(const StrokeRecord& record) {
+  Kind = record.Kind;
+  Begin(record.Seed);
+  for (const PenHit& h : record.Hits) Dab(h);
+  End();
+}
+
 DabResult PaintDabs::Dab(const PenHit& hit) {
   if (!active_) Begin();
+  if (Recording) Recording->Hits.push_back(hit);
   BasicPenShape* pen = GeneralPen::CurrentPenPtr ? GeneralPen::CurrentPenPtr : &plainPen_;
   GeneralPen::PrevPressure = hasLast_ ? last_.Pressure : hit.Pressure;
   GeneralPen::PenPressure = hit.Pressure;

@@ -6,6 +6,7 @@
 // pass). The tools of the paint room and the replay scripts share it.
 #pragma once
 #include <cstdint>
+#include <vector>
 
 #include "ClassEngine/Random.h"
 #include "paint/PenShapes.h"
@@ -26,12 +27,23 @@ struct PenHit {
 
 enum class PaintKind { Paint, Erase, Smudge };
 
+// One stroke as PaintDabs received it: what it did, its seed and its hits.
+// Replayed on a scene imported alike with the same pen state, it gives the
+// same samples: a stroke made in the window can be run again headless.
+struct StrokeRecord {
+  PaintKind Kind = PaintKind::Paint;
+  uint32_t Seed = 1;
+  std::vector<PenHit> Hits;
+};
+
 class PaintDabs {
  public:
   explicit PaintDabs(PaintScene& scene) : Stroke(scene), scene_(scene) {}
 
   PaintKind Kind = PaintKind::Paint;
   PaintStroke Stroke;
+  // When set, Begin starts the record over and every hit is added to it.
+  StrokeRecord* Recording = nullptr;
 
   // A new stroke; its random generator starts from `seed`.
   void Begin(uint32_t seed = 1);
@@ -40,6 +52,8 @@ class PaintDabs {
   void End();
   bool Active() const { return active_; }
   int Dabs() const { return dabs_; }
+  // Runs a recorded stroke from Begin to End.
+  void Replay(const StrokeRecord& record);
 
  private:
   PaintScene& scene_;

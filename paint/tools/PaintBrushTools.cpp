@@ -62,6 +62,7 @@ bool PaintBrushTool::OnLMBDown() {
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
   if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
   dabs_->Kind = kind_;
+  dabs_->Recording = Recording;
   dabs_->Begin(++strokes_);
   spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) {
     if (d.Mirror != 0 || !camera_) return;  // mirrored copies come with symmetry
