@@ -1,5 +1,7 @@
 // PaintDabs: turns the pen's hits on the surface into dabs of the paint room.
-// Each hit after the first makes one dab swept from the previous hit: radius
+// Each hit after the first makes one dab swept from the previous hit of the
+// same mirror copy (so each copy of a symmetric stroke is a track of its own,
+// its pen frame mirrored, and all share one stroke's start state): radius
 // and amounts from GeneralPen with the pen's random variation, the pen frame
 // along the motion, the colour jitter, then ApplyStroke with the sample of the
 // chosen tool (the paint sample, the eraser, or the smudge with its gathering
@@ -23,6 +25,7 @@ struct PenHit {
   float WorldRadius = 1;
   float Pressure = 1;
   comms::cVec3 ViewDir{0, 0, -1};
+  int Mirror = 0;  // 0 the pen's own dab, else its copy mirrored in axes x + 2y + 4z
 };
 
 enum class PaintKind { Paint, Erase, Smudge };
@@ -62,8 +65,13 @@ class PaintDabs {
   SmudgeSample smudge_;
   SimplePen plainPen_;  // when no pen is current
   Random rnd_;
-  bool active_ = false, hasLast_ = false;
-  PenHit last_;
-  float lastRadius_ = 0;
+  bool active_ = false;
+  // The last hit of each mirror copy.
+  struct Track {
+    bool HasLast = false;
+    PenHit Last;
+    float LastRadius = 0;
+  };
+  Track tracks_[8];
   int dabs_ = 0;
 };
