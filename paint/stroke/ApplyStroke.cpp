@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cmath>
 
+#include "ClassEngine/Threader.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/layers/ComposeFace.h"
@@ -150,7 +151,10 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
     return;
   }
   for (int b = 0; b < T.BlockCount; b++)
-    if (BlockInReach(frame, T.Directory[b], scene_.UnitScale)) touch(T.Texels[T.Directory[b].First]);
+    if (BlockInReach(frame, T.Directory[b], scene_.UnitScale)) {
+      touch(T.Texels[T.Directory[b].First]);
+      reach_.push_back(b);
+    }
 }
 
 float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all) {
@@ -225,7 +229,8 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
   return sum;
 }
 
-float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all) {
+float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
+                              const int* blocks, int count) {
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
   if (!map || !F.Texels || !fn.HasPixelForm()) return 0;
@@ -276,11 +281,11 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
       visit(t, tile, (t.Y & 15) * kTileSide + (t.X & 15));
     }
   };
-  if (T.BlockCount == 0 || all) {
+  if (!blocks) {
     walk(0, (uint32_t)T.Count);
   } else {
-    for (int b = 0; b < T.BlockCount; b++)
-      if (BlockInReach(f, T.Directory[b], us)) walkBlock(T.Directory[b]);
+    for (int i = 0; i < count; i++)
+      if (blocks[i] >= 0 && blocks[i] < T.BlockCount) walkBlock(T.Directory[blocks[i]]);
   }
   std::atomic_ref<int64_t>(LastSamples).fetch_add(measured, std::memory_order_relaxed);
   return sum;
@@ -294,10 +299,28 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   prepared_.clear();
   const float savedDepth = GeneralPen::DeepDegree;
   if (Pen) GeneralPen::DeepDegree *= Pen->DepthModulator;
-  // Serial: layer entries, backups and tiles exist before any worker runs.
-  for (int f : faces) {
-    if (scene_.Faces[f].Grid) PrepareFace(f, backup);
-    if (scene_.Faces[f].Texels) PrepareTiles(f, frame, backup);
+  // Serial: layer entries, backups and tiles exist before any worker runs;
+  // the walk is cut into pieces of at most kPieceBlocks texel blocks.
+  constexpr int kPieceBlocks = 4;
+  pieces_.clear();
+  reach_.clear();
+  for (int i = 0; i < (int)faces.size(); i++) {
+    const int f = faces[i];
+    const PaintFace& F = scene_.Faces[f];
+    if (F.Grid) {
+      PrepareFace(f, backup);
+      pieces_.push_back({f, i, true, -1, -1});
+    }
+    if (F.Texels) {
+      const int first = (int)reach_.size();
+      PrepareTiles(f, frame, backup);
+      if (all || F.Texels->BlockCount == 0) {
+        pieces_.push_back({f, i, false, -1, -1});
+      } else {
+        for (int b = first; b < (int)reach_.size(); b += kPieceBlocks)
+          pieces_.push_back({f, i, false, b, std::min(b + kPieceBlocks, (int)reach_.size())});
+      }
+    }
   }
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
@@ -306,24 +329,28 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   StrokeContext ctx;
   ctx.Frame = &frame, ctx.Scene = &scene_, ctx.Pen = Pen, ctx.Modificator = Modificator;
   ctx.CurrentLayer = scene_.CurrentLayer, ctx.UnitScale = scene_.UnitScale;
-  std::vector<uint8_t> touched(faces.size(), 0);
-  // Workers get face indices; the touched flag goes by the face's place in the list.
-  std::vector<std::pair<int, int>> order(faces.size());
-  for (int i = 0; i < (int)faces.size(); i++) order[i] = {faces[i], i};
-  std::sort(order.begin(), order.end());
-  auto placeOf = [&](int face) {
-    return std::lower_bound(order.begin(), order.end(), std::make_pair(face, -1))->second;
-  };
-  scene_.ForEachFace(2, [&](int face) {
-    PaintFace& F = scene_.Faces[face];
-    float sum = 0;
-    if (F.Grid) sum += WalkGrid(fn, ctx, face, all);
-    if (F.Texels) sum += WalkTexels(fn, ctx, face, all);
-    if (sum != 0) {
-      F.Wear = std::clamp(F.Wear + sum, 0.0f, 1e30f);
-      touched[placeOf(face)] = 1;
+  // Workers take the next piece as they come free; each piece's sum has its
+  // own slot, and the sums are added piece by piece afterwards, so the wear
+  // does not depend on which worker took what.
+  std::vector<float> sums(pieces_.size(), 0.0f);
+  std::atomic<int> next{0};
+  const int threads = pieces_.size() < 2 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads));
+  RunSection(threads, [&](int) {
+    for (int k; (k = next.fetch_add(1, std::memory_order_relaxed)) < (int)pieces_.size();) {
+      const WalkPiece& p = pieces_[k];
+      sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all)
+                       : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
     }
   });
+  std::vector<uint8_t> touched(faces.size(), 0);
+  std::vector<float> faceSums(faces.size(), 0.0f);
+  for (size_t k = 0; k < pieces_.size(); k++) faceSums[pieces_[k].Place] += sums[k];
+  for (size_t i = 0; i < faces.size(); i++)
+    if (faceSums[i] != 0) {
+      PaintFace& F = scene_.Faces[faces[i]];
+      F.Wear = std::clamp(F.Wear + faceSums[i], 0.0f, 1e30f);
+      touched[i] = 1;
+    }
   GeneralPen::DeepDegree = savedDepth;
   // Touched grids recompose; they and their neighbours (whose drawn border
   // reaches into them) are redrawn.

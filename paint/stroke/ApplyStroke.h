@@ -58,7 +58,10 @@ class PaintStroke {
   // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
   void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
   float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
-  float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
+  // The texels of blocks[0 .. count) of the face's directory, or with
+  // blocks null every texel of the face.
+  float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, const int* blocks,
+                   int count);
   // Workers, composition and dirty marks over scene.StrokeFaces.
   void RunDab(const SampleFunction& fn, const StrokeFrame& frame, bool backup, bool all);
 
@@ -66,6 +69,16 @@ class PaintStroke {
   std::vector<std::unique_ptr<FaceBackup>> backups_;
   std::vector<PixelMap*> maps_;  // maps whose tiles hold undo copies
   std::vector<std::pair<PixelTile*, PixelMap*>> prepared_;  // tiles this dab may touch
+  // A share of one dab's walk: a face's grid, or some of its texel blocks
+  // (Blocks, a range of reach_; -1 for all its texels). Pieces are small, so
+  // that the workers share a dab of few large faces evenly.
+  struct WalkPiece {
+    int Face = 0, Place = 0;  // the face and its place in StrokeFaces
+    bool Grid = false;
+    int First = -1, Last = -1;
+  };
+  std::vector<WalkPiece> pieces_;
+  std::vector<int> reach_;  // block indices in reach, face by face
 };
 
 // Whether any texel of the block may lie under the pen: the block's sphere
