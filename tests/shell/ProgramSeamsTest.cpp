@@ -75,6 +75,15 @@ class ProgramSeams : public ShellTest {
     fake.AdvanceTick(uint32_t(ms));
     program_->TheShell().RunFrames(1);
   }
+  // A left-button mouse event at (x, y), then two frames.
+  void Mouse(PlatformEvent::Type type, float x, float y) {
+    PlatformEvent e;
+    e.type = type;
+    e.key = keys::LeftButton;
+    e.x = int(x), e.y = int(y);
+    fake.Push(e);
+    program_->TheShell().RunFrames(2);
+  }
   const SystemDialog* DialogSaying(const std::string& words) {
     for (const SystemDialog& d : fake.DialogsShown())
       if (d.text.find(words) != std::string::npos) return &d;
@@ -204,19 +213,11 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
   const comms::cVec3 to = p.View().Camera().ProjectToView(comms::cVec3(0.75f, -0.75f, 0));
   const float radius = GeneralPen::PenRadius;
   GeneralPen::PenRadius = std::fabs(to.x - from.x) / 12;
-  auto event = [&](PlatformEvent::Type type, float x, float y) {
-    PlatformEvent e;
-    e.type = type;
-    e.key = keys::LeftButton;
-    e.x = int(x), e.y = int(y);
-    fake.Push(e);
-    p.TheShell().RunFrames(2);
-  };
-  event(PlatformEvent::Type::MouseMove, from.x, from.y);
-  event(PlatformEvent::Type::ButtonDown, from.x, from.y);
+  Mouse(PlatformEvent::Type::MouseMove, from.x, from.y);
+  Mouse(PlatformEvent::Type::ButtonDown, from.x, from.y);
   for (int i = 1; i <= 20; i++)
-    event(PlatformEvent::Type::MouseMove, from.x + (to.x - from.x) * i / 20, from.y + (to.y - from.y) * i / 20);
-  event(PlatformEvent::Type::ButtonUp, to.x, to.y);
+    Mouse(PlatformEvent::Type::MouseMove, from.x + (to.x - from.x) * i / 20, from.y + (to.y - from.y) * i / 20);
+  Mouse(PlatformEvent::Type::ButtonUp, to.x, to.y);
   GeneralPen::PenRadius = radius;
   const PaintFace& f = ThePaintScene().Faces[0];
   auto painted = [&](int i) { return f.Grid[i].Color != 0x00808080u || f.Grid[i].Position.z != 0; };
@@ -253,18 +254,10 @@ TEST_F(ProgramSeams, AStrokeInTheWindowPaintsWhatItPaintsHeadless) {
   const float from = a.x - std::fabs(b.x - a.x) * 0.6f, to = a.x + std::fabs(b.x - a.x) * 0.6f;
   // However large the boat shows, the pen covers a good part of it.
   GeneralPen::PenRadius = std::max(4.0f, std::fabs(b.x - a.x) * 0.5f);
-  auto event = [&](PlatformEvent::Type type, float x, float y) {
-    PlatformEvent e;
-    e.type = type;
-    e.key = keys::LeftButton;
-    e.x = int(x), e.y = int(y);
-    fake.Push(e);
-    p.TheShell().RunFrames(2);
-  };
-  event(PlatformEvent::Type::MouseMove, from, a.y);
-  event(PlatformEvent::Type::ButtonDown, from, a.y);
-  for (int i = 1; i <= 16; i++) event(PlatformEvent::Type::MouseMove, from + (to - from) * i / 16, a.y + 3 * (i % 3));
-  event(PlatformEvent::Type::ButtonUp, to, a.y);
+  Mouse(PlatformEvent::Type::MouseMove, from, a.y);
+  Mouse(PlatformEvent::Type::ButtonDown, from, a.y);
+  for (int i = 1; i <= 16; i++) Mouse(PlatformEvent::Type::MouseMove, from + (to - from) * i / 16, a.y + 3 * (i % 3));
+  Mouse(PlatformEvent::Type::ButtonUp, to, a.y);
   pen->Recording = nullptr;
   ASSERT_GE(record.Hits.size(), 10u) << "the stroke should cross the boat";
   // Headless: the same import and the same hits on a scene of its own.
