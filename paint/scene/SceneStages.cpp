@@ -272,20 +272,8 @@ void PaintScene::CreateMeshBlocks() {
 }
 
 void PaintScene::ComputeGridNormals(int face) {
-  PaintFace& f = Faces[face];
-  if (!f.Grid) return;
-  for (int y = 0; y < f.Ny; y++)
-    for (int x = 0; x < f.Nx; x++) {
-      // Inside the grid directly; across a side through the neighbour.
-      auto at = [&](int i, int j) {
-        if (i >= 0 && j >= 0 && i < f.Nx && j < f.Ny) return f.Grid[j * f.Nx + i].Position;
-        MicroVertex scratch;
-        return GetMicroVertex(face, i, j, &scratch).Vertex->Position;
-      };
-      const cVec3 l = at(x - 1, y), r = at(x + 1, y), u = at(x, y - 1), d = at(x, y + 1);
-      cVec3 n = comms::Cross(r - l, d - u);
-      if (n.Length() > 0) f.Grid[y * f.Nx + x].Normal = n.Normalized();
-    }
+  const PaintFace& f = Faces[face];
+  GridNormals(*this, face, 0, 0, f.Nx, f.Ny);
 }
 
 void PaintScene::ComposeAll() {

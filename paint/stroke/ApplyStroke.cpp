@@ -157,7 +157,8 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
     }
 }
 
-float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all) {
+float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
+                            SampleRect& reached) {
   PaintFace& F = scene_.Faces[face];
   if (!F.Grid) return 0;
   FaceLayer* fl = scene_.GetFaceLayer(face, ctx.CurrentLayer, true);
@@ -186,6 +187,7 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     measured++;
     PenPoint pp;
     if (!measure(startPosition(i), pp)) return;
+    reached.Add(x, y);
     s.PenX = pp.x, s.PenY = pp.y;
     s.X = x, s.Y = y;
     s.Position = mv.Position, s.Normal = mv.Normal;
@@ -333,12 +335,13 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   // own slot, and the sums are added piece by piece afterwards, so the wear
   // does not depend on which worker took what.
   std::vector<float> sums(pieces_.size(), 0.0f);
+  std::vector<SampleRect> reached(pieces_.size());
   std::atomic<int> next{0};
   const int threads = pieces_.size() < 2 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads));
   RunSection(threads, [&](int) {
     for (int k; (k = next.fetch_add(1, std::memory_order_relaxed)) < (int)pieces_.size();) {
       const WalkPiece& p = pieces_[k];
-      sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all)
+      sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all, reached[k])
                        : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
     }
   });
@@ -352,22 +355,45 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
       touched[i] = 1;
     }
   GeneralPen::DeepDegree = savedDepth;
-  // Touched grids recompose; they and their neighbours (whose drawn border
-  // reaches into them) are redrawn.
+  // Touched grids recompose the samples the dab reached; they and their
+  // neighbours (whose drawn border reaches into them) are redrawn.
   std::vector<int> composed;
-  for (int i = 0; i < (int)faces.size(); i++)
-    if (touched[i] && scene_.Faces[faces[i]].Grid) composed.push_back(faces[i]);
+  std::vector<SampleRect> rects;
+  for (size_t k = 0; k < pieces_.size(); k++)
+    if (pieces_[k].Grid && touched[pieces_[k].Place]) composed.push_back(pieces_[k].Face), rects.push_back(reached[k]);
   LastTouchedFaces = 0;
   for (uint8_t t : touched) LastTouchedFaces += t;
-  std::swap(composed, faces);
-  // Normals read the neighbours' composite positions: a pass of their own.
-  scene_.ForEachFace(2, [&](int face) { ComposeFace(scene_, face); });
-  if (GeneralPen::DrawDepth) scene_.ForEachFace(2, [&](int face) { scene_.ComputeGridNormals(face); });
-  std::swap(composed, faces);
+  const int n = (int)composed.size();
+  ParallelRange(0, n, [&](int first, int last) {
+    for (int i = first; i < last; i++)
+      ComposeFaceSamples(scene_, composed[i], rects[i].X0, rects[i].Y0, rects[i].X1, rects[i].Y1);
+  });
+  // Normals read the neighbours' composite positions: a pass of their own,
+  // over the reached samples and their ring, and over the face's border
+  // when a neighbour across it moved too.
+  if (GeneralPen::DrawDepth) {
+    std::vector<int> sorted = composed;
+    std::sort(sorted.begin(), sorted.end());
+    ParallelRange(0, n, [&](int first, int last) {
+      for (int i = first; i < last; i++) {
+        const int face = composed[i];
+        const SampleRect& r = rects[i];
+        GridNormals(scene_, face, r.X0 - 1, r.Y0 - 1, r.X1 + 1, r.Y1 + 1);
+        const PaintFace& F = scene_.Faces[face];
+        bool moved = false;
+        for (int g : F.Neighbour) moved |= g >= 0 && std::binary_search(sorted.begin(), sorted.end(), g);
+        if (!moved) continue;
+        GridNormals(scene_, face, 0, 0, F.Nx, 1);
+        GridNormals(scene_, face, 0, F.Ny - 1, F.Nx, F.Ny);
+        GridNormals(scene_, face, 0, 1, 1, F.Ny - 1);
+        GridNormals(scene_, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
+      }
+    });
+  }
   for (int f : composed) {
     scene_.MarkFaceDirty(f);
-    for (int n : scene_.Faces[f].Neighbour)
-      if (n >= 0) scene_.MarkFaceDirty(n);
+    for (int g : scene_.Faces[f].Neighbour)
+      if (g >= 0) scene_.MarkFaceDirty(g);
   }
   // Tiles a sample changed go to the upload; the rest keep their state.
   for (size_t i = 0; i < prepared_.size(); i++) {

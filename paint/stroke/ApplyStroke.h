@@ -57,7 +57,17 @@ class PaintStroke {
   void PrepareFace(int face, bool backup);
   // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
   void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
-  float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
+  // The samples of a grid a dab reached, x0 <= x < x1, y0 <= y < y1.
+  struct SampleRect {
+    int X0 = 1 << 30, Y0 = 1 << 30, X1 = 0, Y1 = 0;
+    void Add(int x, int y) {
+      X0 = x < X0 ? x : X0, Y0 = y < Y0 ? y : Y0;
+      X1 = x + 1 > X1 ? x + 1 : X1, Y1 = y + 1 > Y1 ? y + 1 : Y1;
+    }
+  };
+  // The face's grid; `reached` grows by every sample given to the sample
+  // function, so that only those recompose.
+  float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, SampleRect& reached);
   // The texels of blocks[0 .. count) of the face's directory, or with
   // blocks null every texel of the face.
   float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, const int* blocks,

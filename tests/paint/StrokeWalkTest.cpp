@@ -399,3 +399,48 @@ TEST(StrokeWalk, SkippedTexelBlocksHoldNoTexelUnderThePen) {
   EXPECT_GT(skipped, (int64_t)(centres.size() / 3) * blocks / 2);
   EXPECT_GT(texelsSkipped, 0);
 }
+
+// A dab recomposes only the samples it reached and the normals round them:
+// what it leaves is what composing every face whole gives, colour, coverage
+// and position of every sample, and the normals inside the faces (a face
+// the pen did not reach keeps its border normals until it is painted).
+TEST(StrokeWalk, ADabsPartialCompositionIsTheWholeOne) {
+  PenState pen;
+  GeneralPen::DrawColor = true;
+  GeneralPen::ColorOpacity = 0.7f;
+  PaintScene scene;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
+                                  paintmeshes::Grid(4)).ok);
+  scene.NewLayer(true);
+  SimplePen shape;
+  PaintStroke stroke(scene);
+  stroke.Pen = &shape;
+  stroke.Begin();
+  // Small dabs across face borders, each reaching part of a few 16 x 16 grids.
+  cVec3 last;
+  for (const cVec3& p : {cVec3(0.8f, 0.9f, 0), cVec3(1.1f, 1.05f, 0), cVec3(1.4f, 1.2f, 0), cVec3(2.05f, 1.0f, 0)}) {
+    ASSERT_EQ(stroke.ApplyStroke(PaintSample(), DabAt(scene, p, 0.15f, last), SheetFace(4, p.x, p.y)),
+              DabResult::Painted);
+    last = p;
+  }
+  stroke.End();
+  std::vector<MicroVertex> after;
+  for (const PaintFace& f : scene.Faces) after.insert(after.end(), f.Grid, f.Grid + f.SampleCount());
+  for (int f = 0; f < (int)scene.Faces.size(); f++) ComposeFace(scene, f);
+  for (int f = 0; f < (int)scene.Faces.size(); f++) scene.ComputeGridNormals(f);
+  size_t k = 0;
+  int raised = 0;
+  for (const PaintFace& f : scene.Faces)
+    for (int y = 0; y < f.Ny; y++)
+      for (int x = 0; x < f.Nx; x++, k++) {
+        const MicroVertex &dab = after[k], &whole = f.Grid[y * f.Nx + x];
+        ASSERT_EQ(dab.Color, whole.Color) << x << "," << y;
+        ASSERT_EQ(dab.Opacity, whole.Opacity);
+        ASSERT_EQ(std::memcmp(&dab.Position, &whole.Position, sizeof dab.Position), 0) << x << "," << y;
+        if (x > 0 && y > 0 && x + 1 < f.Nx && y + 1 < f.Ny) {
+          ASSERT_EQ(std::memcmp(&dab.Normal, &whole.Normal, sizeof dab.Normal), 0) << x << "," << y;
+        }
+        raised += whole.Position.z > 0.001f;
+      }
+  EXPECT_GT(raised, 50);
+}
