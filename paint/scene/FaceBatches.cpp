@@ -2,6 +2,7 @@
 #include "paint/scene/FaceBatches.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "ClassEngine/Threader.h"
@@ -119,13 +120,14 @@ void FillFaces(PaintScene& scene, const std::vector<int>& faces, FaceBatch& batc
   }
   batch.Vertices.resize(vertexAt.back());
   batch.Indices.resize(indexAt.back());
-  auto fill = [&](int first, int last) {
-    for (int i = first; i < last; i++)
+  // Workers take the next face as they come free (faces near the pen cost
+  // more than those at its rim); small batches are not worth the pool.
+  const int n = (int)faces.size();
+  std::atomic<int> next{0};
+  RunSection(n < 16 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads)), [&](int) {
+    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < n;)
       FillFace(scene, faces[i], &batch.Vertices[vertexAt[i]], &batch.Indices[indexAt[i]], (uint32_t)vertexAt[i]);
-  };
-  // Small batches are not worth waking the pool.
-  if (faces.size() < 16) fill(0, (int)faces.size());
-  else ParallelRange(0, (int)faces.size(), fill);
+  });
 }
 
 }  // namespace

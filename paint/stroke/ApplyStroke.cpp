@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
 
 #include "ClassEngine/Threader.h"
 #include "paint/GeneralPen.h"
@@ -91,6 +92,18 @@ class PenMeasure {
   float invScale_, invL2_ = 0, r_ = 1, invR_ = 1, reach2_ = 1;
   cVec3 axis_;
 };
+
+// Runs fn(0 .. count - 1) on the pool, each worker taking the next index as
+// it comes free: the cost of a face or piece varies along the lists (the
+// flood's first faces are the pen's middle), so fixed shares would not be
+// even. Callers write only what index i owns, so any order gives the same.
+void OnFreeWorkers(int count, const std::function<void(int)>& fn) {
+  std::atomic<int> next{0};
+  const int threads = count < 2 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads));
+  RunSection(threads, [&](int) {
+    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) fn(i);
+  });
+}
 
 // sqrt(2) r: the rim of the pen's cylinder.
 constexpr float kRim = 1.415f;
@@ -336,14 +349,10 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   // does not depend on which worker took what.
   std::vector<float> sums(pieces_.size(), 0.0f);
   std::vector<SampleRect> reached(pieces_.size());
-  std::atomic<int> next{0};
-  const int threads = pieces_.size() < 2 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads));
-  RunSection(threads, [&](int) {
-    for (int k; (k = next.fetch_add(1, std::memory_order_relaxed)) < (int)pieces_.size();) {
-      const WalkPiece& p = pieces_[k];
-      sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all, reached[k])
-                       : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
-    }
+  OnFreeWorkers((int)pieces_.size(), [&](int k) {
+    const WalkPiece& p = pieces_[k];
+    sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all, reached[k])
+                     : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
   });
   std::vector<uint8_t> touched(faces.size(), 0);
   std::vector<float> faceSums(faces.size(), 0.0f);
@@ -364,9 +373,8 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   LastTouchedFaces = 0;
   for (uint8_t t : touched) LastTouchedFaces += t;
   const int n = (int)composed.size();
-  ParallelRange(0, n, [&](int first, int last) {
-    for (int i = first; i < last; i++)
-      ComposeFaceSamples(scene_, composed[i], rects[i].X0, rects[i].Y0, rects[i].X1, rects[i].Y1);
+  OnFreeWorkers(n, [&](int i) {
+    ComposeFaceSamples(scene_, composed[i], rects[i].X0, rects[i].Y0, rects[i].X1, rects[i].Y1);
   });
   // Normals read the neighbours' composite positions: a pass of their own,
   // over the reached samples and their ring, and over the face's border
@@ -374,20 +382,18 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   if (GeneralPen::DrawDepth) {
     std::vector<int> sorted = composed;
     std::sort(sorted.begin(), sorted.end());
-    ParallelRange(0, n, [&](int first, int last) {
-      for (int i = first; i < last; i++) {
-        const int face = composed[i];
-        const SampleRect& r = rects[i];
-        GridNormals(scene_, face, r.X0 - 1, r.Y0 - 1, r.X1 + 1, r.Y1 + 1);
-        const PaintFace& F = scene_.Faces[face];
-        bool moved = false;
-        for (int g : F.Neighbour) moved |= g >= 0 && std::binary_search(sorted.begin(), sorted.end(), g);
-        if (!moved) continue;
-        GridNormals(scene_, face, 0, 0, F.Nx, 1);
-        GridNormals(scene_, face, 0, F.Ny - 1, F.Nx, F.Ny);
-        GridNormals(scene_, face, 0, 1, 1, F.Ny - 1);
-        GridNormals(scene_, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
-      }
+    OnFreeWorkers(n, [&](int i) {
+      const int face = composed[i];
+      const SampleRect& r = rects[i];
+      GridNormals(scene_, face, r.X0 - 1, r.Y0 - 1, r.X1 + 1, r.Y1 + 1);
+      const PaintFace& F = scene_.Faces[face];
+      bool moved = false;
+      for (int g : F.Neighbour) moved |= g >= 0 && std::binary_search(sorted.begin(), sorted.end(), g);
+      if (!moved) return;
+      GridNormals(scene_, face, 0, 0, F.Nx, 1);
+      GridNormals(scene_, face, 0, F.Ny - 1, F.Nx, F.Ny);
+      GridNormals(scene_, face, 0, 1, 1, F.Ny - 1);
+      GridNormals(scene_, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
     });
   }
   for (int f : composed) {
