@@ -1,4 +1,5 @@
-// Composition of one micro-vertex face from its layer entries.
+// Composition of one micro-vertex face from its layer entries, and the
+// normals of its grid; both whole or over a rectangle of samples.
 #pragma once
 
 class PaintScene;
@@ -6,3 +7,11 @@ class PaintScene;
 // Blends the face's visible layers into its grid: composite position
 // (base + depth), colour with specular in the alpha byte, and coverage.
 void ComposeFace(PaintScene& scene, int face);
+
+// The samples x0 <= x < x1, y0 <= y < y1 only (clipped to the grid): a dab
+// recomposes what it touched. Each sample's result is the whole face's.
+void ComposeFaceSamples(PaintScene& scene, int face, int x0, int y0, int x1, int y1);
+
+// Normals of the grid's samples in the rectangle (clipped to the grid), from
+// the positions of their four neighbours, across faces at the border.
+void GridNormals(PaintScene& scene, int face, int x0, int y0, int x1, int y1);

@@ -79,21 +79,20 @@ SeamSide SideOf(const comms::cVec2& a, const comms::cVec2& b, float cx, float cy
 
 // The sphere around a block's texels: their mean, and the farthest texel plus
 // one texel's half diagonal, so a pen that reaches a texel's area reaches it.
-static void BoundBlock(const FaceTexels& texels, FaceTexelBlock& b) {
+// `built` holds the block's texels' sizes, in the same order.
+static void BoundBlock(const FaceTexels& texels, const BuildTexel* built, FaceTexelBlock& b) {
   cVec3 c;
   for (uint32_t i = 0; i < b.Count; i++) c += texels.Texels[b.First + i].Position;
   if (b.Count) c = c * (1.0f / (float)b.Count);
-  float r2 = 0, step2 = 0;
-  for (uint32_t i = 1; i < b.Count; i++) {
-    const cVec3 d = texels.Texels[b.First + i].Position - texels.Texels[b.First + i - 1].Position;
-    step2 = std::max(step2, Dot(d, d));
-  }
+  float r2 = 0, diagonal2 = 0;
   for (uint32_t i = 0; i < b.Count; i++) {
     const cVec3 d = texels.Texels[b.First + i].Position - c;
     r2 = std::max(r2, Dot(d, d));
+    const BuildTexel& t = built[b.First + i];
+    diagonal2 = std::max(diagonal2, t.width * t.width + t.height * t.height);
   }
   b.CentreX = c.x, b.CentreY = c.y, b.CentreZ = c.z;
-  b.Radius = std::sqrt(r2) + std::sqrt(step2);
+  b.Radius = std::sqrt(r2) + 0.5f * std::sqrt(diagonal2);
 }
 
 void PixelMap::Build(PaintScene& scene, int renderTarget) {
@@ -168,7 +167,7 @@ void PixelMap::Build(PaintScene& scene, int renderTarget) {
       px.SetBits(kPixelOnMesh, t.x, t.y);
       px.Width = t.width, px.Height = t.height;
     }
-    for (int b = 0; b < face.Texels->BlockCount; b++) BoundBlock(*face.Texels, face.Texels->Directory[b]);
+    for (int b = 0; b < face.Texels->BlockCount; b++) BoundBlock(*face.Texels, texels.data(), face.Texels->Directory[b]);
   }
   // Seams, in two passes widening by 0 then 1 texel: an empty texel just
   // outside a seam edge shows the nearest texel across the seam, on the

@@ -105,14 +105,25 @@ void RasterOp::PixelTriangle(const cVec3& c0, const cVec3& c1, const cVec3& c2) 
     }
     return std::clamp((float)(z0 + zx * (double)px + zy * (double)py), zmin, zmax);
   };
+  // Each row's span is solved from the three edge functions exactly, in
+  // integers, so only covered pixels are visited.
   for (int64_t py = minY; py < maxY; py++) {
     const int64_t sy = py << 10;
-    int64_t e[3];
-    for (int k = 0; k < 3; k++) e[k] = A[k] * (minX << 10) + B[k] * sy + C[k];
-    for (int64_t px = minX; px < maxX; px++) {
-      if (e[0] >= 1 && e[1] >= 1 && e[2] >= 1)
-        Op((int)(px + baseX), (int)(py + baseY), depth(px, py), 0.f, 0.f);
-      for (int k = 0; k < 3; k++) e[k] += A[k] << 10;
+    int64_t lo = minX, hi = maxX;  // [lo, hi)
+    for (int k = 0; k < 3 && lo < hi; k++) {
+      const int64_t e = A[k] * (minX << 10) + B[k] * sy + C[k], step = A[k] << 10;
+      // e + step (px - minX) >= 1
+      if (step > 0) {
+        const int64_t need = 1 - e;
+        if (need > 0) lo = std::max(lo, minX + (need + step - 1) / step);
+      } else if (step < 0) {
+        const int64_t room = e - 1;
+        if (room < 0) hi = lo;
+        else hi = std::min(hi, minX + room / -step + 1);
+      } else if (e < 1) {
+        hi = lo;
+      }
     }
+    for (int64_t px = lo; px < hi; px++) Op((int)(px + baseX), (int)(py + baseY), depth(px, py), 0.f, 0.f);
   }
 }

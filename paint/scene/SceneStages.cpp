@@ -272,21 +272,8 @@ void PaintScene::CreateMeshBlocks() {
 }
 
 void PaintScene::ComputeGridNormals(int face) {
-  PaintFace& f = Faces[face];
-  if (!f.Grid) return;
-  const int nx = f.Nx, ny = f.Ny;
-  // Samples inside the grid are read in place; only the ring outside crosses
-  // into the neighbours.
-  MicroVertex scratch;
-  auto at = [&](int x, int y) -> cVec3 {
-    if (x >= 0 && y >= 0 && x < nx && y < ny) return f.Grid[y * nx + x].Position;
-    return GetMicroVertex(face, x, y, &scratch).Vertex->Position;
-  };
-  for (int y = 0; y < ny; y++)
-    for (int x = 0; x < nx; x++) {
-      cVec3 n = comms::Cross(at(x + 1, y) - at(x - 1, y), at(x, y + 1) - at(x, y - 1));
-      if (n.Length() > 0) f.Grid[y * nx + x].Normal = n.Normalized();
-    }
+  const PaintFace& f = Faces[face];
+  GridNormals(*this, face, 0, 0, f.Nx, f.Ny);
 }
 
 void PaintScene::ComposeAll() {

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
 
+#include "ClassEngine/Threader.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/layers/ComposeFace.h"
@@ -27,27 +29,80 @@ struct PenPoint {
   float radius = 1, scaled = 1;  // world units
 };
 
-// False when the point is out of the pen. `all`: every point is in, at the
-// pen's centre, both radii the end radius. `texel`: the per-pixel form, whose
-// pen coordinates are divided by the fade.
-inline bool Measure(const StrokeFrame& f, const cVec3& p, float unitScale, bool all, bool texel, PenPoint& o) {
-  if (all) {
-    o.fade = 1, o.radius = o.scaled = f.EndRadius / unitScale;
+// Measures points against one dab. What is the same for every point (the
+// segment, its squared length, one over a constant radius and over the unit
+// scale) is worked out once.
+class PenMeasure {
+ public:
+  // `all`: every point is in, at the pen's centre, both radii the end radius.
+  // `texel`: the per-pixel form, whose pen coordinates are divided by the fade.
+  PenMeasure(const StrokeFrame& f, float unitScale, bool all, bool texel)
+      : f_(f), all_(all), texel_(texel), invScale_(1.0f / unitScale) {
+    straight_ = !f.SinglePoint && !f.IsCurved;
+    axis_ = f.SegmentEnd - f.SegmentStart;
+    const float L2 = Dot(axis_, axis_);
+    invL2_ = L2 > 0 ? 1.0f / L2 : 0;
+    constantRadius_ = f.SinglePoint || f.StartRadius == f.EndRadius;
+    if (constantRadius_) r_ = f.RadiusAt(0.5f), invR_ = 1.0f / r_;
+    // The frame is orthonormal, so x^2 + y^2 + z^2 = |v|^2 / r^2. A texel
+    // needs x^2 + y^2 < fade^2 <= 1 - z^2, hence |v| < r; a grid sample
+    // needs x^2 + y^2 < 1 and z^2 < 1, hence |v|^2 < 2 r^2. Farther points
+    // stop at that test, taken with a margin over rounding.
+    reach2_ = texel ? 1.001f : 2.002f;
+  }
+
+  // False when the point (paint units) is out of the pen.
+  bool operator()(const cVec3& p, PenPoint& o) const {
+    if (all_) {
+      o.fade = 1, o.radius = o.scaled = f_.EndRadius * invScale_;
+      return true;
+    }
+    if (straight_) {
+      const cVec3 q = p - f_.SegmentStart;
+      if (invL2_ > 0) {
+        o.t = Dot(q, axis_) * invL2_;
+        o.v = q - axis_ * (o.t < 0 ? 0.0f : o.t > 1 ? 1.0f : o.t);
+      } else {
+        o.t = 0.5f, o.v = q;
+      }
+    } else {
+      f_.SegmentPoint(p, o.v, o.t);
+    }
+    o.r = constantRadius_ ? r_ : f_.RadiusAt(o.t);
+    if (Dot(o.v, o.v) > reach2_ * o.r * o.r) return false;
+    o.Rp = f_.PressureScaled ? o.r * f_.PressureAt(o.t) : o.r;
+    const float inv = constantRadius_ ? invR_ : 1.0f / o.r;
+    o.x = Dot(f_.AxisX, o.v) * inv;
+    o.y = Dot(f_.AxisY, o.v) * inv;
+    const float z = Dot(f_.AxisZ, o.v) * inv;
+    o.fade = 1 - z * z;
+    if (!(o.fade > 0)) return false;
+    if (texel_) {
+      const float k = 1.0f / o.fade;
+      o.x *= k, o.y *= k;
+    }
+    if (o.x * o.x + o.y * o.y >= 1) return false;
+    o.radius = o.r * invScale_, o.scaled = o.fade * o.Rp * invScale_;
     return true;
   }
-  f.SegmentPoint(p, o.v, o.t);
-  o.r = f.RadiusAt(o.t);
-  o.Rp = f.PressureScaled ? o.r * f.PressureAt(o.t) : o.r;
-  const float inv = 1.0f / o.r;
-  o.x = Dot(f.AxisX, o.v) * inv;
-  o.y = Dot(f.AxisY, o.v) * inv;
-  const float z = Dot(f.AxisZ, o.v) * inv;
-  o.fade = 1 - z * z;
-  if (!(o.fade > 0)) return false;
-  if (texel) o.x /= o.fade, o.y /= o.fade;
-  if (o.x * o.x + o.y * o.y >= 1) return false;
-  o.radius = o.r / unitScale, o.scaled = o.fade * o.Rp / unitScale;
-  return true;
+
+ private:
+  const StrokeFrame& f_;
+  bool all_, texel_, straight_ = true, constantRadius_ = false;
+  float invScale_, invL2_ = 0, r_ = 1, invR_ = 1, reach2_ = 1;
+  cVec3 axis_;
+};
+
+// Runs fn(0 .. count - 1) on the pool, each worker taking the next index as
+// it comes free: the cost of a face or piece varies along the lists (the
+// flood's first faces are the pen's middle), so fixed shares would not be
+// even. Callers write only what index i owns, so any order gives the same.
+void OnFreeWorkers(int count, const std::function<void(int)>& fn) {
+  std::atomic<int> next{0};
+  const int threads = count < 2 ? 1 : std::max(1, std::min(UsingProcessors(), kMaxThreads));
+  RunSection(threads, [&](int) {
+    for (int i; (i = next.fetch_add(1, std::memory_order_relaxed)) < count;) fn(i);
+  });
 }
 
 // sqrt(2) r: the rim of the pen's cylinder.
@@ -109,10 +164,14 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
     return;
   }
   for (int b = 0; b < T.BlockCount; b++)
-    if (BlockInReach(frame, T.Directory[b], scene_.UnitScale)) touch(T.Texels[T.Directory[b].First]);
+    if (BlockInReach(frame, T.Directory[b], scene_.UnitScale)) {
+      touch(T.Texels[T.Directory[b].First]);
+      reach_.push_back(b);
+    }
 }
 
-float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all) {
+float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
+                            SampleRect& reached) {
   PaintFace& F = scene_.Faces[face];
   if (!F.Grid) return 0;
   FaceLayer* fl = scene_.GetFaceLayer(face, ctx.CurrentLayer, true);
@@ -131,6 +190,7 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     const MicroVertex& mv = F.Grid[i];
     return (mv.Position - ((dest[i].Offset - back[i].Offset) * dt + mv.BaseNormal * dest[i].Emboss)) * us;
   };
+  const PenMeasure measure(f, us, all, false);
   float sum = 0;
   VertexSample s;
   s.Face = face, s.Layer = fl->Info;
@@ -139,7 +199,8 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     MicroVertex& mv = F.Grid[i];
     measured++;
     PenPoint pp;
-    if (!Measure(f, startPosition(i), us, all, false, pp)) return;
+    if (!measure(startPosition(i), pp)) return;
+    reached.Add(x, y);
     s.PenX = pp.x, s.PenY = pp.y;
     s.X = x, s.Y = y;
     s.Position = mv.Position, s.Normal = mv.Normal;
@@ -183,7 +244,8 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
   return sum;
 }
 
-float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all) {
+float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
+                              const int* blocks, int count) {
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
   if (!map || !F.Texels || !fn.HasPixelForm()) return 0;
@@ -194,36 +256,51 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
   PixelCursor cur;
   PixelSample s;
   s.Layer = info;
+  const PenMeasure measure(f, us, all, true);
   float sum = 0;
   int64_t measured = 0;
-  auto walk = [&](uint32_t first, uint32_t count) {
-    for (uint32_t i = first; i < first + count; i++) {
-      const FaceTexel& t = T.Texels[i];
-      measured++;
-      PenPoint pp;
-      if (!Measure(f, t.Position * us, us, all, true, pp)) continue;
-      if (!map->FetchPixel(cur, t.X, t.Y, false, false, false)) continue;
-      PixelTile* tile = cur.Tile;
-      LayerTile* layer = tile->CurrentLayerTile;
-      if (!layer || (int)layer->LayerID != ctx.CurrentLayer) continue;
-      s.PenX = pp.x, s.PenY = pp.y;
-      s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
-      s.Position = t.Position, s.Normal = t.Normal;
-      s.Pixel = &tile->Pixels[cur.Index];
-      s.Dest = &layer->Pixels[cur.Index];
-      s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[cur.Index] : s.Dest;
-      const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
-      if (w != 0) {
-        sum += w;
-        std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
-      }
+  // One texel whose pixel is (tile, index).
+  auto visit = [&](const FaceTexel& t, PixelTile* tile, int index) {
+    PenPoint pp;
+    if (!measure(t.Position * us, pp)) return;
+    LayerTile* layer = tile->CurrentLayerTile;
+    if (!layer || (int)layer->LayerID != ctx.CurrentLayer) return;
+    s.PenX = pp.x, s.PenY = pp.y;
+    s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
+    s.Position = t.Position, s.Normal = t.Normal;
+    s.Pixel = &tile->Pixels[index];
+    s.Dest = &layer->Pixels[index];
+    s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[index] : s.Dest;
+    const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
+    if (w != 0) {
+      sum += w;
+      std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
     }
   };
-  if (T.BlockCount == 0 || all) {
+  // Texels one by one, each finding its tile.
+  auto walk = [&](uint32_t first, uint32_t count) {
+    measured += count;
+    for (uint32_t i = first; i < first + count; i++) {
+      const FaceTexel& t = T.Texels[i];
+      if (map->FetchPixel(cur, t.X, t.Y, false, false, false)) visit(t, cur.Tile, cur.Index);
+    }
+  };
+  // A block's texels share one tile: it is looked up once.
+  auto walkBlock = [&](const FaceTexelBlock& b) {
+    PixelTile* tile = map->FindTile(b.TileX, b.TileY);
+    if (!tile) return;
+    measured += b.Count;
+    for (uint32_t i = b.First; i < b.First + b.Count; i++) {
+      const FaceTexel& t = T.Texels[i];
+      if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) continue;  // a damaged directory
+      visit(t, tile, (t.Y & 15) * kTileSide + (t.X & 15));
+    }
+  };
+  if (!blocks) {
     walk(0, (uint32_t)T.Count);
   } else {
-    for (int b = 0; b < T.BlockCount; b++)
-      if (BlockInReach(f, T.Directory[b], us)) walk(T.Directory[b].First, T.Directory[b].Count);
+    for (int i = 0; i < count; i++)
+      if (blocks[i] >= 0 && blocks[i] < T.BlockCount) walkBlock(T.Directory[blocks[i]]);
   }
   std::atomic_ref<int64_t>(LastSamples).fetch_add(measured, std::memory_order_relaxed);
   return sum;
@@ -237,10 +314,28 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   prepared_.clear();
   const float savedDepth = GeneralPen::DeepDegree;
   if (Pen) GeneralPen::DeepDegree *= Pen->DepthModulator;
-  // Serial: layer entries, backups and tiles exist before any worker runs.
-  for (int f : faces) {
-    if (scene_.Faces[f].Grid) PrepareFace(f, backup);
-    if (scene_.Faces[f].Texels) PrepareTiles(f, frame, backup);
+  // Serial: layer entries, backups and tiles exist before any worker runs;
+  // the walk is cut into pieces of at most kPieceBlocks texel blocks.
+  constexpr int kPieceBlocks = 4;
+  pieces_.clear();
+  reach_.clear();
+  for (int i = 0; i < (int)faces.size(); i++) {
+    const int f = faces[i];
+    const PaintFace& F = scene_.Faces[f];
+    if (F.Grid) {
+      PrepareFace(f, backup);
+      pieces_.push_back({f, i, true, -1, -1});
+    }
+    if (F.Texels) {
+      const int first = (int)reach_.size();
+      PrepareTiles(f, frame, backup);
+      if (all || F.Texels->BlockCount == 0) {
+        pieces_.push_back({f, i, false, -1, -1});
+      } else {
+        for (int b = first; b < (int)reach_.size(); b += kPieceBlocks)
+          pieces_.push_back({f, i, false, b, std::min(b + kPieceBlocks, (int)reach_.size())});
+      }
+    }
   }
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
@@ -249,41 +344,62 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   StrokeContext ctx;
   ctx.Frame = &frame, ctx.Scene = &scene_, ctx.Pen = Pen, ctx.Modificator = Modificator;
   ctx.CurrentLayer = scene_.CurrentLayer, ctx.UnitScale = scene_.UnitScale;
-  std::vector<uint8_t> touched(faces.size(), 0);
-  // Workers get face indices; the touched flag goes by the face's place in the list.
-  std::vector<std::pair<int, int>> order(faces.size());
-  for (int i = 0; i < (int)faces.size(); i++) order[i] = {faces[i], i};
-  std::sort(order.begin(), order.end());
-  auto placeOf = [&](int face) {
-    return std::lower_bound(order.begin(), order.end(), std::make_pair(face, -1))->second;
-  };
-  scene_.ForEachFace(2, [&](int face) {
-    PaintFace& F = scene_.Faces[face];
-    float sum = 0;
-    if (F.Grid) sum += WalkGrid(fn, ctx, face, all);
-    if (F.Texels) sum += WalkTexels(fn, ctx, face, all);
-    if (sum != 0) {
-      F.Wear = std::clamp(F.Wear + sum, 0.0f, 1e30f);
-      touched[placeOf(face)] = 1;
-    }
+  // Workers take the next piece as they come free; each piece's sum has its
+  // own slot, and the sums are added piece by piece afterwards, so the wear
+  // does not depend on which worker took what.
+  std::vector<float> sums(pieces_.size(), 0.0f);
+  std::vector<SampleRect> reached(pieces_.size());
+  OnFreeWorkers((int)pieces_.size(), [&](int k) {
+    const WalkPiece& p = pieces_[k];
+    sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all, reached[k])
+                     : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
   });
+  std::vector<uint8_t> touched(faces.size(), 0);
+  std::vector<float> faceSums(faces.size(), 0.0f);
+  for (size_t k = 0; k < pieces_.size(); k++) faceSums[pieces_[k].Place] += sums[k];
+  for (size_t i = 0; i < faces.size(); i++)
+    if (faceSums[i] != 0) {
+      PaintFace& F = scene_.Faces[faces[i]];
+      F.Wear = std::clamp(F.Wear + faceSums[i], 0.0f, 1e30f);
+      touched[i] = 1;
+    }
   GeneralPen::DeepDegree = savedDepth;
-  // Touched grids recompose; they and their neighbours (whose drawn border
-  // reaches into them) are redrawn.
+  // Touched grids recompose the samples the dab reached; they and their
+  // neighbours (whose drawn border reaches into them) are redrawn.
   std::vector<int> composed;
-  for (int i = 0; i < (int)faces.size(); i++)
-    if (touched[i] && scene_.Faces[faces[i]].Grid) composed.push_back(faces[i]);
+  std::vector<SampleRect> rects;
+  for (size_t k = 0; k < pieces_.size(); k++)
+    if (pieces_[k].Grid && touched[pieces_[k].Place]) composed.push_back(pieces_[k].Face), rects.push_back(reached[k]);
   LastTouchedFaces = 0;
   for (uint8_t t : touched) LastTouchedFaces += t;
-  std::swap(composed, faces);
-  // Normals read the neighbours' composite positions: a pass of their own.
-  scene_.ForEachFace(2, [&](int face) { ComposeFace(scene_, face); });
-  if (GeneralPen::DrawDepth) scene_.ForEachFace(2, [&](int face) { scene_.ComputeGridNormals(face); });
-  std::swap(composed, faces);
+  const int n = (int)composed.size();
+  OnFreeWorkers(n, [&](int i) {
+    ComposeFaceSamples(scene_, composed[i], rects[i].X0, rects[i].Y0, rects[i].X1, rects[i].Y1);
+  });
+  // Normals read the neighbours' composite positions: a pass of their own,
+  // over the reached samples and their ring, and over the face's border
+  // when a neighbour across it moved too.
+  if (GeneralPen::DrawDepth) {
+    std::vector<int> sorted = composed;
+    std::sort(sorted.begin(), sorted.end());
+    OnFreeWorkers(n, [&](int i) {
+      const int face = composed[i];
+      const SampleRect& r = rects[i];
+      GridNormals(scene_, face, r.X0 - 1, r.Y0 - 1, r.X1 + 1, r.Y1 + 1);
+      const PaintFace& F = scene_.Faces[face];
+      bool moved = false;
+      for (int g : F.Neighbour) moved |= g >= 0 && std::binary_search(sorted.begin(), sorted.end(), g);
+      if (!moved) return;
+      GridNormals(scene_, face, 0, 0, F.Nx, 1);
+      GridNormals(scene_, face, 0, F.Ny - 1, F.Nx, F.Ny);
+      GridNormals(scene_, face, 0, 1, 1, F.Ny - 1);
+      GridNormals(scene_, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
+    });
+  }
   for (int f : composed) {
     scene_.MarkFaceDirty(f);
-    for (int n : scene_.Faces[f].Neighbour)
-      if (n >= 0) scene_.MarkFaceDirty(n);
+    for (int g : scene_.Faces[f].Neighbour)
+      if (g >= 0) scene_.MarkFaceDirty(g);
   }
   // Tiles a sample changed go to the upload; the rest keep their state.
   for (size_t i = 0; i < prepared_.size(); i++) {

@@ -57,8 +57,21 @@ class PaintStroke {
   void PrepareFace(int face, bool backup);
   // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
   void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
-  float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
-  float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all);
+  // The samples of a grid a dab reached, x0 <= x < x1, y0 <= y < y1.
+  struct SampleRect {
+    int X0 = 1 << 30, Y0 = 1 << 30, X1 = 0, Y1 = 0;
+    void Add(int x, int y) {
+      X0 = x < X0 ? x : X0, Y0 = y < Y0 ? y : Y0;
+      X1 = x + 1 > X1 ? x + 1 : X1, Y1 = y + 1 > Y1 ? y + 1 : Y1;
+    }
+  };
+  // The face's grid; `reached` grows by every sample given to the sample
+  // function, so that only those recompose.
+  float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, SampleRect& reached);
+  // The texels of blocks[0 .. count) of the face's directory, or with
+  // blocks null every texel of the face.
+  float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, const int* blocks,
+                   int count);
   // Workers, composition and dirty marks over scene.StrokeFaces.
   void RunDab(const SampleFunction& fn, const StrokeFrame& frame, bool backup, bool all);
 
@@ -66,6 +79,16 @@ class PaintStroke {
   std::vector<std::unique_ptr<FaceBackup>> backups_;
   std::vector<PixelMap*> maps_;  // maps whose tiles hold undo copies
   std::vector<std::pair<PixelTile*, PixelMap*>> prepared_;  // tiles this dab may touch
+  // A share of one dab's walk: a face's grid, or some of its texel blocks
+  // (Blocks, a range of reach_; -1 for all its texels). Pieces are small, so
+  // that the workers share a dab of few large faces evenly.
+  struct WalkPiece {
+    int Face = 0, Place = 0;  // the face and its place in StrokeFaces
+    bool Grid = false;
+    int First = -1, Last = -1;
+  };
+  std::vector<WalkPiece> pieces_;
+  std::vector<int> reach_;  // block indices in reach, face by face
 };
 
 // Whether any texel of the block may lie under the pen: the block's sphere

@@ -12,23 +12,37 @@ using comms::cVec3;
 
 void PaintDabs::Begin(uint32_t seed) {
   End();
+  if (Recording) Recording->Kind = Kind, Recording->Seed = seed, Recording->Hits.clear();
   rnd_.Seed(seed);
   Stroke.Begin();
   smudge_.Reset();
   GeneralPen::StripPhase = 0;
-  active_ = true, hasLast_ = false, dabs_ = 0;
+  active_ = true, dabs_ = 0;
+  for (Track& t : tracks_) t.HasLast = false;
 }
 
 void PaintDabs::End() {
   if (!active_) return;
   Stroke.End();
-  active_ = false, hasLast_ = false;
+  active_ = false;
+  for (Track& t : tracks_) t.HasLast = false;
+}
+
+void PaintDabs::Replay(const StrokeRecord& record) {
+  Kind = record.Kind;
+  Begin(record.Seed);
+  for (const PenHit& h : record.Hits) Dab(h);
+  End();
 }
 
 DabResult PaintDabs::Dab(const PenHit& hit) {
   if (!active_) Begin();
+  if (Recording) Recording->Hits.push_back(hit);
+  Track& track = tracks_[hit.Mirror & 7];
+  const bool hasLast = track.HasLast;
+  const PenHit& last = track.Last;
   BasicPenShape* pen = GeneralPen::CurrentPenPtr ? GeneralPen::CurrentPenPtr : &plainPen_;
-  GeneralPen::PrevPressure = hasLast_ ? last_.Pressure : hit.Pressure;
+  GeneralPen::PrevPressure = hasLast ? last.Pressure : hit.Pressure;
   GeneralPen::PenPressure = hit.Pressure;
   const float us = scene_.UnitScale;
   // The pen's radius in pixels after pressure and variation, in world units here.
@@ -36,15 +50,17 @@ DabResult PaintDabs::Dab(const PenHit& hit) {
   const float radius = hit.WorldRadius * DabRadius(*pen, hit.Pressure, rnd_) / pixels;
   GeneralPen::StrokeRadius = radius;
   StrokeFrame f;
-  const cVec3 start = hasLast_ ? last_.Pos : hit.Pos;
-  f.SetSegment(start * us, hit.Pos * us, (hasLast_ ? lastRadius_ : radius) * us, radius * us);
-  f.SinglePoint = !hasLast_;
+  const cVec3 start = hasLast ? last.Pos : hit.Pos;
+  f.SetSegment(start * us, hit.Pos * us, (hasLast ? track.LastRadius : radius) * us, radius * us);
+  f.SinglePoint = !hasLast;
   f.PrevPressure = GeneralPen::PrevPressure, f.PenPressure = GeneralPen::PenPressure;
   f.SetStrokeMode(GeneralPen::StrokeMode);
   f.PenRadius = hit.WorldRadius * us;
   f.ViewDir = hit.ViewDir.Normalized();
   f.IgnoreBackfaces = GeneralPen::IgnoreBackfaces;
   PenFrameInput in;
+  // A copy mirrored in an odd number of axes turns the other way.
+  in.MirrorSigns = __builtin_popcount((unsigned)hit.Mirror & 7) % 2 ? -1 : 1;
   in.ViewDir[0] = f.ViewDir.x, in.ViewDir[1] = f.ViewDir.y, in.ViewDir[2] = f.ViewDir.z;
   const cVec3 motion = hit.Pos - start;
   in.Motion[0] = motion.x * us, in.Motion[1] = motion.y * us, in.Motion[2] = motion.z * us;
@@ -63,14 +79,14 @@ DabResult PaintDabs::Dab(const PenHit& hit) {
     at.SinglePoint = true;
     at.SegmentEnd = at.SegmentStart;
     smudge_.BeginGather();
-    Stroke.ApplyStroke(smudge_, at, hasLast_ ? last_.Face : hit.Face, false);
+    Stroke.ApplyStroke(smudge_, at, hasLast ? last.Face : hit.Face, false);
     smudge_.EndGather(f.SegmentLength / std::max(f.EndRadius, 1e-6f));
     r = Stroke.ApplyStroke(smudge_, f, hit.Face, true);
   } else {
     const SampleFunction& fn = Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_;
     r = Stroke.ApplyStroke(fn, f, hit.Face, true);
   }
-  last_ = hit, lastRadius_ = radius, hasLast_ = true;
+  track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;
 }

@@ -1,11 +1,14 @@
 // PaintDabs: turns the pen's hits on the surface into dabs of the paint room.
-// Each hit after the first makes one dab swept from the previous hit: radius
+// Each hit after the first makes one dab swept from the previous hit of the
+// same mirror copy (so each copy of a symmetric stroke is a track of its own,
+// its pen frame mirrored, and all share one stroke's start state): radius
 // and amounts from GeneralPen with the pen's random variation, the pen frame
 // along the motion, the colour jitter, then ApplyStroke with the sample of the
 // chosen tool (the paint sample, the eraser, or the smudge with its gathering
 // pass). The tools of the paint room and the replay scripts share it.
 #pragma once
 #include <cstdint>
+#include <vector>
 
 #include "ClassEngine/Random.h"
 #include "paint/PenShapes.h"
@@ -22,9 +25,19 @@ struct PenHit {
   float WorldRadius = 1;
   float Pressure = 1;
   comms::cVec3 ViewDir{0, 0, -1};
+  int Mirror = 0;  // 0 the pen's own dab, else its copy mirrored in axes x + 2y + 4z
 };
 
 enum class PaintKind { Paint, Erase, Smudge };
+
+// One stroke as PaintDabs received it: what it did, its seed and its hits.
+// Replayed on a scene imported alike with the same pen state, it gives the
+// same samples: a stroke made in the window can be run again headless.
+struct StrokeRecord {
+  PaintKind Kind = PaintKind::Paint;
+  uint32_t Seed = 1;
+  std::vector<PenHit> Hits;
+};
 
 class PaintDabs {
  public:
@@ -32,6 +45,8 @@ class PaintDabs {
 
   PaintKind Kind = PaintKind::Paint;
   PaintStroke Stroke;
+  // When set, Begin starts the record over and every hit is added to it.
+  StrokeRecord* Recording = nullptr;
 
   // A new stroke; its random generator starts from `seed`.
   void Begin(uint32_t seed = 1);
@@ -40,6 +55,8 @@ class PaintDabs {
   void End();
   bool Active() const { return active_; }
   int Dabs() const { return dabs_; }
+  // Runs a recorded stroke from Begin to End.
+  void Replay(const StrokeRecord& record);
 
  private:
   PaintScene& scene_;
@@ -48,8 +65,13 @@ class PaintDabs {
   SmudgeSample smudge_;
   SimplePen plainPen_;  // when no pen is current
   Random rnd_;
-  bool active_ = false, hasLast_ = false;
-  PenHit last_;
-  float lastRadius_ = 0;
+  bool active_ = false;
+  // The last hit of each mirror copy.
+  struct Track {
+    bool HasLast = false;
+    PenHit Last;
+    float LastRadius = 0;
+  };
+  Track tracks_[8];
   int dabs_ = 0;
 };

@@ -42,7 +42,7 @@ int SolveCubic(double a, double b, double c, double roots[3]) {
 
 }  // namespace
 
-void StrokeFrame::SegmentPoint(const cVec3& p, cVec3& outVector, float& outT) const {
+void StrokeFrame::PointOrCurvePoint(const cVec3& p, cVec3& outVector, float& outT) const {
   if (SinglePoint) {
     outVector = p - SegmentEnd;
     return;
@@ -71,23 +71,7 @@ void StrokeFrame::SegmentPoint(const cVec3& p, cVec3& outVector, float& outT) co
     }
     outVector = bestV;
     outT = ((1 - SpeedRatio) * bestT + SpeedRatio) * bestT;
-    return;
   }
-  const cVec3 a = SegmentEnd - SegmentStart;
-  const float L2 = Dot(a, a);
-  if (L2 == 0) {
-    outT = 0.5f;
-    outVector = p - SegmentStart;
-    return;
-  }
-  const float t = Dot(p - SegmentStart, a) / L2;
-  outT = t;
-  outVector = p - SegmentStart - a * std::clamp(t, 0.0f, 1.0f);
-}
-
-float StrokeFrame::RadiusAt(float t) const {
-  if (SinglePoint) return EndRadius;
-  return std::clamp(StartRadius + (EndRadius - StartRadius) * t, 1e-10f, MaxRadius);
 }
 
 float StrokeFrame::PressureAt(float t) const {

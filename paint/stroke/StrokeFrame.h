@@ -34,9 +34,30 @@ struct StrokeFrame {
   void SetStrokeMode(int strokeMode);
   // The vector from the nearest point of the stroke to p, and the stroke's
   // parameter there (unclamped on a straight segment).
-  void SegmentPoint(const comms::cVec3& p, comms::cVec3& outVector, float& outT) const;
-  float RadiusAt(float t) const;
+  // The straight segment is inline: the walk asks it for every sample.
+  void SegmentPoint(const comms::cVec3& p, comms::cVec3& outVector, float& outT) const {
+    if (SinglePoint || IsCurved) return PointOrCurvePoint(p, outVector, outT);
+    const comms::cVec3 a = SegmentEnd - SegmentStart;
+    const float L2 = Dot(a, a);
+    if (L2 == 0) {
+      outT = 0.5f;
+      outVector = p - SegmentStart;
+      return;
+    }
+    const float t = Dot(p - SegmentStart, a) / L2;
+    outT = t;
+    outVector = p - SegmentStart - a * (t < 0 ? 0.0f : t > 1 ? 1.0f : t);
+  }
+  float RadiusAt(float t) const {
+    if (SinglePoint) return EndRadius;
+    const float r = StartRadius + (EndRadius - StartRadius) * t;
+    return r < 1e-10f ? 1e-10f : r > MaxRadius ? MaxRadius : r;
+  }
   float PressureAt(float t) const;
   // The largest of the two radii.
   float MaxDabRadius() const { return StartRadius > EndRadius ? StartRadius : EndRadius; }
+
+ private:
+  // SegmentPoint of a single point or a curve.
+  void PointOrCurvePoint(const comms::cVec3& p, comms::cVec3& outVector, float& outT) const;
 };

@@ -13,13 +13,15 @@ using comms::cVec3;
 
 namespace {
 
-// Counts the pixels of a triangle that are not behind the plane.
+// Counts the pixels of a triangle in the window, and those not behind the
+// plane.
 class VisibleCount : public RasterOp {
  public:
   const ZChecker* Plane = nullptr;
-  int Count = 0;
+  int Owned = 0, Visible = 0;
   void Op(int x, int y, float z, float, float) override {
-    if (z <= Plane->At(x, y) + kDepthSlack) Count++;
+    Owned++;
+    if (z <= Plane->At(x, y) + kDepthSlack) Visible++;
   }
 };
 
@@ -54,17 +56,12 @@ void DropOccludedFaces(const PaintScene& s, const StrokeFrame& f, std::vector<in
   for (int face : faces) triangles(face, plane);
   VisibleCount visible;
   visible.Plane = &plane;
+  // A face owning no pixel of the window (too small, edge-on) cannot be
+  // judged: it stays.
   faces.erase(std::remove_if(faces.begin(), faces.end(), [&](int face) {
-                // A face owning no pixel of the window (too small, edge-on) cannot be judged: it stays.
-                visible.Count = 0;
-                struct Any : RasterOp {
-                  int n = 0;
-                  void Op(int, int, float, float, float) override { n++; }
-                } any;
-                triangles(face, any);
-                if (any.n == 0) return false;
+                visible.Owned = visible.Visible = 0;
                 triangles(face, visible);
-                return visible.Count == 0;
+                return visible.Owned > 0 && visible.Visible == 0;
               }),
               faces.end());
 }

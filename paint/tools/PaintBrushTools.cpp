@@ -62,9 +62,10 @@ bool PaintBrushTool::OnLMBDown() {
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
   if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
   dabs_->Kind = kind_;
+  dabs_->Recording = Recording;
   dabs_->Begin(++strokes_);
   spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) {
-    if (d.Mirror != 0 || !camera_) return;  // mirrored copies come with symmetry
+    if (!camera_) return;
     PaintPenPoint at;
     if (!PenAt(d.ScreenX, d.ScreenY, at)) return;
     PenHit h;
@@ -72,7 +73,12 @@ bool PaintBrushTool::OnLMBDown() {
     h.Face = d.Hit.Face;
     h.WorldRadius = at.WorldRadius;
     h.Pressure = GeneralPen::IgnorePressure ? 1.0f : GeneralPen::PenPressure;
-    h.ViewDir = camera_->Forward;
+    // A mirrored copy (GeneralPen::Symmetry) looks along the mirrored view.
+    const float forward[3] = {camera_->Forward.x, camera_->Forward.y, camera_->Forward.z};
+    float mirrored[3];
+    MirrorVector(forward, d.Mirror, mirrored);
+    h.ViewDir = cVec3(mirrored[0], mirrored[1], mirrored[2]);
+    h.Mirror = d.Mirror;
     if (dabs_->Dab(h) == DabResult::InvisibleLayer) message_ = "PAINT_INVIS_LAYER";
   });
   spacer_->Begin();

@@ -40,6 +40,8 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   void SetPressureSource(PressureSource* source) { pressure_ = source; }
   bool PenAt(float x, float y, PaintPenPoint& out) const;
   bool Stroking() const { return dabs_ && dabs_->Active(); }
+  // When set, each stroke of the tool is recorded there (the last one stays).
+  StrokeRecord* Recording = nullptr;
   // The last refusal ("PAINT_INVIS_LAYER"), empty when none.
   const char* Message() const { return message_; }
   // The ring of the pen on the surface under the pointer; false off the mesh.

@@ -5,6 +5,8 @@
 // the eraser takes the paint back and the smudge drags colour along.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "PaintMeshes.h"
@@ -163,4 +165,51 @@ TEST_F(PaintToolFixture, BracketsWidenAndNarrowThePenWithinItsRange) {
   pen->OnKey(keys::RightBracket);
   EXPECT_EQ(GeneralPen::PenRadius, 500.0f);
   EXPECT_FALSE(pen->OnKey(keys::LeftBracket + 5));
+}
+
+// With the x axis of symmetry on, a drag over one half of a sheet centred on
+// the plane x = 0 paints the other half as its mirror image; with it off, the
+// other half stays grey.
+TEST_F(PaintToolFixture, SymmetryPaintsTheMirroredTrackToo) {
+  for (int symmetry : {0, 1}) {
+    SCOPED_TRACE(symmetry);
+    comms::cMesh sheet = paintmeshes::Sheet(4, 3);
+    for (auto& p : sheet.positions) p.x -= 2;
+    PaintScene mirrored;
+    ASSERT_TRUE(ImportMeshIntoScene(mirrored, sheet, PaintImportMode::MicroVertex, paintmeshes::Grid(4)).ok);
+    mirrored.NewLayer(true);
+    comms::cFreeViewer view;
+    view.ViewRect = comms::cRect{0, 0, 640, 480};
+    view.SetHome(cVec3(0, 1.5f, 0), 4.f, comms::cQuat());
+    FindPaintTool(table, "StdPen")->SetScene(&mirrored, &view);
+    GeneralPen::Symmetry = symmetry;
+    // Right of the plane (screen x 360 and more: world x 0.45 to 1.6), a
+    // little slanted so that up and down would show a flip.
+    Drag("StdPen", {{360, 250}, {400, 240}, {440, 232}, {470, 226}});
+    GeneralPen::Symmetry = 0;
+    auto red = [&](float x, float y) {
+      const int fx = (int)std::floor(x + 2), fy = (int)y;
+      const int gx = (int)((x + 2 - fx) * 16), gy = (int)((y - fy) * 16);
+      return (int)((mirrored.Faces[fy * 4 + fx].Grid[gy * 16 + gx].Color >> 16) & 255);
+    };
+    int painted = 0, mirroredPainted = 0, worst = 0, middle = 0;
+    for (float y = 0.03125f; y < 3; y += 0.0625f)
+      for (float x = 0.03125f; x < 2; x += 0.0625f) {
+        const int right = red(x, y), left = red(-x, y);
+        painted += right > 150, mirroredPainted += left > 150;
+        worst = std::max(worst, std::abs(right - left));
+        // The pen (0.13 units) starts at x = 0.45: each copy keeps to its
+        // own track, none sweeps across the plane to the other.
+        if (x < 0.25f) middle += right > 150 || left > 150;
+      }
+    EXPECT_GT(painted, 10);
+    EXPECT_EQ(middle, 0);
+    if (symmetry) {
+      EXPECT_EQ(mirroredPainted, painted);
+      EXPECT_LE(worst, 8) << "the copy should be the mirror image";
+    } else {
+      EXPECT_EQ(mirroredPainted, 0);
+    }
+    FindPaintTool(table, "StdPen")->SetScene(&scene, &cam);
+  }
 }

@@ -2,14 +2,19 @@
 // at its radius (through the 4 x 4 lattice road too), a stroke over its own
 // track applies its start state once, faces hidden behind others stay clean,
 // values agree across face borders, tile borders and UV seams after the
-// update, and one or two threads give the same bytes.
+// update, one or two threads give the same bytes, and the texel blocks the
+// walk skips hold no texel under the pen.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <vector>
 
 #include "ClassEngine/Threader.h"
 #include "PaintMeshes.h"
+#include "interchange/MeshIO.h"
+#include "interchange/TestFiles.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/layers/ComposeFace.h"
@@ -332,4 +337,110 @@ TEST(StrokeWalk, AnInvisibleLayerTakesNoPaint) {
   stroke.Begin();
   EXPECT_EQ(stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(1, 1, 0), 0.5f), 0), DabResult::InvisibleLayer);
   EXPECT_EQ(scene.GetFaceLayer(0, scene.CurrentLayer, false), nullptr);
+}
+
+// The walk skips a texel block when BlockInReach says no: on a model nobody
+// here wrote (minetest's boat, curved and cut into UV islands), for pens of
+// several radii, tilted and moving, no texel a pen reaches lies in a skipped
+// block, and the skipping is worth having.
+TEST(StrokeWalk, SkippedTexelBlocksHoldNoTexelUnderThePen) {
+  const std::string path = "/usr/share/games/minetest/games/minetest_game/mods/boats/models/boats_boat.obj";
+  if (!testfiles::Installed(path)) GTEST_SKIP() << "minetest-data is not installed (scripts/deps.sh --tests)";
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(path.c_str()));
+  ASSERT_TRUE(mesh);
+  PaintScene scene;
+  scene.RtSizeX = scene.RtSizeY = 512;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, *mesh, PaintImportMode::PerPixel, DPSettings()).ok);
+  // Pen centres: texels spread over the whole map.
+  std::vector<cVec3> centres;
+  int blocks = 0;
+  for (const PaintFace& f : scene.Faces)
+    if (f.Texels) {
+      blocks += f.Texels->BlockCount;
+      for (int i = 0; i < f.Texels->Count; i += 997) centres.push_back(f.Texels->Texels[i].Position);
+    }
+  ASSERT_GT(blocks, 100);
+  ASSERT_GT(centres.size(), 100u);
+  const float us = scene.UnitScale;
+  int64_t near = 0, skipped = 0, texelsSkipped = 0;
+  for (size_t k = 0; k < centres.size(); k += 3) {
+    // Radii of 1 to 40 texels; the pen tilted away from the axes and moving.
+    const float radius = (1.0f + (float)(k % 40)) * 4.0f;  // paint units
+    const cVec3 z = cVec3(0.3f, -0.5f + 0.01f * (float)(k % 7), 0.8f).Normalized();
+    const cVec3 x = comms::Cross(cVec3(0, 0, 1), z).Normalized(), y = comms::Cross(z, x);
+    StrokeFrame f;
+    const cVec3 end = centres[k] * us;
+    f.SetSegment(end - x * (radius * 0.5f), end, radius, radius);
+    f.AxisX = x, f.AxisY = y, f.AxisZ = z;
+    for (const PaintFace& face : scene.Faces) {
+      if (!face.Texels) continue;
+      const FaceTexels& T = *face.Texels;
+      for (int b = 0; b < T.BlockCount; b++) {
+        const FaceTexelBlock& block = T.Directory[b];
+        if (BlockInReach(f, block, us)) continue;
+        skipped++, texelsSkipped += block.Count;
+        for (uint32_t i = block.First; i < block.First + block.Count; i++) {
+          cVec3 v;
+          float t;
+          f.SegmentPoint(T.Texels[i].Position * us, v, t);
+          // A texel under the pen lies within r of the stroke.
+          if (Dot(v, v) < radius * radius) {
+            near++;
+            ADD_FAILURE() << "texel " << T.Texels[i].X << "," << T.Texels[i].Y << " skipped at "
+                          << std::sqrt(Dot(v, v)) << " of radius " << radius;
+          }
+        }
+      }
+    }
+    if (near > 0) break;
+  }
+  EXPECT_EQ(near, 0);
+  // Most blocks lie far from any one pen.
+  EXPECT_GT(skipped, (int64_t)(centres.size() / 3) * blocks / 2);
+  EXPECT_GT(texelsSkipped, 0);
+}
+
+// A dab recomposes only the samples it reached and the normals round them:
+// what it leaves is what composing every face whole gives, colour, coverage
+// and position of every sample, and the normals inside the faces (a face
+// the pen did not reach keeps its border normals until it is painted).
+TEST(StrokeWalk, ADabsPartialCompositionIsTheWholeOne) {
+  PenState pen;
+  GeneralPen::DrawColor = true;
+  GeneralPen::ColorOpacity = 0.7f;
+  PaintScene scene;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
+                                  paintmeshes::Grid(4)).ok);
+  scene.NewLayer(true);
+  SimplePen shape;
+  PaintStroke stroke(scene);
+  stroke.Pen = &shape;
+  stroke.Begin();
+  // Small dabs across face borders, each reaching part of a few 16 x 16 grids.
+  cVec3 last;
+  for (const cVec3& p : {cVec3(0.8f, 0.9f, 0), cVec3(1.1f, 1.05f, 0), cVec3(1.4f, 1.2f, 0), cVec3(2.05f, 1.0f, 0)}) {
+    ASSERT_EQ(stroke.ApplyStroke(PaintSample(), DabAt(scene, p, 0.15f, last), SheetFace(4, p.x, p.y)),
+              DabResult::Painted);
+    last = p;
+  }
+  stroke.End();
+  std::vector<MicroVertex> after;
+  for (const PaintFace& f : scene.Faces) after.insert(after.end(), f.Grid, f.Grid + f.SampleCount());
+  for (int f = 0; f < (int)scene.Faces.size(); f++) ComposeFace(scene, f);
+  for (int f = 0; f < (int)scene.Faces.size(); f++) scene.ComputeGridNormals(f);
+  size_t k = 0;
+  int raised = 0;
+  for (const PaintFace& f : scene.Faces)
+    for (int y = 0; y < f.Ny; y++)
+      for (int x = 0; x < f.Nx; x++, k++) {
+        const MicroVertex &dab = after[k], &whole = f.Grid[y * f.Nx + x];
+        ASSERT_EQ(dab.Color, whole.Color) << x << "," << y;
+        ASSERT_EQ(dab.Opacity, whole.Opacity);
+        ASSERT_EQ(std::memcmp(&dab.Position, &whole.Position, sizeof dab.Position), 0) << x << "," << y;
+        if (x > 0 && y > 0 && x + 1 < f.Nx && y + 1 < f.Ny) {
+          ASSERT_EQ(std::memcmp(&dab.Normal, &whole.Normal, sizeof dab.Normal), 0) << x << "," << y;
+        }
+        raised += whole.Position.z > 0.001f;
+      }
+  EXPECT_GT(raised, 50);
 }

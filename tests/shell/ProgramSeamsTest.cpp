@@ -3,10 +3,12 @@
 // scene makes closing ask first, and files handed over on the command line
 // or through Exchange/import.txt reach the scene commands, which say plainly
 // what cannot be done yet and name the file; scene files save and open with
-// their volume, by the recent list, a drop and the open command.
+// their volume, by the recent list, a drop and the open command; a mouse
+// stroke in the window leaves the same samples as the same stroke headless.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -20,6 +22,11 @@
 #include "render/EglContext.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/GeneralPen.h"
+#include "paint/raster/TargetColorMap.h"
+#include "paint/scene/SceneImport.h"
+#include "paint/stroke/PaintDabs.h"
+#include "paint/tools/PaintBrushTools.h"
+#include "interchange/TestFiles.h"
 #include "platform/Keys.h"
 #include "shell/PaintRoom.h"
 #include "shell/Program.h"
@@ -67,6 +74,15 @@ class ProgramSeams : public ShellTest {
   void Tick(int ms) {
     fake.AdvanceTick(uint32_t(ms));
     program_->TheShell().RunFrames(1);
+  }
+  // A left-button mouse event at (x, y), then two frames.
+  void Mouse(PlatformEvent::Type type, float x, float y) {
+    PlatformEvent e;
+    e.type = type;
+    e.key = keys::LeftButton;
+    e.x = int(x), e.y = int(y);
+    fake.Push(e);
+    program_->TheShell().RunFrames(2);
   }
   const SystemDialog* DialogSaying(const std::string& words) {
     for (const SystemDialog& d : fake.DialogsShown())
@@ -197,19 +213,11 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
   const comms::cVec3 to = p.View().Camera().ProjectToView(comms::cVec3(0.75f, -0.75f, 0));
   const float radius = GeneralPen::PenRadius;
   GeneralPen::PenRadius = std::fabs(to.x - from.x) / 12;
-  auto event = [&](PlatformEvent::Type type, float x, float y) {
-    PlatformEvent e;
-    e.type = type;
-    e.key = keys::LeftButton;
-    e.x = int(x), e.y = int(y);
-    fake.Push(e);
-    p.TheShell().RunFrames(2);
-  };
-  event(PlatformEvent::Type::MouseMove, from.x, from.y);
-  event(PlatformEvent::Type::ButtonDown, from.x, from.y);
+  Mouse(PlatformEvent::Type::MouseMove, from.x, from.y);
+  Mouse(PlatformEvent::Type::ButtonDown, from.x, from.y);
   for (int i = 1; i <= 20; i++)
-    event(PlatformEvent::Type::MouseMove, from.x + (to.x - from.x) * i / 20, from.y + (to.y - from.y) * i / 20);
-  event(PlatformEvent::Type::ButtonUp, to.x, to.y);
+    Mouse(PlatformEvent::Type::MouseMove, from.x + (to.x - from.x) * i / 20, from.y + (to.y - from.y) * i / 20);
+  Mouse(PlatformEvent::Type::ButtonUp, to.x, to.y);
   GeneralPen::PenRadius = radius;
   const PaintFace& f = ThePaintScene().Faces[0];
   auto painted = [&](int i) { return f.Grid[i].Color != 0x00808080u || f.Grid[i].Position.z != 0; };
@@ -217,6 +225,67 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
   EXPECT_TRUE(painted(3)) << "where it ended";
   EXPECT_FALSE(painted(15)) << "far from it";
   ThePaintScene().ResetScene(true);
+}
+
+// The window's road (mouse events, the router, the pen tool, its spacer and
+// picks, frames drawn between moves) against the headless one (the stroke's
+// hits handed straight to the dabs) on minetest's boat: the same samples and
+// the same composed colour map, byte for byte.
+TEST_F(ProgramSeams, AStrokeInTheWindowPaintsWhatItPaintsHeadless) {
+  const std::string boat = "/usr/share/games/minetest/games/minetest_game/mods/boats/models/boats_boat.obj";
+  if (!testfiles::Installed(boat)) GTEST_SKIP() << "minetest-data is not installed (scripts/deps.sh --tests)";
+  GeneralPenSaver keep;
+  GeneralPen::DrawColor = GeneralPen::DrawDepth = true;
+  GeneralPen::Color[0] = 0.9f, GeneralPen::Color[1] = 0.2f, GeneralPen::Color[2] = 0.1f;
+  GeneralPen::ColorOpacity = 0.8f;
+  Program& p = Run("\"" + boat + "\"", 1280, 720);
+  p.TheShell().RunFrames(6);
+  ASSERT_TRUE(PaintRoomIsCurrent(Tools()));
+  PaintBrushTool* pen = FindPaintTool(Tools(), "StdPen");
+  ASSERT_NE(pen, nullptr);
+  StrokeRecord record;
+  pen->Recording = &record;
+  // Across the middle of the framed boat, left to right.
+  PaintScene& scene = ThePaintScene();
+  const comms::cVec3 lo(scene.Bounds.Min[0], scene.Bounds.Min[1], scene.Bounds.Min[2]);
+  const comms::cVec3 hi(scene.Bounds.Max[0], scene.Bounds.Max[1], scene.Bounds.Max[2]);
+  const comms::cVec3 mid = (lo + hi) * 0.5f;
+  const comms::cVec3 a = p.View().Camera().ProjectToView(mid), b = p.View().Camera().ProjectToView(hi);
+  const float from = a.x - std::fabs(b.x - a.x) * 0.6f, to = a.x + std::fabs(b.x - a.x) * 0.6f;
+  // However large the boat shows, the pen covers a good part of it.
+  GeneralPen::PenRadius = std::max(4.0f, std::fabs(b.x - a.x) * 0.5f);
+  Mouse(PlatformEvent::Type::MouseMove, from, a.y);
+  Mouse(PlatformEvent::Type::ButtonDown, from, a.y);
+  for (int i = 1; i <= 16; i++) Mouse(PlatformEvent::Type::MouseMove, from + (to - from) * i / 16, a.y + 3 * (i % 3));
+  Mouse(PlatformEvent::Type::ButtonUp, to, a.y);
+  pen->Recording = nullptr;
+  ASSERT_GE(record.Hits.size(), 10u) << "the stroke should cross the boat";
+  // Headless: the same import and the same hits on a scene of its own.
+  PaintScene headless, untouched;
+  ASSERT_TRUE(ImportMeshFile(headless, boat, PaintImportMode::MicroVertex, DPSettings()).ok);
+  ASSERT_TRUE(ImportMeshFile(untouched, boat, PaintImportMode::MicroVertex, DPSettings()).ok);
+  PaintDabs dabs(headless);
+  dabs.Replay(record);
+  ASSERT_EQ(headless.Faces.size(), scene.Faces.size());
+  int painted = 0, differ = 0;
+  for (size_t f = 0; f < scene.Faces.size(); f++) {
+    const PaintFace &w = scene.Faces[f], &h = headless.Faces[f], &u = untouched.Faces[f];
+    ASSERT_EQ(w.SampleCount(), h.SampleCount());
+    for (int i = 0; i < w.SampleCount(); i++) {
+      const MicroVertex &x = w.Grid[i], &y = h.Grid[i];
+      differ += x.Color != y.Color || x.Opacity != y.Opacity || std::memcmp(&x.Position, &y.Position, sizeof x.Position) ||
+                std::memcmp(&x.Normal, &y.Normal, sizeof x.Normal);
+      painted += x.Color != u.Grid[i].Color;
+    }
+  }
+  EXPECT_EQ(differ, 0);
+  EXPECT_GT(painted, 20) << "the stroke should paint: " << record.Hits.size() << " hits";
+  comms::cImage shown, replayed;
+  ASSERT_TRUE(ComposedColorMap(scene, 0, shown));
+  ASSERT_TRUE(ComposedColorMap(headless, 0, replayed));
+  ASSERT_EQ(shown.data.size(), replayed.data.size());
+  EXPECT_TRUE(shown.data == replayed.data);
+  scene.ResetScene(true);
 }
 
 TEST_F(ProgramSeams, SceneFileThatCannotBeReadSaysWhyAndKeepsTheScene) {
