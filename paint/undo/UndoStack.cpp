@@ -50,6 +50,14 @@ UndoStack::UndoStack(std::string folder) : folder_(std::move(folder)) {
 
 UndoStack::~UndoStack() = default;
 
+void UndoStack::SetFolder(std::string folder) {
+  folder_ = std::move(folder);
+  std::error_code ec;
+  std::filesystem::create_directories(folder_, ec);
+  UndoPosition = 0;
+  UndoBytes = 0;
+}
+
 bool UndoStack::RegisterUndoMaker(std::unique_ptr<BasicUndoMaker> maker) {
   if (!maker || FindMaker(maker->GetUndoTag())) return false;
   makers_.push_back(std::move(maker));
@@ -126,7 +134,12 @@ bool UndoStack::WriteRecordFile(BinStream& stream, int n) {
     lastError_ = "cannot write " + target;
     return false;
   }
-  const int fd = ::open(temp.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
+  int fd = ::open(temp.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
+  if (fd < 0 && errno == ENOENT) {  // the folder went away under us
+    std::error_code ec;
+    std::filesystem::create_directories(folder_, ec);
+    fd = ::open(temp.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC, 0644);
+  }
   int err = fd < 0 ? errno : 0;
   int64_t left = stream.Size();
   while (!err && left > 0) {

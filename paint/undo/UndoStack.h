@@ -40,6 +40,8 @@ class UndoStack {
   // then freed). Returns whether it was added.
   bool RegisterUndoMaker(std::unique_ptr<BasicUndoMaker> maker);
   BasicUndoMaker* FindMaker(uint32_t tag) const;
+  // Frees every maker (before the program registers those of a new scene).
+  void RemoveUndoMakers() { makers_.clear(); }
 
   // Deletes every file of the folder and starts empty (a new or loaded scene).
   void ClearUndo();
@@ -66,6 +68,8 @@ class UndoStack {
   std::string UndoStatusText() const;
   std::string FileName(int n) const;
   const std::string& Folder() const { return folder_; }
+  // Moves the stack to another folder (the user folder changed), empty.
+  void SetFolder(std::string folder);
   // Why the last write failed, empty after a good one.
   const std::string& LastError() const { return lastError_; }
 

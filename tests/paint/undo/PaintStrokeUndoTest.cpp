@@ -8,6 +8,7 @@
 
 #include "../PaintMeshes.h"
 #include "PaintPicture.h"
+#include "SamePicture.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintDabs.h"
