@@ -6,12 +6,9 @@
 // byte. Used by the short test and by the long run in bench/.
 #pragma once
 #include <cmath>
-#include <map>
 #include <string>
-#include <tuple>
 
 #include "ClassEngine/Random.h"
-#include "MC/brushes/CellJobs.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/undo/VolumeUndo.h"
@@ -24,34 +21,8 @@
 #include "paint/undo/UndoStack.h"
 #include "tests/paint/PaintMeshes.h"
 #include "tests/paint/undo/PaintPicture.h"
+#include "tests/MC/undo/VolumePicture.h"
 #include "tests/paint/undo/UndoTestFolder.h"
-
-// Voxels, flags and triangles of every cell that holds anything, in key order.
-inline std::string VolumePicture(VolumeObject& v) {
-  std::map<std::tuple<int, int, int>, std::string> cells;
-  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
-    std::string bytes;
-    bool any = false;
-    for (int i = 0; i < kCellVoxels; ++i) {
-      const uint16_t val = OldValue(c, i);
-      any |= val != 0;
-      bytes.append((const char*)&val, 2);
-    }
-    if (const CellSurface* s = c->Surface; s && (s->Vertices.Count || s->Indices.Count)) {
-      any = true;
-      bytes.append((const char*)s->Vertices.Data, sizeof(MCVertex) * s->Vertices.Count);
-      bytes.append((const char*)s->Indices.Data, 2 * s->Indices.Count);
-    }
-    bytes += char(c->Flags & (kCellBelow | kCellAbove | kCellHidden));
-    if (any) cells[{k.x, k.y, k.z}] = std::move(bytes);
-  });
-  std::string out;
-  for (auto& [k, b] : cells) {
-    out.append((const char*)&k, sizeof k);
-    out += b;
-  }
-  return out;
-}
 
 class UndoSequence {
  public:
