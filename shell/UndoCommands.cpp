@@ -57,14 +57,23 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
     }
   };
 
-  // Another scene: no record can cross into it.
-  SceneCommands& commands = TheSceneCommands();
-  auto load = commands.LoadScene;
-  commands.LoadScene = [load, s](const std::string& path, bool restoring) {
-    if (!load || !load(path, restoring)) return false;
+  // Another scene or a new mesh: no record can cross into it.
+  auto clearKeepingChanges = [s] {
     const uint8_t changed = ChangedSinceSave;
     s->ClearUndo();
     ChangedSinceSave = changed;
+  };
+  SceneCommands& commands = TheSceneCommands();
+  auto load = commands.LoadScene;
+  commands.LoadScene = [load, clearKeepingChanges](const std::string& path, bool restoring) {
+    if (!load || !load(path, restoring)) return false;
+    clearKeepingChanges();
+    return true;
+  };
+  auto import = commands.ImportMesh;
+  commands.ImportMesh = [import, clearKeepingChanges](const std::string& path, CommandLineDecision::Action how) {
+    if (!import || !import(path, how)) return false;
+    if (how == CommandLineDecision::Action::ImportPaintMesh) clearKeepingChanges();
     return true;
   };
 
