@@ -115,7 +115,7 @@ struct PixelStep : OneStep {
       PushPaintStrokeUndo(stack, scene, s);
     };
     stroke.Begin();
-    stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(0.5f, 0.5f, 0), 0.1f), 4 * 8 + 4);
+    stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(0.5f, 0.5f, 0), 0.09f), 4 * 8 + 4);
     stroke.End();
     scene.GetPixelMap(0)->Update();
     Measure();
