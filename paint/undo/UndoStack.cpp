@@ -245,6 +245,7 @@ bool UndoStack::Undo() {
   if (BeforeApply) BeforeApply();
   if (UndoPosition == 0) return false;
   --UndoPosition;
+  ChangedSinceSave = 1;  // even a step that brings nothing back moved the stack
   std::vector<uint8_t> bytes = ReadRecordFile(UndoPosition);
   UndoBytes = std::max<int64_t>(UndoBytes - (int64_t)bytes.size(), 0);
   const bool big = (int64_t)bytes.size() >= kNoRedoBytes;
