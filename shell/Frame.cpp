@@ -4,6 +4,7 @@
 #include "ClassEngine/Log.h"
 #include "ClassEngine/SystemDialog.h"
 #include "shell/Shell.h"
+#include "shell/UndoCommands.h"
 
 namespace {
 void SetCursorFromWidget(void* ctx, int id) {
@@ -97,7 +98,9 @@ void Shell::ApplicationFrame(int width, int) {
   PollHandOvers(now);
   // 3. The debug key combinations act on docks, which arrive with the panels.
   // 4. The title bar (a progress bar may have written its percentage there).
-  if (platform_.Title() != title_) platform_.SetTitle(title_);
+  // It carries a mark while the scene holds changes no file has.
+  const std::string title = TitleWithChanges(title_, seams_.SceneModified());
+  if (platform_.Title() != title) platform_.SetTitle(title);
   // 5. The first run: menus, panels and pen, then the crash backup.
   if (firstAppFrame_) {
     firstAppFrame_ = false;

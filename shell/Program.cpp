@@ -6,7 +6,9 @@
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
+#include "paint/undo/UndoStack.h"
 #include "shell/SceneFileCommands.h"
+#include "shell/UndoCommands.h"
 
 namespace {
 // Words for a box: a text key's words, or the text as it stands, marked so
@@ -42,6 +44,7 @@ bool Program::Start(const StartOptions& options) {
   StartPaintRoom(paintRoom_, view_);
   workspace_->Start();
   InstallSceneFileCommands(Tools(), view_, shell_.Folders());
+  InstallUndo(TheUndoStack(), Tools(), view_);
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });
   return true;
 }

@@ -41,6 +41,7 @@ void VolumeObject::UpdateSurface() {
 
   // No partial-redraw machinery exists yet: the view always redraws in full.
 
+  ExtractedCells += (int64_t)rebuild.size();
   if (!rebuild.empty()) {
     const int threads = std::min({UsingProcessors(), kMaxThreads, (int)rebuild.size()});
     RunSection(threads, [&](int t) {

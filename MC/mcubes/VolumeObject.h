@@ -94,6 +94,8 @@ class VolumeObject {
   CellKeyMap<int> BoundsOwed{4099};
   // The frame's update stamp; groups remember it minus 1234.
   int UpdateStamp = 0;
+  // Cells whose triangles UpdateSurface has extracted, over the volume's life.
+  int64_t ExtractedCells = 0;
 
   // --- transform ---
   void SetTransform(const float m[16]);

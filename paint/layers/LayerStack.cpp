@@ -7,54 +7,78 @@
 #include "paint/GeneralPen.h"
 #include "paint/layers/LayerOps.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/undo/LayersUndo.h"
+
+namespace {
+// Every layer's ID: what a merge of several layers may change.
+std::vector<int> AllLayerIDs(PaintScene& scene) {
+  std::vector<int> ids;
+  for (OneLayerInfo* l : scene.Layers) ids.push_back(l->LayerID);
+  return ids;
+}
+}  // namespace
 
 void LayerStack::AddLayer() {
+  if (Scene) RecordLayerChange(*Scene, {});
   if (Scene) Scene->NewLayer(true, Scene->OrderOf(Scene->CurrentLayer) - 1);
 }
 
 void LayerStack::DeleteCurrent() {
+  if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) > 0)
+    RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) DeleteLayer(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::MoveCurrentUp() {
+  if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) < Scene->Layers.GetAmount())
+    RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) MoveLayer(*Scene, Scene->CurrentLayer, true);
 }
 
 void LayerStack::MoveCurrentDown() {
+  if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) > 2)
+    RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) MoveLayer(*Scene, Scene->CurrentLayer, false);
 }
 
 void LayerStack::DuplicateCurrent() {
   if (!Scene) return;
+  RecordLayerChange(*Scene, {});
   const int id = DuplicateLayer(*Scene, Scene->CurrentLayer);
   if (id >= 0) Scene->CurrentLayer = id;
 }
 
 void LayerStack::DuplicateCurrentFlipped() {
   if (!Scene) return;
+  RecordLayerChange(*Scene, {});
   const int id = DuplicateLayerFlipped(*Scene, Scene->CurrentLayer);
   if (id >= 0) Scene->CurrentLayer = id;
 }
 
 void LayerStack::MergeCurrentDown() {
+  if (Scene) RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   if (Scene) MergeDown(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::MergeCurrentUp() {
+  if (Scene) RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   if (Scene) MergeUp(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::MergeAllVisible() {
   if (!Scene) return;
+  RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   const int id = MergeVisible(*Scene);
   if (id >= 0) Scene->CurrentLayer = id;
 }
 
 void LayerStack::ApplyCurrentMask() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ApplyLayerMask(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::ApplyCurrentBlending() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ApplyBlending(*Scene, Scene->CurrentLayer);
 }
 
@@ -74,42 +98,52 @@ LayerFill PenFill() {
 }  // namespace
 
 void LayerStack::FillCurrent() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), false);
 }
 
 void LayerStack::FillCurrentPainted() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), true);
 }
 
 void LayerStack::InvertCurrentColor() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) InvertColor(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::InvertCurrentSpecular() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) InvertSpecular(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::CurrentColorToSpecular() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ColorToSpecular(*Scene, Scene->CurrentLayer);
 }
 
 void LayerStack::ClearCurrentHeight() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, true, false, false);
 }
 
 void LayerStack::ClearCurrentColor() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, true, false);
 }
 
 void LayerStack::ClearCurrentSpecular() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, false, true);
 }
 
 void LayerStack::CopyBlueToRed() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, true);
 }
 
 void LayerStack::CopyRedToBlue() {
+  if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, false);
 }
 

@@ -123,11 +123,16 @@ bool BlockInReach(const StrokeFrame& frame, const FaceTexelBlock& block, float u
 
 PaintStroke::PaintStroke(PaintScene& scene) : scene_(scene) {}
 
-PaintStroke::~PaintStroke() { End(); }
+PaintStroke::~PaintStroke() { Release(); }
 
 void PaintStroke::Begin() { End(); }
 
 void PaintStroke::End() {
+  if (OnEnd && (!backups_.empty() || !maps_.empty())) OnEnd(*this);
+  Release();
+}
+
+void PaintStroke::Release() {
   for (PaintFace& f : scene_.Faces) f.Backup = nullptr;
   backups_.clear();
   for (PixelMap* m : maps_) m->ClearUndo();
@@ -139,8 +144,13 @@ void PaintStroke::PrepareFace(int face, bool backup) {
   FaceLayer* fl = scene_.GetFaceLayer(face, scene_.CurrentLayer, true);
   if (!backup || !fl || (F.Backup && F.Backup->LayerID == scene_.CurrentLayer)) return;
   auto b = std::make_unique<FaceBackup>();
+  b->Face = face;
   b->LayerID = scene_.CurrentLayer;
   b->Samples.assign(fl->Data, fl->Data + F.SampleCount());
+  if (F.Grid) {
+    b->Normals.resize(F.SampleCount());
+    for (int i = 0; i < F.SampleCount(); ++i) b->Normals[i] = F.Grid[i].Normal;
+  }
   F.Backup = b.get();
   backups_.push_back(std::move(b));
 }

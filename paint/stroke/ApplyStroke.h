@@ -6,6 +6,7 @@
 // grid or whole texel blocks out of reach), then recomposes the touched faces
 // and marks them, and the touched tiles, for the next upload.
 #pragma once
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -18,8 +19,10 @@ class PixelMap;
 
 // The current layer of one face as the stroke found it.
 struct FaceBackup {
+  int Face = -1;
   int LayerID = 0;
   std::vector<LayerMicroVertex> Samples;
+  std::vector<comms::cVec3> Normals;  // the grid's composite normals, for undo
 };
 
 enum class DabResult { Painted, Nothing, InvisibleLayer };
@@ -39,8 +42,15 @@ class PaintStroke {
   DabResult ApplyStroke(const SampleFunction& fn, const StrokeFrame& frame, int pickedFace, bool backup = true);
   // Every sample of the stroke faces, with no distance test (the layer fill).
   void ApplyToAllFaces(const SampleFunction& fn, const StrokeFrame& frame, bool backup = true);
-  // Releases the backups and the tiles' undo copies.
+  // Releases the backups and the tiles' undo copies, after OnEnd.
   void End();
+  // Called by End while Backups() and the tiles' undo copies still hold the
+  // stroke's start, when the stroke touched anything: where its undo record
+  // is written. Empty: the stroke is kept without one.
+  std::function<void(PaintStroke&)> OnEnd;
+  const std::vector<std::unique_ptr<FaceBackup>>& Backups() const { return backups_; }
+  // The maps whose tiles hold undo copies of this stroke.
+  const std::vector<PixelMap*>& BackedUpMaps() const { return maps_; }
 
   BasicPenShape* Pen = nullptr;                   // the dab's shape; null paints a flat disc
   const GlobalModificator* Modificator = nullptr;  // none by default
@@ -74,6 +84,7 @@ class PaintStroke {
                    int count);
   // Workers, composition and dirty marks over scene.StrokeFaces.
   void RunDab(const SampleFunction& fn, const StrokeFrame& frame, bool backup, bool all);
+  void Release();
 
   PaintScene& scene_;
   std::vector<std::unique_ptr<FaceBackup>> backups_;

@@ -61,6 +61,9 @@ bool PaintBrushTool::OnLMBDown() {
   if (!PenAt(ptr.X, ptr.Y, pen)) return false;  // off the mesh the view may navigate
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
   if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
+  dabs_->Stroke.OnEnd = [this](PaintStroke& s) {
+    if (OnStrokeEnd && scene_) OnStrokeEnd(*scene_, s);
+  };
   dabs_->Kind = kind_;
   dabs_->Recording = Recording;
   dabs_->Begin(++strokes_);

@@ -6,6 +6,7 @@
 // ApplyStroke -> samples -> composition -> UpdateDirtyFaces / PixelMap::Update
 // in the frame. The brush cursor is a ring on the surface under the pointer.
 #pragma once
+#include <functional>
 #include <memory>
 
 #include "paint/GeneralPen.h"
@@ -42,6 +43,11 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   bool Stroking() const { return dabs_ && dabs_->Active(); }
   // When set, each stroke of the tool is recorded there (the last one stays).
   StrokeRecord* Recording = nullptr;
+  // Called at pen-up while the stroke still holds its start state (see
+  // PaintStroke::OnEnd): the place where the stroke's undo record is written.
+  std::function<void(PaintScene&, PaintStroke&)> OnStrokeEnd;
+  // Ends a stroke in progress (before an undo, a change of tool).
+  void EndStroke() { Finish(); }
   // The last refusal ("PAINT_INVIS_LAYER"), empty when none.
   const char* Message() const { return message_; }
   // The ring of the pen on the surface under the pointer; false off the mesh.

@@ -27,6 +27,7 @@
 #include "paint/stroke/PaintDabs.h"
 #include "paint/tools/PaintBrushTools.h"
 #include "interchange/TestFiles.h"
+#include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
 #include "shell/PaintRoom.h"
 #include "shell/Program.h"
@@ -200,7 +201,7 @@ TEST_F(ProgramSeams, AnImportedMeshOpensThePaintRoomAndAFailedOneKeepsIt) {
   ThePaintScene().ResetScene(true);
 }
 
-TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
+TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsItAndCtrlZTakesItBack) {
   const std::string mesh = Home("plate.obj");
   std::ofstream(mesh) << "v -1 -1 0\nv 1 -1 0\nv 1 1 0\nv -1 1 0\nf 1 2 3 4\n";
   Program& p = Run("\"" + mesh + "\"", 1280, 720);
@@ -224,6 +225,29 @@ TEST_F(ProgramSeams, AStrokeOfTheMouseOverThePaintMeshPaintsIt) {
   EXPECT_TRUE(painted(0)) << "where the stroke began";
   EXPECT_TRUE(painted(3)) << "where it ended";
   EXPECT_FALSE(painted(15)) << "far from it";
+  // The title marks the change; Ctrl+Z takes the stroke back, Ctrl+Y brings it again.
+  EXPECT_NE(fake.Title().find('*'), std::string::npos) << fake.Title();
+  auto key = [&](int k, bool down) {
+    PlatformEvent e;
+    e.type = down ? PlatformEvent::Type::KeyDown : PlatformEvent::Type::KeyUp;
+    e.key = k;
+    fake.Push(e);
+    p.TheShell().RunFrames(1);
+  };
+  auto ctrl = [&](char letter) {
+    key(keys::Control, true);
+    key(keys::A + (letter - 'A'), true);
+    key(keys::A + (letter - 'A'), false);
+    key(keys::Control, false);
+  };
+  EXPECT_EQ(TheUndoStack().UndoPosition, 1) << TheUndoStack().LastError();
+  ctrl('Z');
+  EXPECT_EQ(TheUndoStack().UndoPosition, 0);
+  EXPECT_FALSE(painted(0)) << "after Ctrl+Z";
+  EXPECT_FALSE(painted(3)) << "after Ctrl+Z";
+  ctrl('Y');
+  EXPECT_TRUE(painted(0)) << "after Ctrl+Y";
+  EXPECT_TRUE(painted(3)) << "after Ctrl+Y";
   ThePaintScene().ResetScene(true);
 }
 

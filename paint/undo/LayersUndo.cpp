@@ -1,0 +1,189 @@
+// Writing and applying the layer record (see LayersUndo.h).
+#include "paint/undo/LayersUndo.h"
+
+#include <algorithm>
+#include <set>
+
+#include "ClassEngine/Log.h"
+#include "ClassEngine/streams/ClassBin.h"
+#include "ClassEngine/streams/MemoryBinStream.h"
+#include "paint/file/BlockCoding.h"
+#include "paint/layers/ComposeFace.h"
+#include "paint/layers/PixelMap.h"
+#include "paint/scene/PaintScene.h"
+#include "paint/undo/SampleCoding.h"
+#include "paint/undo/UndoStack.h"
+
+namespace {
+UndoStack* gLayerStack = nullptr;
+
+bool Listed(const std::vector<int>& ids, int id) { return std::find(ids.begin(), ids.end(), id) != ids.end(); }
+
+// Faces holding an entry of any listed layer.
+std::set<int> FacesHolding(PaintScene& scene, const std::vector<int>& ids) {
+  std::set<int> out;
+  for (int f = 0; f < (int)scene.Faces.size(); ++f)
+    for (const FaceLayer& l : scene.Faces[f].LayerList)
+      if (Listed(ids, l.LayerID)) out.insert(f);
+  return out;
+}
+
+// Removes every entry and layer tile of a listed layer or of a layer the
+// stack no longer has (the bottom entry of a face stays).
+void DropEntries(PaintScene& scene, const std::vector<int>& ids) {
+  auto gone = [&](int id) { return Listed(ids, id) || (id != 0 && scene.OrderOf(id) == 0); };
+  for (PaintFace& f : scene.Faces)
+    for (int i = f.LayerList.GetAmount() - 1; i >= 1; --i)
+      if (gone(f.LayerList[i].LayerID)) f.RemoveLayerAt(i);
+  for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
+    if (PixelMap* m = scene.GetPixelMap(rt))
+      for (auto& [key, tile] : m->Tiles) {
+        bool any = false;
+        for (int i = tile->LayerTiles.GetAmount() - 1; i >= 0; --i) {
+          LayerTile* l = tile->LayerTiles[i];
+          if (!gone((int)l->LayerID)) continue;
+          if (tile->CurrentLayerTile == l) tile->CurrentLayerTile = nullptr;
+          if (tile->ScratchLayerTile == l) tile->ScratchLayerTile = nullptr;
+          delete l;
+          tile->LayerTiles.Del(i, 1);
+          any = true;
+        }
+        if (any) m->MarkDirty(tile, 1);
+      }
+}
+
+// The entries' Info pointers follow the reloaded stack.
+void RepairInfo(PaintScene& scene) {
+  for (PaintFace& f : scene.Faces)
+    for (FaceLayer& l : f.LayerList) l.Info = scene.GetLayerByID(l.LayerID);
+  for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
+    if (PixelMap* m = scene.GetPixelMap(rt))
+      for (auto& [key, tile] : m->Tiles)
+        for (LayerTile* l : tile->LayerTiles) l->Info = scene.GetLayerByID((int)l->LayerID);
+}
+}  // namespace
+
+void SetLayerUndoStack(UndoStack* stack) { gLayerStack = stack; }
+
+void RecordLayerChange(PaintScene& scene, const std::vector<int>& layerIDs) {
+  if (gLayerStack && !gLayerStack->InUndo && !gLayerStack->InRedo) PushLayersUndo(*gLayerStack, scene, layerIDs);
+}
+
+void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& ids,
+                     const std::vector<int>& extraFaces) {
+  MemoryBinStream layers;
+  SaveBinArray(&scene.Layers, &layers, nullptr);
+  std::set<int> faces = FacesHolding(scene, ids);
+  faces.insert(extraFaces.begin(), extraFaces.end());
+
+  BlockWriter w(out);
+  w.U32(kLayersUndoTag);
+  w.I32(scene.CurrentLayer);
+  w.U32((uint32_t)layers.Size());
+  w.Bytes(layers.GetData(), (size_t)layers.Size());
+  w.U32((uint32_t)ids.size());
+  for (int id : ids) w.I32(id);
+  // Per face: the normals of its grid, then its entries of the listed layers.
+  std::vector<FaceEntry> entries;
+  for (int f : faces) {
+    for (const FaceLayer& l : scene.Faces[f].LayerList)
+      if (Listed(ids, l.LayerID)) {
+        entries.push_back(PresentFace(scene, f, l.LayerID));
+        entries.back().Normals.clear();  // they come once, below
+      }
+    FaceEntry normals = PresentFace(scene, f, 0);
+    normals.LayerID = -1;  // the face's normals alone
+    normals.HasSamples = false;
+    normals.Samples.clear();
+    entries.push_back(std::move(normals));
+  }
+  w.U32((uint32_t)entries.size());
+  for (const FaceEntry& e : entries) PutFace(w, e);
+  for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
+    if (PixelMap* m = scene.GetPixelMap(rt))
+      for (auto& [key, tile] : m->Tiles)
+        for (LayerTile* l : tile->LayerTiles)
+          if (Listed(ids, (int)l->LayerID)) PutTile(w, rt, (int)l->LayerID, tile->X, tile->Y, l->Pixels, nullptr);
+  w.U32(0);
+}
+
+bool PushLayersUndo(UndoStack& stack, PaintScene& scene, const std::vector<int>& layerIDs) {
+  MemoryBinStream s;
+  WriteLayersUndo(s, scene, layerIDs);
+  return stack.PushUndoRecord(s);
+}
+
+void LayersUndo::Apply(BinStream& in) {
+  PaintScene& scene = scene_;
+  const int64_t size = in.Size();
+  BlockReader r(in, size);
+  r.Enter("LR01", size);
+  const int current = r.I32();
+  const uint32_t stackBytes = r.U32();
+  if (!r.Fits(stackBytes, 1, "layer stack")) return;
+  MemoryBinStream layers;
+  {
+    std::vector<uint8_t> bytes(stackBytes);
+    if (!r.Bytes(bytes.data(), stackBytes)) return;
+    layers.Write(bytes.data(), stackBytes);
+  }
+  const uint32_t idCount = r.U32();
+  if (!r.Fits(idCount, 4, "layer id")) return;
+  std::vector<int> ids(idCount);
+  for (int& id : ids) id = r.I32();
+  const uint32_t entryCount = r.U32();
+  if (!r.Fits(entryCount, 13, "layer entry")) return;
+  std::vector<FaceEntry> entries(entryCount);
+  for (FaceEntry& e : entries)
+    if (!ReadFace(r, scene, e)) break;
+  std::vector<TileEntry> tiles;
+  if (!r.Ok() || !ReadTiles(r, scene, tiles)) {
+    Log("LayersUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
+    return;
+  }
+  // The stack must read back before anything changes.
+  {
+    LayerStack trial;
+    layers.SetReadPos(0);
+    if (!LoadBinArray(&trial.Layers, &layers, nullptr) || trial.Layers.GetAmount() == 0) {
+      Log("LayersUndo::Apply(): the layer stack does not read; left unapplied");
+      return;
+    }
+  }
+
+  std::vector<int> recordFaces;
+  for (const FaceEntry& e : entries) recordFaces.push_back(e.Face);
+  const std::set<int> nowFaces = FacesHolding(scene, ids);
+  if (stack_.InverseWanted()) {
+    MemoryBinStream inverse;
+    WriteLayersUndo(inverse, scene, ids, recordFaces);
+    stack_.PushUndoRecord(inverse);
+  }
+
+  scene.Modified = 1;
+  layers.SetReadPos(0);
+  LoadBinArray(&scene.Layers, &layers, nullptr);
+  scene.CurrentLayer = current;
+  scene.RebuildLayerOrder();
+  DropEntries(scene, ids);
+  for (const FaceEntry& e : entries)
+    if (e.LayerID >= 0) RestoreFace(scene, e);
+  for (const TileEntry& t : tiles) RestoreTile(scene, t);
+  RepairInfo(scene);
+  scene.ResortSampleLists();
+
+  std::set<int> faces(nowFaces);
+  faces.insert(recordFaces.begin(), recordFaces.end());
+  std::set<int> withNormals;
+  for (int f : faces) ComposeFace(scene, f);
+  for (const FaceEntry& e : entries)
+    if (e.LayerID < 0) RestoreNormals(scene, e), withNormals.insert(e.Face);
+  for (int f : faces) {
+    if (!withNormals.count(f)) scene.ComputeGridNormals(f);
+    scene.MarkFaceDirty(f);
+  }
+  // Tiles of every listed layer compose anew, whatever their side held.
+  for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
+    if (PixelMap* m = scene.GetPixelMap(rt))
+      for (auto& [key, tile] : m->Tiles) m->MarkDirty(tile, 1);
+}

@@ -1,0 +1,40 @@
+// The layer record "LR01": written by the layer panel's commands before they
+// change anything. It holds the stack of layers (the reflected members of
+// each, in order), the current layer, and every sample of the layers the
+// command changes, on grid faces and in tiles, with the composite normals of
+// the faces that hold them, so undo puts back exactly what was there.
+// Faces and tiles of layers no longer in the stack lose their entries.
+#pragma once
+#include <cstdint>
+#include <vector>
+
+#include "ClassEngine/streams/BinStream.h"
+#include "paint/undo/BasicUndoMaker.h"
+
+class PaintScene;
+class UndoStack;
+
+constexpr uint32_t kLayersUndoTag = FourCC("LR01");
+
+// Writes the record of the present layer stack and the samples of `layerIDs`;
+// the normals of `extraFaces` go in too.
+void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& layerIDs,
+                     const std::vector<int>& extraFaces = {});
+bool PushLayersUndo(UndoStack& stack, PaintScene& scene, const std::vector<int>& layerIDs);
+
+// The stack the layer commands record into; none (the default) records nothing.
+void SetLayerUndoStack(UndoStack* stack);
+// Called by a layer command before it changes the stack or the samples of
+// `layerIDs` (a change of members only: the layer whose members change).
+void RecordLayerChange(PaintScene& scene, const std::vector<int>& layerIDs);
+
+class LayersUndo : public BasicUndoMaker {
+ public:
+  LayersUndo(UndoStack& stack, PaintScene& scene) : stack_(stack), scene_(scene) {}
+  uint32_t GetUndoTag() override { return kLayersUndoTag; }
+  void Apply(BinStream& stream) override;
+
+ private:
+  UndoStack& stack_;
+  PaintScene& scene_;
+};

@@ -1,0 +1,126 @@
+// Writing and applying the paint stroke records (see PaintStrokeUndo.h).
+#include "paint/undo/PaintStrokeUndo.h"
+
+#include <cstring>
+#include <vector>
+
+#include "ClassEngine/Log.h"
+#include "ClassEngine/streams/MemoryBinStream.h"
+#include "paint/file/BlockCoding.h"
+#include "paint/layers/ComposeFace.h"
+#include "paint/layers/PixelMap.h"
+#include "paint/scene/PaintScene.h"
+#include "paint/stroke/ApplyStroke.h"
+#include "paint/undo/SampleCoding.h"
+#include "paint/undo/UndoStack.h"
+
+namespace {
+// Reads a record body (behind the tag), writes the inverse with the same
+// tag, and restores. `faces`: the body opens with the face section.
+void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32_t tag) {
+  const int64_t size = in.Size();
+  BlockReader r(in, size);
+  r.Enter(tag == kSurfaceUndoTag ? "MESH" : "SUPL", size);
+  const uint32_t flag = tag == kSurfaceUndoTag ? r.U32() : 1;
+  const int currentLayer = r.I32();
+  const uint32_t textLength = r.U32();
+  if (!r.Skip(textLength)) return;  // layer text: written by layer records
+  std::vector<FaceEntry> faces;
+  if (tag == kSurfaceUndoTag) {
+    const uint32_t count = r.U32();
+    if (!r.Fits(count, 9, "undo face")) return;
+    faces.resize(count);
+    for (FaceEntry& e : faces)
+      if (!ReadFace(r, scene, e)) {
+        Log("SurfaceUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
+        return;
+      }
+  }
+  std::vector<TileEntry> tiles;
+  if (!ReadTiles(r, scene, tiles)) {
+    Log("PlanePicUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
+    return;
+  }
+
+  scene.Modified = 1;
+  if (flag && stack.InverseWanted()) {
+    MemoryBinStream inverse;
+    {
+      BlockWriter w(inverse);
+      w.U32(tag);
+      if (tag == kSurfaceUndoTag) w.U32(1);
+      w.I32(currentLayer), w.U32(0);
+      if (tag == kSurfaceUndoTag) {
+        w.U32((uint32_t)faces.size());
+        for (const FaceEntry& e : faces) PutFace(w, PresentFace(scene, e.Face, e.LayerID));
+      }
+      for (const TileEntry& t : tiles) {
+        PixelMap* map = scene.GetPixelMap(t.Target);
+        PixelTile* tile = map->FindTile(t.X, t.Y);
+        const LayerTile* l = tile->FindLayer(t.LayerID);
+        std::vector<uint16_t> freeze;
+        for (int i = 0; i < (int)t.Freeze.size(); ++i) freeze.push_back(tile->Pixels[i].Freeze);
+        PutTile(w, t.Target, t.LayerID, t.X, t.Y, l ? l->Pixels : nullptr, freeze.empty() ? nullptr : freeze.data());
+      }
+      w.U32(0);
+    }
+    stack.PushUndoRecord(inverse);
+  } else if (!flag) {
+    stack.DropRedoTail();
+  }
+
+  for (const FaceEntry& e : faces) RestoreFace(scene, e);
+  for (const TileEntry& t : tiles) RestoreTile(scene, t);
+  for (const FaceEntry& e : faces) {
+    ComposeFace(scene, e.Face);
+    scene.MarkFaceDirty(e.Face);
+    for (int n : scene.Faces[e.Face].Neighbour)
+      if (n >= 0) scene.MarkFaceDirty(n);
+  }
+  // Normals come back as they were: neighbours the stroke reached keep theirs.
+  for (const FaceEntry& e : faces) RestoreNormals(scene, e);
+}
+}  // namespace
+
+bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& stroke) {
+  bool anyTile = false;
+  for (PixelMap* map : stroke.BackedUpMaps())
+    for (auto& [key, tile] : map->Tiles) anyTile |= tile->UndoLayerTile || tile->OtherLayerUndo.GetAmount();
+  if (stroke.Backups().empty() && !anyTile) return false;
+  const bool faces = !stroke.Backups().empty();
+  BlockWriter w(out);
+  w.U32(faces ? kSurfaceUndoTag : kPlanePicUndoTag);
+  if (faces) w.U32(1);  // undo writes a redo record
+  w.I32(scene.CurrentLayer);
+  w.U32(0);  // no layer text: the stack of layers is as it was
+  if (faces) {
+    w.U32((uint32_t)stroke.Backups().size());
+    for (const auto& b : stroke.Backups()) {
+      const int n = (int)b->Samples.size();
+      const bool had = n && !AllEmpty(b->Samples.data(), n);
+      w.I32(b->Face), w.I32(b->LayerID), w.U8(had ? 1 : 0);
+      if (had) PutSamples(w, b->Samples.data(), n);
+      PutNormals(w, b->Normals);
+    }
+  }
+  for (PixelMap* map : stroke.BackedUpMaps()) {
+    const int target = TargetOf(scene, map);
+    if (target < 0) continue;
+    for (auto& [key, tile] : map->Tiles) {
+      if (LayerTile* u = tile->UndoLayerTile) PutTile(w, target, (int)u->LayerID, tile->X, tile->Y, u->Pixels, tile->FreezeUndo);
+      for (LayerTile* o : tile->OtherLayerUndo) PutTile(w, target, (int)o->LayerID, tile->X, tile->Y, o->Pixels, nullptr);
+    }
+  }
+  w.U32(0);
+  return true;
+}
+
+bool PushPaintStrokeUndo(UndoStack& stack, PaintScene& scene, const PaintStroke& stroke) {
+  MemoryBinStream s;
+  if (!WritePaintStrokeUndo(s, scene, stroke)) return false;
+  return stack.PushUndoRecord(s);
+}
+
+void SurfaceUndo::Apply(BinStream& stream) { ApplyPaintRecord(stream, stack_, scene_, kSurfaceUndoTag); }
+
+void PlanePicUndo::Apply(BinStream& stream) { ApplyPaintRecord(stream, stack_, scene_, kPlanePicUndoTag); }

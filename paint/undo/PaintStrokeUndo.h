@@ -1,0 +1,48 @@
+// The paint room's stroke records. A stroke collects the start state of what
+// it touched (a FaceBackup per grid face and layer, an undo copy per layer
+// tile) and at pen-up becomes one record: "MESH" when it reached grid faces
+// (their samples, then any tiles), "SUPL" when it painted tiles only.
+// Applying a record reads it whole first (a damaged one changes nothing),
+// writes the present state of the same faces and tiles as the inverse, puts
+// the samples back, prunes what was empty before, and recomposes.
+#pragma once
+#include <cstdint>
+
+#include "ClassEngine/streams/BinStream.h"
+#include "paint/undo/BasicUndoMaker.h"
+
+class PaintScene;
+class PaintStroke;
+class UndoStack;
+
+constexpr uint32_t kSurfaceUndoTag = FourCC("MESH");
+constexpr uint32_t kPlanePicUndoTag = FourCC("SUPL");
+
+// Writes the stroke's record into `out`; false when it touched nothing.
+bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& stroke);
+// The same, handed to the stack (the stroke's OnEnd at pen-up).
+bool PushPaintStrokeUndo(UndoStack& stack, PaintScene& scene, const PaintStroke& stroke);
+
+// "MESH": grid faces, then tiles.
+class SurfaceUndo : public BasicUndoMaker {
+ public:
+  SurfaceUndo(UndoStack& stack, PaintScene& scene) : stack_(stack), scene_(scene) {}
+  uint32_t GetUndoTag() override { return kSurfaceUndoTag; }
+  void Apply(BinStream& stream) override;
+
+ private:
+  UndoStack& stack_;
+  PaintScene& scene_;
+};
+
+// "SUPL": tiles only.
+class PlanePicUndo : public BasicUndoMaker {
+ public:
+  PlanePicUndo(UndoStack& stack, PaintScene& scene) : stack_(stack), scene_(scene) {}
+  uint32_t GetUndoTag() override { return kPlanePicUndoTag; }
+  void Apply(BinStream& stream) override;
+
+ private:
+  UndoStack& stack_;
+  PaintScene& scene_;
+};
