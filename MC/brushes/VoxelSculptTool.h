@@ -94,6 +94,10 @@ class VoxelSculptTool : public BasicTool {
   // cleanly and then go to TakeVolumes.
   std::function<std::vector<VolumeObject*>()> SceneVolumes;
   std::function<void(std::vector<std::unique_ptr<VolumeObject>>&&)> TakeVolumes;
+  // With a layer tree: its XML for "VOL3", and on load the volumes with the
+  // tree's XML (used instead of TakeVolumes when set).
+  std::function<std::string()> SceneTreeXml;
+  std::function<void(std::vector<std::unique_ptr<VolumeObject>>&&, const std::string&)> TakeScene;
   int GetBlockCount() override { return 2; }
   uint32_t GetBlockTag() override;
   bool WritesDirect() override { return true; }
@@ -120,6 +124,7 @@ class VoxelSculptTool : public BasicTool {
   bool moved_ = false;
   uint32_t strokes_ = 0;
   std::vector<std::unique_ptr<VolumeObject>> loaded_;
+  std::string loadedTree_;
   std::vector<std::pair<std::string, std::vector<uint8_t>>> cacheFiles_;
   bool volumesRead_ = false;
 };
