@@ -1,0 +1,146 @@
+// The volume cache: a cached and restored volume writes the same bytes as
+// before, a volume cached without a proxy holds no cells, proxies at 2x, 4x
+// and 8x stand where the volume stood, the visible-volume commands, and a
+// damaged or missing cache file leaves the proxy as it was.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "ClassEngine/streams/MemoryBinStream.h"
+#include "MC/brushes/BrushTestKit.h"
+#include "MC/cache/VolumeCache.h"
+#include "MC/file/VolumeStream.h"
+#include "TreeTestKit.h"
+#include "paint/file/BlockCoding.h"
+
+namespace {
+
+std::vector<uint8_t> StreamOf(VolumeObject& v, bool surfaces) {
+  MemoryBinStream m;
+  {
+    BlockWriter w(m);
+    WriteVolumes(w, {&v}, surfaces);
+  }
+  return std::vector<uint8_t>(m.GetData(), m.GetData() + m.GetWritePos());
+}
+
+// Scene-space box of a volume's surface.
+void SceneBounds(VolumeObject& v, float mn[3], float mx[3]) {
+  const meshtest::Soup s = SceneSurface(v);
+  for (int a = 0; a < 3; ++a) mn[a] = 1e30f, mx[a] = -1e30f;
+  for (size_t i = 0; i < s.p.size(); ++i) {
+    mn[i % 3] = std::min(mn[i % 3], s.p[i]);
+    mx[i % 3] = std::max(mx[i % 3], s.p[i]);
+  }
+}
+
+struct CacheFolder : ::testing::Test {
+  std::filesystem::path old, dir;
+  void SetUp() override {
+    old = std::filesystem::current_path();
+    char name[] = "/tmp/morvane-cache-XXXXXX";
+    dir = mkdtemp(name);
+    std::filesystem::current_path(dir);
+  }
+  void TearDown() override {
+    std::filesystem::current_path(old);
+    std::filesystem::remove_all(dir);
+  }
+  static void Fill(VolumeObject& v) {
+    v.Name = "Torso";
+    FillVolume(v, NoiseShape(2.5f, -1.f, 3.f, 17.f, 3.f, 8.f, 5));
+    const comms::cMat4 m = Placement(15, 1.25f, 7, -3, 2);
+    v.SetTransform(&m.m[0][0]);
+    v.UpdateSurface();
+  }
+};
+
+TEST_F(CacheFolder, CachedAndRestoredVolumeIsByteIdentical) {
+  for (int vis : {DontShowCache, Reduce4X}) {
+    VolumeObject v;
+    Fill(v);
+    v.ObjectId = 4242;
+    const auto voxels = StreamOf(v, false), surfaces = StreamOf(v, true);
+    ASSERT_TRUE(CacheVolume(v, vis));
+    EXPECT_TRUE(v.InCache);
+    EXPECT_EQ(v.CacheName.rfind("Cache/Torso_", 0), 0u) << v.CacheName;
+    EXPECT_TRUE(std::filesystem::exists(v.CacheName));
+    const std::string file = v.CacheName;
+    ASSERT_TRUE(RestoreFromCache(v));
+    EXPECT_FALSE(v.InCache);
+    EXPECT_FALSE(std::filesystem::exists(file)) << "the file goes once read back";
+    EXPECT_EQ(v.ObjectId, 4242u);
+    EXPECT_EQ(StreamOf(v, false), voxels) << "proxy " << vis;
+    EXPECT_EQ(StreamOf(v, true), surfaces) << "proxy " << vis;
+  }
+}
+
+TEST_F(CacheFolder, WithoutProxyNoCellsStay) {
+  VolumeObject v;
+  Fill(v);
+  ASSERT_TRUE(CacheVolume(v, DontShowCache));
+  EXPECT_EQ(v.CellCount(), 0);
+  EXPECT_EQ(v.vpool.LiveBlocks(), 0);
+  EXPECT_EQ(v.RenderGroups.Count(), 0);
+  EXPECT_FALSE(CacheVolume(v, DontShowCache)) << "a cached volume is not cached twice";
+}
+
+TEST_F(CacheFolder, ProxiesStandInTheSamePlace) {
+  VolumeObject full;
+  Fill(full);
+  float mn0[3], mx0[3];
+  SceneBounds(full, mn0, mx0);
+  const long fullCells = full.CellCount();
+  for (int vis : {Reduce2X, Reduce4X, Reduce8X}) {
+    VolumeObject v;
+    Fill(v);
+    ASSERT_TRUE(CacheVolume(v, vis));
+    const float coarse = 1.25f * (float)(1 << vis) / 0.99f;  // one proxy voxel in scene units
+    EXPECT_NEAR(v.TransformScale, coarse, 1e-3f);
+    EXPECT_LT(v.CellCount(), fullCells);
+    float mn[3], mx[3];
+    SceneBounds(v, mn, mx);
+    for (int a = 0; a < 3; ++a) {
+      EXPECT_NEAR(mn[a], mn0[a], coarse) << "proxy " << vis << " axis " << a;
+      EXPECT_NEAR(mx[a], mx0[a], coarse) << "proxy " << vis << " axis " << a;
+    }
+    ASSERT_TRUE(RestoreFromCache(v));
+  }
+}
+
+TEST_F(CacheFolder, VisibleVolumesGoAndComeBack) {
+  VoxVisualTree tree;
+  VoxTreeBranch* a = tree.AddVolume();
+  VoxTreeBranch* b = tree.AddVolume();
+  VoxTreeBranch* hidden = tree.AddVolume();
+  for (VoxTreeBranch* r : {a, b, hidden}) FillVolume(*r->Volume, SphereShape(0, 0, 0, 6));
+  hidden->Visible = false;
+  EXPECT_EQ(CacheVisible(tree, Reduce2X), 2);
+  EXPECT_TRUE(a->Volume->InCache && b->Volume->InCache);
+  EXPECT_FALSE(hidden->Volume->InCache);
+  // The tree file form names the cache files.
+  const std::string xml = tree.TreeXml();
+  EXPECT_NE(xml.find(a->Volume->CacheName), std::string::npos);
+  EXPECT_EQ(UnCacheVisible(tree), 2);
+  EXPECT_FALSE(a->Volume->InCache || b->Volume->InCache);
+  ASSERT_TRUE(ToggleCachingVolume(*a->Volume, DontShowCache));
+  EXPECT_TRUE(ClearAllCache());
+  EXPECT_FALSE(std::filesystem::exists("Cache"));
+  EXPECT_FALSE(RestoreFromCache(*a->Volume)) << "no file, nothing changes";
+  EXPECT_TRUE(a->Volume->InCache);
+}
+
+TEST_F(CacheFolder, DamagedCacheFileKeepsTheProxy) {
+  VolumeObject v;
+  Fill(v);
+  ASSERT_TRUE(CacheVolume(v, Reduce2X));
+  const auto proxy = StreamOf(v, false);
+  std::filesystem::resize_file(v.CacheName, std::filesystem::file_size(v.CacheName) / 2);
+  EXPECT_FALSE(RestoreFromCache(v));
+  EXPECT_TRUE(v.InCache);
+  EXPECT_EQ(StreamOf(v, false), proxy);
+}
+
+}  // namespace
