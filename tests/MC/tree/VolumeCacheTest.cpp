@@ -12,6 +12,7 @@
 #include "MC/brushes/BrushTestKit.h"
 #include "MC/cache/VolumeCache.h"
 #include "MC/file/VolumeStream.h"
+#include "MC/tree/VolumeTreeScene.h"
 #include "TreeTestKit.h"
 #include "paint/file/BlockCoding.h"
 
@@ -141,6 +142,38 @@ TEST_F(CacheFolder, DamagedCacheFileKeepsTheProxy) {
   EXPECT_FALSE(RestoreFromCache(v));
   EXPECT_TRUE(v.InCache);
   EXPECT_EQ(StreamOf(v, false), proxy);
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(CacheFolder, SceneFileCarriesTheTreeAndItsCacheFiles) {
+  VoxVisualTree tree;
+  VoxTreeBranch* a = tree.AddVolume();
+  Fill(*a->Volume);
+  VoxTreeBranch* b = tree.AddVolume(a);
+  FillVolume(*b->Volume, BoxShape(1, 2, 3, 4, 5, 6));
+  const auto full = StreamOf(*a->Volume, false);
+  ASSERT_TRUE(CacheVolume(*a->Volume, Reduce2X));
+  const std::string cacheFile = a->Volume->CacheName;
+  std::string error;
+  ASSERT_TRUE(SaveTreeAsScene("scene.mvn", tree, &error)) << error;
+  ClearAllCache();
+
+  VoxVisualTree back;
+  ASSERT_TRUE(LoadTreeScene("scene.mvn", back, &error)) << error;
+  ExpectConsistent(back);
+  EXPECT_TRUE(std::filesystem::exists(cacheFile)) << "the file came back with the scene";
+  VoxTreeBranch* a2 = back.FindByName("Torso");
+  ASSERT_NE(a2, nullptr);
+  ASSERT_EQ(a2->ChildObjects.NValues, 1);
+  EXPECT_TRUE(a2->Volume->InCache);
+  EXPECT_EQ(a2->Volume->CacheName, cacheFile);
+  ASSERT_TRUE(RestoreFromCache(*a2->Volume));
+  EXPECT_EQ(StreamOf(*a2->Volume, false), full);
+  EXPECT_FALSE(LoadTreeScene("missing.mvn", back, &error));
+  EXPECT_EQ(back.VolumeList.size(), 2u) << "a failed load leaves the tree";
 }
 
 }  // namespace
