@@ -8,6 +8,7 @@
 #include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "interchange/FloatImage.h"
 #include "interchange/IO.h"
 #include "interchange/Image.h"
 #include "render/Viewer.h"
@@ -134,6 +135,24 @@ VolumeRender::Eye VolumeRender::EyeOf(const comms::cViewer& camera, float focusD
   e.Pos = camera.Pos, e.Right = camera.Right, e.Up = camera.Up, e.Forward = camera.Forward;
   e.Fov = camera.Fov;
   e.FocusDistance = focusDistance;
+  return e;
+}
+
+VolumeRender::Eye VolumeRender::FramingEye(float fov) const {
+  Eye e;
+  const bool empty = boxMin_.x > boxMax_.x;
+  const cVec3 centre = empty ? cVec3(0, 0, 0) : (boxMin_ + boxMax_) * 0.5f;
+  const float radius = empty ? 1.f : std::max((boxMax_ - boxMin_).Length() * 0.5f, 1e-3f);
+  const float aspect = (float)width_ / height_;
+  const float half = std::atan(std::tan(fov * kPi / 360.f) * std::min(aspect, 1.f));
+  const float distance = radius / std::sin(half) * 1.05f;
+  const float up = 20.f * kPi / 180.f;
+  e.Forward = cVec3(0, -std::sin(up), -std::cos(up));
+  e.Pos = centre - e.Forward * distance;
+  e.Right = comms::Cross(e.Forward, cVec3(0, 1, 0)).Normalized();
+  e.Up = comms::Cross(e.Right, e.Forward);
+  e.Fov = fov;
+  e.FocusDistance = distance;
   return e;
 }
 
@@ -366,17 +385,15 @@ bool VolumeRender::Save(const std::string& path, bool alpha) const {
   std::string ext = path.substr(path.find_last_of('.') + 1);
   for (char& ch : ext) ch = (char)std::tolower((unsigned char)ch);
   if (ext == "exr") {
-    comms::cImage f;
-    f.Create(width_, height_, 16);
+    // Linear light, as an EXR is read.
+    comms::cFloatImage f(width_, height_, 4, 32);
     for (int y = 0; y < height_; ++y)
       for (int x = 0; x < width_; ++x) {
         const uint8_t* s = image.Pixel(x, y);
-        float v[4];
-        for (int k = 0; k < 3; ++k) v[k] = std::pow(s[k] / 255.f, 1.6f);
-        v[3] = s[3] / 255.f;
-        std::memcpy(f.Pixel(x, y), v, sizeof(v));
+        for (int k = 0; k < 3; ++k) f.Set(x, y, k, std::pow(s[k] / 255.f, 1.6f));
+        f.Set(x, y, 3, s[3] / 255.f);
       }
-    return comms::cIO::SaveImage(path, f);
+    return f.Save(path);
   }
   return comms::cIO::SaveImage(path, image);
 }

@@ -37,6 +37,9 @@ class VolumeRender {
   void SetTriangles(const std::vector<float>& corners);
   void SetEye(const Eye& eye);
   static Eye EyeOf(const comms::cViewer& camera, float focusDistance);
+  // An eye that sees the whole scene from the front, a little above, in
+  // focus at the scene's centre (after SetScene).
+  Eye FramingEye(float fov = 40) const;
   // Starts the picture again (a new camera or setting).
   void Restart();
   // One frame added to the picture.

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <string>
 
 #include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeFill.h"
@@ -43,6 +45,11 @@ float Luma(const comms::cImage& im, float x, float y) {
   return 0.3f * p[0] + 0.59f * p[1] + 0.11f * p[2];
 }
 
+// With MORVANE_TEST_PICTURES set, the pictures are kept there to be looked at.
+void Keep(const VolumeRender& r, const char* name, bool alpha = false) {
+  if (const char* dir = std::getenv("MORVANE_TEST_PICTURES")) r.Save(std::string(dir) + "/" + name, alpha);
+}
+
 double MeanDifference(const comms::cImage& a, const comms::cImage& b) {
   double sum = 0;
   for (size_t i = 0; i < a.data.size(); ++i) sum += std::abs((int)a.data[i] - (int)b.data[i]);
@@ -73,6 +80,7 @@ TEST(RenderRoom, PictureConvergesAsFramesAddUp) {
     r.Picture(at[k], false);
   }
   EXPECT_EQ(r.Rays(), 256);
+  Keep(r, "sphere-on-floor-256.png");
   const double d16 = MeanDifference(at[0], at[4]), d64 = MeanDifference(at[2], at[4]),
                d128 = MeanDifference(at[3], at[4]);
   RecordProperty("MeanDifference64to256", std::to_string(d64));
@@ -98,6 +106,7 @@ TEST(RenderRoom, ShadowFallsAwayFromTheLight) {
     r.Picture(im, false);
   };
   shoot({&scene.floor, &scene.sphere}, with);
+  Keep(r, "shadow-from-above.png");
   shoot({&scene.floor}, without);
   // The main light comes from the upper left of the view. The ray from it
   // through a point inside the sphere lands in shadow; the floor as far on
@@ -137,6 +146,7 @@ TEST(RenderRoom, DepthOfFieldBlursOffTheFocalPlane) {
     for (int i = 0; i < 48; ++i) r.RenderFrame();
     comms::cImage im;
     r.Picture(im, true);
+    Keep(r, dof > 0 ? "depth-of-field.png" : "no-depth-of-field.png");
     float x, y, fx, fy;
     ASSERT_TRUE(r.PixelOf(cVec3(0, 10, 0), x, y));
     ASSERT_TRUE(r.PixelOf(cVec3(-30, 8, -40), fx, fy));
@@ -180,6 +190,84 @@ TEST(RenderRoom, EmptySceneGivesTheBackdrop) {
   r.Picture(im, true);
   for (int y = 0; y < im.height; ++y)
     for (int x = 0; x < im.width; ++x) ASSERT_EQ(im.Pixel(x, y)[3], 0);
+}
+
+}  // namespace
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "MC/render/RenderFrames.h"
+#include "MC/tree/VolumeTreeScene.h"
+#include "MC/tree/VoxVisualTree.h"
+#include "interchange/FloatImage.h"
+#include "interchange/IO.h"
+
+namespace {
+
+struct RenderFolder : ::testing::Test {
+  std::filesystem::path dir;
+  void SetUp() override {
+    char name[] = "/tmp/morvane-render-XXXXXX";
+    dir = mkdtemp(name);
+  }
+  void TearDown() override { std::filesystem::remove_all(dir); }
+  std::string Path(const char* name) const { return (dir / name).string(); }
+};
+
+TEST_F(RenderFolder, LoopStopsAtTheLimitOrWhenAsked) {
+  SphereOnFloor scene;
+  RenderParams params;
+  VolumeRender r(params, 31, 23);
+  r.SetScene({&scene.sphere});
+  r.SetEye(r.FramingEye());
+  EXPECT_EQ(RenderFrames(r, 5), 5);
+  EXPECT_EQ(RenderFrames(r, 5), 0) << "the picture is done";
+  EXPECT_EQ(RenderFrames(r, 50, [](int rays) { return rays >= 8; }), 3) << "Esc keeps what was reached";
+  EXPECT_EQ(RaysLine(r.Rays()), "Press ESC to stop. Rays: 8");
+}
+
+TEST_F(RenderFolder, NumberedNamesSkipExistingFiles) {
+  const std::string stem = Path("shot");
+  EXPECT_EQ(NumberedFileName(stem, "png", true), stem + "000000.png");
+  std::ofstream(stem + "000000.png") << "x";
+  std::ofstream(stem + "000001.png") << "x";
+  EXPECT_EQ(NumberedFileName(stem, "png", true), stem + "000002.png");
+  EXPECT_EQ(NumberedFileName(stem, "png", false), stem + "000000.png") << "overwriting allowed";
+}
+
+TEST_F(RenderFolder, CommandRendersASceneFileToEachFormat) {
+  VoxVisualTree tree;
+  FillVolume(*tree.AddVolume()->Volume, SphereShape(0, 0, 0, 7));
+  VoxTreeBranch* hidden = tree.AddVolume();
+  FillVolume(*hidden->Volume, SphereShape(40, 0, 0, 7));
+  hidden->Visible = false;
+  std::string error;
+  ASSERT_TRUE(SaveTreeAsScene(Path("in.mvn"), tree, &error)) << error;
+  for (const char* out : {"out.png", "out.tga", "out.bmp", "out.exr"}) {
+    ASSERT_EQ(RunRenderCommand({Path("in.mvn"), Path(out), "3", "65", "43"}), 0) << out;
+    int w = 0, h = 0;
+    if (std::string(out) == "out.exr") {
+      comms::cFloatImage f;
+      ASSERT_TRUE(f.Load(Path(out)));
+      w = f.width, h = f.height;
+    } else {
+      comms::cImage im;
+      ASSERT_TRUE(comms::cIO::LoadImage(Path(out), im)) << out;
+      w = im.width, h = im.height;
+    }
+    EXPECT_EQ(w, 65) << out;
+    EXPECT_EQ(h, 43) << out;
+  }
+  comms::cImage im;
+  ASSERT_TRUE(comms::cIO::LoadImage(Path("out.png"), im));
+  // The hidden sphere stays out: the visible one is framed in the middle.
+  EXPECT_NE(im.Pixel(32, 21)[0], im.Pixel(1, 21)[0]);
+  EXPECT_EQ(RunRenderCommand({Path("missing.mvn"), Path("x.png"), "3"}), 1);
+  EXPECT_EQ(RunRenderCommand({Path("in.mvn"), Path("x.png"), "0"}), 2);
+  EXPECT_EQ(RunRenderCommand({Path("in.mvn")}), 2);
 }
 
 }  // namespace
