@@ -131,6 +131,7 @@ void VoxVisualTree::MakeCurrent(VoxTreeBranch* row) {
 VoxTreeBranch* VoxVisualTree::Clone(VoxTreeBranch* row, int flipAxes) {
   if (!row || !row->Volume || row == this) return nullptr;
   VolumeObject& src = *row->Volume;
+  src.UpdateSurface();  // the copy takes the surfaces as they stand
   auto v = std::make_unique<VolumeObject>();
   v->Name = src.Name + "_copy";
   v->ObjectId = NewObjectId();
