@@ -3,6 +3,7 @@
 
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "MC/render/RenderTool.h"
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
@@ -25,6 +26,7 @@ Program::Program(Platform& platform, const ProgramMode& mode)
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
   RegisterPaintTools(tools_);
+  RegisterRenderTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
   interface_->Attach();
   workspace_ = std::make_unique<Workspace>(shell_, *interface_, view_);

@@ -113,5 +113,5 @@ bool RenderTool::OnChange(BaseClass*, void*, void*, const char*) {
 }
 
 void RegisterRenderTools(ToolProviders& providers) {
-  providers["RENDER_TOOL"] = [] { return static_cast<BasicTool*>(new RenderTool); };
+  providers["RenderTool"] = [] { return static_cast<BasicTool*>(new RenderTool); };
 }

@@ -1,4 +1,4 @@
-// The render room's tool, registered as "RENDER_TOOL": its panel is the
+// The render room's tool, registered as "RenderTool": its panel is the
 // RenderParams; "Render" makes a still of MaxRenederSteps frames from the
 // view's camera and saves it as a numbered file under RenderedImages/,
 // "RenderSequence" a turn around the pivot frame by frame. With
@@ -60,7 +60,7 @@ class RenderTool : public BasicTool {
   const VolumeRender* Incremental() const { return incremental_.get(); }
 
   const char* GetRoomName() override { return "Render"; }
-  const char* GetHintId() override { return "RENDER_TOOL"; }
+  const char* GetHintId() override { return "RenderTool"; }
   void FrameUpdate() override;
   bool WantsFrames() override;
   bool OnChange(BaseClass*, void*, void*, const char*) override;
