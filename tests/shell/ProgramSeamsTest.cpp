@@ -10,7 +10,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "ShellFixture.h"
 #include "interchange/IO.h"
 #include "interface/AppOptions.h"
@@ -283,4 +285,33 @@ TEST_F(ProgramSeams, SavedSceneComesBackWithItsVolumeByRecentDropAndOpen) {
   q.TheShell().RunFrames(2);
   EXPECT_NE(q.View().Volume(), kept);
   EXPECT_EQ(TheSceneCommands().LastRecentFile(), next);
+}
+
+TEST_F(ProgramSeams, EveryVolumeOfTheLayerTreeIsSavedAndTheTreeComesBack) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  VoxVisualTree* tree = p.View().Tree();
+  ASSERT_NE(tree, nullptr);
+  VoxTreeBranch* first = tree->BranchOf(p.View().Volume());
+  ASSERT_NE(first, nullptr);
+  VoxTreeBranch* child = tree->AddVolume(first, nullptr, "Ear");
+  FillVolume(*child->Volume, SphereShape(70, 0, 0, 12));
+  child->Visible = false;
+  tree->MakeCurrent(first);
+  ChangedSinceSave = 1;
+  ASSERT_TRUE(TheSceneCommands().SaveAs());
+  const std::string saved = TheSceneCommands().LastRecentFile();
+  program_.reset();
+
+  Program& q = Run(saved);
+  q.TheShell().RunFrames(5);
+  VoxVisualTree* back = q.View().Tree();
+  ASSERT_NE(back, nullptr);
+  ASSERT_EQ(back->VolumeList.size(), 2u);
+  VoxTreeBranch* ear = back->FindByName("Ear");
+  ASSERT_NE(ear, nullptr);
+  EXPECT_FALSE(ear->Visible);
+  EXPECT_EQ(ear->ParentBranch, back->BranchOf(q.View().Volume())) << "the ear hangs on the first volume";
+  EXPECT_GE(ear->Volume->GetVoxel(70, 0, 0), kSurfaceLevel);
+  EXPECT_EQ(back->VisibleVolumes().size(), 1u);
 }
