@@ -7,6 +7,7 @@
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
+#include "shell/RenderRoom.h"
 #include "shell/SceneFileCommands.h"
 
 namespace {
@@ -42,6 +43,7 @@ bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
   StartPaintRoom(paintRoom_, view_);
+  StartRenderRoom(view_);
   workspace_->Start();
   InstallSceneFileCommands(Tools(), view_, shell_.Folders());
   if (mode_.askInWindow) shell_.SetAskInWindow([this](const SystemDialog& d) { return AskInWindow(d); });

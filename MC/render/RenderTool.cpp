@@ -18,9 +18,11 @@ void RenderTool::SetScene(std::function<std::vector<VolumeObject*>()> volumes, c
                           const float pivot[3]) {
   volumes_ = std::move(volumes);
   camera_ = camera;
-  if (pivot) std::copy(pivot, pivot + 3, pivot_);
+  pivot_ = pivot;
   incremental_.reset();
 }
+
+cVec3 RenderTool::Pivot() const { return pivot_ ? cVec3(pivot_[0], pivot_[1], pivot_[2]) : cVec3(0, 0, 0); }
 
 void RenderTool::AddLight() {
   auto* light = new ExtraLight;
@@ -33,7 +35,7 @@ std::unique_ptr<VolumeRender> RenderTool::MakeRender(int width, int height) cons
   if (!volumes_ || !camera_) return nullptr;
   auto r = std::make_unique<VolumeRender>(Params, width, height);
   r->SetScene(volumes_());
-  const cVec3 pivot(pivot_[0], pivot_[1], pivot_[2]);
+  const cVec3 pivot = Pivot();
   r->SetEye(VolumeRender::EyeOf(*camera_, std::max((pivot - camera_->Pos).Length(), 1e-3f)));
   return r;
 }
@@ -63,7 +65,7 @@ std::vector<std::string> RenderTool::RenderTurn() {
   std::vector<std::string> files;
   if (!camera_ || NumFinalFrames < 1) return files;
   comms::cViewer turned = *camera_;
-  const cVec3 pivot(pivot_[0], pivot_[1], pivot_[2]);
+  const cVec3 pivot = Pivot();
   const comms::cViewer* saved = camera_;
   for (int i = 0; i < NumFinalFrames; ++i) {
     // The eye turns about the vertical through the pivot.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "MC/render/RenderParams.h"
+#include "render/Math3D.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
 
@@ -39,7 +40,8 @@ class RenderTool : public BasicTool {
   ~RenderTool() override;
 
   // What is rendered: the visible volumes, seen by `camera` turning around
-  // `pivot`. Not owned.
+  // the point at `pivot` (read when rendering, so it may move; null: the
+  // origin). Not owned.
   void SetScene(std::function<std::vector<VolumeObject*>()> volumes, const comms::cViewer* camera,
                 const float pivot[3]);
   // Where pictures and rparam.xml go ("RenderedImages" unless set).
@@ -70,7 +72,8 @@ class RenderTool : public BasicTool {
   std::string SaveNumbered(const VolumeRender& r, const std::string& stem) const;
   std::function<std::vector<VolumeObject*>()> volumes_;
   const comms::cViewer* camera_ = nullptr;
-  float pivot_[3] = {0, 0, 0};
+  const float* pivot_ = nullptr;
+  comms::cVec3 Pivot() const;
   std::unique_ptr<VolumeRender> incremental_;
   std::vector<float> seenCamera_;
 };

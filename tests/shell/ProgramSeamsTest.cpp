@@ -298,9 +298,8 @@ TEST_F(ProgramSeams, EveryVolumeOfTheLayerTreeIsSavedAndTheTreeComesBack) {
   FillVolume(*child->Volume, SphereShape(70, 0, 0, 12));
   child->Visible = false;
   tree->MakeCurrent(first);
-  ChangedSinceSave = 1;
-  ASSERT_TRUE(TheSceneCommands().SaveAs());
-  const std::string saved = TheSceneCommands().LastRecentFile();
+  const std::string saved = (std::filesystem::temp_directory_path() / "morvane-layer-tree.mvn").string();
+  ASSERT_TRUE(TheSceneCommands().SaveScene(saved));
   program_.reset();
 
   Program& q = Run(saved);
@@ -314,4 +313,5 @@ TEST_F(ProgramSeams, EveryVolumeOfTheLayerTreeIsSavedAndTheTreeComesBack) {
   EXPECT_EQ(ear->ParentBranch, back->BranchOf(q.View().Volume())) << "the ear hangs on the first volume";
   EXPECT_GE(ear->Volume->GetVoxel(70, 0, 0), kSurfaceLevel);
   EXPECT_EQ(back->VisibleVolumes().size(), 1u);
+  std::filesystem::remove(saved);
 }

@@ -22,6 +22,7 @@ struct RenderToolFixture : ::testing::Test {
   VolumeObject sphere;
   comms::cViewer camera;
   RenderTool tool;
+  float pivot[3] = {0, 0, 0};
   void SetUp() override {
     char name[] = "/tmp/morvane-rtool-XXXXXX";
     dir = mkdtemp(name);
@@ -29,7 +30,6 @@ struct RenderToolFixture : ::testing::Test {
     camera.Pos = comms::cVec3(0, 0, 60);
     camera.ViewRect = {0, 0, 48, 32};
     camera.Update();
-    const float pivot[3] = {0, 0, 0};
     tool.SetScene([this] { return std::vector<VolumeObject*>{&sphere}; }, &camera, pivot);
     tool.Folder = (dir / "RenderedImages").string();
     tool.Params.ViewSizeX = 40, tool.Params.ViewSizeY = 30;
