@@ -33,6 +33,16 @@ void FinishCells(VolumeObject& v, std::vector<CellKey>& keys) {
 
 }  // namespace
 
+Enumerator* BitnessEnumerator() {
+  Enumerator* e = GetEnumerator("BITNESS");
+  if (e->GetStoredAmount() == 0) {
+    e->Add("8-bit");
+    e->Add("16-bit");
+    e->Add("32-bit float");
+  }
+  return e;
+}
+
 bool ReadRawVoxHeader(const std::string& path, ImportVoxParams& p) {
   FILE* f = std::fopen(path.c_str(), "rb");
   if (!f) return false;

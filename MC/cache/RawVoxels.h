@@ -7,13 +7,37 @@
 #include <cstdint>
 #include <string>
 
+#include "ClassEngine/Enumerator.h"
+#include "ClassEngine/MemberClasses.h"
+
 class VolumeObject;
 
-struct ImportVoxParams {
+// The enumeration "BITNESS": "8-bit", "16-bit", "32-bit float".
+Enumerator* BitnessEnumerator();
+
+// The import dialog's settings (RAW_IMPORT_HINT), shown unless a header
+// answers them.
+class ImportVoxParams : public BaseClass {
+ public:
   int Bits = 1;  // 0: 8-bit, 1: 16-bit, 2: 32-bit float
   int SizeX = 8, SizeY = 8, SizeZ = 8;
   int HeaderSize = 0;
   float SlicePosition = 50;  // 0..100: where the surface cuts through the data
+  MV_CLASS(ImportVoxParams, BaseClass) {
+    Member("_index", Bits, "Bits", BitnessEnumerator());
+    Member("_int", SizeX, "SizeX");
+    Member("_int", SizeY, "SizeY");
+    Member("_int", SizeZ, "SizeZ");
+    Member("_int", HeaderSize, "HeaderSize");
+    Member("CtrlFSlider", SlicePosition, "SlicePosition", NewFloatSliderRange(0, 100));
+  }
+};
+
+// The export dialog's one setting.
+class ExportVoxParams : public BaseClass {
+ public:
+  int Bits = 1;
+  MV_CLASS(ExportVoxParams, BaseClass) { Member("_index", Bits, "Bits", BitnessEnumerator()); }
 };
 
 constexpr uint32_t kRawVoxTag = 0x52564f58u;  // "RVOX"

@@ -194,3 +194,26 @@ TEST_F(RawFiles, HeaderlessSizesSuggestSlicesOf256By256) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(RawVoxParams, DialogSettingsReadBackFromTheirFile) {
+  ImportVoxParams p;
+  p.Bits = 2, p.SizeX = 31, p.SizeY = 17, p.SizeZ = 5, p.HeaderSize = 20, p.SlicePosition = 75;
+  char name[] = "/tmp/morvane-voxparams-XXXXXX";
+  const int fd = mkstemp(name);
+  ASSERT_GE(fd, 0);
+  close(fd);
+  ASSERT_TRUE(p.WriteToFile(name));
+  ImportVoxParams back;
+  ASSERT_TRUE(back.ReadFromFile(name));
+  std::remove(name);
+  EXPECT_EQ(back.Bits, 2);
+  EXPECT_EQ(back.SizeX, 31);
+  EXPECT_EQ(back.SizeZ, 5);
+  EXPECT_EQ(back.HeaderSize, 20);
+  EXPECT_FLOAT_EQ(back.SlicePosition, 75);
+  EXPECT_STREQ(BitnessEnumerator()->Get(2), "32-bit float");
+}
+
+}  // namespace
