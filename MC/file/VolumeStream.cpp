@@ -119,8 +119,8 @@ void WriteVolumes(BlockWriter& w, const std::vector<VolumeObject*>& volumes, boo
     w.I32(0);  // base colour: the shader's own
     w.I32(v->SurfaceMode ? kSurfaceFlag : 0);
     w.I32(0);  // no hidden-space companion
-    w.I32(1);  // shader name: none yet
-    w.U8(0);
+    w.I32((int)v->Shader.size() + 1);  // the shader's name; no parameters of its own yet
+    w.Bytes(v->Shader.c_str(), v->Shader.size() + 1);
     // Cells by key, so a volume writes the same bytes whatever its history.
     std::vector<std::pair<CellKey, const VoxelCell*>> cells;
     // Cells without content (empty fill, no array) would be dropped on reading: not written.
@@ -170,7 +170,11 @@ bool ReadVolumes(BlockReader& r, std::vector<std::unique_ptr<VolumeObject>>& out
       if (version >= 5) r.I32();  // hidden companion
       int shader = r.I32();
       if (shader < 0 || !r.Fits((uint64_t)shader, 1, "shader name")) return false;
-      r.Skip(shader);
+      std::string block((size_t)shader, '\0');
+      r.Bytes(block.data(), shader);
+      // The name up to its 0; parameters in XML may follow it.
+      const std::string shaderName = block.c_str();
+      if (!shaderName.empty()) v->Shader = shaderName;
     }
     int cells = r.I32();
     bytesPerVoxel = r.I32();
