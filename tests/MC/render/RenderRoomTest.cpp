@@ -199,6 +199,7 @@ TEST(RenderRoom, EmptySceneGivesTheBackdrop) {
 #include <filesystem>
 #include <fstream>
 
+#include "MC/TempFolder.h"
 #include "MC/render/RenderFrames.h"
 #include "MC/tree/VolumeTreeScene.h"
 #include "MC/tree/VoxVisualTree.h"
@@ -207,15 +208,7 @@ TEST(RenderRoom, EmptySceneGivesTheBackdrop) {
 
 namespace {
 
-struct RenderFolder : ::testing::Test {
-  std::filesystem::path dir;
-  void SetUp() override {
-    char name[] = "/tmp/morvane-render-XXXXXX";
-    dir = mkdtemp(name);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir); }
-  std::string Path(const char* name) const { return (dir / name).string(); }
-};
+using RenderFolder = TempFolderTest;
 
 TEST_F(RenderFolder, LoopStopsAtTheLimitOrWhenAsked) {
   SphereOnFloor scene;

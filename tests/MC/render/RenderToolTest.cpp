@@ -7,6 +7,7 @@
 
 #include <filesystem>
 
+#include "MC/TempFolder.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/render/RenderTool.h"
@@ -17,15 +18,13 @@
 
 namespace {
 
-struct RenderToolFixture : ::testing::Test {
-  std::filesystem::path dir;
+struct RenderToolFixture : TempFolderTest {
   VolumeObject sphere;
   comms::cViewer camera;
   RenderTool tool;
   float pivot[3] = {0, 0, 0};
   void SetUp() override {
-    char name[] = "/tmp/morvane-rtool-XXXXXX";
-    dir = mkdtemp(name);
+    TempFolderTest::SetUp();
     FillVolume(sphere, SphereShape(0, 0, 0, 9));
     camera.Pos = comms::cVec3(0, 0, 60);
     camera.ViewRect = {0, 0, 48, 32};
@@ -35,7 +34,6 @@ struct RenderToolFixture : ::testing::Test {
     tool.Params.ViewSizeX = 40, tool.Params.ViewSizeY = 30;
     tool.Params.MaxRenederSteps = 4;
   }
-  void TearDown() override { std::filesystem::remove_all(dir); }
 };
 
 TEST_F(RenderToolFixture, StillsGoToNumberedFiles) {

@@ -14,19 +14,12 @@
 #include "MC/brushes/BrushTestKit.h"
 #include "MC/cache/RawVoxels.h"
 #include "MC/tree/LatticeSnapshot.h"
+#include "MC/TempFolder.h"
 #include "TreeTestKit.h"
 
 namespace {
 
-struct RawFiles : ::testing::Test {
-  std::filesystem::path dir;
-  void SetUp() override {
-    char name[] = "/tmp/morvane-raw-XXXXXX";
-    dir = mkdtemp(name);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir); }
-  std::string Path(const char* name) const { return (dir / name).string(); }
-};
+using RawFiles = TempFolderTest;
 
 void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
   std::ofstream f(path, std::ios::binary);
