@@ -111,8 +111,6 @@ bool RestoreFromCache(VolumeObject& volume) {
   return true;
 }
 
-bool TransferFromCache(VolumeObject& volume) { return RestoreFromCache(volume); }
-
 bool ToggleCachingVolume(VolumeObject& volume, int visualisation, const std::string& folder) {
   return volume.InCache ? TransferFromCache(volume) : CacheVolume(volume, visualisation, folder);
 }

@@ -20,7 +20,9 @@ bool CacheVolume(VolumeObject& volume, int visualisation, const std::string& fol
 // Reads the cache file back over the proxy and deletes the file; the
 // ObjectId stays. False (the proxy kept) when the file is missing or damaged.
 bool RestoreFromCache(VolumeObject& volume);
-// Restores a cached volume; edits made on its proxy are not carried over.
+// Restores a cached volume and, when its proxy was edited in surface mode,
+// carries the proxy's vertex moves onto the full surface, which is then in
+// surface mode (SurfaceTransfer.cpp). A proxy left alone is a plain restore.
 bool TransferFromCache(VolumeObject& volume);
 // Caches a volume that is not cached, restores one that is.
 bool ToggleCachingVolume(VolumeObject& volume, int visualisation, const std::string& folder = "Cache");

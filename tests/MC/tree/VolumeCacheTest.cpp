@@ -18,6 +18,10 @@
 
 namespace {
 
+struct cVec3Pos {
+  float v[3];
+};
+
 std::vector<uint8_t> StreamOf(VolumeObject& v, bool surfaces) {
   MemoryBinStream m;
   {
@@ -174,6 +178,59 @@ TEST_F(CacheFolder, SceneFileCarriesTheTreeAndItsCacheFiles) {
   EXPECT_EQ(StreamOf(*a2->Volume, false), full);
   EXPECT_FALSE(LoadTreeScene("missing.mvn", back, &error));
   EXPECT_EQ(back.VolumeList.size(), 2u) << "a failed load leaves the tree";
+}
+
+}  // namespace
+
+namespace {
+
+// Every surface vertex of the volume in scene space, cell by cell.
+std::vector<cVec3Pos> SceneVertices(VolumeObject& v) {
+  std::vector<cVec3Pos> out;
+  std::vector<std::pair<CellKey, VoxelCell*>> cells;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) { cells.push_back({k, c}); });
+  std::sort(cells.begin(), cells.end(), [](const auto& a, const auto& b) {
+    return std::tie(a.first.z, a.first.y, a.first.x) < std::tie(b.first.z, b.first.y, b.first.x);
+  });
+  for (auto& [k, c] : cells)
+    if (c->Surface)
+      for (int i = 0; i < c->Surface->Vertices.Count; ++i) {
+        cVec3Pos p;
+        v.PointToScene(c->Surface->Vertices[i].Pos, p.v);
+        out.push_back(p);
+      }
+  return out;
+}
+
+TEST_F(CacheFolder, ProxyEditsInSurfaceModeCarryOverToTheFullSurface) {
+  VolumeObject v;
+  Fill(v);
+  const std::vector<cVec3Pos> before = SceneVertices(v);
+  ASSERT_TRUE(CacheVolume(v, Reduce2X));
+  // Untouched, the transfer is a plain restore.
+  ASSERT_TRUE(TransferFromCache(v));
+  EXPECT_FALSE(v.SurfaceMode);
+  ASSERT_EQ(SceneVertices(v).size(), before.size());
+
+  ASSERT_TRUE(CacheVolume(v, Reduce2X));
+  // Move the whole proxy surface by 1.5 proxy voxels along its x, in surface mode.
+  v.SurfaceMode = true;
+  v.Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+    if (!c->Surface) return;
+    c->Surface->OldVertices.Assign(c->Surface->Vertices.Data, c->Surface->Vertices.Count);
+    for (int i = 0; i < c->Surface->Vertices.Count; ++i) c->Surface->Vertices[i].Pos[0] += 1.5f;
+  });
+  float unit[3] = {1.5f, 0, 0}, shift[3];
+  v.VectorToScene(unit, shift);
+  ASSERT_TRUE(TransferFromCache(v));
+  EXPECT_FALSE(v.InCache);
+  EXPECT_TRUE(v.SurfaceMode) << "the full surface now carries the edit";
+  const std::vector<cVec3Pos> after = SceneVertices(v);
+  ASSERT_EQ(after.size(), before.size());
+  double worst = 0;
+  for (size_t i = 0; i < after.size(); ++i)
+    for (int a = 0; a < 3; ++a) worst = std::max(worst, (double)std::abs(after[i].v[a] - before[i].v[a] - shift[a]));
+  EXPECT_LT(worst, 1e-3) << "a uniform shift carries over exactly";
 }
 
 }  // namespace
