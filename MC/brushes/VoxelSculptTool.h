@@ -59,6 +59,9 @@ class VoxelSculptTool : public BasicTool {
   // stroke's undo record is written. Without a hook the copies are dropped
   // (the stroke is kept).
   std::function<void(VolumeObject&)> OnStrokeEnd;
+  // Asked before IncRes doubles the resolution (which cannot be undone),
+  // with the bytes it will take; false leaves the volume. Null goes on.
+  std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
