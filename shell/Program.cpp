@@ -3,10 +3,12 @@
 
 #include "ClassEngine/TextLookup.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "MC/render/RenderTool.h"
 #include "interface/Dialogs.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
 #include "paint/undo/UndoStack.h"
+#include "shell/RenderRoom.h"
 #include "shell/SceneFileCommands.h"
 #include "shell/UndoCommands.h"
 
@@ -27,6 +29,7 @@ Program::Program(Platform& platform, const ProgramMode& mode)
   view_.Attach(shell_);
   RegisterVoxelTools(tools_);
   RegisterPaintTools(tools_);
+  RegisterRenderTools(tools_);
   interface_ = std::make_unique<ShellInterface>(shell_, [this] { return view_.Renderer(); }, tools_);
   interface_->Attach();
   workspace_ = std::make_unique<Workspace>(shell_, *interface_, view_);
@@ -42,6 +45,7 @@ bool Program::Start(const StartOptions& options) {
   if (!shell_.Start(options)) return false;
   StartVoxelRoom(voxelRoom_, view_, shell_.Tablet(), mode_.sculptDemoHead);
   StartPaintRoom(paintRoom_, view_);
+  StartRenderRoom(view_);
   workspace_->Start();
   InstallSceneFileCommands(Tools(), view_, shell_.Folders());
   InstallUndo(TheUndoStack(), Tools(), view_);

@@ -9,6 +9,7 @@
 #include "ClassEngine/Log.h"
 #include "ClassEngine/SystemDialog.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "interface/TextTable.h"
 #include "paint/SceneChanges.h"
 #include "paint/file/SceneFile.h"
@@ -107,14 +108,14 @@ void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserF
   auto c = std::make_shared<Commands>(
       Commands{tools, view, RecentFiles(folders.Path("UserData/recent.txt")), folders.Path("UserData/")});
   if (VoxelSculptTool* voxels = FindVoxelTool(tools)) {
+    // The scene file holds every volume of the layer tree, and the tree.
     voxels->SceneVolumes = [c] {
-      std::vector<VolumeObject*> list;
-      if (VolumeObject* v = c->view.Volume()) list.push_back(v);
-      return list;
+      return c->view.Tree() ? c->view.Tree()->Volumes() : std::vector<VolumeObject*>();
     };
-    voxels->TakeVolumes = [c, voxels](std::vector<std::unique_ptr<VolumeObject>>&& loaded) {
+    voxels->SceneTreeXml = [c] { return c->view.Tree() ? c->view.Tree()->TreeXml() : std::string(); };
+    voxels->TakeScene = [c, voxels](std::vector<std::unique_ptr<VolumeObject>>&& loaded, const std::string& tree) {
       if (loaded.empty()) return;
-      c->view.TakeVolumes(std::move(loaded));
+      c->view.TakeVolumes(std::move(loaded), tree);
       voxels->SetScene(c->view.Volume(), &c->view.Camera());
     };
   }

@@ -18,6 +18,7 @@
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "interchange/IO.h"
 #include "interface/Navigation.h"
 #include "paint/scene/SceneDevice.h"
@@ -89,7 +90,7 @@ ViewportSeams::ViewportSeams(Platform& platform, bool headless) : platform_(plat
 
 ViewportSeams::~ViewportSeams() {
   // Device meshes go before the device.
-  drawer_.reset();
+  drawers_.clear();
   if (settings_) cSettings::SetReloadShadersHook(nullptr);
   if (IRS == irs_.get()) IRS = nullptr;
   if (render_) render_->Release();
@@ -154,12 +155,15 @@ bool ViewportSeams::InitRenderer() {
 }
 
 void ViewportSeams::MakeStartScene() {
-  volume_ = std::make_unique<VolumeObject>();
-  FillVolume(*volume_, SphereShape(0, 0, 0, 60));
-  volume_->UpdateSurface();
-  drawer_ = std::make_unique<VolumeDrawer>(*render_);
-  FrameVolume(*volume_, camera_);
+  tree_ = std::make_unique<VoxVisualTree>();
+  VolumeObject& volume = *tree_->AddVolume()->Volume;
+  FillVolume(volume, SphereShape(0, 0, 0, 60));
+  volume.UpdateSurface();
+  drawers_.clear();
+  FrameVolume(volume, camera_);
 }
+
+VolumeObject* ViewportSeams::Volume() const { return tree_ ? tree_->CurrentVolume : nullptr; }
 
 bool ViewportSeams::RendererReady() {
   if (ready_ < 0) ready_ = InitRenderer() ? 1 : 0;
@@ -229,9 +233,17 @@ void ViewportSeams::ClearDepth() { render_->Clear(false, true, 0, 1.0f); }
 
 void ViewportSeams::UpdateRoomAndTool() {
   if (render_ && DrawRoomScene && DrawRoomScene(*render_, camera_)) return;
-  if (volume_ && drawer_) {
+  if (tree_ && render_) {
     render_->SetWireframe(sceneWireframe_);
-    drawer_->Draw(*volume_, camera_);
+    const std::vector<VolumeObject*> shown = tree_->VisibleVolumes();
+    // Drawers of volumes gone or hidden free their device meshes.
+    for (auto it = drawers_.begin(); it != drawers_.end();)
+      it = std::find(shown.begin(), shown.end(), it->first) == shown.end() ? drawers_.erase(it) : std::next(it);
+    for (VolumeObject* v : shown) {
+      std::unique_ptr<VolumeDrawer>& d = drawers_[v];
+      if (!d) d = std::make_unique<VolumeDrawer>(*render_);
+      d->Draw(*v, camera_);
+    }
     render_->SetWireframe(false);
   }
   if (render_ && DrawOverVolume) DrawOverVolume(*render_, camera_);
@@ -284,14 +296,13 @@ std::string ViewportSeams::LastRecentFile() {
   return TheSceneCommands().LastRecentFile ? TheSceneCommands().LastRecentFile() : std::string();
 }
 
-void ViewportSeams::TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes) {
+void ViewportSeams::TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes, const std::string& treeXml) {
   if (volumes.empty() || !volumes.front()) return;
-  if (volumes.size() > 1) Log("Scene file: %d volumes, the view shows the first", (int)volumes.size());
-  volume_ = std::move(volumes.front());
-  volumes.clear();
-  volume_->UpdateSurface();
-  if (render_) drawer_ = std::make_unique<VolumeDrawer>(*render_);
-  FrameVolume(*volume_, camera_);
+  drawers_.clear();
+  if (!tree_) tree_ = std::make_unique<VoxVisualTree>();
+  tree_->TakeScene(std::move(volumes), treeXml);
+  for (VolumeObject* v : tree_->Volumes()) v->UpdateSurface();
+  if (Volume()) FrameVolume(*Volume(), camera_);
 }
 void ViewportSeams::ImportMesh(const std::string& path) { ImportMeshFile(path); }
 void ViewportSeams::RunCommandLine(const CommandLineDecision& decision) { RunFileCommand(decision); }

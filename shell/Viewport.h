@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -20,6 +21,7 @@ class Dispatcher;
 class Shell;
 class VolumeObject;
 class VolumeDrawer;
+class VoxVisualTree;
 namespace comms {
 class cSettings;
 class cRender;
@@ -63,11 +65,14 @@ class ViewportSeams : public ShellSeams {
   // The last frame as the first free "screenshot-NNN.png" in `folder`.
   std::string WriteNumberedScreenshot(const std::string& folder);
   comms::cFreeViewer& Camera() { return camera_; }
-  // The start-up scene's volume, null until RendererReady has made it.
-  VolumeObject* Volume() const { return volume_.get(); }
-  // Shows the first of `volumes` in place of the present volume (a scene
-  // file brought them); an empty list changes nothing.
-  void TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes);
+  // The current volume of the layer tree (the start-up scene's sphere at
+  // first), null until RendererReady has made it.
+  VolumeObject* Volume() const;
+  // The voxel room's layer tree; every visible volume of it is drawn.
+  VoxVisualTree* Tree() const { return tree_.get(); }
+  // Takes the volumes (and the layer tree's XML, if any) a scene file
+  // brought in place of the present tree; an empty list changes nothing.
+  void TakeVolumes(std::vector<std::unique_ptr<VolumeObject>>&& volumes, const std::string& treeXml = std::string());
   // The renderer, null until RendererReady has made it.
   comms::cRender* Renderer() const { return render_.get(); }
   // The path of the last picture that F12 wrote, empty if it failed.
@@ -118,8 +123,8 @@ class ViewportSeams : public ShellSeams {
   std::unique_ptr<comms::cIRS> irs_;
   comms::cFreeViewer camera_;
   comms::cBackground background_;
-  std::unique_ptr<VolumeObject> volume_;
-  std::unique_ptr<VolumeDrawer> drawer_;
+  std::unique_ptr<VoxVisualTree> tree_;
+  std::unordered_map<const VolumeObject*, std::unique_ptr<VolumeDrawer>> drawers_;  // one per drawn volume
   std::unique_ptr<ViewportWidget> widget_;
   int defaultDepth_ = -1;
   bool sceneOpen_ = false;

@@ -9,7 +9,9 @@
 
 #include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
+#include "ClassEngine/SystemDialog.h"
 #include "MC/brushes/ReplayCommand.h"
+#include "interface/TextTable.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "render/SurfaceRing.h"
@@ -20,6 +22,7 @@
 #include "platform/Platform.h"
 #include "render/Render.h"
 #include "render/Viewer.h"
+#include "shell/Shell.h"
 #include "shell/Viewport.h"
 #include "shell/tools/ToolTable.h"
 
@@ -79,6 +82,18 @@ void StartVoxelRoom(VoxelRoomLink& link, ViewportSeams& viewport, TabletReader* 
   // centred in what is left of it.
   viewport.Camera().ShiftX = RoomInterface::kToolListWidth + RoomInterface::kToolPanelWidth;
   link.Connect(Tools(), volume, &viewport.Camera(), tablet, true);
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+    tool->ConfirmIncreaseResolution = [](uint64_t bytes) {
+      SystemDialog d;
+      d.title = Text("MORVANE_TITLE");
+      char amount[64];
+      snprintf(amount, sizeof(amount), "%.1f MB", bytes / 1048576.0);
+      d.text = std::string(Text("NOT_UNDOABLE")) + "\n\n" + Text("NeedMemory") + ": " + amount;
+      d.kind = SystemDialog::Kind::Question;
+      d.buttons = {Text("YES"), Text("NO")};
+      Shell* shell = TheShell();
+      return (shell ? shell->Ask(d) : ShowSystemDialog(d)) == 0;
+    };
   viewport.DrawOverVolume = [&link](comms::cRender& render, const comms::cViewer& camera) {
     link.DrawBrushCursor(render, camera, Tools());
   };

@@ -13,6 +13,7 @@
 //                                         a script beginning "import MESH MODE" paints the mesh and
 //                                         writes replay.png and <target>_color.png
 //   morvane --paint-import MESH MODE OUT  a mesh as paint scene (micro or per-pixel): picture (.png) or scene (.mvn)
+//   morvane --render IN OUT FRAMES [W H]  the render room's picture of a scene (.mvn) or of a stroke script
 #include <unistd.h>
 
 #include <climits>
@@ -27,6 +28,7 @@
 #include "MC/file/VolumeSceneFiles.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mesh/MeshToVolumeCommand.h"
+#include "MC/render/RenderFrames.h"
 #include "interchange/Convert.h"
 #include "paint/scene/PaintImportCommand.h"
 #include "paint/stroke/PaintReplay.h"
@@ -64,6 +66,8 @@ int main(int argc, char** argv) {
     return RunMeshToVolumeCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--paint-import") == 0)
     return RunPaintImportCommand(std::vector<std::string>(argv + 2, argv + argc));
+  if (argc >= 2 && strcmp(argv[1], "--render") == 0)
+    return RunRenderCommand(std::vector<std::string>(argv + 2, argv + argc));
   if (argc >= 2 && strcmp(argv[1], "--replay") == 0)
     return RunReplayCommand(std::vector<std::string>(argv + 2, argv + argc));
 

@@ -9,6 +9,7 @@
 #include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VolumeResolution.h"
 #include "paint/SceneChanges.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenPressure.h"
@@ -56,9 +57,13 @@ bool VoxelSculptTool::RunCommand(int mode) {
   message_.clear();
   if (stroke_.Active()) FinishStroke();
   if (mode == VOX_INCRES) {
-    // Doubling the resolution belongs with the volume tree and its memory prompt.
-    message_ = "not available yet";
-    Log("VoxelSculptTool::RunCommand(): IncRes is not available yet");
+    // Doubling the resolution cannot be undone: the user is asked first.
+    if (!volume_) return true;
+    const uint64_t cost = IncreaseResolutionCost(*volume_);
+    if (ConfirmIncreaseResolution && !ConfirmIncreaseResolution(cost)) return true;
+    IncreaseResolution(*volume_);
+    volume_->UpdateSurface();
+    Log("VoxelSculptTool::RunCommand(): resolution doubled, %llu bytes", (unsigned long long)cost);
     return true;
   }
   if (!volume_) return true;

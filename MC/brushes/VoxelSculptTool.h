@@ -67,6 +67,9 @@ class VoxelSculptTool : public BasicTool {
   // stroke's undo record is written. Without a hook the copies are dropped
   // (the stroke is kept).
   std::function<void(VolumeObject&)> OnStrokeEnd;
+  // Asked before IncRes doubles the resolution (which cannot be undone),
+  // with the bytes it will take; false leaves the volume. Null goes on.
+  std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
@@ -102,6 +105,10 @@ class VoxelSculptTool : public BasicTool {
   // cleanly and then go to TakeVolumes.
   std::function<std::vector<VolumeObject*>()> SceneVolumes;
   std::function<void(std::vector<std::unique_ptr<VolumeObject>>&&)> TakeVolumes;
+  // With a layer tree: its XML for "VOL3", and on load the volumes with the
+  // tree's XML (used instead of TakeVolumes when set).
+  std::function<std::string()> SceneTreeXml;
+  std::function<void(std::vector<std::unique_ptr<VolumeObject>>&&, const std::string&)> TakeScene;
   int GetBlockCount() override { return 2; }
   uint32_t GetBlockTag() override;
   bool WritesDirect() override { return true; }
@@ -131,6 +138,7 @@ class VoxelSculptTool : public BasicTool {
   bool moved_ = false;
   uint32_t strokes_ = 0;
   std::vector<std::unique_ptr<VolumeObject>> loaded_;
+  std::string loadedTree_;
   std::vector<std::pair<std::string, std::vector<uint8_t>>> cacheFiles_;
   bool volumesRead_ = false;
 };

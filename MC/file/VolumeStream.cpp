@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "MC/file/VoxelPacking.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -105,7 +106,8 @@ bool Finite(const float m[16]) {
 
 }  // namespace
 
-void WriteVolumes(BlockWriter& w, const std::vector<VolumeObject*>& volumes, bool surfaces) {
+void WriteVolumes(BlockWriter& w, const std::vector<VolumeObject*>& volumes, bool surfaces,
+                  const std::string& tree) {
   w.I32(kVolumeStreamVersion);
   w.I32((int)volumes.size());
   std::vector<uint8_t> code;
@@ -117,8 +119,8 @@ void WriteVolumes(BlockWriter& w, const std::vector<VolumeObject*>& volumes, boo
     w.I32(0);  // base colour: the shader's own
     w.I32(v->SurfaceMode ? kSurfaceFlag : 0);
     w.I32(0);  // no hidden-space companion
-    w.I32(1);  // shader name: none yet
-    w.U8(0);
+    w.I32((int)v->Shader.size() + 1);  // the shader's name; no parameters of its own yet
+    w.Bytes(v->Shader.c_str(), v->Shader.size() + 1);
     // Cells by key, so a volume writes the same bytes whatever its history.
     std::vector<std::pair<CellKey, const VoxelCell*>> cells;
     // Cells without content (empty fill, no array) would be dropped on reading: not written.
@@ -133,11 +135,13 @@ void WriteVolumes(BlockWriter& w, const std::vector<VolumeObject*>& volumes, boo
     w.I32(2);
     for (const auto& [key, cell] : cells) Cell(w, key, *cell, surfaces || v->SurfaceMode, code);
   }
-  w.I32(0);  // the volume tree: none beyond the list yet
+  w.I32((int)tree.size());
+  w.Bytes(tree.data(), tree.size());
 }
 
-bool ReadVolumes(BlockReader& r, std::vector<std::unique_ptr<VolumeObject>>& out) {
+bool ReadVolumes(BlockReader& r, std::vector<std::unique_ptr<VolumeObject>>& out, std::string* treeText) {
   out.clear();
+  if (treeText) treeText->clear();
   int version = r.I32();
   if (version < 2 || version > kVolumeStreamVersion) {
     r.Fail("volume stream version " + std::to_string(version) + " is not known");
@@ -166,7 +170,11 @@ bool ReadVolumes(BlockReader& r, std::vector<std::unique_ptr<VolumeObject>>& out
       if (version >= 5) r.I32();  // hidden companion
       int shader = r.I32();
       if (shader < 0 || !r.Fits((uint64_t)shader, 1, "shader name")) return false;
-      r.Skip(shader);
+      std::string block((size_t)shader, '\0');
+      r.Bytes(block.data(), shader);
+      // The name up to its 0; parameters in XML may follow it.
+      const std::string shaderName = block.c_str();
+      if (!shaderName.empty()) v->Shader = shaderName;
     }
     int cells = r.I32();
     bytesPerVoxel = r.I32();
@@ -191,6 +199,12 @@ bool ReadVolumes(BlockReader& r, std::vector<std::unique_ptr<VolumeObject>>& out
   }
   int tree = r.I32();
   if (tree < 0 || !r.Fits((uint64_t)tree, 1, "volume tree")) return false;
-  r.Skip(tree);
+  if (treeText) {
+    treeText->resize((size_t)tree);
+    r.Bytes(treeText->data(), tree);
+    treeText->resize(std::strlen(treeText->c_str()));
+  } else {
+    r.Skip(tree);
+  }
   return r.Ok();
 }

@@ -16,6 +16,9 @@ constexpr int kVolumeStreamVersion = 5;
 
 // Writes the stream of `volumes`; with `surfaces`, the cells' triangles too
 // (always for a volume in surface mode).
-void WriteVolumes(BlockWriter& out, const std::vector<VolumeObject*>& volumes, bool surfaces);
+// `tree` is the layer tree's class XML (empty: no tree).
+void WriteVolumes(BlockWriter& out, const std::vector<VolumeObject*>& volumes, bool surfaces,
+                  const std::string& tree = std::string());
 // Reads versions 2 to 5 into new volumes; false with the reason on the reader.
-bool ReadVolumes(BlockReader& in, std::vector<std::unique_ptr<VolumeObject>>& out);
+// With `tree`, the layer tree's XML is handed back (empty when none).
+bool ReadVolumes(BlockReader& in, std::vector<std::unique_ptr<VolumeObject>>& out, std::string* tree = nullptr);

@@ -53,7 +53,7 @@ bool VoxelSculptTool::SaveBlock(BinStream* stream) {
       w.I32(-1);
       return true;
     }
-    WriteVolumes(w, volumes, false);
+    WriteVolumes(w, volumes, false, SceneTreeXml ? SceneTreeXml() : std::string());
     return true;
   }
   std::vector<std::string> files = CacheFiles(volumes);
@@ -78,7 +78,7 @@ bool VoxelSculptTool::LoadBlock(BinStream* stream) {
     loaded_.clear();
     if (stream->Size() == 4 && r.I32() == -1) return true;
     r.Seek(0);
-    if (!ReadVolumes(r, loaded_)) {
+    if (!ReadVolumes(r, loaded_, &loadedTree_)) {
       Log("VoxelSculptTool::LoadBlock(): %s", r.Error().c_str());
       loaded_.clear();
       return false;
@@ -116,9 +116,13 @@ void VoxelSculptTool::OnSceneLoaded(bool complete) {
       out.Write(bytes.data(), (int64_t)bytes.size());
       if (!out.Commit()) Log("VoxelSculptTool::OnSceneLoaded(): %s", out.Error().c_str());
     }
-    if (volumesRead_ && TakeVolumes) TakeVolumes(std::move(loaded_));
+    if (volumesRead_ && TakeScene)
+      TakeScene(std::move(loaded_), loadedTree_);
+    else if (volumesRead_ && TakeVolumes)
+      TakeVolumes(std::move(loaded_));
   }
   pending.clear();
   loaded_.clear();
+  loadedTree_.clear();
   volumesRead_ = false;
 }

@@ -45,6 +45,7 @@ class VolumeDrawer {
   };
   comms::cRender& render_;
   int shader_ = -1, depth_ = -1;
+  std::string shaderName_;  // the volume shader shader_ was made for
   std::unordered_map<const GroupMesh*, Entry> meshes_;
 };
 

@@ -57,6 +57,7 @@ class VolumeObject {
 
   uintptr_t ObjectId;
   std::string Name;
+  std::string Shader = "mcubes";  // the voxel shader that draws it
   std::string CacheName;
   std::vector<CellKey> TouchedCells;
   CellBlockPool vpool{kCellVoxels * 2};

@@ -12,7 +12,12 @@
 #include <filesystem>
 #include <fstream>
 
+#include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/render/RenderTool.h"
+#include "MC/render/VolumeRender.h"
+#include "MC/tree/VoxVisualTree.h"
+#include "shell/tools/ToolTable.h"
 #include "ShellFixture.h"
 #include "interchange/IO.h"
 #include "interface/AppOptions.h"
@@ -376,4 +381,58 @@ TEST_F(ProgramSeams, SavedSceneComesBackWithItsVolumeByRecentDropAndOpen) {
   q.TheShell().RunFrames(2);
   EXPECT_NE(q.View().Volume(), kept);
   EXPECT_EQ(TheSceneCommands().LastRecentFile(), next);
+}
+
+TEST_F(ProgramSeams, EveryVolumeOfTheLayerTreeIsSavedAndTheTreeComesBack) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  VoxVisualTree* tree = p.View().Tree();
+  ASSERT_NE(tree, nullptr);
+  VoxTreeBranch* first = tree->BranchOf(p.View().Volume());
+  ASSERT_NE(first, nullptr);
+  VoxTreeBranch* child = tree->AddVolume(first, nullptr, "Ear");
+  FillVolume(*child->Volume, SphereShape(70, 0, 0, 12));
+  child->Visible = false;
+  tree->MakeCurrent(first);
+  const std::string saved = (std::filesystem::temp_directory_path() / "morvane-layer-tree.mvn").string();
+  ASSERT_TRUE(TheSceneCommands().SaveScene(saved));
+  program_.reset();
+
+  Program& q = Run(saved);
+  q.TheShell().RunFrames(5);
+  VoxVisualTree* back = q.View().Tree();
+  ASSERT_NE(back, nullptr);
+  ASSERT_EQ(back->VolumeList.size(), 2u);
+  VoxTreeBranch* ear = back->FindByName("Ear");
+  ASSERT_NE(ear, nullptr);
+  EXPECT_FALSE(ear->Visible);
+  EXPECT_EQ(ear->ParentBranch, back->BranchOf(q.View().Volume())) << "the ear hangs on the first volume";
+  EXPECT_GE(ear->Volume->GetVoxel(70, 0, 0), kSurfaceLevel);
+  EXPECT_EQ(back->VisibleVolumes().size(), 1u);
+  std::filesystem::remove(saved);
+}
+
+TEST_F(ProgramSeams, RenderRoomShowsItsRefiningPicture) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
+  ASSERT_NE(tool, nullptr) << "the render room runs the render tool";
+  const std::string before = (std::filesystem::temp_directory_path() / "morvane-render-before.png").string();
+  const std::string after = (std::filesystem::temp_directory_path() / "morvane-render-after.png").string();
+  Tools().SetCurrentTool("RenderTool");
+  p.TheShell().RunFrames(2);
+  ASSERT_EQ(p.View().WriteScreenshot(before), before);
+  tool->IncrementalRender = true;
+  tool->Params.MaxRenederSteps = 3;
+  p.TheShell().RunFrames(6);
+  ASSERT_NE(tool->Incremental(), nullptr);
+  EXPECT_EQ(tool->Incremental()->Rays(), 3);
+  ASSERT_EQ(p.View().WriteScreenshot(after), after);
+  comms::cImage a, b;
+  ASSERT_TRUE(comms::cIO::LoadImage(before, a));
+  ASSERT_TRUE(comms::cIO::LoadImage(after, b));
+  EXPECT_NE(a.data, b.data) << "the picture stands in place of the view";
+  if (const char* dir = std::getenv("MORVANE_TEST_PICTURES")) std::filesystem::copy_file(after, std::string(dir) + "/render-room-window.png", std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::remove(before);
+  std::filesystem::remove(after);
 }

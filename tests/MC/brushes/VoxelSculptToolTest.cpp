@@ -290,8 +290,20 @@ TEST_F(ToolFixture, CommandsRunAtOnceAndKeepTheMode) {
   EXPECT_NEAR((double)InsideCount(volume), (double)inside, inside * 0.05) << "and keeps the volume";
   EXPECT_EQ(volume.UndoCopies, 0);
   EXPECT_EQ(volume.DirtyCells.Count(), 0) << "the surface is current";
+  // IncRes asks first; no leaves the volume as it was.
+  uint64_t asked = 0;
+  tool->ConfirmIncreaseResolution = [&](uint64_t bytes) { return (asked = bytes), false; };
+  const VolumeSnapshot smoothed = Snapshot(volume);
   ASSERT_TRUE(tool->SelectMode(VOX_INCRES));
-  EXPECT_EQ(tool->Message(), "not available yet");
+  EXPECT_GT(asked, 0u);
+  EXPECT_EQ(Snapshot(volume), smoothed);
+  tool->ConfirmIncreaseResolution = [](uint64_t) { return true; };
+  const int cells = volume.Cells.Count();
+  ASSERT_TRUE(tool->SelectMode(VOX_INCRES));
+  EXPECT_EQ(tool->Message(), "");
+  EXPECT_NEAR(volume.TransformScale, 0.5f, 1e-6f) << "each voxel half as big";
+  EXPECT_GT(volume.Cells.Count(), cells * 4);
+  EXPECT_EQ(volume.DirtyCells.Count(), 0) << "the surface is current";
   EXPECT_EQ(tool->Mode, SCULPT_CARVE);
   ASSERT_TRUE(tool->SelectMode(VOX_CLEAR));
   EXPECT_EQ(InsideCount(volume), 0);

@@ -1,0 +1,119 @@
+// The render room's tool (see RenderTool.h).
+#include "MC/render/RenderTool.h"
+
+#include <cmath>
+#include <filesystem>
+
+#include "ClassEngine/Log.h"
+#include "MC/render/RenderFrames.h"
+#include "MC/render/VolumeRender.h"
+#include "render/Viewer.h"
+
+using comms::cVec3;
+
+RenderTool::RenderTool() { SequenceName = "turn"; }
+RenderTool::~RenderTool() = default;
+
+void RenderTool::SetScene(std::function<std::vector<VolumeObject*>()> volumes, const comms::cViewer* camera,
+                          const float pivot[3]) {
+  volumes_ = std::move(volumes);
+  camera_ = camera;
+  pivot_ = pivot;
+  incremental_.reset();
+}
+
+cVec3 RenderTool::Pivot() const { return pivot_ ? cVec3(pivot_[0], pivot_[1], pivot_[2]) : cVec3(0, 0, 0); }
+
+void RenderTool::AddLight() {
+  auto* light = new ExtraLight;
+  light->SetParent(&Params.Lights);
+  Params.Lights.Add(light);
+  incremental_.reset();
+}
+
+std::unique_ptr<VolumeRender> RenderTool::MakeRender(int width, int height) const {
+  if (!volumes_ || !camera_) return nullptr;
+  auto r = std::make_unique<VolumeRender>(Params, width, height);
+  r->SetScene(volumes_());
+  const cVec3 pivot = Pivot();
+  r->SetEye(VolumeRender::EyeOf(*camera_, std::max((pivot - camera_->Pos).Length(), 1e-3f)));
+  return r;
+}
+
+std::string RenderTool::SaveNumbered(const VolumeRender& r, const std::string& stem) const {
+  std::error_code ec;
+  std::filesystem::create_directories(Folder, ec);
+  const std::string name = NumberedFileName(Folder + "/" + stem, Params.SaveAsBMP ? "bmp" : "png", Params.DontOverwriteFiles);
+  if (!r.Save(name, Params.StoreAlphaChannel)) {
+    Log("RenderTool::SaveNumbered(): %s cannot be written", name.c_str());
+    return "";
+  }
+  return name;
+}
+
+std::string RenderTool::RenderStill() {
+  std::error_code ec;
+  std::filesystem::create_directories(Folder, ec);
+  Params.WriteToFile((Folder + "/rparam.xml").c_str());
+  auto r = MakeRender(Params.ViewSizeX, Params.ViewSizeY);
+  if (!r) return "";
+  RenderFrames(*r, std::max(1, Params.MaxRenederSteps), StopRequested);
+  return SaveNumbered(*r, "render");
+}
+
+std::vector<std::string> RenderTool::RenderTurn() {
+  std::vector<std::string> files;
+  if (!camera_ || NumFinalFrames < 1) return files;
+  comms::cViewer turned = *camera_;
+  const cVec3 pivot = Pivot();
+  const comms::cViewer* saved = camera_;
+  for (int i = 0; i < NumFinalFrames; ++i) {
+    // The eye turns about the vertical through the pivot.
+    const float a = 6.2831853f * (float)i / (float)NumFinalFrames, c = std::cos(a), s = std::sin(a);
+    auto turn = [&](const cVec3& v) { return cVec3(c * v.x + s * v.z, v.y, -s * v.x + c * v.z); };
+    turned.Pos = pivot + turn(saved->Pos - pivot);
+    turned.Right = turn(saved->Right), turned.Up = turn(saved->Up), turned.Forward = turn(saved->Forward);
+    camera_ = &turned;
+    auto r = MakeRender(Params.ViewSizeX, Params.ViewSizeY);
+    camera_ = saved;
+    if (!r) break;
+    bool stopped = false;
+    RenderFrames(*r, std::max(1, Params.MaxRenederSteps), [&](int rays) {
+      stopped = StopRequested && StopRequested(rays);
+      return stopped;
+    });
+    const std::string name = SaveNumbered(*r, SequenceName.cpchar());
+    if (name.empty()) break;
+    files.push_back(name);
+    if (stopped) break;
+  }
+  return files;
+}
+
+void RenderTool::Render() { RenderStill(); }
+void RenderTool::RenderSequence() { RenderTurn(); }
+
+bool RenderTool::WantsFrames() { return IncrementalRender && camera_ && volumes_; }
+
+void RenderTool::FrameUpdate() {
+  if (!WantsFrames()) return;
+  const std::vector<float> now = {camera_->Pos.x,     camera_->Pos.y,     camera_->Pos.z,
+                                  camera_->Forward.x, camera_->Forward.y, camera_->Forward.z,
+                                  camera_->Up.x,      camera_->Up.y,      camera_->Up.z,
+                                  camera_->Fov,       camera_->ViewWidth(), camera_->ViewHeight()};
+  if (now != seenCamera_ || !incremental_) {
+    seenCamera_ = now;
+    incremental_ = MakeRender(std::max(1, (int)camera_->ViewWidth()), std::max(1, (int)camera_->ViewHeight()));
+    if (!incremental_) return;
+  }
+  if (incremental_->Rays() < std::max(1, Params.MaxRenederSteps)) incremental_->RenderFrame();
+}
+
+bool RenderTool::OnChange(BaseClass*, void*, void*, const char*) {
+  incremental_.reset();  // a changed setting starts the picture again
+  return false;
+}
+
+void RegisterRenderTools(ToolProviders& providers) {
+  providers["RenderTool"] = [] { return static_cast<BasicTool*>(new RenderTool); };
+}

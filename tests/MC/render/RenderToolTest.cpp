@@ -1,0 +1,90 @@
+// The render room's tool: a still goes to a numbered file that does not
+// overwrite the last one and leaves rparam.xml beside it; a turn writes one
+// picture per step and stops when asked; the incremental picture grows while
+// the camera stands and starts again when it moves or a setting changes.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "MC/TempFolder.h"
+#include "MC/mcubes/VolumeFill.h"
+#include "MC/mcubes/VolumeObject.h"
+#include "MC/render/RenderTool.h"
+#include "MC/render/VolumeRender.h"
+#include "interchange/IO.h"
+#include "interchange/Image.h"
+#include "render/Viewer.h"
+
+namespace {
+
+struct RenderToolFixture : TempFolderTest {
+  VolumeObject sphere;
+  comms::cViewer camera;
+  RenderTool tool;
+  float pivot[3] = {0, 0, 0};
+  void SetUp() override {
+    TempFolderTest::SetUp();
+    FillVolume(sphere, SphereShape(0, 0, 0, 9));
+    camera.Pos = comms::cVec3(0, 0, 60);
+    camera.ViewRect = {0, 0, 48, 32};
+    camera.Update();
+    tool.SetScene([this] { return std::vector<VolumeObject*>{&sphere}; }, &camera, pivot);
+    tool.Folder = (dir / "RenderedImages").string();
+    tool.Params.ViewSizeX = 40, tool.Params.ViewSizeY = 30;
+    tool.Params.MaxRenederSteps = 4;
+  }
+};
+
+TEST_F(RenderToolFixture, StillsGoToNumberedFiles) {
+  tool.Params.DontOverwriteFiles = true;
+  const std::string first = tool.RenderStill(), second = tool.RenderStill();
+  EXPECT_EQ(std::filesystem::path(first).filename(), "render000000.png");
+  EXPECT_EQ(std::filesystem::path(second).filename(), "render000001.png");
+  comms::cImage im;
+  ASSERT_TRUE(comms::cIO::LoadImage(second, im));
+  EXPECT_EQ(im.width, 40);
+  EXPECT_EQ(im.height, 30);
+  // The sphere stands in the middle of the picture, lighter than the corner.
+  EXPECT_GT(im.Pixel(20, 15)[1], im.Pixel(0, 0)[1]);
+  RenderParams back;
+  ASSERT_TRUE(back.ReadFromFile((tool.Folder + "/rparam.xml").c_str()));
+  EXPECT_EQ(back.MaxRenederSteps, 4);
+  EXPECT_EQ(back.ViewSizeX, 40);
+  tool.Params.DontOverwriteFiles = false;
+  tool.Params.SaveAsBMP = true;
+  EXPECT_EQ(std::filesystem::path(tool.RenderStill()).filename(), "render000000.bmp");
+}
+
+TEST_F(RenderToolFixture, TurnWritesOnePicturePerStepAndStopsWhenAsked) {
+  tool.NumFinalFrames = 3;
+  tool.Params.DontOverwriteFiles = true;
+  EXPECT_EQ(tool.RenderTurn().size(), 3u);
+  int asked = 0;
+  tool.StopRequested = [&](int) { return ++asked >= 6; };
+  const auto files = tool.RenderTurn();
+  EXPECT_EQ(files.size(), 2u) << "the picture reached when Esc came is still saved";
+  EXPECT_EQ(std::filesystem::path(files.back()).filename(), "turn000004.png");
+}
+
+TEST_F(RenderToolFixture, IncrementalPictureGrowsWhileTheCameraStands) {
+  EXPECT_FALSE(tool.WantsFrames());
+  tool.IncrementalRender = true;
+  ASSERT_TRUE(tool.WantsFrames());
+  for (int i = 0; i < 3; ++i) tool.FrameUpdate();
+  ASSERT_NE(tool.Incremental(), nullptr);
+  EXPECT_EQ(tool.Incremental()->Rays(), 3);
+  camera.Pos = comms::cVec3(5, 0, 60);
+  camera.Update();
+  tool.FrameUpdate();
+  EXPECT_EQ(tool.Incremental()->Rays(), 1) << "a moved camera starts again";
+  for (int i = 0; i < 10; ++i) tool.FrameUpdate();
+  EXPECT_EQ(tool.Incremental()->Rays(), 4) << "no more than MaxRenederSteps";
+  tool.OnChange(&tool.Params, nullptr, nullptr, "Lightness");
+  tool.FrameUpdate();
+  EXPECT_EQ(tool.Incremental()->Rays(), 1) << "a changed setting starts again";
+  tool.AddLight();
+  EXPECT_EQ(tool.Params.Lights.NValues, 1);
+}
+
+}  // namespace
