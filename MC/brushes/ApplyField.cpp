@@ -8,6 +8,7 @@
 #include <deque>
 #include <tuple>
 
+#include "ClassEngine/Threader.h"
 #include "MC/brushes/CellJobs.h"
 
 FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float rb) {
@@ -22,11 +23,10 @@ FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float
 namespace {
 constexpr int kMaxWaves = 50;
 
+// A field value on the 16-bit scale.
+inline uint16_t ToScale(float value) { return (uint16_t)(std::clamp(value, 0.f, 1.f) * 65535.f); }
 // What the field would write at a point, on the 16-bit scale.
-inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) {
-  const float d = std::clamp(f.Value(x, y, z), 0.f, 1.f);
-  return (uint16_t)(d * 65535.f);
-}
+inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) { return ToScale(f.Value(x, y, z)); }
 
 inline uint16_t Rounded(uint16_t a, uint16_t b, bool union_, const FieldOptions& o) {
   const float r = union_ ? RoundedMax(a / 65535.f, b / 65535.f, o.Band, o.Rounding)
@@ -93,16 +93,10 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   std::deque<CellKey> queue;
   // Subtraction and intersection cannot lower a missing cell below 0.
   const bool onlyExisting = o.Mode != kFieldUnion;
-  // The box is probed coarsely (CoarseProbe, the default) or finely; the
-  // waves beyond it always coarsely.
-  auto visit = [&](const CellKey& k, int n) {
-    if (seen.Find(k.x, k.y, k.z)) return;
-    seen.Set(k.x, k.y, k.z, 1);
-    if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) return;
-    uint32_t mask;
-    if (ProbeCell(vol, f, k, o, n, mask) == 0) return;
+  // Queues the neighbours behind the touched shell positions of a probed cell.
+  auto list = [&](const CellKey& k, uint32_t best, uint32_t mask) {
+    if (best == 0) return;
     listed.push_back(k);
-    // Touched shell positions queue the neighbours behind them.
     for (int dz = -1; dz <= 1; ++dz)
       for (int dy = -1; dy <= 1; ++dy)
         for (int dx = -1; dx <= 1; ++dx) {
@@ -111,30 +105,64 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
           if (mask & (1u << (ix + 3 * iy + 9 * iz))) queue.push_back({k.x + dx, k.y + dy, k.z + dz});
         }
   };
+  // The box is probed coarsely (CoarseProbe, the default) or finely, its
+  // cells side by side on the worker threads; the waves beyond it always
+  // coarsely, one cell after another.
+  const std::vector<CellKey> boxCells = CellsOfBox(box.Min, box.Max);
+  std::vector<uint32_t> boxBest(boxCells.size(), 0), boxMask(boxCells.size(), 0);
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
-  for (const CellKey& k : CellsOfBox(box.Min, box.Max)) visit(k, boxProbe);
+  ParallelRange(0, (int)boxCells.size(), [&](int first, int last) {
+    for (int i = first; i < last; ++i) {
+      const CellKey& k = boxCells[i];
+      if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
+      boxBest[i] = ProbeCell(vol, f, k, o, boxProbe, boxMask[i]);
+    }
+  }, o.Threads > 0 ? o.Threads : UsingProcessors());
+  for (size_t i = 0; i < boxCells.size(); ++i) {
+    const CellKey& k = boxCells[i];
+    seen.Set(k.x, k.y, k.z, 1);
+    list(k, boxBest[i], boxMask[i]);
+  }
   for (int wave = 0; wave < kMaxWaves && !queue.empty(); ++wave) {
     std::deque<CellKey> current;
     current.swap(queue);
     const size_t before = listed.size();
-    for (const CellKey& k : current) visit(k, 2);
+    for (const CellKey& k : current) {
+      if (seen.Find(k.x, k.y, k.z)) continue;
+      seen.Set(k.x, k.y, k.z, 1);
+      if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
+      uint32_t mask;
+      const uint32_t best = ProbeCell(vol, f, k, o, 2, mask);
+      list(k, best, mask);
+    }
     if (listed.size() == before) break;
   }
   std::sort(listed.begin(), listed.end(), [](const CellKey& a, const CellKey& b) {
     return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x);
   });
 
+  // The value no field can move: union cannot raise 65535, the other modes
+  // cannot lower 0 (the rounded merge stays on that side too).
+  const uint16_t fixed = o.Mode == kFieldUnion ? 65535 : 0;
   int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
+    for (int i = 0; i < kCellVoxels; ++i) out[i] = OldValue(cell, i);
+    if (cell && cell->Fill == fixed && (!cell->Voxels || (cell->Flags & kCellLazyFill))) return false;
     bool any = false;
     const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
-    for (int z = 0, i = 0; z < 9; ++z)
-      for (int y = 0; y < 9; ++y)
-        for (int x = 0; x < 9; ++x, ++i) {
-          const uint16_t old = OldValue(cell, i);
-          const uint16_t nv = Merge(old, FieldValue(f, bx + x, by + y, bz + z), o);
-          out[i] = nv;
-          any |= nv != old;
+    float row[9];
+    for (int z = 0; z < 9; ++z)
+      for (int y = 0; y < 9; ++y) {
+        uint16_t* o9 = out + LatticeIndex(0, y, z);
+        bool open = false;
+        for (int x = 0; x < 9; ++x) open |= o9[x] != fixed;
+        if (!open) continue;
+        f.Row(bx, by + y, bz + z, row);
+        for (int x = 0; x < 9; ++x) {
+          const uint16_t nv = Merge(o9[x], ToScale(row[x]), o);
+          any |= nv != o9[x];
+          o9[x] = nv;
         }
+      }
     return any;
   }, o.Threads);
 
