@@ -145,8 +145,13 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   // cannot lower 0 (the rounded merge stays on that side too).
   const uint16_t fixed = o.Mode == kFieldUnion ? 65535 : 0;
   int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
-    for (int i = 0; i < kCellVoxels; ++i) out[i] = OldValue(cell, i);
-    if (cell && cell->Fill == fixed && (!cell->Voxels || (cell->Flags & kCellLazyFill))) return false;
+    if (cell && cell->Voxels && !(cell->Flags & kCellLazyFill)) {
+      std::memcpy(out, cell->Voxels, kCellVoxels * sizeof(uint16_t));
+    } else {
+      const uint16_t fill = cell ? cell->Fill : 0;
+      if (fill == fixed) return false;
+      std::fill(out, out + kCellVoxels, fill);
+    }
     bool any = false;
     const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
     float row[9];
