@@ -3,9 +3,12 @@
 #include "MC/brushes/ApplyField.h"
 
 #include <algorithm>
+#include <atomic>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <deque>
+#include <memory>
 #include <tuple>
 
 #include "ClassEngine/Threader.h"
@@ -49,12 +52,47 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   return std::min(old, v);
 }
 
+// The field on the probe lattice of the box (steps of 8 / n), each point
+// evaluated once though up to eight cells share it. Cells on different
+// threads may ask for the same point at once: both compute the same value.
+class ProbeLattice {
+ public:
+  ProbeLattice(const BrushField& f, const std::vector<CellKey>& cells, int n) : f_(f), step_(8 / n) {
+    for (int a = 0; a < 3; ++a) lo_[a] = INT32_MAX, dims_[a] = 0;
+    int hi[3] = {INT32_MIN, INT32_MIN, INT32_MIN};
+    for (const CellKey& k : cells) {
+      const int c[3] = {k.x, k.y, k.z};
+      for (int a = 0; a < 3; ++a) lo_[a] = std::min(lo_[a], c[a]), hi[a] = std::max(hi[a], c[a]);
+    }
+    if (cells.empty()) return;
+    for (int a = 0; a < 3; ++a) dims_[a] = (hi[a] - lo_[a] + 1) * n + 1;
+    values_ = std::make_unique<std::atomic<uint32_t>[]>((size_t)dims_[0] * dims_[1] * dims_[2]);
+  }
+  // The field at voxel (x, y, z), a point of the lattice inside the box.
+  uint16_t At(int x, int y, int z) {
+    const size_t i = ((size_t)((z - lo_[2] * 8) / step_) * dims_[1] + (y - lo_[1] * 8) / step_) * dims_[0] +
+                     (x - lo_[0] * 8) / step_;
+    uint32_t v = values_[i].load(std::memory_order_relaxed);
+    if (v == 0) {
+      v = FieldValue(f_, (float)x, (float)y, (float)z) + 1u;  // 0 marks a point not yet evaluated
+      values_[i].store(v, std::memory_order_relaxed);
+    }
+    return (uint16_t)(v - 1);
+  }
+
+ private:
+  const BrushField& f_;
+  int step_, lo_[3], dims_[3];
+  std::unique_ptr<std::atomic<uint32_t>[]> values_;
+};
+
 // Largest probe value of a cell on its (n + 1)^3 lattice at steps of 8 / n
-// (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2); bit
-// (i + 3j + 9k) of `mask` tells on which side (0 low face, 1 inside, 2 high
-// face, per axis) a positive point lay, so the neighbours behind it are queued.
-uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, const FieldOptions& o, int n,
-                   uint32_t& mask) {
+// (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2), the field
+// read through `field(x, y, z)`; bit (i + 3j + 9k) of `mask` tells on which
+// side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
+// the neighbours behind it are queued.
+template <class Field>
+uint32_t ProbeCell(VolumeObject& vol, Field&& field, const CellKey& k, const FieldOptions& o, int n, uint32_t& mask) {
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
@@ -65,7 +103,7 @@ uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, con
     for (int ky = 0; ky <= n; ++ky)
       for (int kx = 0; kx <= n; ++kx) {
         const int lx = kx * step, ly = ky * step, lz = kz * step;
-        uint32_t v = FieldValue(f, (float)(k.x * 8 + lx), (float)(k.y * 8 + ly), (float)(k.z * 8 + lz));
+        uint32_t v = field(k.x * 8 + lx, k.y * 8 + ly, k.z * 8 + lz);
         if (o.Compare) {
           // By how much the merge would move the value; below 2 counts as none.
           const uint16_t old = OldValue(cell, LatticeIndex(lx, ly, lz));
@@ -111,11 +149,13 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   const std::vector<CellKey> boxCells = CellsOfBox(box.Min, box.Max);
   std::vector<uint32_t> boxBest(boxCells.size(), 0), boxMask(boxCells.size(), 0);
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
+  ProbeLattice lattice(f, boxCells, boxProbe);
+  auto onLattice = [&](int x, int y, int z) { return lattice.At(x, y, z); };
   ParallelRange(0, (int)boxCells.size(), [&](int first, int last) {
     for (int i = first; i < last; ++i) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
-      boxBest[i] = ProbeCell(vol, f, k, o, boxProbe, boxMask[i]);
+      boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
     }
   }, o.Threads > 0 ? o.Threads : UsingProcessors());
   for (size_t i = 0; i < boxCells.size(); ++i) {
@@ -132,7 +172,8 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
       seen.Set(k.x, k.y, k.z, 1);
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       uint32_t mask;
-      const uint32_t best = ProbeCell(vol, f, k, o, 2, mask);
+      const uint32_t best =
+          ProbeCell(vol, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
       list(k, best, mask);
     }
     if (listed.size() == before) break;
