@@ -20,6 +20,19 @@ CellBox SurfaceBox(const CellSurface* s) {
   }
   return box;
 }
+
+// Sizes a group array that is about to be overwritten whole. When its room is
+// short the old storage goes first instead of being copied over, and an
+// eighth more is taken so a group that grows a little does not reallocate
+// at every update.
+template <class T>
+void SizeFor(MeshArray<T>& a, size_t n) {
+  if (n > a.capacity()) {
+    MeshArray<T>().swap(a);
+    a.reserve(n + n / 8);
+  }
+  a.resize(n);
+}
 }  // namespace
 
 void VolumeObject::UpdateSurface() {
@@ -131,14 +144,14 @@ std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, fl
   if (vertexCount == 0 && indexCount == 0) return nullptr;
   std::shared_ptr<GroupMesh> mesh = reuse && *reuse ? std::move(*reuse) : std::make_shared<GroupMesh>();
   mesh->MaterialHandle = -1;
-  mesh->Positions.resize((size_t)vertexCount * 3);
-  mesh->Normals.resize((size_t)vertexCount * 3);
+  SizeFor(mesh->Positions, (size_t)vertexCount * 3);
+  SizeFor(mesh->Normals, (size_t)vertexCount * 3);
   mesh->WideIndices = vertexCount >= 65000;
   if (mesh->WideIndices) {
-    mesh->Indices32.resize(indexCount);
+    SizeFor(mesh->Indices32, indexCount);
     mesh->Indices16.clear();
   } else {
-    mesh->Indices16.resize(indexCount);
+    SizeFor(mesh->Indices16, indexCount);
     mesh->Indices32.clear();
   }
   float* pos = mesh->Positions.data();
