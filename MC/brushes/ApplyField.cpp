@@ -25,6 +25,10 @@ FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float
 
 namespace {
 constexpr int kMaxWaves = 50;
+// Below this many cells the box is probed on the calling thread: waking the
+// workers would cost more than the probe (a small pen's drag runs many
+// operations per frame).
+constexpr size_t kParallelProbeCells = 128;
 
 // A field value on the 16-bit scale.
 inline uint16_t ToScale(float value) { return (uint16_t)(std::clamp(value, 0.f, 1.f) * 65535.f); }
@@ -157,7 +161,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
     }
-  }, o.Threads > 0 ? o.Threads : UsingProcessors());
+  }, boxCells.size() < kParallelProbeCells ? 1 : (o.Threads > 0 ? o.Threads : UsingProcessors()));
   for (size_t i = 0; i < boxCells.size(); ++i) {
     const CellKey& k = boxCells[i];
     seen.Set(k.x, k.y, k.z, 1);
