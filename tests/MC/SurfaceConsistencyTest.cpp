@@ -55,6 +55,16 @@ void EditBall(VolumeObject& v, int cx, int cy, int cz, int r, bool add) {
         if (now != old) v.PutVoxel(x, y, z, now);
       }
 }
+
+// Group (0, 0, 0) filled with a checkerboard, which cuts every lattice edge:
+// far above 65000 vertices in the one group. The surface is built.
+void FillCheckerboardGroup(VolumeObject& v) {
+  const float mn[3] = {0, 0, 0}, mx[3] = {47, 47, 47};
+  FunctionShape checker([](float x, float y, float z) { return ((int)x + (int)y + (int)z) & 1 ? 2.0f : -2.0f; }, mn, mx,
+                        1000.0f);
+  FillVolume(v, checker);
+  v.UpdateSurface();
+}
 }  // namespace
 
 TEST(SurfaceConsistency, TablesAgreeWithEachOther) {
@@ -261,13 +271,8 @@ TEST(SurfaceConsistency, UniformCellLosesItsTrianglesAtTheNextUpdate) {
 }
 
 TEST(SurfaceConsistency, BigGroupSwitchesToWideIndices) {
-  // A checkerboard cuts every lattice edge of the group: far above 65000 vertices.
-  const float mn[3] = {0, 0, 0}, mx[3] = {47, 47, 47};
-  FunctionShape checker([](float x, float y, float z) { return ((int)x + (int)y + (int)z) & 1 ? 2.0f : -2.0f; }, mn, mx,
-                        1000.0f);
   VolumeObject v;
-  FillVolume(v, checker);
-  v.UpdateSurface();
+  FillCheckerboardGroup(v);
   RenderGroup* g = v.RenderGroups.Find(0, 0, 0);
   ASSERT_NE(g, nullptr);
   EXPECT_GE(g->Mesh->VertexCount(), 65000);
@@ -421,12 +426,8 @@ TEST(SurfaceConsistency, GroupMeshesAreReusedOnlyWhenNobodyHoldsThem) {
 TEST(SurfaceConsistency, EmptiedGroupLendsItsMeshToANewOneWithTheRightIndexWidth) {
   // A wide group (checkerboard) empties; its mesh becomes a spare that a small
   // group elsewhere takes, on 16-bit indices and without the old 32-bit ones.
-  const float mn[3] = {0, 0, 0}, mx[3] = {47, 47, 47};
-  FunctionShape checker([](float x, float y, float z) { return ((int)x + (int)y + (int)z) & 1 ? 2.0f : -2.0f; }, mn, mx,
-                        1000.0f);
   VolumeObject v;
-  FillVolume(v, checker);
-  v.UpdateSurface();
+  FillCheckerboardGroup(v);
   const GroupMesh* wide = v.RenderGroups.Find(0, 0, 0)->Mesh.get();
   ASSERT_TRUE(wide->WideIndices);
   v.ClearVoxels();
