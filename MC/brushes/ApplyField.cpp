@@ -155,13 +155,17 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
   ProbeLattice lattice(f, boxCells, boxProbe);
   auto onLattice = [&](int x, int y, int z) { return lattice.At(x, y, z); };
-  ParallelRange(0, (int)boxCells.size(), [&](int first, int last) {
-    for (int i = first; i < last; ++i) {
+  // Dealt out in turn: the box's lower layers may be solid and its upper ones air.
+  const int workers = boxCells.size() < kParallelProbeCells
+                          ? 1
+                          : std::clamp(o.Threads > 0 ? o.Threads : UsingProcessors(), 1, kMaxThreads);
+  RunSection(workers, [&](int t) {
+    for (size_t i = t; i < boxCells.size(); i += workers) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
     }
-  }, boxCells.size() < kParallelProbeCells ? 1 : (o.Threads > 0 ? o.Threads : UsingProcessors()));
+  });
   for (size_t i = 0; i < boxCells.size(); ++i) {
     const CellKey& k = boxCells[i];
     seen.Set(k.x, k.y, k.z, 1);
