@@ -144,6 +144,7 @@ std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, fl
   if (vertexCount == 0 && indexCount == 0) return nullptr;
   std::shared_ptr<GroupMesh> mesh = reuse && *reuse ? std::move(*reuse) : std::make_shared<GroupMesh>();
   mesh->MaterialHandle = -1;
+  ++mesh->Version;
   SizeFor(mesh->Positions, (size_t)vertexCount * 3);
   SizeFor(mesh->Normals, (size_t)vertexCount * 3);
   mesh->WideIndices = vertexCount >= 65000;
