@@ -3,11 +3,15 @@
 #include "MC/brushes/ApplyField.h"
 
 #include <algorithm>
+#include <atomic>
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <deque>
+#include <memory>
 #include <tuple>
 
+#include "ClassEngine/Threader.h"
 #include "MC/brushes/CellJobs.h"
 
 FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float rb) {
@@ -21,12 +25,15 @@ FieldBox FieldBox::OfSpheres(const float a[3], float ra, const float b[3], float
 
 namespace {
 constexpr int kMaxWaves = 50;
+// Below this many cells the box is probed on the calling thread: waking the
+// workers would cost more than the probe (a small pen's drag runs many
+// operations per frame).
+constexpr size_t kParallelProbeCells = 128;
 
+// A field value on the 16-bit scale.
+inline uint16_t ToScale(float value) { return (uint16_t)(std::clamp(value, 0.f, 1.f) * 65535.f); }
 // What the field would write at a point, on the 16-bit scale.
-inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) {
-  const float d = std::clamp(f.Value(x, y, z), 0.f, 1.f);
-  return (uint16_t)(d * 65535.f);
-}
+inline uint16_t FieldValue(const BrushField& f, float x, float y, float z) { return ToScale(f.Value(x, y, z)); }
 
 inline uint16_t Rounded(uint16_t a, uint16_t b, bool union_, const FieldOptions& o) {
   const float r = union_ ? RoundedMax(a / 65535.f, b / 65535.f, o.Band, o.Rounding)
@@ -49,12 +56,47 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   return std::min(old, v);
 }
 
+// The field on the probe lattice of the box (steps of 8 / n), each point
+// evaluated once though up to eight cells share it. Cells on different
+// threads may ask for the same point at once: both compute the same value.
+class ProbeLattice {
+ public:
+  ProbeLattice(const BrushField& f, const std::vector<CellKey>& cells, int n) : f_(f), step_(8 / n) {
+    for (int a = 0; a < 3; ++a) lo_[a] = INT32_MAX, dims_[a] = 0;
+    int hi[3] = {INT32_MIN, INT32_MIN, INT32_MIN};
+    for (const CellKey& k : cells) {
+      const int c[3] = {k.x, k.y, k.z};
+      for (int a = 0; a < 3; ++a) lo_[a] = std::min(lo_[a], c[a]), hi[a] = std::max(hi[a], c[a]);
+    }
+    if (cells.empty()) return;
+    for (int a = 0; a < 3; ++a) dims_[a] = (hi[a] - lo_[a] + 1) * n + 1;
+    values_ = std::make_unique<std::atomic<uint32_t>[]>((size_t)dims_[0] * dims_[1] * dims_[2]);
+  }
+  // The field at voxel (x, y, z), a point of the lattice inside the box.
+  uint16_t At(int x, int y, int z) {
+    const size_t i = ((size_t)((z - lo_[2] * 8) / step_) * dims_[1] + (y - lo_[1] * 8) / step_) * dims_[0] +
+                     (x - lo_[0] * 8) / step_;
+    uint32_t v = values_[i].load(std::memory_order_relaxed);
+    if (v == 0) {
+      v = FieldValue(f_, (float)x, (float)y, (float)z) + 1u;  // 0 marks a point not yet evaluated
+      values_[i].store(v, std::memory_order_relaxed);
+    }
+    return (uint16_t)(v - 1);
+  }
+
+ private:
+  const BrushField& f_;
+  int step_, lo_[3], dims_[3];
+  std::unique_ptr<std::atomic<uint32_t>[]> values_;
+};
+
 // Largest probe value of a cell on its (n + 1)^3 lattice at steps of 8 / n
-// (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2); bit
-// (i + 3j + 9k) of `mask` tells on which side (0 low face, 1 inside, 2 high
-// face, per axis) a positive point lay, so the neighbours behind it are queued.
-uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, const FieldOptions& o, int n,
-                   uint32_t& mask) {
+// (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2), the field
+// read through `field(x, y, z)`; bit (i + 3j + 9k) of `mask` tells on which
+// side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
+// the neighbours behind it are queued.
+template <class Field>
+uint32_t ProbeCell(VolumeObject& vol, Field&& field, const CellKey& k, const FieldOptions& o, int n, uint32_t& mask) {
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
@@ -65,7 +107,7 @@ uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, const CellKey& k, con
     for (int ky = 0; ky <= n; ++ky)
       for (int kx = 0; kx <= n; ++kx) {
         const int lx = kx * step, ly = ky * step, lz = kz * step;
-        uint32_t v = FieldValue(f, (float)(k.x * 8 + lx), (float)(k.y * 8 + ly), (float)(k.z * 8 + lz));
+        uint32_t v = field(k.x * 8 + lx, k.y * 8 + ly, k.z * 8 + lz);
         if (o.Compare) {
           // By how much the merge would move the value; below 2 counts as none.
           const uint16_t old = OldValue(cell, LatticeIndex(lx, ly, lz));
@@ -93,16 +135,10 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   std::deque<CellKey> queue;
   // Subtraction and intersection cannot lower a missing cell below 0.
   const bool onlyExisting = o.Mode != kFieldUnion;
-  // The box is probed coarsely (CoarseProbe, the default) or finely; the
-  // waves beyond it always coarsely.
-  auto visit = [&](const CellKey& k, int n) {
-    if (seen.Find(k.x, k.y, k.z)) return;
-    seen.Set(k.x, k.y, k.z, 1);
-    if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) return;
-    uint32_t mask;
-    if (ProbeCell(vol, f, k, o, n, mask) == 0) return;
+  // Queues the neighbours behind the touched shell positions of a probed cell.
+  auto list = [&](const CellKey& k, uint32_t best, uint32_t mask) {
+    if (best == 0) return;
     listed.push_back(k);
-    // Touched shell positions queue the neighbours behind them.
     for (int dz = -1; dz <= 1; ++dz)
       for (int dy = -1; dy <= 1; ++dy)
         for (int dx = -1; dx <= 1; ++dx) {
@@ -111,30 +147,76 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
           if (mask & (1u << (ix + 3 * iy + 9 * iz))) queue.push_back({k.x + dx, k.y + dy, k.z + dz});
         }
   };
+  // The box is probed coarsely (CoarseProbe, the default) or finely, its
+  // cells side by side on the worker threads; the waves beyond it always
+  // coarsely, one cell after another.
+  const std::vector<CellKey> boxCells = CellsOfBox(box.Min, box.Max);
+  std::vector<uint32_t> boxBest(boxCells.size(), 0), boxMask(boxCells.size(), 0);
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
-  for (const CellKey& k : CellsOfBox(box.Min, box.Max)) visit(k, boxProbe);
+  ProbeLattice lattice(f, boxCells, boxProbe);
+  auto onLattice = [&](int x, int y, int z) { return lattice.At(x, y, z); };
+  // Dealt out in turn: the box's lower layers may be solid and its upper ones air.
+  const int workers = boxCells.size() < kParallelProbeCells
+                          ? 1
+                          : std::clamp(o.Threads > 0 ? o.Threads : UsingProcessors(), 1, kMaxThreads);
+  RunSection(workers, [&](int t) {
+    for (size_t i = t; i < boxCells.size(); i += workers) {
+      const CellKey& k = boxCells[i];
+      if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
+      boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
+    }
+  });
+  for (size_t i = 0; i < boxCells.size(); ++i) {
+    const CellKey& k = boxCells[i];
+    seen.Set(k.x, k.y, k.z, 1);
+    list(k, boxBest[i], boxMask[i]);
+  }
   for (int wave = 0; wave < kMaxWaves && !queue.empty(); ++wave) {
     std::deque<CellKey> current;
     current.swap(queue);
     const size_t before = listed.size();
-    for (const CellKey& k : current) visit(k, 2);
+    for (const CellKey& k : current) {
+      if (seen.Find(k.x, k.y, k.z)) continue;
+      seen.Set(k.x, k.y, k.z, 1);
+      if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
+      uint32_t mask;
+      const uint32_t best =
+          ProbeCell(vol, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
+      list(k, best, mask);
+    }
     if (listed.size() == before) break;
   }
   std::sort(listed.begin(), listed.end(), [](const CellKey& a, const CellKey& b) {
     return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x);
   });
 
+  // The value no field can move: union cannot raise 65535, the other modes
+  // cannot lower 0 (the rounded merge stays on that side too).
+  const uint16_t fixed = o.Mode == kFieldUnion ? 65535 : 0;
   int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
+    if (cell && cell->Voxels && !(cell->Flags & kCellLazyFill)) {
+      std::memcpy(out, cell->Voxels, kCellVoxels * sizeof(uint16_t));
+    } else {
+      const uint16_t fill = cell ? cell->Fill : 0;
+      if (fill == fixed) return false;
+      std::fill(out, out + kCellVoxels, fill);
+    }
     bool any = false;
     const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
-    for (int z = 0, i = 0; z < 9; ++z)
-      for (int y = 0; y < 9; ++y)
-        for (int x = 0; x < 9; ++x, ++i) {
-          const uint16_t old = OldValue(cell, i);
-          const uint16_t nv = Merge(old, FieldValue(f, bx + x, by + y, bz + z), o);
-          out[i] = nv;
-          any |= nv != old;
+    float row[9];
+    for (int z = 0; z < 9; ++z)
+      for (int y = 0; y < 9; ++y) {
+        uint16_t* o9 = out + LatticeIndex(0, y, z);
+        bool open = false;
+        for (int x = 0; x < 9; ++x) open |= o9[x] != fixed;
+        if (!open) continue;
+        f.Row(bx, by + y, bz + z, row);
+        for (int x = 0; x < 9; ++x) {
+          const uint16_t nv = Merge(o9[x], ToScale(row[x]), o);
+          any |= nv != o9[x];
+          o9[x] = nv;
         }
+      }
     return any;
   }, o.Threads);
 

@@ -32,13 +32,6 @@ float RoundedMax(float a, float b, float band, float radius) { return 1.f - Roun
 
 float RimRounding(float r, float band) { return std::clamp(0.2f * r, 0.f, 0.5f * band - 0.25f); }
 
-float PenProfile::Alpha(float u, float v) const {
-  v *= Handed;
-  float a = Pen ? Pen->GetDepthClamped(Axes[0] * u + Axes[1] * v, Axes[2] * u + Axes[3] * v) : 1.f;
-  if (Radial && Falloff > 0) a *= PenFalloffFactor(u * u + v * v, Falloff);
-  return a;
-}
-
 float PenProfile::BrushMask(const float p[3], bool soft) const {
   if (!Mask) return 1.f;
   const float v = Mask->At(p);
@@ -68,6 +61,10 @@ void TangentFrame(const float n[3], const float along[3], float t[3], float b[3]
   b[0] = n[1] * t[2] - n[2] * t[1], b[1] = n[2] * t[0] - n[0] * t[2], b[2] = n[0] * t[1] - n[1] * t[0];
 }
 
+void BrushField::Row(float x0, float y, float z, float out[9]) const {
+  for (int i = 0; i < 9; ++i) out[i] = Value(x0 + (float)i, y, z);
+}
+
 float SphereField::Value(float x, float y, float z) const {
   const float d2 = (x - c_[0]) * (x - c_[0]) + (y - c_[1]) * (y - c_[1]) + (z - c_[2]) * (z - c_[2]);
   return (1.f - d2 / (r_ * r_)) / (w_ / r_) / 2.f + 0.5f;
@@ -95,12 +92,6 @@ SegmentFrame::SegmentFrame(const BrushEnd& a, const BrushEnd& b) : A(a), B(b) {
     Normalise(N);
     TangentFrame(N, Dir, T, Bt);
   }
-}
-
-void SegmentFrame::Project(const float p[3], float& t, float q[3]) const {
-  const float v[3] = {p[0] - S[0], p[1] - S[1], p[2] - S[2]};
-  t = std::clamp(Dot(Dir, v) / L, 0.f, 1.f);
-  for (int i = 0; i < 3; ++i) q[i] = v[i] - Dir[i] * t * L;
 }
 
 void SegmentField::SetCubic(const float p0[3], const float p3[3]) {
@@ -153,7 +144,7 @@ namespace {
 struct Footprint {
   float u, v, r2, h, R, H, N[3];
 };
-bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
+[[gnu::always_inline]] inline bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
   float t, q[3];
   f.Project(p, t, q);
   float n[3], T[3], B[3];
@@ -177,8 +168,7 @@ bool PenFootprint(const SegmentFrame& f, const float p[3], Footprint& out) {
 }
 }  // namespace
 
-float CarveField::Value(float x, float y, float z) const {
-  const float p[3] = {x, y, z};
+[[gnu::always_inline]] inline float CarveField::At(const float p[3]) const {
   Footprint fp;
   const bool inside = PenFootprint(f_, p, fp);
   // The rim term reaches 0 two voxels beyond the pen (W / 2): out there the
@@ -186,9 +176,15 @@ float CarveField::Value(float x, float y, float z) const {
   // so the cut's rim is as smooth as any other part of the surface.
   const float rim = (1.f - std::sqrt(fp.r2)) * fp.R / w_ + 0.5f;
   if (rim <= 0.f) return rim;
+  if (!flat_) {
+    // Beyond the slab's fixed face (2 voxels out, or in when inverted) the
+    // value is at most that face's term whatever the pen: no profile read.
+    const float face = (invert_ ? fp.h + 2.f : 2.f - fp.h) / w_ + 0.5f;
+    if (face <= 0.f) return face;
+  }
   const float a = inside ? pen_.Alpha(fp.u, -fp.v) * fp.R : 0.f;
   // Below the pen's profile the slab thins (and closes) smoothly; 0.1 rounds the rim.
-  const float a2 = pen_.BrushMask(p) * a - 0.1f * fp.r2 * fp.R;
+  const float a2 = (pen_.Mask ? pen_.BrushMask(p) : 1.f) * a - 0.1f * fp.r2 * fp.R;
   // h is measured outward; the slab's "top" is on the outer side. Where the
   // cut is shallower than the rounding of its rim, it is drawn back out of the
   // old surface, so the rounded merge never eats into what the pen leaves.
@@ -205,6 +201,16 @@ float CarveField::Value(float x, float y, float z) const {
   // The second term closes the rim: never wider than the pen. The floor meets
   // the wall in an arc rather than a corner.
   return RoundedMin(m / w_ + 0.5f, rim, w_, round_);
+}
+
+float CarveField::Value(float x, float y, float z) const {
+  const float p[3] = {x, y, z};
+  return At(p);
+}
+
+void CarveField::Row(float x0, float y, float z, float out[9]) const {
+  float p[3] = {x0, y, z};
+  for (int i = 0; i < 9; ++i, p[0] += 1.f) out[i] = At(p);
 }
 
 DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,

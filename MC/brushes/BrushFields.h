@@ -4,9 +4,11 @@
 // field can reach and merges it into them. Positions are object space, in
 // voxels. Normals N passed to the fields point out of the solid.
 #pragma once
+#include <algorithm>
+
+#include "paint/PenShapes.h"
 
 class VolumeObject;
-class BasicPenShape;
 
 // pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
 float FalloffCurve(float x);
@@ -26,6 +28,9 @@ class BrushField {
  public:
   virtual ~BrushField() = default;
   virtual float Value(float x, float y, float z) const = 0;
+  // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
+  // numbers Value gives, for one virtual call per row of a cell.
+  virtual void Row(float x0, float y, float z, float out[9]) const;
 };
 
 // What multiplies a brush at a point (object space): a stencil or material
@@ -48,7 +53,12 @@ struct PenProfile {
   // -1 in a mirrored copy of the operation: v is read mirrored back.
   float Handed = 1.f;
   const BrushMaskSource* Mask = nullptr;
-  float Alpha(float u, float v) const;
+  float Alpha(float u, float v) const {
+    v *= Handed;
+    float a = Pen ? Pen->GetDepthClamped(Axes[0] * u + Axes[1] * v, Axes[2] * u + Axes[3] * v) : 1.f;
+    if (Radial && Falloff > 0) a *= PenFalloffFactor(u * u + v * v, Falloff);
+    return a;
+  }
   // BrushMask(p): the mask's factor, 1 without a mask; with `soft` the
   // factor v becomes clamp(4v - 2, 0, 1).
   float BrushMask(const float p[3], bool soft = false) const;
@@ -81,7 +91,11 @@ class SegmentFrame {
  public:
   SegmentFrame(const BrushEnd& a, const BrushEnd& b);
   // t in 0..1 and q = p - S - dir t L.
-  void Project(const float p[3], float& t, float q[3]) const;
+  void Project(const float p[3], float& t, float q[3]) const {
+    const float v[3] = {p[0] - S[0], p[1] - S[1], p[2] - S[2]};
+    t = std::clamp((Dir[0] * v[0] + Dir[1] * v[1] + Dir[2] * v[2]) / L, 0.f, 1.f);
+    for (int i = 0; i < 3; ++i) q[i] = v[i] - Dir[i] * t * L;
+  }
   BrushEnd A, B;
   float S[3], Dir[3], L;
   // When both ends share their normal (a dab, a stroke across a plane) the
@@ -116,8 +130,11 @@ class CarveField final : public BrushField {
   CarveField(const BrushEnd& a, const BrushEnd& b, float band, bool flat, bool invert, const PenProfile& pen,
              float flatOffset = 0.f);
   float Value(float x, float y, float z) const override;
+  void Row(float x0, float y, float z, float out[9]) const override;
 
  private:
+  // Value at p; Row inlines it.
+  float At(const float p[3]) const;
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;

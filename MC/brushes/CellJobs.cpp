@@ -41,10 +41,14 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
   VoxelCell* const* cellOf = cells.data();
   uint8_t* changedOf = changed.data();
   // Workers only read the map and the old arrays and write their own scratch.
-  ParallelRange(0, (int)n, [&](int first, int last) {
-    for (int i = first; i < last; ++i)
-      changedOf[i] = compute(keys[i], cellOf[i], base + (size_t)i * kCellVoxels) ? 1 : 0;
-  }, threads > 0 ? threads : UsingProcessors());
+  // The cells are dealt out in turn rather than in blocks: listed by layer,
+  // the deep cells of a cut (every row evaluated) would all go to one thread
+  // and the air above it (rows passed over) to the other.
+  const int workers = std::clamp(std::min(threads > 0 ? threads : UsingProcessors(), (int)n), 1, kMaxThreads);
+  RunSection(workers, [&](int t) {
+    for (size_t i = t; i < n; i += workers)
+      changedOf[i] = compute(keys[i], cellOf[i], base + i * kCellVoxels) ? 1 : 0;
+  });
 
   int count = 0;
   std::vector<CellKey> done;

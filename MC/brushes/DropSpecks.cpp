@@ -20,11 +20,17 @@ int DropSpecks(VolumeObject& v, const std::vector<CellKey>& cells) {
   // owns its 512 lattice points (local 0..7).
   CellKeyMap<int> index(4099);
   std::vector<CellKey> keys;
+  // The region's arrays, read directly: lowering a point writes into the same
+  // array (the cells already have one), so the reads see it.
+  std::vector<const uint16_t*> arrays;
   for (const CellKey& k : cells) {
     VoxelCell** c = v.Cells.Find(k.x, k.y, k.z);
-    if (!c || !(*c)->HasSurfaceCrossing() || !(*c)->Voxels || index.Find(k.x, k.y, k.z)) continue;
+    if (!c || !(*c)->HasSurfaceCrossing() || !(*c)->Voxels || ((*c)->Flags & kCellLazyFill) ||
+        index.Find(k.x, k.y, k.z))
+      continue;
     index.Set(k.x, k.y, k.z, (int)keys.size());
     keys.push_back(k);
+    arrays.push_back((*c)->Voxels);
   }
   if (keys.empty()) return 0;
   std::vector<uint8_t> state(keys.size() * 512, kUnseen);
@@ -48,7 +54,7 @@ int DropSpecks(VolumeObject& v, const std::vector<CellKey>& cells) {
       const int x = l & 7, y = (l >> 3) & 7, z = l >> 6;
       if (state[ci * 512 + l] != kUnseen) continue;
       const int px = k.x * 8 + x, py = k.y * 8 + y, pz = k.z * 8 + z;
-      if (v.GetVoxel(px, py, pz, &cache) < kSurfaceLevel) continue;
+      if (arrays[ci][LatticeIndex(x, y, z)] < kSurfaceLevel) continue;
       // Walk the group by face contact until it reaches solid beyond the
       // region or a group that stays, or grows past a cell.
       queue.assign({px, py, pz});
@@ -64,8 +70,9 @@ int DropSpecks(VolumeObject& v, const std::vector<CellKey>& cells) {
         static const int kStep[6][3] = {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}};
         for (const auto& s : kStep) {
           const int nx = qx + s[0], ny = qy + s[1], nz = qz + s[2];
-          if (v.GetVoxel(nx, ny, nz, &cache) < kSurfaceLevel) continue;
           const int at = slot(nx, ny, nz);
+          const uint16_t value = at >= 0 ? arrays[at >> 9][LatticeIndex(nx & 7, ny & 7, nz & 7)] : v.GetVoxel(nx, ny, nz, &cache);
+          if (value < kSurfaceLevel) continue;
           if (at < 0 || state[at] == kStays) {
             keep = true;
             break;

@@ -38,6 +38,9 @@ struct GroupMesh {
   MeshArray<uint16_t> Indices16;
   MeshArray<uint32_t> Indices32;
   int MaterialHandle = -1;  // the voxel renderer's material, set by the renderer
+  // Raised each time the volume fills the mesh: a mesh is refilled in place
+  // when nothing holds it, so a drawer compares this, not only the object.
+  uint64_t Version = 0;
 
   int VertexCount() const { return (int)Positions.size() / 3; }
   int IndexCount() const { return WideIndices ? (int)Indices32.size() : (int)Indices16.size(); }

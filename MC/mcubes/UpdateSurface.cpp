@@ -20,6 +20,19 @@ CellBox SurfaceBox(const CellSurface* s) {
   }
   return box;
 }
+
+// Sizes a group array that is about to be overwritten whole. When its room is
+// short the old storage goes first instead of being copied over, and an
+// eighth more is taken so a group that grows a little does not reallocate
+// at every update.
+template <class T>
+void SizeFor(MeshArray<T>& a, size_t n) {
+  if (n > a.capacity()) {
+    MeshArray<T>().swap(a);
+    a.reserve(n + n / 8);
+  }
+  a.resize(n);
+}
 }  // namespace
 
 void VolumeObject::UpdateSurface() {
@@ -99,7 +112,8 @@ void VolumeObject::UpdateSurface() {
   Tree.Rebuild();
 }
 
-std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, float rect[4]) {
+std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, float rect[4],
+                                                      std::shared_ptr<GroupMesh>* reuse) {
   const CellSurface* parts[216];
   int partCount = 0, vertexCount = 0, indexCount = 0;
   bool haveRect = false;
@@ -130,14 +144,19 @@ std::shared_ptr<GroupMesh> VolumeObject::RebuildGroup(int gx, int gy, int gz, fl
     rect[0] = r0, rect[1] = r1, rect[2] = r2 - r0, rect[3] = r3 - r1;
   }
   if (vertexCount == 0 && indexCount == 0) return nullptr;
-  auto mesh = std::make_shared<GroupMesh>();
-  mesh->Positions.resize((size_t)vertexCount * 3);
-  mesh->Normals.resize((size_t)vertexCount * 3);
+  std::shared_ptr<GroupMesh> mesh = reuse && *reuse ? std::move(*reuse) : std::make_shared<GroupMesh>();
+  mesh->MaterialHandle = -1;
+  ++mesh->Version;
+  SizeFor(mesh->Positions, (size_t)vertexCount * 3);
+  SizeFor(mesh->Normals, (size_t)vertexCount * 3);
   mesh->WideIndices = vertexCount >= 65000;
-  if (mesh->WideIndices)
-    mesh->Indices32.resize(indexCount);
-  else
-    mesh->Indices16.resize(indexCount);
+  if (mesh->WideIndices) {
+    SizeFor(mesh->Indices32, indexCount);
+    mesh->Indices16.clear();
+  } else {
+    SizeFor(mesh->Indices16, indexCount);
+    mesh->Indices32.clear();
+  }
   float* pos = mesh->Positions.data();
   float* nrm = mesh->Normals.data();
   int base = 0, at = 0;
@@ -172,7 +191,12 @@ void VolumeObject::RecomputeCellBounds() {
   std::copy(mx, mx + 3, CellBoundsMax);
 }
 
-void VolumeObject::ResetGroups() { RenderGroups.Clear(); }
+void VolumeObject::ResetGroups() {
+  RenderGroups.ForEach([&](const CellKey&, RenderGroup& g) {
+    if (g.Mesh && g.Mesh.use_count() == 1 && (int)SpareMeshes.size() < kSpareMeshes) SpareMeshes.push_back(std::move(g.Mesh));
+  });
+  RenderGroups.Clear();
+}
 
 void VolumeObject::RebuildAllGroups() {
   RecomputeCellBounds();
@@ -188,19 +212,35 @@ void VolumeObject::RebuildAllGroups() {
 // Groups only read cells, so they are built in parallel; the map is filled
 // afterwards on this thread, in the order of the keys.
 void VolumeObject::RebuildGroups(const std::vector<CellKey>& keys) {
-  // Old meshes go first, so the new ones reuse their memory.
-  for (const CellKey& g : keys) RenderGroups.Remove(g.x, g.y, g.z);
+  // A group's old mesh that nothing else holds any more (the renderer lets go
+  // once it has uploaded it) is filled again in place, and groups without one
+  // take a spare: the arrays keep their pages instead of going back to the
+  // system and faulting in anew on every update.
+  std::vector<std::shared_ptr<GroupMesh>> reuse(keys.size());
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const CellKey& g = keys[i];
+    if (RenderGroup* old = RenderGroups.Find(g.x, g.y, g.z); old && old->Mesh && old->Mesh.use_count() == 1)
+      reuse[i] = std::move(old->Mesh);
+    RenderGroups.Remove(g.x, g.y, g.z);
+  }
+  for (auto& r : reuse)
+    if (!r && !SpareMeshes.empty()) {
+      r = std::move(SpareMeshes.back());
+      SpareMeshes.pop_back();
+    }
   std::vector<RenderGroup> built(keys.size());
   const int threads = std::min({UsingProcessors(), kMaxThreads, std::max(1, (int)keys.size())});
   RunSection(threads, [&](int t) {
     for (size_t i = t; i < keys.size(); i += threads)
-      built[i].Mesh = RebuildGroup(keys[i].x, keys[i].y, keys[i].z, built[i].Rect);
+      built[i].Mesh = RebuildGroup(keys[i].x, keys[i].y, keys[i].z, built[i].Rect, &reuse[i]);
   });
   for (size_t i = 0; i < keys.size(); ++i) {
     const CellKey& g = keys[i];
     if (built[i].Mesh) {
       built[i].Stamp = UpdateStamp - 1234;
       RenderGroups.Set(g.x, g.y, g.z, built[i]);
+    } else if (reuse[i] && (int)SpareMeshes.size() < kSpareMeshes) {
+      SpareMeshes.push_back(std::move(reuse[i]));  // the group went empty
     }
   }
 }

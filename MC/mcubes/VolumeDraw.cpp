@@ -26,11 +26,11 @@ int VolumeDrawer::Sync(VolumeObject& volume) {
     const std::shared_ptr<GroupMesh>& src = group.Mesh;
     if (!src || src->VertexCount() == 0 || src->IndexCount() == 0) return;
     Entry& e = meshes_[src.get()];
-    if (e.Mesh && e.Source.lock() == src) {
+    if (e.Mesh && e.Source.lock() == src && e.Version == src->Version) {
       e.Seen = true;
       return;
     }
-    // New, or a stale entry of a freed mesh at the same address.
+    // New, refilled in place, or a stale entry of a freed mesh at the same address.
     const int nv = src->VertexCount(), ni = src->IndexCount();
     auto mesh = std::make_unique<StaticMesh>();
     mesh->Create(render_, nv, ni, kVfPosNormal);
@@ -49,6 +49,7 @@ int VolumeDrawer::Sync(VolumeObject& volume) {
     mesh->SetIndexCount(ni);
     mesh->Upload();
     e.Source = src;
+    e.Version = src->Version;
     e.Mesh = std::move(mesh);
     e.Seen = true;
     ++uploaded;

@@ -40,6 +40,7 @@ class VolumeDrawer {
  private:
   struct Entry {
     std::weak_ptr<GroupMesh> Source;
+    uint64_t Version = 0;  // of the source when it was uploaded
     std::unique_ptr<comms::StaticMesh> Mesh;
     bool Seen = false;
   };

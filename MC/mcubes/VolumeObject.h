@@ -97,6 +97,10 @@ class VolumeObject {
   int UpdateStamp = 0;
   // Cells whose triangles UpdateSurface has extracted, over the volume's life.
   int64_t ExtractedCells = 0;
+  // Meshes of groups that went empty, kept (up to kSpareMeshes) with their
+  // arrays for the next groups that need one.
+  static constexpr int kSpareMeshes = 64;
+  std::vector<std::shared_ptr<GroupMesh>> SpareMeshes;
 
   // --- transform ---
   void SetTransform(const float m[16]);
@@ -141,7 +145,10 @@ class VolumeObject {
   void CalcNormal(float out[3], float x, float y, float z);
   void CalcNormalSmooth(float out[3], float x, float y, float z);
   void UpdateSurface();
-  std::shared_ptr<GroupMesh> RebuildGroup(int gx, int gy, int gz, float rect[4]);
+  // Builds a group's mesh from its cells' surfaces, into *reuse when given
+  // (and moved from it); null when the group holds no triangles.
+  std::shared_ptr<GroupMesh> RebuildGroup(int gx, int gy, int gz, float rect[4],
+                                          std::shared_ptr<GroupMesh>* reuse = nullptr);
   void RebuildAllGroups();
   void RecomputeCellBounds();
   // Appends one cell's triangles to a welded mesh; matrix (row vectors) may be null.

@@ -5,6 +5,8 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <map>
+#include <memory>
 
 #include "ClassEngine/Random.h"
 #include "ClassEngine/Threader.h"
@@ -52,6 +54,16 @@ void EditBall(VolumeObject& v, int cx, int cy, int cz, int r, bool add) {
         const uint16_t now = add ? std::max(old, s) : std::min<uint16_t>(old, 65535 - s);
         if (now != old) v.PutVoxel(x, y, z, now);
       }
+}
+
+// Group (0, 0, 0) filled with a checkerboard, which cuts every lattice edge:
+// far above 65000 vertices in the one group. The surface is built.
+void FillCheckerboardGroup(VolumeObject& v) {
+  const float mn[3] = {0, 0, 0}, mx[3] = {47, 47, 47};
+  FunctionShape checker([](float x, float y, float z) { return ((int)x + (int)y + (int)z) & 1 ? 2.0f : -2.0f; }, mn, mx,
+                        1000.0f);
+  FillVolume(v, checker);
+  v.UpdateSurface();
 }
 }  // namespace
 
@@ -259,13 +271,8 @@ TEST(SurfaceConsistency, UniformCellLosesItsTrianglesAtTheNextUpdate) {
 }
 
 TEST(SurfaceConsistency, BigGroupSwitchesToWideIndices) {
-  // A checkerboard cuts every lattice edge of the group: far above 65000 vertices.
-  const float mn[3] = {0, 0, 0}, mx[3] = {47, 47, 47};
-  FunctionShape checker([](float x, float y, float z) { return ((int)x + (int)y + (int)z) & 1 ? 2.0f : -2.0f; }, mn, mx,
-                        1000.0f);
   VolumeObject v;
-  FillVolume(v, checker);
-  v.UpdateSurface();
+  FillCheckerboardGroup(v);
   RenderGroup* g = v.RenderGroups.Find(0, 0, 0);
   ASSERT_NE(g, nullptr);
   EXPECT_GE(g->Mesh->VertexCount(), 65000);
@@ -370,4 +377,79 @@ TEST(SurfaceConsistency, BoundsSkippedDuringAStrokeAreSettledAtPenUp) {
     EXPECT_GT(boxes, 0);
   }
   EXPECT_EQ(skipped.BoundsOwed.Count(), 0);
+}
+
+// Group meshes are filled again in place once nothing holds them; one the
+// renderer still holds keeps the triangles it had.
+TEST(SurfaceConsistency, GroupMeshesAreReusedOnlyWhenNobodyHoldsThem) {
+  VolumeObject v;
+  FillVolume(v, SphereShape(-3, 2, 5, 30));
+  v.UpdateSurface();
+  std::map<std::array<int, 3>, std::shared_ptr<GroupMesh>> held;
+  std::map<std::array<int, 3>, MeshArray<float>> heldPositions;
+  v.RenderGroups.ForEach([&](const CellKey& g, RenderGroup& rg) {
+    held[{g.x, g.y, g.z}] = rg.Mesh;
+    heldPositions[{g.x, g.y, g.z}] = rg.Mesh->Positions;
+  });
+  ASSERT_GT(held.size(), 1u);
+  EditBall(v, -3 + 30, 2, 5, 6, false);
+  EditBall(v, -3, 2 - 30, 5, 5, true);
+  v.UpdateSurface();
+  int rebuilt = 0;
+  v.RenderGroups.ForEach([&](const CellKey& g, RenderGroup& rg) {
+    auto it = held.find({g.x, g.y, g.z});
+    if (it != held.end() && it->second != rg.Mesh) ++rebuilt;
+  });
+  EXPECT_GT(rebuilt, 0);
+  for (auto& [key, mesh] : held) EXPECT_EQ(mesh->Positions, heldPositions[key]);
+
+  // Let go: the next update of the same groups writes into the same meshes,
+  // and they hold what a fresh build holds.
+  std::map<std::array<int, 3>, const GroupMesh*> before;
+  v.RenderGroups.ForEach([&](const CellKey& g, RenderGroup& rg) { before[{g.x, g.y, g.z}] = rg.Mesh.get(); });
+  held.clear();
+  EditBall(v, -3 + 30, 2, 5, 9, false);
+  v.UpdateSurface();
+  int sameObject = 0;
+  v.RenderGroups.ForEach([&](const CellKey& g, RenderGroup& rg) { sameObject += before[{g.x, g.y, g.z}] == rg.Mesh.get(); });
+  EXPECT_EQ(sameObject, v.RenderGroups.Count());
+  VolumeObject full;
+  FullRebuildCopy(v, full);
+  v.RenderGroups.ForEach([&](const CellKey& g, RenderGroup& rg) {
+    RenderGroup* other = full.RenderGroups.Find(g.x, g.y, g.z);
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(rg.Mesh->Positions, other->Mesh->Positions);
+    EXPECT_EQ(rg.Mesh->Indices16, other->Mesh->Indices16);
+  });
+}
+
+TEST(SurfaceConsistency, EmptiedGroupLendsItsMeshToANewOneWithTheRightIndexWidth) {
+  // A wide group (checkerboard) empties; its mesh becomes a spare that a small
+  // group elsewhere takes, on 16-bit indices and without the old 32-bit ones.
+  VolumeObject v;
+  FillCheckerboardGroup(v);
+  const GroupMesh* wide = v.RenderGroups.Find(0, 0, 0)->Mesh.get();
+  ASSERT_TRUE(wide->WideIndices);
+  v.ClearVoxels();
+  v.UpdateSurface();
+  ASSERT_EQ(v.RenderGroups.Count(), 0);
+  // Every emptied group left its mesh; only the wide one is kept for the test.
+  ASSERT_GE(v.SpareMeshes.size(), 1u);
+  std::erase_if(v.SpareMeshes, [&](const std::shared_ptr<GroupMesh>& m) { return m.get() != wide; });
+  ASSERT_EQ(v.SpareMeshes.size(), 1u);
+  FillVolume(v, SphereShape(100, 20, 20, 8));
+  v.UpdateSurface();
+  RenderGroup* g = v.RenderGroups.Find(GroupOf(100 / 8), 0, 0);
+  ASSERT_NE(g, nullptr);
+  EXPECT_EQ(g->Mesh.get(), wide);
+  EXPECT_FALSE(g->Mesh->WideIndices);
+  EXPECT_TRUE(g->Mesh->Indices32.empty());
+  EXPECT_TRUE(v.SpareMeshes.empty());
+  VolumeObject fresh;
+  FillVolume(fresh, SphereShape(100, 20, 20, 8));
+  fresh.UpdateSurface();
+  RenderGroup* f = fresh.RenderGroups.Find(GroupOf(100 / 8), 0, 0);
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(g->Mesh->Positions, f->Mesh->Positions);
+  EXPECT_EQ(g->Mesh->Indices16, f->Mesh->Indices16);
 }

@@ -3,6 +3,7 @@
 // offscreen picture of a volume shows a lit surface on the gradient.
 #include <cstdio>
 #include <filesystem>
+#include <map>
 
 #include "GLTestContext.h"
 #include "MC/mcubes/VolumeDraw.h"
@@ -32,6 +33,25 @@ TEST_F(GLTest, GroupsUploadOnceAndFollowRebuilds) {
     EXPECT_EQ(m->IndexBuffer32, -1);
     EXPECT_EQ(m->IndexCount, g.Mesh->IndexCount());
   });
+  // A group whose mesh the volume refills in place (nothing else holds it)
+  // uploads again, with the new index count.
+  for (int x = 14; x <= 22; ++x)
+    for (int y = -4; y <= 4; ++y)
+      for (int z = -4; z <= 4; ++z) volume.PutVoxel(x, y, z, 0);
+  std::map<const GroupMesh*, int> indexCounts;
+  volume.RenderGroups.ForEach([&](const CellKey&, RenderGroup& g) { indexCounts[g.Mesh.get()] = g.Mesh->IndexCount(); });
+  volume.UpdateSurface();
+  int refilled = 0;
+  volume.RenderGroups.ForEach([&](const CellKey&, RenderGroup& g) {
+    auto it = indexCounts.find(g.Mesh.get());
+    refilled += it != indexCounts.end() && it->second != g.Mesh->IndexCount();
+  });
+  ASSERT_GT(refilled, 0);
+  EXPECT_GE(drawer.Sync(volume), refilled);
+  volume.RenderGroups.ForEach([&](const CellKey&, RenderGroup& g) {
+    EXPECT_EQ(drawer.DeviceMesh(g.Mesh.get())->IndexCount, g.Mesh->IndexCount());
+  });
+  groups = volume.RenderGroups.Count();
   // Removing a group frees its device mesh; a new mesh for a group uploads.
   CellKey first{};
   bool have = false;
