@@ -7,7 +7,8 @@
 #include "render/Render.h"
 
 namespace {
-uint32_t Or(uint32_t color, uint32_t fallback) { return color ? color : fallback; }
+// The widget's own colour (a theme slot resolved now), or the fallback.
+uint32_t Or(uint32_t color, uint32_t fallback) { return color ? Ui().Colors.Resolve(color) : fallback; }
 }  // namespace
 
 TextWidget::TextWidget() { AddCallback(kEvDraw, MakeCallback(this, &TextWidget::OnDraw)); }

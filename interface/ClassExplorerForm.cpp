@@ -49,7 +49,7 @@ void ClassExplorerForm::Refill() {
     auto* r = Add(new FrameWidget(text.c_str(), pad + paneW + gap, top + row * float(i + 1), paneW, row));
     r->Name = ("EXPLORER_ROW_" + std::to_string(i)).c_str();
     r->Centered = false;
-    r->Fill = int(i) == selected_ ? ui.Colors.Highlight : ui.Colors.Field;
+    r->Fill = int(i) == selected_ ? kThemeHighlight : kThemeField;
     r->AddCallback(kEvLDown, MakeCallback(this, &ClassExplorerForm::RowClicked, int(i)));
     r->AddCallback(kEvLDouble, MakeCallback(this, &ClassExplorerForm::RowDoubleClicked, int(i)));
   }

@@ -81,7 +81,7 @@ float AddLabel(ClassRow* row, const RowName& rn, float rowH) {
   bool narrow = row->W < ui.Px(120);
   float labelW = narrow ? row->W : row->W * 0.6f;
   auto* label = row->Add(new TextWidget(Text(rn.label.c_str()), 0, 0, labelW, rowH));
-  label->TextColor = ui.Colors.DimText;
+  label->TextColor = kThemeDimText;
   return narrow ? 0 : labelW;
 }
 
@@ -120,7 +120,7 @@ void BuildAddRow(BaseWidget* parent, float rect[4], BaseClass* obj, int row) {
   box->Selected = &r->AddIndex;
   box->AddCallback(kEvChanged, MakeCallback(r, &ClassRow::AddElement));
   auto* caption = box->Add(new TextWidget(Text("ADD_NEW"), 0, 0, r->W, r->H));
-  caption->TextColor = ui.Colors.DimText;
+  caption->TextColor = kThemeDimText;
 }
 
 void BuildCompoundRows(BaseWidget* parent, float rect[4], BaseClass* obj) {
@@ -200,7 +200,7 @@ void BuildClassPanel(BaseWidget* parent, float rect[4], const char* name, BaseCl
     if (rn.label.empty()) {
       ClassRow* row = NewRow(parent, rect, 3, owner, cls, object, extra, name, rn);
       auto* strip = row->Add(new FrameWidget("", 0, 0, row->W, 3));
-      strip->Fill = ui.Colors.Frame;
+      strip->Fill = kThemeFrame;
       return;
     }
     ClassRow* row = NewRow(parent, rect, rowH, owner, cls, object, extra, name, rn);
@@ -292,7 +292,7 @@ void BuildClassPanel(BaseWidget* parent, float rect[4], const char* name, BaseCl
   // _int, _float, _str and every other plain value: a field showing the text;
   // a click opens the entry box.
   auto* field = row->Add(new FrameWidget(row->ValueText().c_str(), fieldX, 0, fieldW, rowH));
-  field->Fill = ui.Colors.Field;
+  field->Fill = kThemeField;
   field->Centered = !rn.leftAligned;
   row->Field = field;
   if (!rn.readOnly) field->AddCallback(kEvLDown, MakeCallback(row, &ClassRow::OpenTextEntry));

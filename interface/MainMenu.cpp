@@ -170,7 +170,7 @@ bool MainMenuBar::OnOutsideClick() {
   for (BaseWidget* c : Children)
     if (auto* t = dynamic_cast<MenuTitle*>(c)) {
       bool hot = t->Index == open_ || t->Has(kWfHover);
-      t->Fill = hot ? ui.Colors.Highlight : ui.Colors.Panel;
+      t->Fill = hot ? kThemeHighlight : kThemePanel;
       t->FrameColor = t->Fill;
     }
   BaseWidget* l = list_.Get();

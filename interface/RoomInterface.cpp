@@ -82,7 +82,7 @@ void RoomInterface::RebuildStrip() {
     auto* b = strip->Add(new FrameWidget(Text(RoomKey(rooms[i]).c_str()), stripInset_ + ui.Px(4) + float(i) * (bw + ui.Px(4)),
                                          ui.Px(3), bw, ui.Px(kStripHeight - 6)));
     b->Name = rooms[i].c_str();
-    if (int(i) == tools_.CurrentRoom()) b->Fill = ui.Colors.Highlight;
+    if (int(i) == tools_.CurrentRoom()) b->Fill = kThemeHighlight;
     b->SetHint((RoomKey(rooms[i]) + "_HINT").c_str());
     b->AddCallback(kEvLDown, MakeCallback(clicks_, &Clicks::Room, int(i)));
   }
@@ -100,8 +100,8 @@ void RoomInterface::RebuildStrip() {
     if (t->Room != tools_.CurrentRoom() || !t->IsInToolList()) continue;
     auto* b = list->Add(new FrameWidget(Text(t->GetHintId()), ui.Px(4), y, list->W - ui.Px(8), ui.Px(22)));
     b->Name = t->Name;
-    if (t == current) b->Fill = ui.Colors.Highlight;
-    if (!t->IsAvailable()) b->TextColor = ui.Colors.DimText;
+    if (t == current) b->Fill = kThemeHighlight;
+    if (!t->IsAvailable()) b->TextColor = kThemeDimText;
     b->SetHint((std::string(t->GetHintId()) + "_HINT").c_str());
     b->AddCallback(kEvLDown, MakeCallback(clicks_, &Clicks::Tool, i));
     y += ui.Px(24);

@@ -14,6 +14,21 @@ class cRender;
 class BaseWidget;
 
 // Theme colours of the interface, 0xAARRGGBB.
+// A widget's colour may name a slot of the theme instead of a colour (a
+// fully transparent value below 16 is never a useful colour), so that the
+// widget follows a change of theme: Theme::Resolve turns it into the colour.
+enum ThemeSlot : uint32_t {
+  kThemePanel = 1,
+  kThemeField,
+  kThemeFieldHover,
+  kThemeFrame,
+  kThemeHighlight,
+  kThemeText,
+  kThemeDimText,
+  kThemeButton,
+  kThemeHeader,
+};
+
 struct Theme {
   uint32_t Panel = 0xf0383b40u;
   uint32_t Field = 0xff25272bu;
@@ -24,6 +39,22 @@ struct Theme {
   uint32_t DimText = 0xffa0a4aau;
   uint32_t Button = 0xff4a4e56u;
   uint32_t Header = 0xff2e3035u;  // folder captions
+
+  // A slot's colour in this theme; any other value as it stands.
+  uint32_t Resolve(uint32_t c) const {
+    switch (c) {
+      case kThemePanel: return Panel;
+      case kThemeField: return Field;
+      case kThemeFieldHover: return FieldHover;
+      case kThemeFrame: return Frame;
+      case kThemeHighlight: return Highlight;
+      case kThemeText: return Text;
+      case kThemeDimText: return DimText;
+      case kThemeButton: return Button;
+      case kThemeHeader: return Header;
+      default: return c;
+    }
+  }
 };
 
 class UiContext {

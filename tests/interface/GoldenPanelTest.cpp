@@ -134,3 +134,56 @@ TEST(GoldenPanelTest, GeneratedPanelLooksAsStored) {
   if (differing > 200) comms::cIO::SaveImage("golden_tool_panel_actual.png", frame);
   EXPECT_LE(differing, 200) << "frame written as " << comms::cIO::ResolvePath("golden_tool_panel_actual.png");
 }
+
+// A panel built under one theme and drawn under another takes the new
+// theme's colours: fields, labels and section strips name theme slots, not
+// the colours that stood when the panel was made.
+TEST(GoldenPanelTest, APanelBuiltInOneThemeDrawsInTheNext) {
+  constexpr int kW = 320, kH = 240;
+  std::string why;
+  auto context = comms::cEglContext::Create(kW, kH, &why);
+  if (!context) GTEST_SKIP() << "no headless OpenGL context: " << why;
+  auto render = std::make_unique<comms::cRenderGL>();
+  render->DataFolder = DataFolder();
+  if (!render->Init(context.get(), 1)) GTEST_SKIP() << "OpenGL 3.3 core not available";
+  ASSERT_TRUE(render->BeginFrame());
+  Ui().Render = render.get();
+  Ui().Scale = 1;
+  if (!Ui().Font.Ready()) {
+    ASSERT_TRUE(Ui().LoadFont());
+  }
+  const Theme dark = Ui().Colors;
+  GoldenTool tool;
+  WidgetTree tree;
+  auto* rows = new ClassPanel;
+  rows->X = 10, rows->Y = 10, rows->W = 284;
+  rows->Object = &tool;
+  rows->Rebuild();
+  tree.Root().AddChild(rows);
+  ClassRow* size = nullptr;
+  for (BaseWidget* w : rows->Children)
+    if (auto* r = dynamic_cast<ClassRow*>(w); r && r->MemberName == "Size") size = r;
+  ASSERT_TRUE(size && size->Field);
+
+  // A light theme after the panel was made.
+  Theme light = dark;
+  light.Field = 0xfff0f0e8u, light.Text = 0xff101010u, light.DimText = 0xff606060u, light.Panel = 0xffd8d8d0u;
+  Ui().Colors = light;
+  render->SetViewPort(comms::cRect(0, 0, kW, kH));
+  render->Clear(true, true, 0xff101418u, 1.0f);
+  tree.Frame(kW, kH, 0);
+  render->Flush2D();
+  comms::cImage frame;
+  ASSERT_TRUE(render->ReadScreen(frame));
+  Ui().Colors = dark;
+  Ui().Render = nullptr;
+  // The left of the field, clear of its centred text and its frame; the
+  // frame's rows come bottom first.
+  const int x = int(size->Field->AbsX) + 3, y = int(size->Field->AbsY + size->Field->H / 2);
+  const uint8_t* p = frame.Pixel(x, frame.height - 1 - y);
+  const int bpp = comms::cImage::BytesPerPixel(frame.format);
+  ASSERT_GE(bpp, 3);
+  const uint32_t want = light.Field;
+  for (int c = 0; c < 3; ++c)
+    EXPECT_NEAR(p[c], int((want >> (8 * (2 - c))) & 255), 2) << "channel " << c << " at " << x << "," << y;
+}
