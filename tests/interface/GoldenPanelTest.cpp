@@ -78,26 +78,50 @@ int Differing(const comms::cImage& a, const comms::cImage& b, int tolerance) {
     }
   return n;
 }
+
+// A headless OpenGL device that widgets draw through, for one test.
+class PanelDevice {
+ public:
+  ~PanelDevice() { Ui().Render = nullptr; }
+  // Empty when the device is ready, else why not (the test skips).
+  std::string Open(int w, int h) {
+    std::string why;
+    context_ = comms::cEglContext::Create(w, h, &why);
+    if (!context_) return "no headless OpenGL context: " + why;
+    render_ = std::make_unique<comms::cRenderGL>();
+    render_->DataFolder = DataFolder();
+    if (!render_->Init(context_.get(), 1)) return "OpenGL 3.3 core not available";
+    if (!render_->BeginFrame()) return "no frame";
+    Ui().Render = render_.get();
+    Ui().Scale = 1;
+    if (!Ui().Font.Ready() && !Ui().LoadFont()) return "no font";
+    w_ = w, h_ = h;
+    return "";
+  }
+  // One frame of the tree over a dark clear; rows come bottom first.
+  bool Draw(WidgetTree& tree, comms::cImage& frame) {
+    render_->SetViewPort(comms::cRect(0, 0, float(w_), float(h_)));
+    render_->Clear(true, true, 0xff101418u, 1.0f);
+    tree.Frame(w_, h_, 0);
+    render_->Flush2D();
+    return render_->ReadScreen(frame);
+  }
+
+ private:
+  std::unique_ptr<comms::cEglContext> context_;
+  std::unique_ptr<comms::cRenderGL> render_;
+  int w_ = 0, h_ = 0;
+};
 }  // namespace
 
 TEST(GoldenPanelTest, GeneratedPanelLooksAsStored) {
   constexpr int kW = 320, kH = 240;
-  std::string why;
-  auto context = comms::cEglContext::Create(kW, kH, &why);
-  if (!context) GTEST_SKIP() << "no headless OpenGL context: " << why;
-  auto render = std::make_unique<comms::cRenderGL>();
-  render->DataFolder = DataFolder();
-  if (!render->Init(context.get(), 1)) GTEST_SKIP() << "OpenGL 3.3 core not available";
-  ASSERT_TRUE(render->BeginFrame());
+  PanelDevice device;
+  if (std::string why = device.Open(kW, kH); !why.empty()) GTEST_SKIP() << why;
 
   // Keys show as themselves, so edits of the shipped words leave the image alone.
   TextTable words("golden_unused_text.xml", "golden_no_data");
   SetTextTable(&words);
-  Ui().Render = render.get();
-  Ui().Scale = 1;
-  if (!Ui().Font.Ready()) {
-    ASSERT_TRUE(Ui().LoadFont());
-  }
   GoldenTool tool;
   WidgetTree tree;
   auto* scroll = new ScrollPanel("GOLDEN_PANEL");
@@ -110,13 +134,8 @@ TEST(GoldenPanelTest, GeneratedPanelLooksAsStored) {
   scroll->SetContent(rows);
   tree.Root().AddChild(scroll);
 
-  render->SetViewPort(comms::cRect(0, 0, kW, kH));
-  render->Clear(true, true, 0xff101418u, 1.0f);
-  tree.Frame(kW, kH, 0);
-  render->Flush2D();
   comms::cImage frame;
-  ASSERT_TRUE(render->ReadScreen(frame));
-  Ui().Render = nullptr;
+  ASSERT_TRUE(device.Draw(tree, frame));
   SetTextTable(nullptr);
 
   std::string golden = SourceFolder() + "/golden/tool_panel.png";
@@ -139,19 +158,8 @@ TEST(GoldenPanelTest, GeneratedPanelLooksAsStored) {
 // theme's colours: fields, labels and section strips name theme slots, not
 // the colours that stood when the panel was made.
 TEST(GoldenPanelTest, APanelBuiltInOneThemeDrawsInTheNext) {
-  constexpr int kW = 320, kH = 240;
-  std::string why;
-  auto context = comms::cEglContext::Create(kW, kH, &why);
-  if (!context) GTEST_SKIP() << "no headless OpenGL context: " << why;
-  auto render = std::make_unique<comms::cRenderGL>();
-  render->DataFolder = DataFolder();
-  if (!render->Init(context.get(), 1)) GTEST_SKIP() << "OpenGL 3.3 core not available";
-  ASSERT_TRUE(render->BeginFrame());
-  Ui().Render = render.get();
-  Ui().Scale = 1;
-  if (!Ui().Font.Ready()) {
-    ASSERT_TRUE(Ui().LoadFont());
-  }
+  PanelDevice device;
+  if (std::string why = device.Open(320, 240); !why.empty()) GTEST_SKIP() << why;
   const Theme dark = Ui().Colors;
   GoldenTool tool;
   WidgetTree tree;
@@ -169,14 +177,10 @@ TEST(GoldenPanelTest, APanelBuiltInOneThemeDrawsInTheNext) {
   Theme light = dark;
   light.Field = 0xfff0f0e8u, light.Text = 0xff101010u, light.DimText = 0xff606060u, light.Panel = 0xffd8d8d0u;
   Ui().Colors = light;
-  render->SetViewPort(comms::cRect(0, 0, kW, kH));
-  render->Clear(true, true, 0xff101418u, 1.0f);
-  tree.Frame(kW, kH, 0);
-  render->Flush2D();
   comms::cImage frame;
-  ASSERT_TRUE(render->ReadScreen(frame));
+  const bool drawn = device.Draw(tree, frame);
   Ui().Colors = dark;
-  Ui().Render = nullptr;
+  ASSERT_TRUE(drawn);
   // The left of the field, clear of its centred text and its frame; the
   // frame's rows come bottom first.
   const int x = int(size->Field->AbsX) + 3, y = int(size->Field->AbsY + size->Field->H / 2);
