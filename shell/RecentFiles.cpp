@@ -1,33 +1,33 @@
 // RecentFiles; see RecentFiles.h.
 #include "shell/RecentFiles.h"
 
-#include <algorithm>
-#include <fstream>
+#include "interface/AppOptions.h"
+#include "interface/OptionsFile.h"
 
-#include "ClassEngine/streams/AtomicFileWriter.h"
+namespace RecentFiles {
 
-std::vector<std::string> RecentFiles::Read() const {
+std::vector<std::string> List() {
   std::vector<std::string> out;
-  std::ifstream in(file_);
-  for (std::string line; std::getline(in, line);)
-    if (!line.empty()) out.push_back(line);
+  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
+  for (int i = 0; i < list.GetAmount(); i++)
+    if (list[i] && !list[i]->Path.IsEmpty()) out.push_back(list[i]->Path.cpchar());
   return out;
 }
 
-void RecentFiles::Add(const std::string& path) {
-  std::vector<std::string> list = Read();
-  std::erase(list, path);
-  list.push_back(path);
-  if ((int)list.size() > kMaxEntries) list.erase(list.begin(), list.end() - kMaxEntries);
-  AtomicFileWriter out(file_);
-  for (const std::string& p : list) {
-    out.Write(p.data(), (int64_t)p.size());
-    out.Write("\n", 1);
-  }
-  out.Commit();
+std::string Newest() {
+  std::vector<std::string> list = List();
+  return list.empty() ? std::string() : list.front();
 }
 
-std::string RecentFiles::Last() const {
-  std::vector<std::string> list = Read();
-  return list.empty() ? std::string() : list.back();
+void Add(const std::string& path) {
+  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
+  for (int i = list.GetAmount() - 1; i >= 0; --i)
+    if (!list[i] || path == list[i]->Path.cpchar()) list.DelElement(i);
+  auto* r = new RecentFile;
+  r->Path = path.c_str();
+  list.Insert(r, 0);
+  while (list.GetAmount() > AppOptions::kMaxRecentFiles) list.DelElement(list.GetAmount() - 1);
+  SaveOptions();
 }
+
+}  // namespace RecentFiles

@@ -52,7 +52,6 @@ std::vector<BasicTool*> ToolList(ToolTable& table) {
 struct Commands {
   ToolTable& tools;
   ViewportSeams& view;
-  RecentFiles recent;
   std::string userData;
 
   // The user's save: the scene's file from now on, no longer changed.
@@ -64,7 +63,7 @@ struct Commands {
     }
     ThePaintScene().FileName = path.c_str();
     ChangedSinceSave = 0;
-    recent.Add(path);
+    RecentFiles::Add(path);
     return true;
   }
 
@@ -90,7 +89,7 @@ struct Commands {
       return false;
     }
     ChangedSinceSave = restoring ? 1 : 0;
-    if (!restoring) recent.Add(path);
+    if (!restoring) RecentFiles::Add(path);
     return true;
   }
 };
@@ -106,7 +105,7 @@ std::string SceneSaveName(const std::string& current, const std::string& folder)
 
 void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserFolders& folders) {
   auto c = std::make_shared<Commands>(
-      Commands{tools, view, RecentFiles(folders.Path("UserData/recent.txt")), folders.Path("UserData/")});
+      Commands{tools, view, folders.Path("UserData/")});
   if (VoxelSculptTool* voxels = FindVoxelTool(tools)) {
     // The scene file holds every volume of the layer tree, and the tree.
     voxels->SceneVolumes = [c] {
@@ -132,5 +131,5 @@ void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserF
     std::string next = IncrementalName(SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData));
     return !next.empty() && c->SaveAs(next);
   };
-  s.LastRecentFile = [c] { return c->recent.Last(); };
+  s.LastRecentFile = [] { return RecentFiles::Newest(); };
 }

@@ -18,6 +18,7 @@
 #include "MC/mesh/ImportMeshVolume.h"
 #include "platform/Keys.h"
 #include "shell/Interface.h"
+#include "shell/RecentFiles.h"
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
@@ -42,19 +43,8 @@ const DefaultKey kDefaultKeys[] = {
 
 // The recent file of item n of the File menu, "" if none.
 std::string RecentPath(int n) {
-  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
-  return n < list.GetAmount() && list[n] ? list[n]->Path.cpchar() : "";
-}
-
-// Puts `path` first in the recent list.
-void RememberRecent(const std::string& path) {
-  ClassArray<RecentFile>& list = AppOptions::RecentFiles();
-  for (int i = list.GetAmount() - 1; i >= 0; --i)
-    if (list[i] && path == list[i]->Path.cpchar()) list.DelElement(i);
-  auto* r = new RecentFile;
-  r->Path = path.c_str();
-  list.Insert(r, 0);
-  while (list.GetAmount() > AppOptions::kMaxRecentFiles) list.DelElement(list.GetAmount() - 1);
+  const std::vector<std::string> list = RecentFiles::List();
+  return n < int(list.size()) ? list[size_t(n)] : "";
 }
 }  // namespace
 
@@ -207,7 +197,7 @@ void Workspace::AskPath(const char* titleKey, std::function<void(const std::stri
 
 void Workspace::RegisterCommands() {
   auto open = [this](const std::string& path) {
-    if (LoadSceneFile(path, false)) RememberRecent(path), BuildMenu();
+    if (LoadSceneFile(path, false)) RecentFiles::Add(path), BuildMenu();
   };
   RegisterCommand("FILE_OPEN", {[this, open] { AskPath("FILE_OPEN", open); }, {}});
   for (int i = 0; i < 5; ++i)
