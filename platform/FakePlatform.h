@@ -63,6 +63,12 @@ class FakePlatform final : public Platform {
   void WarpPointer(float x, float y) override { px_ = x, py_ = y; }
   std::string ClipboardText() override { return clipboard_; }
   void SetClipboardText(const std::string& text) override { clipboard_ = text; }
+  // Addresses asked to open, in order; none is opened.
+  std::vector<std::string> OpenedUrls;
+  bool OpenUrl(const std::string& url) override {
+    OpenedUrls.push_back(url);
+    return true;
+  }
   void SetCursor(SystemCursor cursor) override { cursor_ = cursor; }
   int ShowMessageBox(const SystemDialog& dialog) override;
   std::string DocumentsFolder() const override { return documents_; }

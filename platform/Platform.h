@@ -90,6 +90,11 @@ class Platform {
 
   virtual std::string ClipboardText() = 0;
   virtual void SetClipboardText(const std::string& text) = 0;
+  // Opens an address in the system's browser; false when nothing could.
+  virtual bool OpenUrl(const std::string& url) {
+    (void)url;
+    return false;
+  }
   virtual void SetCursor(SystemCursor cursor) = 0;
   virtual int ShowMessageBox(const SystemDialog& dialog) = 0;
   // The user's Documents folder without a trailing "/", empty if unknown.

@@ -225,6 +225,7 @@ class SdlPlatform final : public Platform {
     return s;
   }
   void SetClipboardText(const std::string& text) override { SDL_SetClipboardText(text.c_str()); }
+  bool OpenUrl(const std::string& url) override { return SDL_OpenURL(url.c_str()) == 0; }
   void SetCursor(SystemCursor cursor) override {
     int i = int(cursor);
     if (i >= 0 && i < kSystemCursorCount && cursors_[i]) SDL_SetCursor(cursors_[i]);

@@ -260,6 +260,28 @@ void Workspace::RegisterCommands() {
     RegisterCommand("ROOM_" + rooms[i], {[this, i] { intf_.Rooms().OnRoomClick(int(i)); }, {}});
 }
 
+void Workspace::AddLinksMenu(MainMenuBar& bar) {
+  // A words table may name a menu of web links: "@ADV_MENU1" is its title,
+  // "@ADG_ITEM0", "@ADG_ITEM1", ... its items up to the first that begins
+  // with "@" (a key with no words), and "@ADV_URL<n>" the address of item n.
+  const std::string title = Text("@ADV_MENU1");
+  if (title.empty() || title[0] == '@') return;
+  MenuDescription links{"@ADV_MENU1", {}};
+  for (int i = 0;; ++i) {
+    const std::string item = "@ADG_ITEM" + std::to_string(i);
+    const std::string words = Text(item.c_str());
+    if (words.empty() || words[0] == '@') break;
+    const std::string command = "ADV_ITEM" + std::to_string(i);
+    const std::string url = Text(("@ADV_URL" + std::to_string(i)).c_str());
+    RegisterCommand(command, {[this, url] {
+                                if (!shell_.Window().OpenUrl(url)) Log("ADV_MENU: no browser opened %s", url.c_str());
+                              },
+                              {}});
+    links.Items.push_back({command, item});
+  }
+  bar.Menus.push_back(links);
+}
+
 void Workspace::BuildMenu() {
   if (BaseWidget* old = menu_.Get()) old->Delete();
   auto* bar = new MainMenuBar;
@@ -286,6 +308,7 @@ void Workspace::BuildMenu() {
   }
   bar->Menus.push_back(rooms);
   bar->Menus.push_back({"MENU_HELP", {{"HELP_HOTKEYS", ""}, {"HELP_ABOUT", ""}}});
+  AddLinksMenu(*bar);
   menuWidth_ = bar->Rebuild();
   bar->Y = Ui().Px(4);
   intf_.Tree().Root().AddChild(bar);

@@ -24,6 +24,8 @@ class Workspace {
   // After the shell started: options, commands, keys, the menu bar.
   void Start();
   MainMenuBar* Menu() const;
+  // Builds the menu bar again: the recent files, the words table's menu.
+  void BuildMenu();
   HotKeyEditor& KeyEditor() { return editor_; }
   // The default bindings (AddDefaultHotKey: a user's own stay).
   static void InstallDefaultHotKeys();
@@ -32,7 +34,8 @@ class Workspace {
 
  private:
   void RegisterCommands();
-  void BuildMenu();
+  // The optional menu of web links that the words table may name.
+  void AddLinksMenu(MainMenuBar& bar);
   void ApplyToShell();
   // The dock tree over the work area, with the navigation rows as a window.
   void MakeDocks();

@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "ShellFixture.h"
+#include "ClassEngine/DataFolder.h"
 #include "interface/AppOptions.h"
 #include "interface/Docks.h"
 #include "interface/OptionsFile.h"
+#include "interface/TextTable.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
 #include "shell/Program.h"
@@ -171,4 +174,43 @@ TEST_F(WorkspaceTest, TheViewCentresOnWhatTheDockedPanelsLeaveFree) {
   const comms::cVec3 to = cam.m_Center - origin;
   const comms::cVec3 off = to - dir * comms::Dot(to, dir);
   EXPECT_LT(off.Length(), 1e-3f * to.Length());
+}
+
+TEST_F(WorkspaceTest, AWordsTableMayAddAMenuOfLinksThatOpenInTheBrowser) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / ("morvane-links-" + std::to_string(getpid()));
+  fs::create_directories(folder);
+  {
+    std::ofstream f(folder / "text.xml");
+    auto item = [&](const char* id, const char* text) {
+      f << " <TextItem>\n  <ID>" << id << "</ID>\n  <Text>" << text << "</Text>\n </TextItem>\n";
+    };
+    f << "<ClassArray.TextItem>\n";
+    item("@ADV_MENU1", "Learning");
+    item("@ADG_ITEM0", "Video lessons");
+    item("@ADV_URL0", "https://example.org/lessons");
+    item("@ADG_ITEM1", "Forum");
+    item("@ADV_URL1", "https://example.org/forum");
+    f << "</ClassArray.TextItem>\n";  // "@ADG_ITEM2" is missing: it reads as its key and ends the list
+  }
+  auto titles = [&] {
+    std::vector<std::string> out;
+    for (const MenuDescription& m : program_->Environment().Menu()->Menus) out.push_back(m.TitleKey);
+    return out;
+  };
+  EXPECT_EQ(titles().size(), 5u) << "the shipped words name no such menu";
+  TextTable words((folder / "text.xml").string(), comms::DataFolder());
+  SetTextTable(&words);
+  program_->Environment().BuildMenu();
+  MainMenuBar* bar = program_->Environment().Menu();
+  ASSERT_EQ(titles().size(), 6u);
+  const MenuDescription& links = bar->Menus.back();
+  EXPECT_STREQ(Text(links.TitleKey.c_str()), "Learning");
+  ASSERT_EQ(links.Items.size(), 2u);
+  FindCommand(links.Items[1].Command)->Run();
+  FindCommand(links.Items[0].Command)->Run();
+  EXPECT_EQ(fake.OpenedUrls, (std::vector<std::string>{"https://example.org/forum", "https://example.org/lessons"}));
+  SetTextTable(nullptr);
+  program_->Environment().BuildMenu();
+  fs::remove_all(folder);
 }
