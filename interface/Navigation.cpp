@@ -11,6 +11,7 @@
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
 #include "interface/AppOptions.h"
+#include "interface/UiContext.h"
 #include "interface/HotKeys.h"
 #include "paint/GeneralPen.h"
 #include "platform/Keys.h"
@@ -154,6 +155,19 @@ bool NaviSystem::IsNaviKeyDown(int key) const {
   int b = ButtonIndex(key);
   if (b >= 0) return running_ >= 0 ? buttons_[b] : buttons_[b] && !lastButtons_[b];
   return World.Input && World.Input->IsKeyDownNow(key);
+}
+
+void NaviSystem::DrawZone() const {
+  if (!DisplayNaviZone || NaviZoneWidth <= 0 || NaviZoneOpacity <= 0) return;
+  UiContext& ui = Ui();
+  const float z = std::min(float(NaviZoneWidth), std::min(World.ViewW, World.ViewH) / 2);
+  const uint32_t alpha = uint32_t(std::clamp(NaviZoneOpacity, 0.0f, 1.0f) * 255 + 0.5f);
+  const uint32_t shade = (alpha << 24) | (ui.Colors.Highlight & 0xffffffu);
+  const float x = World.ViewX, y = World.ViewY, w = World.ViewW, h = World.ViewH;
+  ui.FillRect(x, y, w, z, shade);                  // top
+  ui.FillRect(x, y + h - z, w, z, shade);          // bottom
+  ui.FillRect(x, y + z, z, h - 2 * z, shade);      // left
+  ui.FillRect(x + w - z, y + z, z, h - 2 * z, shade);  // right
 }
 
 bool NaviSystem::MayStart(NaviEvent& e, int key, bool& byKey) {

@@ -76,6 +76,9 @@ class NaviSystem : public BaseClass {
   void StoreNaviPreset();
   void UseExistingNavi();
   void AddEvent();
+  // With DisplayNaviZone: the navigation zone (NaviZoneWidth along each side
+  // of the view) shaded at NaviZoneOpacity, drawn under the panels.
+  void DrawZone() const;
 
   // Once per router event; `key` is the key that changed (-1 for a move).
   // True if it started an action.

@@ -52,6 +52,12 @@ class Workspace::MousePoller : public comms::cWidget {
  public:
   explicit MousePoller(Workspace& w) : w_(w) {}
   void OnRender() override {
+    // The view follows the window's size; the navigation zone lies along it.
+    int w = 0, h = 0;
+    w_.shell_.Window().ClientSize(w, h);
+    NaviSystem& nav = TheNavigation();
+    nav.World.ViewW = float(w), nav.World.ViewH = float(h);
+    nav.DrawZone();
     SpaceMouse* mouse = OpenSpaceMouse();
     if (!mouse) return;
     const uint32_t now = w_.shell_.Window().TickMs();

@@ -49,7 +49,8 @@ class Workspace {
   WidgetHandle menu_;
   float menuWidth_ = 0;
   std::unique_ptr<Docks> docks_;
-  // Polls the 3D mouse once a frame (a widget of layer 2).
+  // Once a frame (a widget of layer 2): keeps the navigation's view size,
+  // draws the navigation zone and polls the 3D mouse.
   class MousePoller;
   std::unique_ptr<MousePoller> poller_;
   int pollerId_ = -1;

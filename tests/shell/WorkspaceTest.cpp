@@ -4,6 +4,7 @@
 // of each room.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -11,8 +12,11 @@
 #include "ClassEngine/DataFolder.h"
 #include "interface/AppOptions.h"
 #include "interface/Docks.h"
+#include "interface/Navigation.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
+#include "interface/UiContext.h"
+#include "interchange/Image.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
 #include "shell/Program.h"
@@ -213,4 +217,34 @@ TEST_F(WorkspaceTest, AWordsTableMayAddAMenuOfLinksThatOpenInTheBrowser) {
   SetTextTable(nullptr);
   program_->Environment().BuildMenu();
   fs::remove_all(folder);
+}
+
+TEST_F(WorkspaceTest, TheNavigationZoneIsShadedAlongTheViewWhenShown) {
+  comms::cRender* render = program_->View().Renderer();
+  ASSERT_NE(render, nullptr);
+  // A point of the bottom band, clear of the panels; rows come bottom first.
+  auto pixel = [&](int fromBottom) {
+    program_->TheShell().FrameIn(0);
+    program_->TheShell().RunFrames(1);
+    comms::cImage frame;
+    EXPECT_TRUE(render->ReadScreen(frame));
+    const uint8_t* p = frame.Pixel(700, fromBottom);
+    return std::array<int, 3>{p[0], p[1], p[2]};
+  };
+  auto bottomBand = [&] { return pixel(10); };
+  NaviSystem& nav = TheNavigation();
+  const auto plain = bottomBand();
+  nav.NaviZoneWidth = 40;
+  nav.NaviZoneOpacity = 0.5f;
+  EXPECT_EQ(bottomBand(), plain) << "not shown unless asked";
+  nav.DisplayNaviZone = true;
+  const auto shaded = bottomBand();
+  EXPECT_NE(shaded, plain);
+  const auto inside = pixel(60);
+  const uint32_t h = Ui().Colors.Highlight;
+  const int hl[3] = {int((h >> 16) & 255), int((h >> 8) & 255), int(h & 255)};
+  for (int c = 0; c < 3; ++c) EXPECT_NEAR(shaded[c], (plain[c] + hl[c]) / 2, 3) << "channel " << c;
+  nav.DisplayNaviZone = false;
+  EXPECT_EQ(pixel(60), inside) << "past the zone's width nothing is shaded";
+  nav.NaviZoneWidth = 0;
 }
