@@ -112,12 +112,30 @@ void Workspace::Start() {
   intf_.Tree().Hooks().HotKeys = [this](int key, bool down) {
     WidgetTree& t = intf_.Tree();
     if (editor_.OnKey(key, down, t.Ctrl(), t.Alt(), t.Shift())) return true;
+    if (down && t.Ctrl() && t.Alt() && t.Shift() && DockInfoKey(key)) return true;
     return down && FireHotKey(key, t.Ctrl(), t.Alt(), t.Shift());
   };
   BuildMenu();
   MakeDocks();
   poller_ = std::make_unique<MousePoller>(*this);
   pollerId_ = shell_.Layers().Register(2, poller_.get(), true);
+}
+
+bool Workspace::DockInfoKey(int key) {
+  // Ctrl+Alt+Shift+S keeps the whole arrangement in the presets folder, and
+  // Ctrl+Alt+Shift+L brings it back.
+  if (!docks_ || (key != keys::A + ('S' - 'A') && key != keys::A + ('L' - 'A'))) return false;
+  const std::string path = UserFilePath("ToolsPresets/dockinfo.xml");
+  DocksLayout layout;
+  if (key == keys::A + ('S' - 'A')) {
+    docks_->Capture(layout);
+    if (!layout.WriteToFile(path.c_str())) Log("DockInfo: cannot write %s", path.c_str());
+  } else if (layout.ReadFromFile(path.c_str())) {
+    docks_->Apply(layout);
+  } else {
+    Log("DockInfo: cannot read %s", path.c_str());
+  }
+  return true;
 }
 
 void Workspace::MakeDocks() {

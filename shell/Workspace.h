@@ -39,6 +39,9 @@ class Workspace {
   void ApplyToShell();
   // The dock tree over the work area, with the navigation rows as a window.
   void MakeDocks();
+  // The development keys of the whole dock arrangement (Ctrl+Alt+Shift+S
+  // and L, "ToolsPresets/dockinfo.xml"); true when `key` was one.
+  bool DockInfoKey(int key);
   // A one-line box that asks for a path and then runs `then` with it.
   void AskPath(const char* titleKey, std::function<void(const std::string&)> then);
 

@@ -248,3 +248,30 @@ TEST_F(WorkspaceTest, TheNavigationZoneIsShadedAlongTheViewWhenShown) {
   EXPECT_EQ(pixel(60), inside) << "past the zone's width nothing is shaded";
   nav.NaviZoneWidth = 0;
 }
+
+TEST_F(WorkspaceTest, CtrlAltShiftSKeepsTheWholeArrangementAndLBringsItBack) {
+  ASSERT_NE(TheDocks(), nullptr);
+  auto header = [] { return dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget()); };
+  ASSERT_NE(header(), nullptr);
+  const float x = header()->X, w = header()->W;
+  auto chord = [&](char letter) {
+    Key(keys::Control, true);
+    Key(keys::Alt, true);
+    Key(keys::Shift, true);
+    Key(keys::A + (letter - 'A'), true);
+    Key(keys::A + (letter - 'A'), false);
+    Key(keys::Shift, false);
+    Key(keys::Alt, false);
+    Key(keys::Control, false);
+  };
+  chord('S');
+  ASSERT_TRUE(Exists(Home("ToolsPresets/dockinfo.xml")));
+  DocksLayout empty;
+  TheDocks()->Apply(empty);  // everything floats
+  ASSERT_TRUE(header()->IsPopup);
+  chord('L');
+  ASSERT_NE(header(), nullptr);
+  EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
+  EXPECT_EQ(header()->X, x);
+  EXPECT_EQ(header()->W, w);
+}
