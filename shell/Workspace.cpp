@@ -22,6 +22,7 @@
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
+#include "shell/WorkspaceFile.h"
 
 namespace {
 // The default bindings: command, key name, Ctrl, Alt, Shift.
@@ -261,7 +262,7 @@ void Workspace::RegisterCommands() {
   RegisterCommand("VIEW_GRID", {[this] { shell_.Settings().ShowGrid = !shell_.Settings().ShowGrid; }, {}});
   RegisterCommand("VIEW_WIREFRAME", {[this] { shell_.Settings().Wireframe = !shell_.Settings().Wireframe; }, {}});
   RegisterCommand("VIEW_FULLSCREEN", {[this] { shell_.SetFullScreenWanted(!shell_.Window().IsFullScreen()); }, {}});
-  // The layout commands: one page, the room's default again, and hot keys.
+  // The layout commands: one page, every room's page with the options, and hot keys.
   RegisterCommand("LAYOUT_SAVE_PAGE", {[this] {
                                          DocksLayout layout;
                                          if (docks_) docks_->Capture(layout);
@@ -274,6 +275,17 @@ void Workspace::RegisterCommands() {
                                            docks_->Apply(layout);
                                        },
                                        [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.OnePageLayout")); }});
+  RegisterCommand("LAYOUT_SAVE_WORKSPACE", {[this] {
+                                              if (docks_)
+                                                SaveWorkspaceFile(UserFilePath("Layouts/Saved.mvn_wrokspace"), *docks_,
+                                                                  int(Tools().Rooms().size()));
+                                            },
+                                            {}});
+  RegisterCommand("LAYOUT_LOAD_WORKSPACE",
+                  {[this] {
+                     if (docks_ && LoadWorkspaceFile(UserFilePath("Layouts/Saved.mvn_wrokspace"), *docks_)) BuildMenu();
+                   },
+                   [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.mvn_wrokspace")); }});
   RegisterCommand("LAYOUT_SAVE_HOTKEYS", {[] { SaveHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str()); }, {}});
   RegisterCommand("LAYOUT_LOAD_HOTKEYS", {[this] {
                                             if (LoadHotkeys(UserFilePath("Layouts/Saved.hotkeys").c_str())) BuildMenu();
@@ -322,7 +334,8 @@ void Workspace::BuildMenu() {
   bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
                                       {"EDIT_HOTKEYS", ""}}});
   bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
-                                      {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
+                                      {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_WORKSPACE", ""},
+                                      {"LAYOUT_LOAD_WORKSPACE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
                                       {"LAYOUT_LOAD_HOTKEYS", ""}}});
   MenuDescription rooms{"MENU_ROOMS", {}};
   for (const std::string& r : Tools().Rooms()) {

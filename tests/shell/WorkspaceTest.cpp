@@ -275,3 +275,43 @@ TEST_F(WorkspaceTest, CtrlAltShiftSKeepsTheWholeArrangementAndLBringsItBack) {
   EXPECT_EQ(header()->X, x);
   EXPECT_EQ(header()->W, w);
 }
+
+TEST_F(WorkspaceTest, AWorkspaceFileBringsBackEveryRoomsPageAndTheOptions) {
+  ASSERT_NE(TheDocks(), nullptr);
+  ASSERT_GE(Tools().Rooms().size(), 2u);
+  auto header = [] { return dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget()); };
+  const float x = header()->X, w = header()->W;
+  // The other room gets a page of its own first.
+  const int first = Tools().CurrentRoom(), second = first == 0 ? 1 : 0;
+  program_->Interface().Rooms().OnRoomClick(second);
+  program_->Interface().Rooms().OnRoomClick(first);
+  program_->TheShell().RunFrames(1);
+  AppOptions::CamRotSpeed = 3;
+  ASSERT_FALSE(FindCommand("LAYOUT_LOAD_WORKSPACE")->Enabled()) << "nothing saved yet";
+  FindCommand("LAYOUT_SAVE_WORKSPACE")->Run();
+  ASSERT_TRUE(Exists(Home("Layouts/Saved.mvn_wrokspace")));
+
+  // Everything changes: the page floats, the other room's page is gone, the option moves.
+  DocksLayout empty;
+  TheDocks()->Apply(empty);
+  ASSERT_TRUE(header()->IsPopup);
+  std::filesystem::remove(Home("Temp/page_" + std::to_string(second) + ".xml"));
+  AppOptions::CamRotSpeed = 1;
+
+  ASSERT_TRUE(FindCommand("LAYOUT_LOAD_WORKSPACE")->Enabled());
+  FindCommand("LAYOUT_LOAD_WORKSPACE")->Run();
+  EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
+  EXPECT_EQ(header()->X, x);
+  EXPECT_EQ(header()->W, w);
+  EXPECT_TRUE(Exists(Home("Temp/page_" + std::to_string(second) + ".xml")));
+  EXPECT_FLOAT_EQ(AppOptions::CamRotSpeed, 3);
+
+  // A file that is not a workspace changes nothing.
+  {
+    std::ofstream f(Home("Layouts/Saved.mvn_wrokspace"));
+    f << "<Other><x>1</x></Other>\n";
+  }
+  AppOptions::CamRotSpeed = 2;
+  FindCommand("LAYOUT_LOAD_WORKSPACE")->Run();
+  EXPECT_FLOAT_EQ(AppOptions::CamRotSpeed, 2);
+}
