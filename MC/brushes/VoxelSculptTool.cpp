@@ -183,8 +183,25 @@ bool VoxelSculptTool::MergeHeldMesh(bool invert) {
   if (!volume_ || !Merge.Mesh()) return false;
   std::vector<std::vector<float>> mirrors;
   for (const SymmetryCopy& copy : SymmetryCopies(GeneralPen::Symmetry)) mirrors.emplace_back(copy.M, copy.M + 9);
-  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors)) return false;
-  volume_->UpdateSurface();
+  const bool separate = Merge.Settings.MergeToSeparateVolumes && TakeParts;
+  std::vector<VolumeObject*> below;
+  if (separate && VolumesBelow) below = VolumesBelow(*volume_);
+  std::vector<SeparatePart> parts;
+  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors, separate ? &parts : nullptr, below, true))
+    return false;
+  // The changed volumes: the target and, cut through, those below it.
+  std::vector<VolumeObject*> changed{volume_};
+  for (VolumeObject* v : below)
+    if (v && v != volume_ && v->UndoCopies > 0) changed.push_back(v);
+  if (OnMergeEnd)
+    OnMergeEnd(changed);
+  else
+    for (VolumeObject* v : changed) v->DropUndoCopies();
+  for (VolumeObject* v : changed) v->UpdateSurface();
+  if (separate && !parts.empty()) {
+    for (SeparatePart& p : parts) p.Volume->UpdateSurface();
+    TakeParts(*volume_, std::move(parts));
+  }
   ChangedSinceSave = 1;
   return true;
 }

@@ -67,6 +67,16 @@ class VoxelSculptTool : public BasicTool {
   // stroke's undo record is written. Without a hook the copies are dropped
   // (the stroke is kept).
   std::function<void(VolumeObject&)> OnStrokeEnd;
+  // SCULP_MERGE: called once per merge with every volume it changed (their
+  // undo copies still held), so one record takes the whole merge back.
+  // Without a hook the copies are dropped.
+  std::function<void(const std::vector<VolumeObject*>&)> OnMergeEnd;
+  // With MergeToSeparateVolumes: the volumes below the current one (cut by
+  // negative parts with CutThroughVolumes), and the taker of the new part
+  // volumes (the layer tree hangs them under the current volume's row).
+  // Without TakeParts the merge goes into the current volume as one piece.
+  std::function<std::vector<VolumeObject*>(VolumeObject&)> VolumesBelow;
+  std::function<void(VolumeObject&, std::vector<SeparatePart>&&)> TakeParts;
   // Asked before IncRes doubles the resolution (which cannot be undone),
   // with the bytes it will take; false leaves the volume. Null goes on.
   std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
