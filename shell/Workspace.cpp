@@ -249,6 +249,10 @@ void Workspace::RegisterCommands() {
     if (!tool || !tool->Volume()) return Log("%s: no voxel volume", word.c_str());
     if (!volumeCommands_.Run(word, *tool->Volume(), path)) Log("%s: not run (%s)", word.c_str(), path.c_str());
   };
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+    tool->AskKeepScale = [this] {
+      return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;
+    };
   auto haveVolume = [] {
     VoxelSculptTool* tool = FindVoxelTool(Tools());
     return tool && tool->Volume();

@@ -179,8 +179,22 @@ bool VoxelSculptTool::OnKey(int key) {
   return StepPenRadiusByKey(key);
 }
 
+void VoxelSculptTool::SettleMergeScale() {
+  if (mergedInScene_) return;
+  mergedInScene_ = true;
+  const float* t = volume_->Transform;
+  const float scale = std::sqrt(t[0] * t[0] + t[1] * t[1] + t[2] * t[2]);
+  if (std::fabs(scale - 1.f) < 1e-4f || !AskKeepScale || !AskKeepScale()) return;
+  float p[16];
+  Merge.Placement(p);
+  const float s = std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]);
+  const float m[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, p[12], p[13], p[14], 1};
+  volume_->SetTransform(m);
+}
+
 bool VoxelSculptTool::MergeHeldMesh(bool invert) {
   if (!volume_ || !Merge.Mesh()) return false;
+  SettleMergeScale();
   std::vector<std::vector<float>> mirrors;
   for (const SymmetryCopy& copy : SymmetryCopies(GeneralPen::Symmetry)) mirrors.emplace_back(copy.M, copy.M + 9);
   const bool separate = Merge.Settings.MergeToSeparateVolumes && TakeParts;
