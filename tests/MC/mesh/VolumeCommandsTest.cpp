@@ -82,7 +82,15 @@ TEST_F(VolumeCommandsFixture, EachCommandAsksItsOwnDialogAndACancelChangesNothin
 TEST_F(VolumeCommandsFixture, VoxelHullLeavesAWallOfTheAskedThicknessAndUndoesWhole) {
   Answer(true, [](BaseClass& p) { static_cast<HullParams&>(p).EdgeThickness = 3; });
   const std::string before = VolumePicture(volume);
+  int64_t reported = 0, total = -1;
+  SetProgressHandler([&](const char* key, int64_t d, int64_t t) {
+    EXPECT_STREQ(key, "MakeVoxHull");
+    reported = d, total = t;
+    return false;
+  });
   ASSERT_TRUE(commands.Run("MakeVoxHull", volume));
+  EXPECT_GT(total, 0);
+  EXPECT_EQ(reported, total) << "the bar reaches its end";
   EXPECT_EQ(done, 1);
   EXPECT_FALSE(In(volume, 0.3f, -0.2f, 0.1f));   // hollow
   EXPECT_TRUE(In(volume, 12.8f, -0.2f, 0.1f));   // the wall
