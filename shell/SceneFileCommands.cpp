@@ -117,6 +117,14 @@ void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserF
       c->view.TakeVolumes(std::move(loaded), tree);
       voxels->SetScene(c->view.Volume(), &c->view.Camera());
     };
+    // A merge into separate volumes hangs each part under the current row.
+    voxels->VolumesBelow = [c](VolumeObject& v) {
+      VoxVisualTree* tree = c->view.Tree();
+      return tree ? tree->VolumesBelow(tree->BranchOf(&v)) : std::vector<VolumeObject*>();
+    };
+    voxels->TakeParts = [c](VolumeObject& v, std::vector<SeparatePart>&& parts) {
+      if (VoxVisualTree* tree = c->view.Tree()) tree->AttachParts(tree->BranchOf(&v), std::move(parts));
+    };
   }
   SceneCommands& s = TheSceneCommands();
   s.LoadScene = [c](const std::string& path, bool restoring) { return c->Open(path, restoring); };

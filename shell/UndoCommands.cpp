@@ -6,6 +6,7 @@
 #include "ClassEngine/UserPaths.h"
 #include "ClassEngine/streams/BackgroundWriter.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "MC/undo/VolumeUndo.h"
 #include "interface/HotKeys.h"
 #include "paint/SceneChanges.h"
@@ -31,6 +32,7 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
   stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(
       stack,
       [v] {
+        if (v->Tree()) return v->Tree()->Volumes();
         std::vector<VolumeObject*> list;
         if (VolumeObject* volume = v->Volume()) list.push_back(volume);
         return list;
@@ -40,8 +42,10 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
       }));
 
   UndoStack* s = &stack;
-  if (voxels)
+  if (voxels) {
     voxels->OnStrokeEnd = [s, voxels](VolumeObject& volume) { PushVolumeUndo(*s, {&volume}, voxels->Mode); };
+    voxels->OnMergeEnd = [s](const std::vector<VolumeObject*>& volumes) { PushVolumeUndo(*s, volumes, SCULP_MERGE); };
+  }
   for (int i = 0; i < tools.Count(); ++i)
     if (auto* paint = dynamic_cast<PaintBrushTool*>(tools.At(i)))
       paint->OnStrokeEnd = [s](PaintScene& sc, PaintStroke& stroke) { PushPaintStrokeUndo(*s, sc, stroke); };

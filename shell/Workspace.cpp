@@ -16,6 +16,9 @@
 #include "interface/UiContext.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mesh/ImportMeshVolume.h"
+#include "MC/undo/VolumeUndo.h"
+#include "paint/SceneChanges.h"
+#include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
 #include "shell/Interface.h"
 #include "shell/RecentFiles.h"
@@ -247,6 +250,37 @@ void Workspace::RegisterCommands() {
                                            });
                                          },
                                          {}});
+  // The voxel menu: the current volume reworked after its parameter dialog.
+  volumeCommands_.Ask = [this](BaseClass& params, const char* title) {
+    return ShowDialog(intf_.Tree(), "", title, &params, {"OK", "CANCEL"}) == 1;
+  };
+  volumeCommands_.Done = [](VolumeObject& v) {
+    VoxelSculptTool* tool = FindVoxelTool(Tools());
+    PushVolumeUndo(TheUndoStack(), {&v}, tool ? tool->Mode : 0);
+    ChangedSinceSave = 1;
+  };
+  auto onVolume = [this](const std::string& word, const std::string& path) {
+    VoxelSculptTool* tool = FindVoxelTool(Tools());
+    if (!tool || !tool->Volume()) return Log("%s: no voxel volume", word.c_str());
+    if (!volumeCommands_.Run(word, *tool->Volume(), path)) Log("%s: not run (%s)", word.c_str(), path.c_str());
+  };
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+    tool->AskKeepScale = [this] {
+      return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;
+    };
+  auto haveVolume = [] {
+    VoxelSculptTool* tool = FindVoxelTool(Tools());
+    return tool && tool->Volume();
+  };
+  for (const std::string& word : VolumeCommands::Words()) {
+    if (word == "MergeCloud")
+      RegisterCommand(word, {[this, onVolume] {
+                               AskPath("MergeCloud", [onVolume](const std::string& p) { onVolume("MergeCloud", p); });
+                             },
+                             haveVolume});
+    else
+      RegisterCommand(word, {[onVolume, word] { onVolume(word, {}); }, haveVolume});
+  }
   RegisterCommand("FILE_QUIT", {[this] { shell_.CanClose(); }, {}});
   RegisterCommand("EDIT_OPTIONS", {[this] {
                                      ShowOptions(intf_.Tree());
@@ -337,6 +371,9 @@ void Workspace::BuildMenu() {
                                       {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_WORKSPACE", ""},
                                       {"LAYOUT_LOAD_WORKSPACE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
                                       {"LAYOUT_LOAD_HOTKEYS", ""}}});
+  MenuDescription voxels{"MENU_VOXELS", {}};
+  for (const std::string& word : VolumeCommands::Words()) voxels.Items.push_back({word, ""});
+  bar->Menus.push_back(voxels);
   MenuDescription rooms{"MENU_ROOMS", {}};
   for (const std::string& r : Tools().Rooms()) {
     std::string key = "ROOM_" + r;

@@ -9,6 +9,7 @@
 #include "interface/Docks.h"
 #include "interface/HotKeys.h"
 #include "interface/MainMenu.h"
+#include "MC/mesh/VolumeCommands.h"
 
 class Shell;
 class ShellInterface;
@@ -49,6 +50,8 @@ class Workspace {
   ShellInterface& intf_;
   ViewportSeams& view_;
   HotKeyEditor editor_;
+  // The voxel menu's whole-volume commands; their parameters last the run.
+  VolumeCommands volumeCommands_;
   WidgetHandle menu_;
   float menuWidth_ = 0;
   std::unique_ptr<Docks> docks_;

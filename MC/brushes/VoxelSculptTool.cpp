@@ -179,12 +179,43 @@ bool VoxelSculptTool::OnKey(int key) {
   return StepPenRadiusByKey(key);
 }
 
+void VoxelSculptTool::SettleMergeScale() {
+  if (mergedInScene_) return;
+  mergedInScene_ = true;
+  const float* t = volume_->Transform;
+  const float scale = std::sqrt(t[0] * t[0] + t[1] * t[1] + t[2] * t[2]);
+  if (std::fabs(scale - 1.f) < 1e-4f || !AskKeepScale || !AskKeepScale()) return;
+  float p[16];
+  Merge.Placement(p);
+  const float s = std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]);
+  const float m[16] = {s, 0, 0, 0, 0, s, 0, 0, 0, 0, s, 0, p[12], p[13], p[14], 1};
+  volume_->SetTransform(m);
+}
+
 bool VoxelSculptTool::MergeHeldMesh(bool invert) {
   if (!volume_ || !Merge.Mesh()) return false;
+  SettleMergeScale();
   std::vector<std::vector<float>> mirrors;
   for (const SymmetryCopy& copy : SymmetryCopies(GeneralPen::Symmetry)) mirrors.emplace_back(copy.M, copy.M + 9);
-  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors)) return false;
-  volume_->UpdateSurface();
+  const bool separate = Merge.Settings.MergeToSeparateVolumes && TakeParts;
+  std::vector<VolumeObject*> below;
+  if (separate && VolumesBelow) below = VolumesBelow(*volume_);
+  std::vector<SeparatePart> parts;
+  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors, separate ? &parts : nullptr, below, true))
+    return false;
+  // The changed volumes: the target and, cut through, those below it.
+  std::vector<VolumeObject*> changed{volume_};
+  for (VolumeObject* v : below)
+    if (v && v != volume_ && v->UndoCopies > 0) changed.push_back(v);
+  if (OnMergeEnd)
+    OnMergeEnd(changed);
+  else
+    for (VolumeObject* v : changed) v->DropUndoCopies();
+  for (VolumeObject* v : changed) v->UpdateSurface();
+  if (separate && !parts.empty()) {
+    for (SeparatePart& p : parts) p.Volume->UpdateSurface();
+    TakeParts(*volume_, std::move(parts));
+  }
   ChangedSinceSave = 1;
   return true;
 }

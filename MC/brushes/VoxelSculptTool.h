@@ -67,6 +67,20 @@ class VoxelSculptTool : public BasicTool {
   // stroke's undo record is written. Without a hook the copies are dropped
   // (the stroke is kept).
   std::function<void(VolumeObject&)> OnStrokeEnd;
+  // SCULP_MERGE: called once per merge with every volume it changed (their
+  // undo copies still held), so one record takes the whole merge back.
+  // Without a hook the copies are dropped.
+  std::function<void(const std::vector<VolumeObject*>&)> OnMergeEnd;
+  // With MergeToSeparateVolumes: the volumes below the current one (cut by
+  // negative parts with CutThroughVolumes), and the taker of the new part
+  // volumes (the layer tree hangs them under the current volume's row).
+  // Without TakeParts the merge goes into the current volume as one piece.
+  std::function<std::vector<VolumeObject*>(VolumeObject&)> VolumesBelow;
+  std::function<void(VolumeObject&, std::vector<SeparatePart>&&)> TakeParts;
+  // Asked ("KEEP_SCALE_QUESTION") at the first merge into a scene whose
+  // volume is not at scale 1; yes takes the volume's scale and centre from
+  // the merge's placement, so the mesh keeps its size. Null: never asked.
+  std::function<bool()> AskKeepScale;
   // Asked before IncRes doubles the resolution (which cannot be undone),
   // with the bytes it will take; false leaves the volume. Null goes on.
   std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
@@ -120,6 +134,8 @@ class VoxelSculptTool : public BasicTool {
   // SCULP_MERGE: merges the held mesh into the volume, once per mirror of
   // the pen's symmetry; invert subtracts. False without a mesh or volume.
   bool MergeHeldMesh(bool invert);
+  // The first merge's question, and the volume's new transform on yes.
+  void SettleMergeScale();
   // Runs command 50..52 on the volume.
   bool RunCommand(int mode);
   // One frame of the drag: pick, samples to the new point, surface update.
@@ -141,6 +157,7 @@ class VoxelSculptTool : public BasicTool {
   std::string loadedTree_;
   std::vector<std::pair<std::string, std::vector<uint8_t>>> cacheFiles_;
   bool volumesRead_ = false;
+  bool mergedInScene_ = false;  // the keep-scale question was settled
 };
 
 // Adds the voxel room's tool to the providers of the start-up registration

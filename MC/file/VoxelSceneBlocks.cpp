@@ -108,6 +108,7 @@ bool VoxelSculptTool::LoadBlock(BinStream* stream) {
 }
 
 void VoxelSculptTool::OnSceneLoaded(bool complete) {
+  mergedInScene_ = false;  // a new scene asks again at its first merge
   auto& pending = cacheFiles_;
   if (complete) {
     for (auto& [name, bytes] : pending) {

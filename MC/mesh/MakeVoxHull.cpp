@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "ClassEngine/Progress.h"
 #include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
 
@@ -63,6 +64,8 @@ void MakeVoxHull(VolumeObject& volume, int radius, bool keepUndo) {
       cells[i - first]->RefreshStatus(true, true);
       volume.MarkDirty(inside[i].x, inside[i].y, inside[i].z, false);
     }
+    // Esc between batches keeps the batches done; the undo copies hold the rest.
+    if (ReportProgress("MakeVoxHull", (int64_t)last, (int64_t)inside.size())) break;
   }
   if (!keepUndo && !hadCopies) volume.DropUndoCopies();
 }

@@ -29,6 +29,12 @@ void CollectSurface(VolumeObject& volume, const float* m, float offset, Triangle
 void OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo) {
   TriangleCollector collector;
   CollectSurface(volume, nullptr, distance, collector);
+  if (clearFirst && keepUndo) {
+    // Every cell is about to be emptied: each keeps its copy for the record.
+    std::vector<CellKey> keys;
+    volume.Cells.ForEach([&](const CellKey& k, VoxelCell*&) { keys.push_back(k); });
+    for (const CellKey& k : keys) volume.GetCell(k.x, k.y, k.z, false, true);
+  }
   if (clearFirst) volume.ClearVoxels();
   MergeIntoVolume(collector, volume, mode, keepUndo);
 }

@@ -16,6 +16,7 @@ void RegisterCloudParams() {
   RegisterClass(&model, "Voxels", "CloudParams");
 }
 
+MeshBasedCloud::MeshBasedCloud(std::string extension) : extension_(std::move(extension)) {}
 MeshBasedCloud::~MeshBasedCloud() = default;
 
 bool MeshBasedCloud::Open(const std::string& path) {

@@ -46,7 +46,7 @@ class BasicCloud {
 
 class MeshBasedCloud : public BasicCloud {
  public:
-  explicit MeshBasedCloud(std::string extension) : extension_(std::move(extension)) {}
+  explicit MeshBasedCloud(std::string extension);
   ~MeshBasedCloud() override;
   bool Open(const std::string& path) override;
   bool GetNext(float out[3]) override;

@@ -76,6 +76,27 @@ VoxTreeBranch* VoxVisualTree::Attach(std::unique_ptr<VolumeObject> volume, VoxTr
   return b;
 }
 
+std::vector<VolumeObject*> VoxVisualTree::VolumesBelow(VoxTreeBranch* row) {
+  std::vector<VolumeObject*> out;
+  if (!row) return out;
+  row->Walk([&](VoxTreeBranch& b) {
+    if (&b != row && b.Volume && !b.Removed) out.push_back(b.Volume);
+  });
+  return out;
+}
+
+std::vector<VoxTreeBranch*> VoxVisualTree::AttachParts(VoxTreeBranch* parent, std::vector<SeparatePart>&& parts) {
+  std::vector<VoxTreeBranch*> rows;
+  for (SeparatePart& part : parts) {
+    if (!part.Volume) continue;
+    part.Volume->Name = part.Name;
+    part.Volume->ObjectId = NewObjectId();
+    rows.push_back(Attach(std::move(part.Volume), parent));
+  }
+  parts.clear();
+  return rows;
+}
+
 VoxTreeBranch* VoxVisualTree::AddVolume(VoxTreeBranch* parent, const float* matrix, const char* name) {
   auto v = std::make_unique<VolumeObject>();
   v->GetCell(0, 0, 0, true, false);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ClassEngine/Random.h"
+#include "MC/mesh/MergeSeparate.h"
 #include "MC/tree/VoxTreeBranch.h"
 
 class VoxVisualTree : public VoxTreeBranch {
@@ -30,6 +31,12 @@ class VoxVisualTree : public VoxTreeBranch {
   // The branch of a volume, or null.
   VoxTreeBranch* BranchOf(const VolumeObject* volume);
   VoxTreeBranch* FindByName(const char* name);
+  // Volumes of the kept rows below `row` (not its own).
+  std::vector<VolumeObject*> VolumesBelow(VoxTreeBranch* row);
+  // Hangs each part's volume on a new child row of `parent` (the root when
+  // null), named after its part, with a fresh object id. The current volume
+  // stays current. Returns the new rows in order.
+  std::vector<VoxTreeBranch*> AttachParts(VoxTreeBranch* parent, std::vector<SeparatePart>&& parts);
   // Rows that hold a volume and are not removed.
   int VolumeRowCount();
   // Makes the row's volume current (a folder row changes nothing).

@@ -61,7 +61,8 @@ TEST_F(WorkspaceTest, TheMenuHoldsTheCommandsWithTheirKeys) {
   ASSERT_NE(bar, nullptr);
   std::vector<std::string> titles;
   for (const MenuDescription& m : bar->Menus) titles.push_back(m.TitleKey);
-  EXPECT_EQ(titles, (std::vector<std::string>{"MENU_FILE", "MENU_EDIT", "MENU_VIEW", "MENU_ROOMS", "MENU_HELP"}));
+  EXPECT_EQ(titles, (std::vector<std::string>{"MENU_FILE", "MENU_EDIT", "MENU_VIEW", "MENU_VOXELS", "MENU_ROOMS",
+                                              "MENU_HELP"}));
   ASSERT_TRUE(bar->OpenMenu(0));
   PanelWidget* list = bar->OpenList();
   ASSERT_NE(list, nullptr);
@@ -72,7 +73,14 @@ TEST_F(WorkspaceTest, TheMenuHoldsTheCommandsWithTheirKeys) {
     EXPECT_NE(list->FindWidget(c), nullptr) << c;
   EXPECT_NE(FindCommand("FILE_SAVE_AS"), nullptr);
   EXPECT_EQ(FindCommand("FILE_EXPORT"), nullptr) << "not there yet: shown dim";
-  bar->OpenMenu(3);
+  // The voxel menu: each whole-volume command is there and runs.
+  ASSERT_TRUE(bar->OpenMenu(3));
+  for (const char* c : {"MakeVoxHull", "MakeSurfHull", "ExtrudeVO", "MergeCloud"}) {
+    EXPECT_NE(bar->OpenList()->FindWidget((std::string("$") + c).c_str()), nullptr) << c;
+    ASSERT_NE(FindCommand(c), nullptr) << c;
+    EXPECT_TRUE(FindCommand(c)->Enabled()) << c;
+  }
+  bar->OpenMenu(4);
   EXPECT_EQ(bar->OpenList()->Children.GetAmount(), int(Tools().Rooms().size()));
   bar->CloseMenu();
 }

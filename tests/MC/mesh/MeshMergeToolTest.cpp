@@ -174,3 +174,43 @@ TEST(MeshMergeTool, PreviewDrawsThePlacedEdgesWithinTheLimit) {
   EXPECT_GE(sampled, 3);
   EXPECT_EQ(render.Count("DrawLine"), sampled);
 }
+
+TEST(MeshMergeTool, FirstMergeIntoAScaledSceneAsksOnceAndYesTakesScaleAndCentreFromThePlacement) {
+  if (!std::filesystem::exists(kPyramid)) GTEST_SKIP() << "minetest-data is not installed (scripts/deps.sh --tests)";
+  const int symmetry = GeneralPen::Symmetry;
+  GeneralPen::Symmetry = 0;
+  auto merged = [](VolumeObject& v, bool answer, int& asked) {
+    VoxelSculptTool tool;
+    tool.SelectMode(SCULP_MERGE);
+    tool.SetScene(&v, nullptr);
+    tool.AskKeepScale = [&asked, answer] { return ++asked, answer; };
+    EXPECT_TRUE(tool.Merge.SetMesh(std::unique_ptr<comms::cMesh>(comms::cMeshIO::LoadMesh(kPyramid))));
+    tool.Merge.Settings.MergeScale = 0.5f;
+    tool.Merge.Settings.ShiftX = 7, tool.Merge.Settings.ShiftZ = -3;
+    EXPECT_TRUE(tool.OnKey(keys::Enter));
+    EXPECT_TRUE(tool.OnKey(keys::Enter));  // the second merge asks no more
+  };
+  const float twice[16] = {2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 1, 2, 3, 1};
+  VolumeObject yes, no, plain;
+  yes.SetTransform(twice), no.SetTransform(twice);
+  int askedYes = 0, askedNo = 0, askedPlain = 0;
+  merged(yes, true, askedYes);
+  merged(no, false, askedNo);
+  merged(plain, true, askedPlain);
+  GeneralPen::Symmetry = symmetry;
+  EXPECT_EQ(askedYes, 1);
+  EXPECT_EQ(askedNo, 1);
+  EXPECT_EQ(askedPlain, 0) << "a scene at scale 1 is not asked";
+  const float expected[16] = {0.5f, 0, 0, 0, 0, 0.5f, 0, 0, 0, 0, 0.5f, 0, 7, 0, -3, 1};
+  for (int i = 0; i < 16; ++i) {
+    EXPECT_FLOAT_EQ(yes.Transform[i], expected[i]) << i;
+    EXPECT_FLOAT_EQ(no.Transform[i], twice[i]) << i;
+  }
+  // Either way the mesh lands where the placement put it in the scene.
+  for (VolumeObject* v : {&yes, &no}) {
+    float lattice[3];
+    const float centre[3] = {7, 0, -3};
+    v->PointToObject(centre, lattice);
+    EXPECT_GE(v->SampleField(lattice[0], lattice[1], lattice[2]), kSurfaceLevel);
+  }
+}

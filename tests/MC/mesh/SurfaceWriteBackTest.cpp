@@ -12,7 +12,12 @@
 
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/undo/VolumeUndo.h"
 #include "../MeshChecks.h"
+#include "../undo/VolumePicture.h"
+#include "paint/undo/SamePicture.h"
+#include "paint/undo/UndoStack.h"
+#include "paint/undo/UndoTestFolder.h"
 #include "SurfaceDistance.h"
 
 namespace {
@@ -136,4 +141,32 @@ TEST(SurfaceWriteBack, NothingMovedChangesNothing) {
   const WeldedMeshBuilder after = Extract(v);
   ASSERT_EQ(before.Positions.size(), after.Positions.size());
   EXPECT_EQ(before.Positions, after.Positions);
+}
+
+TEST(SurfaceWriteBack, UndoTakesTheWriteBackBackByteForByteAndRedoRepeatsIt) {
+  UndoTestFolder folder;
+  UndoStack stack{folder.Path};
+  stack.FreeBytes = [] { return (int64_t)1 << 40; };
+  VolumeObject v;
+  stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack, [&v] { return std::vector<VolumeObject*>{&v}; }));
+  FillVolume(v, SphereShape(kC[0], kC[1], kC[2], kR));
+  Extract(v);
+  v.DropUndoCopies();
+  EditSurface(v, [](float* p) {
+    if (p[1] > kC[1] + 5) p[1] += 2.2f;  // the cap lifted
+  });
+  const std::string edited = VolumePicture(v);
+  ASSERT_TRUE(v.ApplyMC(false, true));
+  ASSERT_GT(v.UndoCopies, 0);
+  ASSERT_TRUE(PushVolumeUndo(stack, {&v}, 0));
+  v.UpdateSurface();
+  const std::string written = VolumePicture(v);
+  ASSERT_NE(written, edited);
+  EXPECT_TRUE(Inside(v, kC[0], kC[1] + kR + 1.2f, kC[2]));
+
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_TRUE(SamePicture(VolumePicture(v), edited));
+  EXPECT_FALSE(Inside(v, kC[0], kC[1] + kR + 1.2f, kC[2]));
+  ASSERT_TRUE(stack.Redo());
+  EXPECT_TRUE(SamePicture(VolumePicture(v), written));
 }
