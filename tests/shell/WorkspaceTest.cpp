@@ -210,12 +210,13 @@ TEST_F(WorkspaceTest, AWordsTableMayAddAMenuOfLinksThatOpenInTheBrowser) {
     for (const MenuDescription& m : program_->Environment().Menu()->Menus) out.push_back(m.TitleKey);
     return out;
   };
-  EXPECT_EQ(titles().size(), 5u) << "the shipped words name no such menu";
+  const size_t menus = titles().size();
+  for (const std::string& t : titles()) EXPECT_NE(t, "@ADV_MENU1") << "the shipped words name no such menu";
   TextTable words((folder / "text.xml").string(), comms::DataFolder());
   SetTextTable(&words);
   program_->Environment().BuildMenu();
   MainMenuBar* bar = program_->Environment().Menu();
-  ASSERT_EQ(titles().size(), 6u);
+  ASSERT_EQ(titles().size(), menus + 1);
   const MenuDescription& links = bar->Menus.back();
   EXPECT_STREQ(Text(links.TitleKey.c_str()), "Learning");
   ASSERT_EQ(links.Items.size(), 2u);
