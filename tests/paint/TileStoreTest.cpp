@@ -185,6 +185,44 @@ TEST(TileStore, NormalsFollowANeighboursDepthAndStayWhenOnlyColourChanges) {
   EXPECT_EQ(before, after);
 }
 
+TEST(TileStore, ABumpRenewsTheNeighboursNormalsThoughOnlyItsTileWasTouched) {
+  // Normals must not depend on which tiles earlier frames touched: a bump
+  // beside an untouched tile reaches that tile's border in the same frame,
+  // and a padding pixel keeps the normal of its source.
+  PaintScene scene;
+  scene.MakeDefaults();
+  const int layer = scene.NewLayer(true);
+  PixelMap map(&scene, 48, 48);
+  for (int ty = 0; ty < 3; ty++)
+    for (int tx = 0; tx < 3; tx++)
+      for (TilePixel& p : map.GetTile(tx, ty)->Pixels) {
+        p.SetBits(kPixelOnMesh, 0, 0);
+        p.Width = p.Height = 0.01f;
+      }
+  map.Update();
+  PixelCursor c;
+  ASSERT_TRUE(map.FetchPixel(c, 16, 20, true, true, false, layer));  // marks tile (1, 1) alone
+  c.Layer->Pixels[c.Index].Depth = 5.0f;
+  map.Update();
+  const TilePixel& border = map.FindTile(0, 1)->Pixels[(20 % 16) * 16 + 15];
+  EXPECT_NE(border.NormalX, 128) << "the untouched left tile's border sees the bump";
+  std::vector<uint8_t> before;
+  for (auto& [key, tile] : map.Tiles)
+    for (const TilePixel& p : tile->Pixels) before.push_back(p.NormalX), before.push_back(p.NormalY);
+  for (auto& [key, tile] : map.Tiles) map.ComputeTileNormals(tile);
+  std::vector<uint8_t> after;
+  for (auto& [key, tile] : map.Tiles)
+    for (const TilePixel& p : tile->Pixels) after.push_back(p.NormalX), after.push_back(p.NormalY);
+  EXPECT_EQ(before, after);
+  // A padding pixel is not given a normal of its own.
+  TilePixel& pad = map.FindTile(2, 2)->Pixels[0];
+  pad.SetBits(kPixelPadding, 16, 20);
+  pad.NormalX = 77, pad.NormalY = 99;
+  map.ComputeTileNormals(map.FindTile(2, 2));
+  EXPECT_EQ(pad.NormalX, 77);
+  EXPECT_EQ(pad.NormalY, 99);
+}
+
 // The normal of a pixel, worked out the plain way: central differences of
 // depth over the texel sizes, a neighbour that is off the mesh (or in no
 // tile) replaced by the pixel itself with its one-sided difference doubled.
@@ -235,6 +273,7 @@ TEST(TileStore, NormalsAgreeWithThePlainFormulaAcrossTileEdgesHolesAndTheWrap) {
     for (int y = 0; y < hgt; y++)
       for (int x = 0; x < w; x++) {
         if (!map.FetchPixel(c, x, y, false, false, false)) continue;
+        if (c.Pixel().Class() == kPixelPadding) continue;  // takes its source's normal along the links
         const auto [nx, ny] = PlainNormal(map, x, y);
         ASSERT_NEAR(c.Pixel().NormalX, nx, 1) << x << "," << y;
         ASSERT_NEAR(c.Pixel().NormalY, ny, 1) << x << "," << y;
