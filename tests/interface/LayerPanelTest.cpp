@@ -61,6 +61,19 @@ struct LayerPanelFixture : ::testing::Test {
   }
 };
 
+// An undo stack the layer panel records into, for one test.
+struct PanelUndo {
+  UndoTestFolder Folder;
+  UndoStack Stack{Folder.Path};
+  explicit PanelUndo(PaintScene& scene) {
+    Stack.FreeBytes = [] { return (int64_t)1 << 40; };
+    Stack.RegisterUndoMaker(std::make_unique<LayersUndo>(Stack, scene));
+    SetLayerUndoStack(&Stack);
+    scene.LayerPanel.Settle();
+  }
+  ~PanelUndo() { SetLayerUndoStack(nullptr); }
+};
+
 }  // namespace
 
 TEST_F(LayerPanelFixture, EveryLayerHasItsRowsAndThePanelItsCommands) {
@@ -106,12 +119,8 @@ TEST_F(LayerPanelFixture, CommandsAddMoveAndDeleteTheCurrentLayer) {
 TEST_F(LayerPanelFixture, UndoGivesBackWhatTheRowsChangedOneEditAtATime) {
   // A row writes the member before the panel hears of it; undo must still
   // bring back the value from before each edit.
-  UndoTestFolder folder;
-  UndoStack stack(folder.Path);
-  stack.FreeBytes = [] { return (int64_t)1 << 40; };
-  stack.RegisterUndoMaker(std::make_unique<LayersUndo>(stack, scene));
-  SetLayerUndoStack(&stack);
-  scene.LayerPanel.Settle();
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
   const std::string start = LayerStackBytes(scene);
   const uint32_t red = scene.Faces[0].Grid[0].Color;
 
@@ -142,18 +151,13 @@ TEST_F(LayerPanelFixture, UndoGivesBackWhatTheRowsChangedOneEditAtATime) {
   for (int i = 0; i < 3; ++i) ASSERT_TRUE(stack.Redo());
   EXPECT_EQ(LayerStackBytes(scene), hidden);
   EXPECT_EQ(scene.Faces[0].Grid[0].Color, hiddenColour);
-  SetLayerUndoStack(nullptr);
 }
 
 TEST_F(LayerPanelFixture, AStaleSettledStackRecordsNothing) {
   // Layers added behind the panel's back: the settled copy no longer holds
   // the same layers, and an edit must not bring that old stack back.
-  UndoTestFolder folder;
-  UndoStack stack(folder.Path);
-  stack.FreeBytes = [] { return (int64_t)1 << 40; };
-  stack.RegisterUndoMaker(std::make_unique<LayersUndo>(stack, scene));
-  SetLayerUndoStack(&stack);
-  scene.LayerPanel.Settle();
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
   scene.NewLayer(true);
   panel->Rebuild();
   ClassRow* mode = Rows("ColorOp")[1];
@@ -168,5 +172,4 @@ TEST_F(LayerPanelFixture, AStaleSettledStackRecordsNothing) {
   ASSERT_TRUE(stack.Undo());
   EXPECT_EQ(scene.Layers.GetAmount(), 3);
   EXPECT_EQ(scene.GetLayerByID(edited)->ColorOp, ColorOps::Screen);
-  SetLayerUndoStack(nullptr);
 }
