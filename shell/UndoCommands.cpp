@@ -27,6 +27,7 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
   stack.RegisterUndoMaker(std::make_unique<SurfaceUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<PlanePicUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<LayersUndo>(stack, scene));
+  scene.LayerPanel.Settle();
   VoxelSculptTool* voxels = FindVoxelTool(tools);
   ViewportSeams* v = &view;
   stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(
@@ -66,6 +67,7 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
     const uint8_t changed = ChangedSinceSave;
     s->ClearUndo();
     ChangedSinceSave = changed;
+    ThePaintScene().LayerPanel.Settle();  // the next row edit goes back to this stack
   };
   SceneCommands& commands = TheSceneCommands();
   auto load = commands.LoadScene;

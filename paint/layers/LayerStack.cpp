@@ -21,24 +21,28 @@ std::vector<int> AllLayerIDs(PaintScene& scene) {
 void LayerStack::AddLayer() {
   if (Scene) RecordLayerChange(*Scene, {});
   if (Scene) Scene->NewLayer(true, Scene->OrderOf(Scene->CurrentLayer) - 1);
+  Settle();
 }
 
 void LayerStack::DeleteCurrent() {
   if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) > 0)
     RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) DeleteLayer(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::MoveCurrentUp() {
   if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) < Scene->Layers.GetAmount())
     RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) MoveLayer(*Scene, Scene->CurrentLayer, true);
+  Settle();
 }
 
 void LayerStack::MoveCurrentDown() {
   if (Scene && Scene->CurrentLayer > 0 && Scene->OrderOf(Scene->CurrentLayer) > 2)
     RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) MoveLayer(*Scene, Scene->CurrentLayer, false);
+  Settle();
 }
 
 void LayerStack::DuplicateCurrent() {
@@ -46,6 +50,7 @@ void LayerStack::DuplicateCurrent() {
   RecordLayerChange(*Scene, {});
   const int id = DuplicateLayer(*Scene, Scene->CurrentLayer);
   if (id >= 0) Scene->CurrentLayer = id;
+  Settle();
 }
 
 void LayerStack::DuplicateCurrentFlipped() {
@@ -53,16 +58,19 @@ void LayerStack::DuplicateCurrentFlipped() {
   RecordLayerChange(*Scene, {});
   const int id = DuplicateLayerFlipped(*Scene, Scene->CurrentLayer);
   if (id >= 0) Scene->CurrentLayer = id;
+  Settle();
 }
 
 void LayerStack::MergeCurrentDown() {
   if (Scene) RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   if (Scene) MergeDown(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::MergeCurrentUp() {
   if (Scene) RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   if (Scene) MergeUp(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::MergeAllVisible() {
@@ -70,16 +78,19 @@ void LayerStack::MergeAllVisible() {
   RecordLayerChange(*Scene, AllLayerIDs(*Scene));
   const int id = MergeVisible(*Scene);
   if (id >= 0) Scene->CurrentLayer = id;
+  Settle();
 }
 
 void LayerStack::ApplyCurrentMask() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ApplyLayerMask(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::ApplyCurrentBlending() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ApplyBlending(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 namespace {
@@ -100,55 +111,71 @@ LayerFill PenFill() {
 void LayerStack::FillCurrent() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), false);
+  Settle();
 }
 
 void LayerStack::FillCurrentPainted() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) FillLayer(*Scene, Scene->CurrentLayer, PenFill(), true);
+  Settle();
 }
 
 void LayerStack::InvertCurrentColor() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) InvertColor(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::InvertCurrentSpecular() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) InvertSpecular(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::CurrentColorToSpecular() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ColorToSpecular(*Scene, Scene->CurrentLayer);
+  Settle();
 }
 
 void LayerStack::ClearCurrentHeight() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, true, false, false);
+  Settle();
 }
 
 void LayerStack::ClearCurrentColor() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, true, false);
+  Settle();
 }
 
 void LayerStack::ClearCurrentSpecular() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) ClearLayerChannels(*Scene, Scene->CurrentLayer, false, false, true);
+  Settle();
 }
 
 void LayerStack::CopyBlueToRed() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, true);
+  Settle();
 }
 
 void LayerStack::CopyRedToBlue() {
   if (Scene) RecordLayerChange(*Scene, {Scene->CurrentLayer});
   if (Scene) CopyColorChannel(*Scene, Scene->CurrentLayer, false);
+  Settle();
+}
+
+void LayerStack::Settle() {
+  if (Scene) settled_ = LayerStackBytes(*Scene);
 }
 
 void LayerStack::LayerChanged(OneLayerInfo* layer) {
   if (!Scene || !layer) return;
+  RecordPanelEdit(*Scene, settled_, layer->LayerID);
+  Settle();
   Scene->RebuildLayerOrder();  // a new name shows in the mask list
   RecomposeLayer(*Scene, layer->LayerID);
   // Layers masked by this one change with it.

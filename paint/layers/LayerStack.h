@@ -2,6 +2,8 @@
 // (each layer's visibility, opacity, blend mode and the rest are rows of its
 // own) and the panel's commands. Every edit recomposes what the layer covers.
 #pragma once
+#include <string>
+
 #include "ClassEngine/ClassArray.h"
 #include "paint/layers/OneLayerInfo.h"
 
@@ -63,6 +65,14 @@ class LayerStack : public BaseClass {
   void ClearCurrentSpecular();
   void CopyBlueToRed();
   void CopyRedToBlue();
-  // A row of `layer` changed: recompose what it covers.
+  // A row of `layer` changed (the row has written already): record the
+  // layer as it was settled, then recompose what it covers.
   void LayerChanged(OneLayerInfo* layer);
+  // Takes the present members as what the next row edit is undone to. The
+  // commands and undo settle after they change the stack; so should code
+  // that replaces it (a new or loaded scene).
+  void Settle();
+
+ private:
+  std::string settled_;  // the layer stack's bytes when last settled; empty: unknown
 };

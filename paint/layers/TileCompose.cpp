@@ -130,6 +130,10 @@ bool PixelMap::ComposeTile(PixelTile* tile) {
   for (const LayerTile* l : tile->LayerTiles) {
     const OneLayerInfo* info = l->Info;
     if (!info || !info->Visible || info->ColorOp >= ColorOps::LOP_NORMALMAP) continue;
+    // An empty layer tile composes as an absent one: whether a stroke, an
+    // undo or a seam copy left one behind must not change the colour (the
+    // first layer seeds the blend).
+    if (l->IsEmpty()) continue;
     if (++looked > 1024) break;
     const LayerTile* mask = nullptr;
     if (info->LinkedLayer >= 0) {

@@ -98,6 +98,7 @@ void PixelMap::ComputeTileNormals(PixelTile* tile) {
     }
     for (int x = 0; x < kTileSide; x++) {
       TilePixel& p = tile->Pixels[y * kTileSide + x];
+      if (p.Class() == kPixelPadding) continue;  // shows its source's normal, copied by the links
       const bool outside = p.Class() == kPixelOutside;
       p.NormalX = outside ? 128 : (uint8_t)(int)nx[x];  // rounded half away from zero: the value is positive
       p.NormalY = outside ? 128 : (uint8_t)(int)ny[x];
@@ -111,6 +112,7 @@ void PixelMap::ComputeTileNormals(PixelTile* tile) {
     if (l->Info && l->Info->Visible && l->Info->ColorOp == ColorOps::LOP_NORMALMAP && nmaps < 15) maps[nmaps++] = l;
   for (int i = 0; i < kTilePixels; i++) {
     TilePixel& p = tile->Pixels[i];
+    if (p.Class() == kPixelPadding) continue;
     p.MapNormalX = p.MapNormalY = 128;
     if (!nmaps || p.Class() == kPixelOutside) continue;
     float mx = 0, my = 0;

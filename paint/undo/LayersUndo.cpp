@@ -3,12 +3,14 @@
 
 #include <algorithm>
 #include <set>
+#include <string>
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/ClassBin.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "paint/file/BlockCoding.h"
 #include "paint/layers/ComposeFace.h"
+#include "paint/layers/LayerStack.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/undo/SampleCoding.h"
@@ -69,18 +71,62 @@ void RecordLayerChange(PaintScene& scene, const std::vector<int>& layerIDs) {
   if (gLayerStack && !gLayerStack->InUndo && !gLayerStack->InRedo) PushLayersUndo(*gLayerStack, scene, layerIDs);
 }
 
-void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& ids,
-                     const std::vector<int>& extraFaces) {
+namespace {
+// One layer's members as bytes.
+std::string MemberBytes(OneLayerInfo* l) {
+  MemoryBinStream s;
+  l->SaveBin(l, nullptr, &s, nullptr);
+  return std::string((const char*)s.GetData(), (size_t)s.Size());
+}
+
+// Whether `settled` holds the present layers, in order, and differs from
+// the present stack in layer `layerID` alone.
+bool SettledBeforeEditOf(PaintScene& scene, const std::string& settled, int layerID) {
+  MemoryBinStream bytes;
+  bytes.Write(settled.data(), settled.size());
+  bytes.SetReadPos(0);
+  LayerStack before;
+  if (!LoadBinArray(&before.Layers, &bytes, nullptr)) return false;
+  if (before.Layers.GetAmount() != scene.Layers.GetAmount()) return false;
+  for (int i = 0; i < scene.Layers.GetAmount(); ++i) {
+    OneLayerInfo *was = before.Layers[i], *now = scene.Layers[i];
+    if (was->LayerID != now->LayerID) return false;
+    if (now->LayerID != layerID && MemberBytes(was) != MemberBytes(now)) return false;
+  }
+  return true;
+}
+}  // namespace
+
+void RecordPanelEdit(PaintScene& scene, const std::string& settled, int layerID) {
+  if (!gLayerStack || gLayerStack->InUndo || gLayerStack->InRedo || settled.empty()) return;
+  if (settled == LayerStackBytes(scene) || !SettledBeforeEditOf(scene, settled, layerID)) return;
+  // The layer's samples stay as they are; listing it (and the layers it
+  // masks) makes undo recompose what they cover.
+  std::vector<int> ids{layerID};
+  for (OneLayerInfo* l : scene.Layers)
+    if (l->LinkedLayer == layerID) ids.push_back(l->LayerID);
+  MemoryBinStream s;
+  WriteLayersUndo(s, scene, ids, {}, &settled);
+  gLayerStack->PushUndoRecord(s);
+}
+
+std::string LayerStackBytes(PaintScene& scene) {
   MemoryBinStream layers;
   SaveBinArray(&scene.Layers, &layers, nullptr);
+  return std::string((const char*)layers.GetData(), (size_t)layers.Size());
+}
+
+void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& ids,
+                     const std::vector<int>& extraFaces, const std::string* stackBytes) {
+  const std::string layers = stackBytes ? *stackBytes : LayerStackBytes(scene);
   std::set<int> faces = FacesHolding(scene, ids);
   faces.insert(extraFaces.begin(), extraFaces.end());
 
   BlockWriter w(out);
   w.U32(kLayersUndoTag);
   w.I32(scene.CurrentLayer);
-  w.U32((uint32_t)layers.Size());
-  w.Bytes(layers.GetData(), (size_t)layers.Size());
+  w.U32((uint32_t)layers.size());
+  w.Bytes(layers.data(), layers.size());
   w.U32((uint32_t)ids.size());
   for (int id : ids) w.I32(id);
   // Per face: the normals of its grid, then its entries of the listed layers.
@@ -186,4 +232,6 @@ void LayersUndo::Apply(BinStream& in) {
   for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
     if (PixelMap* m = scene.GetPixelMap(rt))
       for (auto& [key, tile] : m->Tiles) m->MarkDirty(tile, 1);
+  // A panel edit after this undo goes back to the stack as it now stands.
+  scene.LayerPanel.Settle();
 }

@@ -6,6 +6,7 @@
 // Faces and tiles of layers no longer in the stack lose their entries.
 #pragma once
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "ClassEngine/streams/BinStream.h"
@@ -16,10 +17,13 @@ class UndoStack;
 
 constexpr uint32_t kLayersUndoTag = FourCC("LR01");
 
-// Writes the record of the present layer stack and the samples of `layerIDs`;
-// the normals of `extraFaces` go in too.
+// The members of every layer, in order, as a layer record holds them.
+std::string LayerStackBytes(PaintScene& scene);
+// Writes the record of the present layer stack (or of `stackBytes`, a stack
+// as LayerStackBytes gave it) and the samples of `layerIDs`; the normals of
+// `extraFaces` go in too.
 void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& layerIDs,
-                     const std::vector<int>& extraFaces = {});
+                     const std::vector<int>& extraFaces = {}, const std::string* stackBytes = nullptr);
 bool PushLayersUndo(UndoStack& stack, PaintScene& scene, const std::vector<int>& layerIDs);
 
 // The stack the layer commands record into; none (the default) records nothing.
@@ -27,6 +31,13 @@ void SetLayerUndoStack(UndoStack* stack);
 // Called by a layer command before it changes the stack or the samples of
 // `layerIDs` (a change of members only: the layer whose members change).
 void RecordLayerChange(PaintScene& scene, const std::vector<int>& layerIDs);
+// Called after a row of the layer panel changed members of layer `layerID`
+// (the row writes before it tells): records the stack as `settled` held it,
+// the layer stack's bytes from before the edit. Nothing is recorded unless
+// `settled` has the same layers in the same order, differing from the
+// present in that one layer alone: a stale copy must not bring back another
+// state.
+void RecordPanelEdit(PaintScene& scene, const std::string& settled, int layerID);
 
 class LayersUndo : public BasicUndoMaker {
  public:

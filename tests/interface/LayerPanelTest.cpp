@@ -9,6 +9,9 @@
 #include "interface/ClassPanel.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/scene/SceneImport.h"
+#include "paint/undo/LayersUndo.h"
+#include "paint/undo/UndoStack.h"
+#include "tests/paint/undo/UndoTestFolder.h"
 
 namespace {
 
@@ -58,6 +61,19 @@ struct LayerPanelFixture : ::testing::Test {
   }
 };
 
+// An undo stack the layer panel records into, for one test.
+struct PanelUndo {
+  UndoTestFolder Folder;
+  UndoStack Stack{Folder.Path};
+  explicit PanelUndo(PaintScene& scene) {
+    Stack.FreeBytes = [] { return (int64_t)1 << 40; };
+    Stack.RegisterUndoMaker(std::make_unique<LayersUndo>(Stack, scene));
+    SetLayerUndoStack(&Stack);
+    scene.LayerPanel.Settle();
+  }
+  ~PanelUndo() { SetLayerUndoStack(nullptr); }
+};
+
 }  // namespace
 
 TEST_F(LayerPanelFixture, EveryLayerHasItsRowsAndThePanelItsCommands) {
@@ -98,4 +114,62 @@ TEST_F(LayerPanelFixture, CommandsAddMoveAndDeleteTheCurrentLayer) {
   EXPECT_EQ(scene.CurrentLayer, 0);
   scene.LayerPanel.DeleteCurrent();  // the bottom layer stays
   EXPECT_EQ(scene.Layers.GetAmount(), 2);
+}
+
+TEST_F(LayerPanelFixture, UndoGivesBackWhatTheRowsChangedOneEditAtATime) {
+  // A row writes the member before the panel hears of it; undo must still
+  // bring back the value from before each edit.
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
+  const std::string start = LayerStackBytes(scene);
+  const uint32_t red = scene.Faces[0].Grid[0].Color;
+
+  ClassRow* mode = Rows("ColorOp")[1];  // what the combo box does on a pick
+  *static_cast<int*>(mode->Ptr) = ColorOps::Multiply;
+  mode->Changed();
+  const std::string multiplied = LayerStackBytes(scene);
+  ASSERT_TRUE(Rows("ColorTransparency")[1]->CommitText("0.375"));
+  EXPECT_EQ(scene.GetLayerByID(top)->ColorTransparency, 0.375f);
+  const std::string faded = LayerStackBytes(scene);
+  CheckBox* visible = EditorIn<CheckBox>(Rows("Visible")[1]);
+  ui.Click(visible->AbsX + 3, visible->AbsY + 3);
+  ASSERT_FALSE(scene.GetLayerByID(top)->Visible);
+  const std::string hidden = LayerStackBytes(scene);
+  const uint32_t hiddenColour = scene.Faces[0].Grid[0].Color;
+
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), faded);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), multiplied);
+  EXPECT_EQ(scene.GetLayerByID(top)->ColorOp, ColorOps::Multiply);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), start);
+  EXPECT_EQ(scene.GetLayerByID(top)->ColorOp, ColorOps::LOP_STANDART_BLEND);
+  EXPECT_EQ(scene.Faces[0].Grid[0].Color, red) << "undo recomposes what the layer covers";
+  EXPECT_FALSE(stack.Undo()) << "three edits, three records";
+
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(stack.Redo());
+  EXPECT_EQ(LayerStackBytes(scene), hidden);
+  EXPECT_EQ(scene.Faces[0].Grid[0].Color, hiddenColour);
+}
+
+TEST_F(LayerPanelFixture, AStaleSettledStackRecordsNothing) {
+  // Layers added behind the panel's back: the settled copy no longer holds
+  // the same layers, and an edit must not bring that old stack back.
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
+  scene.NewLayer(true);
+  panel->Rebuild();
+  ClassRow* mode = Rows("ColorOp")[1];
+  const int edited = static_cast<OneLayerInfo*>(mode->Owner)->LayerID;
+  *static_cast<int*>(mode->Ptr) = ColorOps::Screen;
+  mode->Changed();
+  EXPECT_FALSE(stack.Undo());
+  EXPECT_EQ(scene.Layers.GetAmount(), 3);
+  // The edit settled the stack: the next one records.
+  *static_cast<int*>(mode->Ptr) = ColorOps::Multiply;
+  mode->Changed();
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(scene.Layers.GetAmount(), 3);
+  EXPECT_EQ(scene.GetLayerByID(edited)->ColorOp, ColorOps::Screen);
 }

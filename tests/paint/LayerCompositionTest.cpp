@@ -169,3 +169,29 @@ TEST(LayerComposition, TheTileRowPathsAgreeWithTheGeneralBlend) {
     }
   }
 }
+
+TEST(LayerComposition, AnEmptyLayerTileComposesAsAnAbsentOne) {
+  // Strokes, undo and seam copies may leave a zeroed tile of a lower layer
+  // behind; the colour of the layer above must not darken towards it.
+  PaintScene scene;
+  const int top = scene.NewLayer(false);
+  PixelMap map(&scene, 32, 16);
+  PixelTile* with = map.GetTile(0, 0);
+  PixelTile* without = map.GetTile(1, 0);
+  map.GetLayerTile(with, 0, true);  // empty
+  for (PixelTile* t : {with, without}) {
+    LayerTile* l = map.GetLayerTile(t, top, true);
+    for (int i = 0; i < kTilePixels; i++) {
+      l->Pixels[i].Color = ((uint32_t)(i * 7 % 251) << 24) | 0x40a0ff;
+      l->Pixels[i].Depth = 0.001f * (float)(i % 13);
+      t->Pixels[i].SetBits(kPixelOnMesh, 0, 0);
+    }
+  }
+  map.ComposeTile(with);
+  map.ComposeTile(without);
+  for (int i = 0; i < kTilePixels; i++) {
+    ASSERT_EQ(with->Pixels[i].Color, without->Pixels[i].Color) << "pixel " << i;
+    ASSERT_EQ(with->Pixels[i].Depth, without->Pixels[i].Depth) << "pixel " << i;
+  }
+  EXPECT_EQ(without->Pixels[37].Color & 0xffffff, 0x40a0ffu);
+}

@@ -31,7 +31,10 @@ TEST(UndoRandomSequences, RestoreEveryByteAtBothEnds) {
     EXPECT_GE(redone, undone);
     // Redo past the end state walks into the steps undone during the run;
     // undo them again to stand at the end.
-    for (int i = undone; i < redone; ++i) ASSERT_TRUE(run.Stack().Undo()), run.Frame();
+    for (int i = undone; i < redone; ++i) {
+      ASSERT_TRUE(run.Stack().Undo());
+      run.Frame();
+    }
     EXPECT_TRUE(SameState(run.Picture(), end)) << "seed " << seed << " after " << log;
   }
 }

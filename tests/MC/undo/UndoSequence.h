@@ -48,6 +48,7 @@ class UndoSequence {
       return std::vector<VolumeObject*>{&volume_};
     }));
     SetLayerUndoStack(&stack_);
+    grid_.LayerPanel.Settle();
     FillVolume(volume_, SphereShape(0, 0, 0, kSphere));
     volume_.UpdateSurface();
     volume_.DropUndoCopies();
@@ -171,11 +172,12 @@ class UndoSequence {
         panel.MoveCurrentDown();
         return "move layer down";
       default: {
+        // As a row of the layer panel does it: the value first, then the
+        // panel hears of it and records the layer as it was.
         OneLayerInfo* info = grid_.GetLayerByID(grid_.CurrentLayer);
-        RecordLayerChange(grid_, {info->LayerID});
-        info->ColorOp = rnd_.Next() % 4;
-        info->ColorTransparency = rnd_.Range(0.2f, 1.f);
-        panel.LayerChanged(info);
+        if (rnd_.Next() % 2) info->ColorOp = rnd_.Next() % 4;
+        else info->ColorTransparency = rnd_.Range(0.2f, 1.f);
+        info->OnChange(nullptr, nullptr, nullptr, "ColorOp");
         return "blend change";
       }
     }

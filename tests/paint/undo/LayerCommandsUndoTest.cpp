@@ -78,8 +78,8 @@ TEST_F(LayerUndoFixture, AddReorderAndBlendingUndoInTurn) {
   states.push_back(PaintPicture(scene));
   scene.LayerPanel.MoveCurrentDown();
   states.push_back(PaintPicture(scene));
+  // As the panel's rows do it: the values first, then the panel hears.
   OneLayerInfo* info = scene.GetLayerByID(a);
-  RecordLayerChange(scene, {a});
   info->ColorOp = 2;
   info->ColorTransparency = 0.4f;
   scene.LayerPanel.LayerChanged(info);

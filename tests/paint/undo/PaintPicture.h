@@ -1,6 +1,6 @@
 // The whole paint state of a scene as bytes, for undo tests: every face's
 // composite grid and its non-empty layer entries, every per-pixel tile's
-// pixel classes and non-empty layer tiles, and the
+// composite pixels and non-empty layer tiles, and the
 // layer stack's order and members. Empty entries read as absent ones.
 #pragma once
 #include <algorithm>
@@ -34,11 +34,12 @@ inline std::string PaintPicture(PaintScene& scene) {
     for (uint32_t k : keys) {
       PixelTile* t = m->Tiles[k];
       put(&k, 4);
-      // Per-pixel composites are left out: after long undo and redo walks a
-      // few composed pixels differ while every layer pixel matches (an open
-      // question of the composition, see bench/README.md). The class of each
-      // pixel stays in.
-      for (const TilePixel& p : t->Pixels) put(&p.PixelBits, 4);
+      // The composite as composed and copied along the links, and each
+      // pixel's class (the sizes are the build's).
+      for (const TilePixel& p : t->Pixels) {
+        put(&p.Depth, 4), put(&p.Color, 4), put(&p.Specular, 1), put(&p.Freeze, 2);
+        put(&p.NormalX, 4), put(&p.PixelBits, 4);
+      }
       for (LayerTile* l : t->LayerTiles)
         if (!l->IsEmpty()) put(&l->LayerID, 4), put(l->Pixels, sizeof(l->Pixels));
     }
