@@ -101,6 +101,7 @@ bool MainMenuBar::OpenMenu(int index) {
   auto* list = new PanelWidget;
   list->Name = ("MENU_LIST_" + Menus[size_t(index)].TitleKey).c_str();
   list->IsPopup = 1;
+  list->Color = kThemeMenu;  // opaque over the panels below it
   list->Layout |= kLayOnTop | kLayKeepOpen1;
   list->Flags |= kWfFullScissor | kWfTakesHint;
   list->PopupX = title->AbsX;

@@ -27,6 +27,7 @@ enum ThemeSlot : uint32_t {
   kThemeDimText,
   kThemeButton,
   kThemeHeader,
+  kThemeMenu,  // the panel colour made opaque: lists that open over panels
 };
 
 struct Theme {
@@ -52,6 +53,7 @@ struct Theme {
       case kThemeDimText: return DimText;
       case kThemeButton: return Button;
       case kThemeHeader: return Header;
+      case kThemeMenu: return Panel | 0xff000000u;
       default: return c;
     }
   }

@@ -66,6 +66,7 @@ TEST_F(WorkspaceTest, TheMenuHoldsTheCommandsWithTheirKeys) {
   ASSERT_TRUE(bar->OpenMenu(0));
   PanelWidget* list = bar->OpenList();
   ASSERT_NE(list, nullptr);
+  EXPECT_EQ(Ui().Colors.Resolve(list->Color) >> 24, 0xffu) << "an open list hides the panels below it";
   BaseWidget* save = list->FindWidget("$FILE_SAVE");
   ASSERT_NE(save, nullptr);
   EXPECT_EQ(KeyName(save), "'CTRL+S'");
