@@ -142,6 +142,19 @@ bool Workspace::DockInfoKey(int key) {
   return true;
 }
 
+void Workspace::ResetPages(bool allRooms) {
+  if (!docks_) return;
+  const int room = docks_->Room();
+  for (int r = 0; r < int(Tools().Rooms().size()); ++r)
+    if (allRooms || r == room) std::filesystem::remove(UserFilePath("Temp/page_" + std::to_string(r) + ".xml"));
+  // The shipped page of the room, or without one the program's own
+  // arrangement: the navigation window docked on the right.
+  if (room >= 0 && docks_->LoadPage(room)) return;
+  BaseWidget* navi = intf_.Tree().Root().FindWidget("NAVI_SETUP");
+  auto* header = navi ? dynamic_cast<DockableHeader*>(navi->ParentWidget()) : nullptr;
+  if (header && header->IsPopup) docks_->Drop(header, {docks_->DockRoot(), 3, {}});
+}
+
 void Workspace::MakeDocks() {
   UiContext& ui = Ui();
   int w = 0, h = 0;
@@ -309,6 +322,8 @@ void Workspace::RegisterCommands() {
                                            docks_->Apply(layout);
                                        },
                                        [] { return std::filesystem::exists(UserFilePath("Layouts/Saved.OnePageLayout")); }});
+  RegisterCommand("LAYOUT_RESET_PAGE", {[this] { ResetPages(false); }, {}});
+  RegisterCommand("LAYOUT_RESET_ALL_PAGES", {[this] { ResetPages(true); }, {}});
   RegisterCommand("LAYOUT_SAVE_WORKSPACE", {[this] {
                                               if (docks_)
                                                 SaveWorkspaceFile(UserFilePath("Layouts/Saved.mvn_wrokspace"), *docks_,
@@ -368,7 +383,8 @@ void Workspace::BuildMenu() {
   bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
                                       {"EDIT_HOTKEYS", ""}}});
   bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
-                                      {"LAYOUT_SAVE_PAGE", ""}, {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_WORKSPACE", ""},
+                                      {"LAYOUT_RESET_PAGE", ""}, {"LAYOUT_RESET_ALL_PAGES", ""}, {"LAYOUT_SAVE_PAGE", ""},
+                                      {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_WORKSPACE", ""},
                                       {"LAYOUT_LOAD_WORKSPACE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},
                                       {"LAYOUT_LOAD_HOTKEYS", ""}}});
   MenuDescription voxels{"MENU_VOXELS", {}};

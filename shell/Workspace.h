@@ -43,6 +43,8 @@ class Workspace {
   // The development keys of the whole dock arrangement (Ctrl+Alt+Shift+S
   // and L, "ToolsPresets/dockinfo.xml"); true when `key` was one.
   bool DockInfoKey(int key);
+  // The room's page (or every room's) back to the shipped arrangement.
+  void ResetPages(bool allRooms);
   // A one-line box that asks for a path and then runs `then` with it.
   void AskPath(const char* titleKey, std::function<void(const std::string&)> then);
 

@@ -325,3 +325,29 @@ TEST_F(WorkspaceTest, AWorkspaceFileBringsBackEveryRoomsPageAndTheOptions) {
   FindCommand("LAYOUT_LOAD_WORKSPACE")->Run();
   EXPECT_FLOAT_EQ(AppOptions::CamRotSpeed, 2);
 }
+
+TEST_F(WorkspaceTest, ResettingPagesBringsBackTheFirstArrangement) {
+  ASSERT_NE(TheDocks(), nullptr);
+  auto header = [] { return dynamic_cast<DockableHeader*>(TheWidgetTree().Root().FindWidget("NAVI_SETUP")->ParentWidget()); };
+  const float x = header()->X, w = header()->W;
+  const int first = Tools().CurrentRoom(), second = first == 0 ? 1 : 0;
+  program_->Interface().Rooms().OnRoomClick(second);
+  program_->Interface().Rooms().OnRoomClick(first);
+  program_->TheShell().RunFrames(1);
+  const std::string otherPage = Home("Temp/page_" + std::to_string(second) + ".xml");
+  ASSERT_TRUE(Exists(otherPage));
+
+  DocksLayout empty;
+  TheDocks()->Apply(empty);
+  ASSERT_TRUE(header()->IsPopup);
+  FindCommand("LAYOUT_RESET_PAGE")->Run();
+  EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
+  EXPECT_EQ(header()->X, x);
+  EXPECT_EQ(header()->W, w);
+  EXPECT_TRUE(Exists(otherPage)) << "only this room's page goes";
+
+  TheDocks()->Apply(empty);
+  FindCommand("LAYOUT_RESET_ALL_PAGES")->Run();
+  EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
+  EXPECT_FALSE(Exists(otherPage));
+}
