@@ -72,27 +72,26 @@ int PixelMap::Update(const TileUploader& upload) {
   const bool composed = !compose.empty();
   // Phase two: normals, once every composite is in place; only where they can
   // have changed: a tile whose depth or a neighbour's depth moved, one asked
-  // for normals alone, one with a normal-map layer.
-  // A tile whose depth moved changes the normals along its neighbours'
-  // edges too: those neighbours join, whether or not they were dirty, so
-  // that no normal depends on which tiles earlier frames happened to touch.
-  if (composed)
-    for (PixelTile* t : compose) {
-      if (!t->DepthChanged) continue;
-      for (int dy = -1; dy <= 1; dy++)
-        for (int dx = -1; dx <= 1; dx++) {
-          const int tx = (t->X + dx + TilesX()) % TilesX(), ty = (t->Y + dy + TilesY()) % TilesY();
-          const uint32_t k = TileKey(tx, ty);
-          PixelTile* n = FindTile(tx, ty);
-          if (n && !std::binary_search(keys.begin(), keys.end(), k) && DirtyTiles.insert(k).second)
-            dirty.push_back(n);
-        }
-    }
-  std::sort(dirty.begin(), dirty.end(), [&](const PixelTile* a, const PixelTile* b) {
-    return TileKey(a->X, a->Y) < TileKey(b->X, b->Y);
-  });
-  keys.clear();
-  for (PixelTile* t : dirty) keys.push_back(TileKey(t->X, t->Y));
+  // for normals alone, one with a normal-map layer. The neighbours of a tile
+  // whose depth moved join even when they were not dirty, so that no normal
+  // depends on which tiles earlier frames happened to touch.
+  const size_t wereDirty = dirty.size();
+  for (PixelTile* t : compose) {
+    if (!t->DepthChanged) continue;
+    for (int dy = -1; dy <= 1; dy++)
+      for (int dx = -1; dx <= 1; dx++) {
+        const int tx = (t->X + dx + TilesX()) % TilesX(), ty = (t->Y + dy + TilesY()) % TilesY();
+        const uint32_t k = TileKey(tx, ty);
+        PixelTile* n = FindTile(tx, ty);
+        if (n && !std::binary_search(keys.begin(), keys.end(), k) && DirtyTiles.insert(k).second) dirty.push_back(n);
+      }
+  }
+  if (dirty.size() != wereDirty) {  // keep the walk in key order
+    std::sort(dirty.begin(), dirty.end(),
+              [&](const PixelTile* a, const PixelTile* b) { return TileKey(a->X, a->Y) < TileKey(b->X, b->Y); });
+    keys.clear();
+    for (PixelTile* t : dirty) keys.push_back(TileKey(t->X, t->Y));
+  }
   std::vector<PixelTile*> normals;
   if (composed)
     for (PixelTile* t : dirty)
