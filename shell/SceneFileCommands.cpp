@@ -117,6 +117,7 @@ void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserF
       c->view.TakeVolumes(std::move(loaded), tree);
       voxels->SetScene(c->view.Volume(), &c->view.Camera());
     };
+    voxels->Tree = [c] { return c->view.Tree(); };
     // A merge into separate volumes hangs each part under the current row.
     voxels->VolumesBelow = [c](VolumeObject& v) {
       VoxVisualTree* tree = c->view.Tree();

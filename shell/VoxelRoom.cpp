@@ -46,6 +46,7 @@ bool VoxelRoomLink::Connect(ToolTable& table, VolumeObject* volume, const cViewe
 bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, ToolTable& table) {
   VoxelSculptTool* tool = FindVoxelTool(table);
   if (!tool || table.CurrentTool() != tool) return false;
+  if (tool->DrawOverlay(render, camera)) return true;
   // The merge tool shows the mesh it holds where a click would merge it.
   if (tool->Mode == SCULP_MERGE && tool->Merge.Mesh()) return DrawMergePreview(render, camera, tool->Merge) > 0;
   PenPoint pen;

@@ -22,11 +22,35 @@ VoxelSculptTool::VoxelSculptTool() : stroke_(Settings), mouse_(std::make_unique<
   RegisterVoxelPenSettings();
   stroke_.Tool = Mode;
   Settings.ShownTool = Mode;
+  RegisterVoxelModeHandlers();
 }
 
 void VoxelSculptTool::Activate() {
   Pen.Sync();
   Settings.ShownTool = Mode;
+  if (VoxelModeHandler* h = Handler()) h->Activate(*this);
+}
+
+VoxelModeHandler* VoxelSculptTool::Handler() {
+  auto it = handlers_.find(Mode);
+  if (it != handlers_.end()) return it->second.get();
+  const VoxelModeFactory& make = FindVoxelModeFactory(Mode);
+  if (!make) return nullptr;
+  return (handlers_[Mode] = make()).get();
+}
+
+void VoxelSculptTool::EndEdit(VolumeObject& volume) {
+  ChangedSinceSave = 1;
+  if (OnStrokeEnd)
+    OnStrokeEnd(volume);
+  else
+    volume.DropUndoCopies();
+  volume.UpdateSurface();
+}
+
+bool VoxelSculptTool::DrawOverlay(comms::cRender& render, const comms::cViewer& camera) {
+  VoxelModeHandler* h = Handler();
+  return h && h->DrawOverlay(*this, render, camera);
 }
 
 void VoxelSculptTool::BuildPanel(PanelHost* host) {
@@ -48,8 +72,11 @@ bool VoxelSculptTool::SelectMode(int mode) {
   if (mode >= VOX_INCRES && mode <= VOX_SMALL) return RunCommand(mode);
   if (!FindVoxMode(mode)) return false;
   if (stroke_.Active()) FinishStroke();
+  if (mode != Mode)
+    if (VoxelModeHandler* h = Handler()) h->Deactivate(*this);
   Mode = mode;
   Settings.ShownTool = mode;
+  if (VoxelModeHandler* h = Handler()) h->Activate(*this);
   return true;
 }
 
@@ -87,12 +114,7 @@ bool VoxelSculptTool::RunCommand(int mode) {
     Random rnd(strokes_ + 1);
     BrushSmooth(*volume_, sp, rnd);
   }
-  if (OnStrokeEnd)
-    OnStrokeEnd(*volume_);
-  else
-    volume_->DropUndoCopies();
-  ChangedSinceSave = 1;
-  volume_->UpdateSurface();
+  EndEdit(*volume_);
   return true;
 }
 
@@ -147,6 +169,8 @@ bool VoxelSculptTool::OnLMBDown() {
   const ToolPointer& ptr = Pointer();
   // Alt with a button is the view's navigation.
   if (ptr.Alt) return false;
+  if (VoxelModeHandler* h = Handler())
+    if (h->OnLMBDown(*this)) return true;
   if (Mode == SCULP_MERGE) return MergeHeldMesh(ptr.Ctrl);
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
   PenPoint pen;
@@ -168,6 +192,8 @@ bool VoxelSculptTool::OnLMBDown() {
 }
 
 bool VoxelSculptTool::OnMouseMove() {
+  if (VoxelModeHandler* h = Handler())
+    if (h->OnMouseMove(*this)) return true;
   if (!stroke_.Active()) return false;
   pendingX_ = Pointer().X, pendingY_ = Pointer().Y;
   moved_ = true;
@@ -175,6 +201,8 @@ bool VoxelSculptTool::OnMouseMove() {
 }
 
 bool VoxelSculptTool::OnKey(int key) {
+  if (VoxelModeHandler* h = Handler())
+    if (h->OnKey(*this, key)) return true;
   if (Mode == SCULP_MERGE && key == keys::Enter) return MergeHeldMesh(false);
   return StepPenRadiusByKey(key);
 }
@@ -247,7 +275,16 @@ void VoxelSculptTool::StrokeStep(bool force) {
   volume_->UpdateSurface();
 }
 
-void VoxelSculptTool::FrameUpdate() { StrokeStep(RunsWhileStill()); }
+void VoxelSculptTool::FrameUpdate() {
+  if (VoxelModeHandler* h = Handler()) h->FrameUpdate(*this);
+  StrokeStep(RunsWhileStill());
+}
+
+bool VoxelSculptTool::WantsFrames() {
+  if (VoxelModeHandler* h = Handler())
+    if (h->WantsFrames(*this)) return true;
+  return stroke_.Active() && RunsWhileStill();
+}
 
 void VoxelSculptTool::FinishStroke() {
   if (!stroke_.Active()) return;
@@ -263,12 +300,17 @@ void VoxelSculptTool::FinishStroke() {
 }
 
 bool VoxelSculptTool::OnLMBUp() {
+  if (VoxelModeHandler* h = Handler())
+    if (h->OnLMBUp(*this)) return true;
   if (!stroke_.Active()) return false;
   FinishStroke();
   return true;
 }
 
-void VoxelSculptTool::Deactivate() { FinishStroke(); }
+void VoxelSculptTool::Deactivate() {
+  FinishStroke();
+  if (VoxelModeHandler* h = Handler()) h->Deactivate(*this);
+}
 
 bool VoxelSculptTool::GetFullBounds(ToolBounds& out) {
   out = ToolBounds();

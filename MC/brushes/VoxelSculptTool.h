@@ -8,12 +8,14 @@
 // field drivers -> VoxelCells -> UpdateSurface -> render groups.
 #pragma once
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "ClassEngine/Enumerator.h"
 #include "MC/brushes/VoxelBrushSettings.h"
+#include "MC/brushes/VoxelModeHandler.h"
 #include "MC/brushes/VoxelPenSettings.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/mesh/MeshMerge.h"
@@ -21,8 +23,10 @@
 #include "shell/tools/StandardTools.h"
 
 class VolumeObject;
+class VoxVisualTree;
 class PressureSource;
 namespace comms {
+class cRender;
 class cViewer;
 }
 
@@ -54,6 +58,19 @@ class VoxelSculptTool : public BasicTool {
   // rays pick it. Either may be null (the tool then takes no press).
   void SetScene(VolumeObject* volume, const comms::cViewer* camera);
   VolumeObject* Volume() const { return volume_; }
+  const comms::cViewer* Camera() const { return camera_; }
+  // The layer tree the volume belongs to, for modes that pick, split or hide
+  // into other rows; null (or unset) without one.
+  std::function<VoxVisualTree*()> Tree;
+  // The handler of the current mode (made on first use), or null when the
+  // mode is a plain stroke of samples.
+  VoxelModeHandler* Handler();
+  // Closes an edit that a mode made outside the stroke road: the undo record
+  // of the volume's touched cells (through OnStrokeEnd), the unsaved mark, the
+  // surface update.
+  void EndEdit(VolumeObject& volume);
+  // Counts edits; seeds the random generator of each one.
+  uint32_t NextSeed() { return ++strokes_; }
   // The pen's pressure device; null means the mouse (always 1.0). Not owned.
   void SetPressureSource(PressureSource* source) { pressure_ = source; }
 
@@ -103,7 +120,7 @@ class VoxelSculptTool : public BasicTool {
   // [ and ] make the pen's radius smaller and larger by a step of 15 %.
   bool OnKey(int key) override;
   void FrameUpdate() override;
-  bool WantsFrames() override { return stroke_.Active() && RunsWhileStill(); }
+  bool WantsFrames() override;
   void Deactivate() override;
   Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
   void OnToolListClick(int i) override;
@@ -111,6 +128,8 @@ class VoxelSculptTool : public BasicTool {
   // The panel is rebuilt when the mode changes: it shows that mode's settings.
   int GetPanelSignature() override { return Mode; }
   void Activate() override;
+  // Draws the current mode's overlay; false when the mode has none.
+  bool DrawOverlay(comms::cRender& render, const comms::cViewer& camera);
   void BuildPanel(PanelHost* host) override;
 
   // The scene file's voxel blocks (MC/file/VoxelSceneBlocks.cpp): block 0 is
@@ -158,6 +177,7 @@ class VoxelSculptTool : public BasicTool {
   std::vector<std::pair<std::string, std::vector<uint8_t>>> cacheFiles_;
   bool volumesRead_ = false;
   bool mergedInScene_ = false;  // the keep-scale question was settled
+  std::map<int, std::unique_ptr<VoxelModeHandler>> handlers_;
 };
 
 // Adds the voxel room's tool to the providers of the start-up registration

@@ -154,8 +154,8 @@ TEST_F(ToolFixture, PressOffTheVolumeIsLeftToTheView) {
 
 TEST_F(ToolFixture, ModesOfLaterPartsSayNotAvailableAndChangeNothing) {
   const VolumeSnapshot untouched = Snapshot(volume);
-  // The pick waits for the tree of volumes: it says so rather than doing nothing.
-  for (int mode : {SCULPT_PICK, SCULPT_MEASURE}) {
+  // Curves and cloth wait for their own engines: they say so rather than doing nothing.
+  for (int mode : {SCULP_CURVES, SCULP_CLOTH}) {
     ASSERT_TRUE(tool->SelectMode(mode));
     EXPECT_STREQ(tool->GetSecondHintId(), "NOT_AVAILABLE_YET");
     Drag(kPath);
@@ -171,7 +171,7 @@ TEST_F(ToolFixture, ModesOfLaterPartsSayNotAvailableAndChangeNothing) {
   EXPECT_EQ(std::string(list->Get(-1)), "*Voxels");
   EXPECT_EQ(std::string(list->Get(SCULP_GROW)), "SCULP_GROW");
   tool->OnToolListClick(0);
-  EXPECT_EQ(tool->Mode, SCULPT_MEASURE);
+  EXPECT_EQ(tool->Mode, SCULP_CLOTH);
   tool->OnToolListClick(1 + SCULP_FILL);  // the title shifts the entries by one
   EXPECT_EQ(tool->Mode, SCULP_FILL);
   EXPECT_FALSE(tool->SelectMode(9999));
@@ -384,3 +384,43 @@ TEST_F(ToolFixture, MirrorBoxesAreTheSymmetryBits) {
   EXPECT_FALSE(tool->Pen.MirrorZ);
 }
 }  // namespace
+
+namespace {
+// Counts what the tool hands to the handler of its mode; takes presses only.
+struct CountingHandler : VoxelModeHandler {
+  static inline int downs, ups, moves, keys, activations, deactivations;
+  bool OnLMBDown(VoxelSculptTool&) override { return ++downs, true; }
+  bool OnLMBUp(VoxelSculptTool&) override { return ++ups, true; }
+  bool OnMouseMove(VoxelSculptTool&) override { return ++moves, true; }
+  bool OnKey(VoxelSculptTool&, int) override { return ++keys, false; }
+  void Activate(VoxelSculptTool&) override { ++activations; }
+  void Deactivate(VoxelSculptTool&) override { ++deactivations; }
+};
+}  // namespace
+
+TEST_F(ToolFixture, AModesHandlerTakesItsEventsAndTheStrokeRoadIsLeftAlone) {
+  CountingHandler::downs = CountingHandler::ups = CountingHandler::moves = CountingHandler::keys = 0;
+  CountingHandler::activations = CountingHandler::deactivations = 0;
+  RegisterVoxelModeHandler(SCULP_TUBE, [] { return std::make_unique<CountingHandler>(); });
+  const VolumeSnapshot untouched = Snapshot(volume);
+  ASSERT_TRUE(tool->SelectMode(SCULP_TUBE));
+  EXPECT_EQ(CountingHandler::activations, 1);
+  Drag(kPath);
+  EXPECT_EQ(CountingHandler::downs, 1);
+  EXPECT_EQ(CountingHandler::ups, 1);
+  EXPECT_GE(CountingHandler::moves, 3);
+  EXPECT_EQ(tool->Message(), "") << "the handler took the press: the stroke road never refused it";
+  EXPECT_EQ(Snapshot(volume), untouched);
+  // A key the handler leaves goes on to the tool's own keys.
+  const float radius = GeneralPen::PenRadius;
+  EXPECT_TRUE(tool->OnKey(keys::RightBracket));
+  EXPECT_EQ(CountingHandler::keys, 1);
+  EXPECT_GT(GeneralPen::PenRadius, radius);
+  // Leaving the mode deactivates the handler; other modes never reach it.
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  EXPECT_EQ(CountingHandler::deactivations, 1);
+  Drag(kPath);
+  EXPECT_EQ(CountingHandler::downs, 1);
+  EXPECT_NE(Snapshot(volume), untouched);
+  RegisterVoxelModeHandler(SCULP_TUBE, nullptr);
+}
