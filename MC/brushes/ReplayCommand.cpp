@@ -163,6 +163,15 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   std::stringstream text;
   text << file.rdbuf();
+  // The output folder is made when it does not exist yet.
+  if (args.size() > 1) {
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::absolute(args[1]), error);
+    if (error) {
+      fprintf(stderr, "replay: cannot make the folder %s: %s\n", args[1].c_str(), error.message().c_str());
+      return 1;
+    }
+  }
   // A script that imports a mesh paints it; the others sculpt a volume.
   if (IsPaintScript(text.str())) return RunPaintReplayCommand(args[0], args.size() > 1 ? args[1] : ".");
   VolumeObject volume;

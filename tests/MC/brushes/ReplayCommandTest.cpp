@@ -91,15 +91,19 @@ struct InFolder {
 TEST(CommandPaths, RelativeOutputsLandInTheWorkingFolder) {
   const std::filesystem::path out = std::filesystem::temp_directory_path() / "morvane_relative_out";
   std::filesystem::remove_all(out);
-  std::filesystem::create_directories(out / "sub");
+  std::filesystem::create_directories(out);
   std::ofstream(out / "s.txt") << "sphere 12\ntool carve\nradius 4\nstroke -4 0 0  4 0 0\n";
+  std::ofstream(out / "a-file") << "not a folder";
   {
     InFolder here(out);
     ASSERT_EQ(RunMakeVolumeCommand({"sphere", "10", "rel.ply"}), 0);
-    ASSERT_EQ(RunReplayCommand({"s.txt", "sub"}), 0);
+    // The output folder need not exist: it is made, nested or not.
+    ASSERT_EQ(RunReplayCommand({"s.txt", "sub/deeper"}), 0);
+    // A folder that cannot be made is said, and nothing runs.
+    EXPECT_EQ(RunReplayCommand({"s.txt", "a-file/sub"}), 1);
   }
   EXPECT_GT(std::filesystem::file_size(out / "rel.ply"), 1000u);
-  EXPECT_GT(std::filesystem::file_size(out / "sub" / "replay.ply"), 1000u);
+  EXPECT_GT(std::filesystem::file_size(out / "sub" / "deeper" / "replay.ply"), 1000u);
 }
 
 TEST(CommandPaths, NoPictureIsClaimedWithoutTheDataFolder) {
