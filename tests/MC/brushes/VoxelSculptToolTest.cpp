@@ -424,3 +424,33 @@ TEST_F(ToolFixture, AModesHandlerTakesItsEventsAndTheStrokeRoadIsLeftAlone) {
   EXPECT_NE(Snapshot(volume), untouched);
   RegisterVoxelModeHandler(SCULP_TUBE, nullptr);
 }
+
+TEST_F(ToolFixture, AMirroredDragCarvesTheMirrorImageOfItself) {
+  GeneralPen::Symmetry = 1;
+  tool->SelectMode(SCULPT_CARVE);
+  GeneralPen::PenRadius = 12.f;
+  VolumeObject before;
+  MakeSphere(before);
+  // As the window starts: the view turned and tilted, and shifted off the panels.
+  cam.SetHome(comms::cVec3(0, 0, 0), 100.f,
+              comms::cQuat::FromAxisAngle(comms::cVec3(1, 0, 0), -0.25f) *
+                  comms::cQuat::FromAxisAngle(comms::cVec3(0, 1, 0), 0.45f));
+  cam.ShiftX = 150;
+  // Left of the sphere's middle, across; the mirror image across x = 0 lies elsewhere on screen.
+  Drag({{230, 200}, {250, 200}, {270, 200}, {290, 200}});
+  GeneralPen::Symmetry = 0;
+  long carvedLeft = 0, carvedRight = 0, mismatched = 0;
+  const int r = int(kSphere) + 4;
+  for (int z = -r; z <= r; ++z)
+    for (int y = -r; y <= r; ++y)
+      for (int x = -r; x <= r; ++x) {
+        const int here = volume.GetVoxel(x, y, z), there = volume.GetVoxel(-x, y, z);
+        // Where the two copies overlap at the plane, the last bit of the
+        // field may round either way.
+        if (std::abs(here - there) > 1) ++mismatched;
+        if (x != 0 && here < before.GetVoxel(x, y, z)) (x < 0 ? carvedLeft : carvedRight)++;
+      }
+  EXPECT_GT(carvedLeft, 0);
+  EXPECT_EQ(carvedLeft, carvedRight);
+  EXPECT_EQ(mismatched, 0);
+}
