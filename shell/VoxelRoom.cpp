@@ -11,6 +11,8 @@
 #include "ClassEngine/Log.h"
 #include "ClassEngine/SystemDialog.h"
 #include "MC/brushes/ReplayCommand.h"
+#include "MC/brushes/Symmetry.h"
+#include "paint/GeneralPen.h"
 #include "interface/TextTable.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VoxelSculptTool.h"
@@ -53,7 +55,31 @@ bool VoxelRoomLink::DrawBrushCursor(cRender& render, const cViewer& camera, Tool
   if (!tool->PenAt(Pointer().X, Pointer().Y, pen)) return false;
   DrawSurfaceRing(render, camera, cVec3(pen.P[0], pen.P[1], pen.P[2]), cVec3(pen.N[0], pen.N[1], pen.N[2]),
                   pen.Radius, 0xffffc040u);
+  DrawMirroredRings(render, camera, *tool, pen);
   return true;
+}
+
+void DrawMirroredRings(cRender& render, const cViewer& camera, VoxelSculptTool& tool, const PenPoint& pen) {
+  VolumeObject* volume = tool.Volume();
+  const std::vector<SymmetryCopy> copies =
+      SymmetryCopies(GeneralPen::Symmetry, tool.Settings.AxialSymmetry, tool.Settings.AxialAxis);
+  if (!volume || copies.size() < 2) return;
+  // The copies are made in the volume's own space, as the stroke makes them.
+  float p[3], n[3];
+  volume->PointToObject(pen.P, p);
+  volume->VectorToObject(pen.N, n);
+  for (const SymmetryCopy& copy : copies) {
+    if (copy.Identity()) continue;
+    float mp[3], mn[3], sp[3], sn[3];
+    copy.Point(p, mp);
+    copy.Point(n, mn);
+    volume->PointToScene(mp, sp);
+    volume->VectorToScene(mn, sn);
+    const cVec3 at(sp[0], sp[1], sp[2]), normal(sn[0], sn[1], sn[2]);
+    // A copy on the far side of the model is not shown.
+    if (Dot(normal, camera.Pos - at) <= 0) continue;
+    DrawSurfaceRing(render, camera, at, normal, pen.Radius, 0xa0ffc040u);
+  }
 }
 
 bool SculptHeadlessScene(VolumeObject& volume) {

@@ -1,12 +1,14 @@
 // The voxel room in the window: hands the scene's volume and camera to the
 // voxel tool with the tablet (or the mouse) as its pen pressure, draws the
-// brush circle on the surface under the pointer, and sculpts the headless
+// brush circle on the surface under the pointer (and its mirrored copies), and sculpts the headless
 // start scene with the shipped stroke script so a run without a display
 // still shows a sculpted head.
 #pragma once
 #include <memory>
 
 class VolumeObject;
+class VoxelSculptTool;
+struct PenPoint;
 class TabletReader;
 class ToolTable;
 class TabletPenPressure;
@@ -33,6 +35,12 @@ class VoxelRoomLink {
  private:
   std::unique_ptr<TabletPenPressure> pressure_;
 };
+
+// With the pen's mirrors or axial copies on, a fainter ring where each copy of
+// the pen (`pen`, as the tool found it under the pointer) lands, on the side
+// of the model that faces the camera.
+void DrawMirroredRings(comms::cRender& render, const comms::cViewer& camera, VoxelSculptTool& tool,
+                       const PenPoint& pen);
 
 // Runs the shipped stroke script ("Replays/sphere.txt" in the data folder) on
 // `volume`; false (logged) when it is missing or stops at an error.

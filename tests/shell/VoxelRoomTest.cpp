@@ -60,6 +60,26 @@ TEST_F(VoxelRoomFixture, BrushCircleHasThePenRadiusOnTheSurface) {
   EXPECT_LT(maxX - minX, 0.8 * (maxY - minY));
 }
 
+TEST_F(VoxelRoomFixture, MirroredPensShowTheirRingsWhereTheyLandOnTheNearSide) {
+  // Left of the middle: the mirror across x lands as far to the right.
+  Pointer().X = 320 - 40, Pointer().Y = 250;
+  GeneralPen::Symmetry = 1;
+  ASSERT_TRUE(link.DrawBrushCursor(render, cam, table));
+  ASSERT_EQ(render.Count("DrawLine"), 96);
+  double left = 0, right = 0;
+  int n = 0;
+  for (const comms::RenderCall& c : render.Calls)
+    if (c.Op == "DrawLine") (n++ < 48 ? left : right) += c.Args[0] / 48;
+  EXPECT_NEAR(left, 280, 2);
+  EXPECT_NEAR(right, 360, 2);
+  // A mirror across z lands behind the model, and is not shown; x and z
+  // together give one more ring in front (x) and two behind.
+  render.ClearCalls();
+  GeneralPen::Symmetry = 5;
+  ASSERT_TRUE(link.DrawBrushCursor(render, cam, table));
+  EXPECT_EQ(render.Count("DrawLine"), 96);
+}
+
 TEST_F(VoxelRoomFixture, NoCircleOffTheVolumeOrForAnotherTool) {
   Pointer().X = 4, Pointer().Y = 4;
   EXPECT_FALSE(link.DrawBrushCursor(render, cam, table));
