@@ -67,6 +67,14 @@ bool SaveSceneFile(const std::string& path) {
   return TheSceneCommands().SaveScene(path);
 }
 
+bool SaveSceneTo(const std::string& path) {
+  if (!TheSceneCommands().SaveTo) {
+    TellCannot("SAVE_NOT_AVAILABLE", "");
+    return false;
+  }
+  return TheSceneCommands().SaveTo(path);
+}
+
 bool SaveSceneAs() {
   if (!TheSceneCommands().SaveAs) {
     TellCannot("SAVE_NOT_AVAILABLE", "");

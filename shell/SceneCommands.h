@@ -18,8 +18,13 @@ struct SceneCommands {
   std::function<bool(const std::string& path, bool restoring)> LoadScene;
   // Writes the scene to `path`.
   std::function<bool(const std::string& path)> SaveScene;
-  // Asks for a file name and saves there; false when cancelled or failed.
+  // Saves under the current name, or the next free "untitled.mvn" of the
+  // user's folder; false when it failed.
   std::function<bool()> SaveAs;
+  // Saves to `path`, which becomes the scene's name and the newest recent file.
+  std::function<bool(const std::string& path)> SaveTo;
+  // The name a "save as" offers: the scene's own, or the next free untitled one.
+  std::function<std::string()> SuggestedName;
   // Saves under the next numbered name (a_007.mvn -> a_008.mvn).
   std::function<bool()> SaveIncremental;
   // The newest entry of the recent-files list ("-recent").
@@ -38,3 +43,4 @@ bool ImportMeshFile(const std::string& path);
 bool LoadSceneFile(const std::string& path, bool restoring);
 bool SaveSceneFile(const std::string& path);
 bool SaveSceneAs();
+bool SaveSceneTo(const std::string& path);

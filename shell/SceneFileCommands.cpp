@@ -136,6 +136,8 @@ void InstallSceneFileCommands(ToolTable& tools, ViewportSeams& view, const UserF
     return r.ok;
   };
   s.SaveAs = [c] { return c->SaveAs(SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData)); };
+  s.SaveTo = [c](const std::string& path) { return c->SaveAs(path); };
+  s.SuggestedName = [c] { return SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData); };
   s.SaveIncremental = [c] {
     std::string next = IncrementalName(SceneSaveName(ThePaintScene().FileName.cpchar(), c->userData));
     return !next.empty() && c->SaveAs(next);

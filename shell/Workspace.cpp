@@ -9,6 +9,7 @@
 #include "interface/AppOptions.h"
 #include "interface/ClassPanel.h"
 #include "interface/Dialogs.h"
+#include "interface/FileBrowser.h"
 #include "interface/Navigation.h"
 #include "interface/SpaceMouse.h"
 #include "interface/OptionsFile.h"
@@ -18,6 +19,7 @@
 #include "MC/mesh/ImportMeshVolume.h"
 #include "MC/undo/VolumeUndo.h"
 #include "paint/SceneChanges.h"
+#include "paint/scene/PaintScene.h"
 #include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
 #include "shell/Interface.h"
@@ -218,39 +220,41 @@ void Workspace::ApplyToShell() {
   shell_.FrameIn(0);
 }
 
-void Workspace::AskPath(const char* titleKey, std::function<void(const std::string&)> then) {
-  UiContext& ui = Ui();
-  auto* box = new TextEntry;
-  box->Name = "PATH_BOX";
-  box->Text = Text(titleKey);
-  box->W = ui.Px(420), box->H = ui.Px(24);
-  box->IsPopup = 1;
-  box->Layout |= kLayOnTop | kLayKeepOpen1;
-  box->PopupX = (float(ui.ScreenW) - box->W) / 2;
-  box->PopupY = float(ui.ScreenH) / 3;
-  box->Edit = RecentPath(0);
-  box->OnCommit = [then = std::move(then)](const std::string& path) {
-    then(path);
-    return true;
-  };
-  intf_.Tree().Root().AddChild(box);
+void Workspace::AskPath(const char* titleKey, std::function<void(const std::string&)> then,
+                        std::vector<std::string> extensions, bool saving, const std::string& suggested) {
+  // The browser opens where the last file was, with its name ready.
+  const std::string last = suggested.empty() ? RecentPath(0) : suggested;
+  const std::filesystem::path at(last);
+  OpenFileBrowser(intf_.Tree(), titleKey, saving ? "BROWSE_SAVE" : "BROWSE_OPEN", at.parent_path().string(),
+                  at.filename().string(), std::move(extensions), saving, std::move(then));
 }
+
+void Workspace::AskSaveName() {
+  const SceneCommands& s = TheSceneCommands();
+  AskPath("FILE_SAVE_AS", [](const std::string& p) { SaveSceneTo(p); }, {"mvn"}, true,
+          s.SuggestedName ? s.SuggestedName() : std::string());
+}
+
+std::vector<std::string> Workspace::MeshExtensions() { return {"obj", "stl", "ply", "lwo", "fbx"}; }
 
 void Workspace::RegisterCommands() {
   auto open = [this](const std::string& path) {
     if (LoadSceneFile(path, false)) RecentFiles::Add(path), BuildMenu();
   };
-  RegisterCommand("FILE_OPEN", {[this, open] { AskPath("FILE_OPEN", open); }, {}});
+  RegisterCommand("FILE_OPEN", {[this, open] { AskPath("FILE_OPEN", open, {"mvn"}); }, {}});
   for (int i = 0; i < 5; ++i)
     RegisterCommand("FILE_RECENT" + std::to_string(i + 1),
                     {[open, i] { open(RecentPath(i)); }, [i] { return !RecentPath(i).empty(); }});
-  RegisterCommand("FILE_SAVE", {[] {
-                                  std::string last = RecentPath(0);
-                                  if (last.empty() || !SaveSceneFile(last)) SaveSceneAs();
+  // Save writes the open scene's own file; a scene that has none yet asks.
+  RegisterCommand("FILE_SAVE", {[this] {
+                                  const std::string name = ThePaintScene().FileName.cpchar();
+                                  if (name.empty() || !SaveSceneTo(name)) AskSaveName();
                                 },
                                 {}});
-  RegisterCommand("FILE_SAVE_AS", {[] { SaveSceneAs(); }, {}});
-  RegisterCommand("FILE_IMPORT", {[this] { AskPath("FILE_IMPORT", [](const std::string& p) { ImportMeshFile(p); }); }, {}});
+  RegisterCommand("FILE_SAVE_AS", {[this] { AskSaveName(); }, {}});
+  RegisterCommand("FILE_IMPORT",
+                  {[this] { AskPath("FILE_IMPORT", [](const std::string& p) { ImportMeshFile(p); }, MeshExtensions()); },
+                   {}});
   // A mesh made solid in the voxel room's volume, replacing what it held.
   RegisterCommand("FILE_IMPORT_VOXELS", {[this] {
                                            AskPath("FILE_IMPORT_VOXELS", [](const std::string& p) {
@@ -260,7 +264,7 @@ void Workspace::RegisterCommands() {
                                                Log("FILE_IMPORT_VOXELS: no voxel volume for %s", p.c_str());
                                              else if (!ImportMeshIntoVolume(*tool->Volume(), p, 200, &why))
                                                Log("FILE_IMPORT_VOXELS: %s", why.c_str());
-                                           });
+                                           }, MeshExtensions());
                                          },
                                          {}});
   // The voxel menu: the current volume reworked after its parameter dialog.

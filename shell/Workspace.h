@@ -5,6 +5,7 @@
 #pragma once
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "interface/Docks.h"
 #include "interface/HotKeys.h"
@@ -45,8 +46,14 @@ class Workspace {
   bool DockInfoKey(int key);
   // The room's page (or every room's) back to the shipped arrangement.
   void ResetPages(bool allRooms);
-  // A one-line box that asks for a path and then runs `then` with it.
-  void AskPath(const char* titleKey, std::function<void(const std::string&)> then);
+  // The file browser, then `then` with the chosen path. It opens at
+  // `suggested` (or the newest recent file) and lists the `extensions`
+  // (every file when empty); `saving` lets a new name be chosen.
+  void AskPath(const char* titleKey, std::function<void(const std::string&)> then,
+               std::vector<std::string> extensions = {}, bool saving = false, const std::string& suggested = {});
+  // Save as: the browser on the scene's name, then the save.
+  void AskSaveName();
+  static std::vector<std::string> MeshExtensions();
 
   Shell& shell_;
   ShellInterface& intf_;

@@ -12,6 +12,9 @@
 #include "ClassEngine/DataFolder.h"
 #include "interface/AppOptions.h"
 #include "interface/Docks.h"
+#include "interface/FileBrowser.h"
+#include "interface/HotKeys.h"
+#include "paint/SceneChanges.h"
 #include "interface/Navigation.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
@@ -350,4 +353,41 @@ TEST_F(WorkspaceTest, ResettingPagesBringsBackTheFirstArrangement) {
   FindCommand("LAYOUT_RESET_ALL_PAGES")->Run();
   EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
   EXPECT_FALSE(Exists(otherPage));
+}
+
+TEST_F(WorkspaceTest, SaveAsAsksInTheBrowserAndSaveThenKeepsWritingThatFile) {
+  WidgetTree& tree = program_->Interface().Tree();
+  const Command* saveAs = FindCommand("FILE_SAVE_AS");
+  ASSERT_NE(saveAs, nullptr);
+  saveAs->Run();
+  program_->TheShell().RunFrames(1);
+  auto* box = dynamic_cast<FileBrowserBox*>(tree.Root().FindWidget("FILE_BROWSER"));
+  ASSERT_NE(box, nullptr);
+  // It offers an untitled scene in the user's folder, and saves where it is told.
+  EXPECT_EQ(box->Edit, "untitled.mvn");
+  box->Edit = "first";
+  ASSERT_TRUE(box->Confirm());
+  const std::string first = box->Listing.Folder() + "/first.mvn";
+  ASSERT_TRUE(Exists(first));
+  EXPECT_EQ(ChangedSinceSave, 0);
+  // Save writes the same file again, without asking.
+  std::filesystem::remove(first);
+  ChangedSinceSave = 1;
+  FindCommand("FILE_SAVE")->Run();
+  program_->TheShell().RunFrames(1);
+  EXPECT_EQ(tree.Root().FindWidget("FILE_BROWSER"), nullptr);
+  EXPECT_TRUE(Exists(first));
+  EXPECT_EQ(ChangedSinceSave, 0);
+  // Cancelling a save as writes nothing.
+  saveAs->Run();
+  program_->TheShell().RunFrames(1);
+  box = dynamic_cast<FileBrowserBox*>(tree.Root().FindWidget("FILE_BROWSER"));
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->Edit, "first.mvn");
+  box->Edit = "second";
+  const std::string folder = box->Listing.Folder();
+  Key(keys::Esc, true);
+  Key(keys::Esc, false);
+  EXPECT_EQ(tree.Root().FindWidget("FILE_BROWSER"), nullptr);
+  EXPECT_FALSE(Exists(folder + "/second.mvn"));
 }
