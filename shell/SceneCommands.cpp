@@ -7,8 +7,6 @@
 #include "interface/TextTable.h"
 #include "shell/Shell.h"
 
-namespace {
-// A plain box: the words of `key`, then the file on a line of its own.
 void TellCannot(const char* key, const std::string& path) {
   SystemDialog d;
   d.title = Text("MORVANE_TITLE");
@@ -19,7 +17,6 @@ void TellCannot(const char* key, const std::string& path) {
   if (Shell* shell = TheShell()) shell->Ask(d);
   else ShowSystemDialog(d);
 }
-}  // namespace
 
 SceneCommands& TheSceneCommands() {
   static SceneCommands commands;

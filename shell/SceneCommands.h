@@ -43,4 +43,7 @@ bool ImportMeshFile(const std::string& path);
 bool LoadSceneFile(const std::string& path, bool restoring);
 bool SaveSceneFile(const std::string& path);
 bool SaveSceneAs();
+// A plain warning box: the words of `key`, then `path` (a file and its reason)
+// on a line of its own; logged too.
+void TellCannot(const char* key, const std::string& path);
 bool SaveSceneTo(const std::string& path);

@@ -15,6 +15,7 @@
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
+#include "interchange/MeshIO.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mesh/ImportMeshVolume.h"
 #include "MC/undo/VolumeUndo.h"
@@ -235,7 +236,16 @@ void Workspace::AskSaveName() {
           s.SuggestedName ? s.SuggestedName() : std::string());
 }
 
-std::vector<std::string> Workspace::MeshExtensions() { return {"obj", "stl", "ply", "lwo", "fbx"}; }
+std::vector<std::string> Workspace::MeshExtensions() {
+  std::vector<std::string> list;
+  for (int i = 0; i < comms::cMeshIO::CodecCount(); ++i) {
+    if (!comms::cMeshIO::CanDecode(i)) continue;
+    std::string name = comms::cMeshIO::CodecName(i);
+    for (char& c : name) c = char(std::tolower((unsigned char)c));
+    list.push_back(name);
+  }
+  return list;
+}
 
 void Workspace::RegisterCommands() {
   auto open = [this](const std::string& path) {
@@ -281,10 +291,18 @@ void Workspace::RegisterCommands() {
     if (!tool || !tool->Volume()) return Log("%s: no voxel volume", word.c_str());
     if (!volumeCommands_.Run(word, *tool->Volume(), path)) Log("%s: not run (%s)", word.c_str(), path.c_str());
   };
-  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools())) {
     tool->AskKeepScale = [this] {
       return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;
     };
+    // The merge tool's button for a mesh of one's own: the browser, then the mesh held.
+    tool->Merge.Settings.ObjectAsked = [this, tool] {
+      AskPath("MergeObject", [tool](const std::string& p) {
+        std::string why;
+        if (!tool->Merge.LoadFile(p, &why)) TellCannot("MESH_NOT_READ", why);
+      }, MeshExtensions());
+    };
+  }
   auto haveVolume = [] {
     VoxelSculptTool* tool = FindVoxelTool(Tools());
     return tool && tool->Volume();

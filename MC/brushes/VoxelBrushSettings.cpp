@@ -24,17 +24,6 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(MASK_OPACITY, "MASK_OPACITY", 0, 2);
   slider(BorderFormParam, "BorderFormParam", 0, 4);
   slider(BareliefCoef, "BareliefCoef", 0, 1);
-  slider(MrgYaw, "MrgYaw", -180, 180);
-  slider(MrgPitch, "MrgPitch", -180, 180);
-  slider(MrgRoll, "MrgRoll", -180, 180);
-  slider(MrgYawJitter, "MrgYawJitter", -180, 180);
-  slider(MrgPitchJitter, "MrgPitchJitter", -180, 180);
-  slider(MrgRollJitter, "MrgRollJitter", -180, 180);
-  slider(ShiftX, "ShiftX", -1, 1);
-  slider(ShiftY, "ShiftY", -1, 1);
-  slider(ShiftZ, "ShiftZ", -1, 1);
-  slider(InSkinThickness, "InSkinThickness", 0, 10);
-  slider(OutSkinThickness, "OutSkinThickness", 0, 10);
   slider(ClothGravity, "ClothGravity", 0, 2);
   slider(ClothFriction, "ClothFriction", 0, 1);
   slider(ClothThickness, "ClothThickness", 2, 8);
@@ -85,10 +74,7 @@ const SettingUse kUses[] = {
     {"GrowPower", {0}}, {"ThawPower", {0}}, {"SMOOTH_DEG", {1, 3, 11}}, {"PinchPower", {39}},
     {"FollowDegree", {13, 40}}, {"PlaneSoftness", {42}}, {"PlaneSoftness41", {41}}, {"Sampling", {41}},
     {"SplitBorderWidth", {26, 27}}, {"SmoothSpeed", {33}}, {"SmoothSpeed34", {34}}, {"MASK_OPACITY", {16}},
-    {"BorderFormParam", {18, 26, 27}}, {"BareliefCoef", {24}}, {"MrgYaw", {28}}, {"MrgPitch", {28}},
-    {"MrgRoll", {28}}, {"MrgYawJitter", {28}}, {"MrgPitchJitter", {28}}, {"MrgRollJitter", {28}},
-    {"ShiftX", {28}}, {"ShiftY", {28}}, {"ShiftZ", {28}}, {"InSkinThickness", {28}},
-    {"OutSkinThickness", {28}}, {"ClothGravity", {37}}, {"ClothFriction", {37}}, {"ClothThickness", {37}},
+    {"BorderFormParam", {18, 26, 27}}, {"BareliefCoef", {24}}, {"ClothGravity", {37}}, {"ClothFriction", {37}}, {"ClothThickness", {37}},
     {"SnakeSmoothSpeed1", {33, 34}}, {"SnakeSmoothSpeed2", {33, 34}}, {"ProfileParam", {30, 31, 32, 33, 34}},
     {"SplOverallScale", {30, 31, 32, 33, 34}}, {"SplOverallRotation", {30, 31, 32, 33, 34}},
     {"Spacing", {30, 31, 32, 33, 34}}, {"PosJitter", {30, 31, 32, 33, 34}}, {"RotJitter", {30, 31, 32, 33, 34}},

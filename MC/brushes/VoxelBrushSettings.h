@@ -14,8 +14,6 @@ class VoxelBrushSettings : public BaseClass {
   float GrowPower = 1.f, ThawPower = 0.5f, SMOOTH_DEG = 1.f, PinchPower = 0.5f, FollowDegree = 0.5f;
   float PlaneSoftness = 0.5f, PlaneSoftness41 = 0.f, Sampling = 1.f, SplitBorderWidth = 2.5f;
   float SmoothSpeed33 = 1.f, SmoothSpeed34 = 1.f, MASK_OPACITY = 1.f, BorderFormParam = 1.f, BareliefCoef = 1.f;
-  float MrgYaw = 0, MrgPitch = 0, MrgRoll = 0, MrgYawJitter = 0, MrgPitchJitter = 0, MrgRollJitter = 0;
-  float ShiftX = 0, ShiftY = 0, ShiftZ = 0, InSkinThickness = 0, OutSkinThickness = 4;
   float ClothGravity = 1, ClothFriction = 0.5f, ClothThickness = 4;
   float SnakeSmoothSpeed1 = 1, SnakeSmoothSpeed2 = 1, ProfileParam = 1, SplOverallScale = 1, SplOverallRotation = 1;
   float Spacing = 1, PosJitter = 0, RotJitter = 0, RadiusJitter = 0, DepthJitter = 0, SphereExtrusion = 0;

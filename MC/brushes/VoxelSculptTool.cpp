@@ -229,7 +229,8 @@ bool VoxelSculptTool::MergeHeldMesh(bool invert) {
   std::vector<VolumeObject*> below;
   if (separate && VolumesBelow) below = VolumesBelow(*volume_);
   std::vector<SeparatePart> parts;
-  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors, separate ? &parts : nullptr, below, true))
+  if (!Merge.Merge(*volume_, MergeModeOf(invert, false), mirrors, separate ? &parts : nullptr, below, true,
+                   NextSeed()))
     return false;
   // The changed volumes: the target and, cut through, those below it.
   std::vector<VolumeObject*> changed{volume_};

@@ -7,7 +7,14 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/MergeIntoVolume.h"
 #include "MC/mesh/MergeMeshSkin.h"
+#include "ClassEngine/DataFolder.h"
+#include "ClassEngine/Enumerator.h"
+#include "ClassEngine/Log.h"
+#include "ClassEngine/Random.h"
 #include "interchange/Mesh.h"
+#include "interchange/MeshIO.h"
+
+#include <filesystem>
 
 namespace {
 
@@ -40,6 +47,7 @@ void RegisterMergeClasses() {
   static bool done = false;
   if (done) return;
   done = true;
+  MergeSamplePaths();
   MergeSettings settings;
   MergeParams params;
   HullParams hull;
@@ -55,8 +63,63 @@ int MergeModeOf(bool invert, bool intersectHeld) {
   return intersectHeld ? kMergeIntersect : kMergeSubtract;
 }
 
-MeshMerge::MeshMerge() = default;
+MeshMerge::MeshMerge() {
+  // A pick in the panel's list holds that sample; one that fails leaves the
+  // held mesh and shows no sample picked.
+  Settings.SampleChosen = [this](int index) {
+    if (!LoadSample(index)) Settings.MergeBrowser = -1;
+  };
+}
 MeshMerge::~MeshMerge() = default;
+
+void MergeSettings::MergeObject() {
+  if (ObjectAsked) ObjectAsked();
+}
+
+bool MergeSettings::OnChange(BaseClass*, void*, void*, const char* name) {
+  if (name && std::string(name) == "MergeBrowser" && SampleChosen) SampleChosen(MergeBrowser);
+  return false;
+}
+
+std::vector<std::string> MergeSamplePaths() {
+  std::vector<std::string> paths;
+  const std::string folder = comms::DataFilePath("Samples");
+  std::error_code ec;
+  for (const auto& e : std::filesystem::directory_iterator(folder, ec)) {
+    std::string ext = e.path().extension().string();
+    for (char& c : ext) c = char(std::tolower((unsigned char)c));
+    if (ext == ".obj") paths.push_back(e.path().string());
+  }
+  std::sort(paths.begin(), paths.end());
+  Enumerator* list = GetEnumerator("MERGE_SAMPLES");
+  list->Clear();
+  for (size_t i = 0; i < paths.size(); ++i)
+    list->Add(std::filesystem::path(paths[i]).stem().string().c_str(), int(i));
+  return paths;
+}
+
+bool MeshMerge::LoadFile(const std::string& path, std::string* why) {
+  std::unique_ptr<comms::cMesh> mesh(comms::cMeshIO::LoadMesh(path.c_str()));
+  const char* reason = !mesh ? "it cannot be read as a mesh" : mesh->positions.empty() ? "it holds no vertices" : nullptr;
+  if (reason || !SetMesh(std::move(mesh))) {
+    if (why) *why = path + ": " + (reason ? reason : "it holds no vertices");
+    Log("MeshMerge::LoadFile(): %s: %s", path.c_str(), reason ? reason : "nothing to hold");
+    return false;
+  }
+  Settings.MergeBrowser = -1;
+  return true;
+}
+
+bool MeshMerge::LoadSample(int index, std::string* why) {
+  const std::vector<std::string> paths = MergeSamplePaths();
+  if (index < 0 || index >= (int)paths.size()) {
+    if (why) *why = "there is no sample " + std::to_string(index);
+    return false;
+  }
+  if (!LoadFile(paths[size_t(index)], why)) return false;
+  Settings.MergeBrowser = index;
+  return true;
+}
 
 bool MeshMerge::SetMesh(std::unique_ptr<comms::cMesh> mesh) {
   if (!mesh || mesh->positions.empty()) return false;
@@ -94,12 +157,22 @@ void MeshMerge::Placement(float out[16]) const {
 }
 
 bool MeshMerge::Merge(VolumeObject& volume, int mode, const std::vector<std::vector<float>>& mirrors,
-                      std::vector<SeparatePart>* separate, const std::vector<VolumeObject*>& below, bool keepUndo) {
+                      std::vector<SeparatePart>* separate, const std::vector<VolumeObject*>& below, bool keepUndo,
+                      uint32_t seed) {
   if (!mesh_) return false;
   std::vector<std::vector<float>> copies = mirrors;
   if (copies.empty()) copies.push_back({1, 0, 0, 0, 1, 0, 0, 0, 1});
   float placed[16];
-  Placement(placed);
+  {
+    // The jitters turn this merge only: the placement shown stays as set.
+    const float yaw = Settings.MrgYaw, pitch = Settings.MrgPitch, roll = Settings.MrgRoll;
+    Random rnd(seed);
+    Settings.MrgYaw += Settings.MrgYawJitter * (2 * rnd.Unit() - 1);
+    Settings.MrgPitch += Settings.MrgPitchJitter * (2 * rnd.Unit() - 1);
+    Settings.MrgRoll += Settings.MrgRollJitter * (2 * rnd.Unit() - 1);
+    Placement(placed);
+    Settings.MrgYaw = yaw, Settings.MrgPitch = pitch, Settings.MrgRoll = roll;
+  }
   Multiply(placed, volume.InverseTransform, placed);
   for (const std::vector<float>& mirror : copies) {
     if (mirror.size() != 9) continue;

@@ -4,7 +4,9 @@
 // symmetry. The tool draws the placed mesh as its preview and merges on
 // Enter or a click; this class holds everything but the drawing.
 #pragma once
+#include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "ClassEngine/BaseClass.h"
@@ -26,9 +28,19 @@ class MergeSettings : public BaseClass {
   float InSkinThickness = 0;
   float OutSkinThickness = 4;
   float MrgYaw = 0, MrgPitch = 0, MrgRoll = 0;  // degrees
+  // Each merge turns the mesh by up to this much more, either way, anew.
+  float MrgYawJitter = 0, MrgPitchJitter = 0, MrgRollJitter = 0;
   float ShiftX = 0, ShiftY = 0, ShiftZ = 0;     // voxels
   float MergeScale = 1;                         // times the size the mesh came with
+  // The sample shipped in "Samples/" that the tool holds, -1 for none.
+  int MergeBrowser = -1;
+  // Set by the merge the settings belong to: a sample picked in the list,
+  // and the button that asks for a mesh file (the window sets that one).
+  std::function<void(int sample)> SampleChosen;
+  std::function<void()> ObjectAsked;
   MV_CLASS(MergeSettings, BaseClass) {
+    Member("_index", MergeBrowser, "MergeBrowser", GetEnumerator("MERGE_SAMPLES"));
+    Method(&MergeSettings::MergeObject, "MergeObject");
     Member("_bool", MergeToSeparateVolumes, "MergeToSeparateVolumes");
     Member("_bool", RespectNegativeVolumes, "RespectNegativeVolumes");
     Member("_bool", CutThroughVolumes, "CutThroughVolumes");
@@ -38,12 +50,22 @@ class MergeSettings : public BaseClass {
     Member("CtrlFSlider", MrgYaw, "MrgYaw", NewFloatSliderRange(-180, 180));
     Member("CtrlFSlider", MrgPitch, "MrgPitch", NewFloatSliderRange(-180, 180));
     Member("CtrlFSlider", MrgRoll, "MrgRoll", NewFloatSliderRange(-180, 180));
+    Member("CtrlFSlider", MrgYawJitter, "MrgYawJitter", NewFloatSliderRange(0, 180));
+    Member("CtrlFSlider", MrgPitchJitter, "MrgPitchJitter", NewFloatSliderRange(0, 180));
+    Member("CtrlFSlider", MrgRollJitter, "MrgRollJitter", NewFloatSliderRange(0, 180));
     Member("_float", ShiftX, "ShiftX");
     Member("_float", ShiftY, "ShiftY");
     Member("_float", ShiftZ, "ShiftZ");
     Member("CtrlFSlider", MergeScale, "MergeScale", NewFloatSliderRange(0.01f, 10));
   }
+  void MergeObject();
+  bool OnChange(BaseClass* cls, void* ptr, void* extra, const char* name) override;
 };
+
+// The shipped sample meshes of the merge list: the ".obj" files of the data
+// folder's "Samples/", by name; fills the enumerator "MERGE_SAMPLES" (again
+// on each call, so a changed folder shows).
+std::vector<std::string> MergeSamplePaths();
 
 // The merge dialog's simplification of the mesh before the merge.
 class MergeParams : public BaseClass {
@@ -83,11 +105,18 @@ class MeshMerge {
 
   MeshMerge();
   ~MeshMerge();
+  MeshMerge(const MeshMerge&) = delete;
+  MeshMerge& operator=(const MeshMerge&) = delete;
   // Takes the mesh, moved to the centre of its box and scaled so that its
   // farthest vertex lies 150 voxels from it; the placement starts at rest.
   // False (and the old mesh kept) for an empty mesh.
   bool SetMesh(std::unique_ptr<comms::cMesh> mesh);
   const comms::cMesh* Mesh() const { return mesh_.get(); }
+  // Reads a mesh file and holds it; false (the old mesh kept) with the
+  // reason in `why` when it cannot be read or holds nothing.
+  bool LoadFile(const std::string& path, std::string* why = nullptr);
+  // Holds sample `index` of MergeSamplePaths(); false keeps the old mesh.
+  bool LoadSample(int index, std::string* why = nullptr);
   // The placement, row vectors: scale, then roll (z), pitch (x), yaw (y), then
   // the shift.
   void Placement(float out[16]) const;
@@ -95,10 +124,11 @@ class MeshMerge {
   // its InverseTransform) once per mirror copy (3 x 3 matrices, identity
   // first; empty means the identity only). Separate volumes, one per part
   // and copy, go to `separate` with `below` cut through as the settings say.
-  // False when no mesh is held.
+  // With jitters set, the turn of this merge is drawn from `seed`. False
+  // when no mesh is held.
   bool Merge(VolumeObject& volume, int mode, const std::vector<std::vector<float>>& mirrors,
              std::vector<SeparatePart>* separate = nullptr, const std::vector<VolumeObject*>& below = {},
-             bool keepUndo = false);
+             bool keepUndo = false, uint32_t seed = 1);
 
  private:
   std::unique_ptr<comms::cMesh> mesh_;
