@@ -8,6 +8,7 @@
 
 namespace {
 constexpr float kItemHeight = 18;
+bool IsTitle(const std::string& item) { return item.size() > 1 && item[0] == '*'; }
 }
 
 TextMenu::TextMenu() {
@@ -20,28 +21,50 @@ void TextMenu::SetItems(const std::vector<std::string>& items) {
   H = Ui().Px(kItemHeight) * float(std::max<size_t>(1, Items.size()));
 }
 
-int TextMenu::ItemAt(float y) const {
-  int i = int((y - AbsY) / Ui().Px(kItemHeight));
-  return i >= 0 && i < int(Items.size()) ? i : -1;
+void TextMenu::FitColumns(float height, float columnW) {
+  const float row = Ui().Px(kItemHeight);
+  const int n = int(std::max<size_t>(1, Items.size()));
+  Rows = std::clamp(int(height / row), 1, n);
+  const int columns = (n + Rows - 1) / Rows;
+  W = columnW * float(columns);
+  H = row * float(Rows);
+}
+
+int TextMenu::ItemAt(float x, float y) const {
+  const float row = Ui().Px(kItemHeight);
+  const int rows = Rows > 0 ? Rows : int(std::max<size_t>(1, Items.size()));
+  const int columns = (int(Items.size()) + rows - 1) / rows;
+  const float columnW = W / float(std::max(1, columns));
+  const int r = int((y - AbsY) / row), c = int((x - AbsX) / columnW);
+  if (y < AbsY || x < AbsX || r >= rows || c >= columns) return -1;
+  const int i = c * rows + r;
+  return i < int(Items.size()) ? i : -1;
 }
 
 bool TextMenu::OnDraw() {
   UiContext& ui = Ui();
   ui.FillRect(AbsX, AbsY, W, H, ui.Colors.Field);
   ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Frame);
-  int hover = Has(kWfHover) ? ItemAt(ui.PointerY) : -1;
+  int hover = Has(kWfHover) ? ItemAt(ui.PointerX, ui.PointerY) : -1;
   float row = ui.Px(kItemHeight);
+  const int rows = Rows > 0 ? Rows : int(std::max<size_t>(1, Items.size()));
+  const int columns = (int(Items.size()) + rows - 1) / rows;
+  const float columnW = W / float(std::max(1, columns));
   for (size_t i = 0; i < Items.size(); ++i) {
-    float y = AbsY + row * float(i);
-    if (int(i) == hover) ui.FillRect(AbsX + 1, y, W - 2, row, ui.Colors.Highlight);
-    ui.DrawText(AbsX + ui.Px(6), y + (row - ui.Px(16)) / 2, Items[i].c_str(), ui.Colors.Text, 12, W - ui.Px(8));
+    const float x = AbsX + columnW * float(int(i) / rows), y = AbsY + row * float(int(i) % rows);
+    // "*Title" heads a group of the items below it and is no choice.
+    const bool title = IsTitle(Items[i]);
+    if (int(i) == hover && !title) ui.FillRect(x + 1, y, columnW - 2, row, ui.Colors.Highlight);
+    ui.DrawText(x + ui.Px(title ? 2 : 6), y + (row - ui.Px(16)) / 2, Items[i].c_str() + (title ? 1 : 0),
+                title ? ui.Colors.DimText : ui.Colors.Text, 12, columnW - ui.Px(8));
   }
   return false;
 }
 
 bool TextMenu::OnClick() {
-  int i = ItemAt(Ui().PointerY);
+  int i = ItemAt(Ui().PointerX, Ui().PointerY);
   if (i < 0) return false;
+  if (IsTitle(Items[size_t(i)])) return true;
   if (Selected) *Selected = i;
   SendEvent(kEvChanged);
   if (IsPopup) SetVisible(false);
@@ -92,12 +115,19 @@ bool ComboBox::Open() {
   popup_->IsPopup = 1;
   popup_->Layout |= kLayOnTop;
   popup_->Flags |= kWfFullScissor | kWfTakesHint;
-  popup_->W = W;
   popup_->SetItems(Items);
+  // As wide as its longest item, and in columns where it would run off the
+  // screen; it stays on the screen.
+  UiContext& ui = Ui();
+  float widest = W;
+  for (const std::string& item : Items) widest = std::max(widest, ui.TextWidth(item.c_str()) + ui.Px(16));
+  popup_->W = widest;
+  const float room = float(ui.ScreenH) - ui.Px(8);
+  if (popup_->H > room) popup_->FitColumns(room, widest);
   // The list opens over the box, so the pointer starts inside it and the
   // popup stays until the pointer leaves.
-  popup_->PopupX = AbsX;
-  popup_->PopupY = AbsY;
+  popup_->PopupX = std::max(0.f, std::min(AbsX, float(ui.ScreenW) - popup_->W));
+  popup_->PopupY = std::max(0.f, std::min(AbsY, float(ui.ScreenH) - popup_->H));
   popup_->Selected = &pickedIndex_;
   popup_->AddCallback(kEvChanged, MakeCallback(this, &ComboBox::Picked));
   AddChild(popup_);

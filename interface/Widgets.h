@@ -95,15 +95,21 @@ class CheckBox : public FrameWidget {
   bool Toggle();
 };
 
-// A vertical list of items; a click picks one.
+// A vertical list of items; a click picks one. An item written "*Title"
+// heads the group below it and cannot be picked. A list taller than the
+// screen wraps into columns of `Rows` items each.
 class TextMenu : public BaseWidget {
  public:
   std::vector<std::string> Items;
   int* Selected = nullptr;
+  int Rows = 0;  // items per column; 0: one column of them all
   MV_CLASS(TextMenu, BaseWidget) {}
   TextMenu();
   void SetItems(const std::vector<std::string>& items);
-  int ItemAt(float y) const;
+  // Wraps the items into columns of at most `height` pixels, each `columnW`
+  // wide, and sizes the list to them.
+  void FitColumns(float height, float columnW);
+  int ItemAt(float x, float y) const;
   bool OnDraw();
   bool OnClick();
 };

@@ -270,6 +270,44 @@ TEST_F(PanelFixture, ComboBoxPicksAValueOfTheEnumerator) {
   EXPECT_EQ(object.changes, 1);
 }
 
+// A list too tall for the screen wraps into columns that stay on it, as
+// wide as its longest item, and a click in a later column picks that item.
+TEST(ComboListTest, ALongListWrapsIntoColumnsOnTheScreen) {
+  UiScope ui;
+  auto* box = new ComboBox;
+  box->X = 300, box->Y = 600, box->W = 60, box->H = 18;
+  std::vector<std::string> items;
+  for (int i = 0; i < 90; ++i) items.push_back((i % 30 ? "Item number " : "*Group ") + std::to_string(i));
+  box->Items = items;
+  int picked = -1;
+  box->Selected = &picked;
+  ui.tree.Root().AddChild(box);
+  ui.Frame();
+  ui.Click(box->AbsX + 5, box->AbsY + 5);
+  ASSERT_NE(box->Popup(), nullptr);
+  ui.Frame();
+  TextMenu* menu = box->Popup();
+  EXPECT_GE(menu->AbsY, 0.f);
+  EXPECT_LE(menu->AbsY + menu->H, 720.f);
+  EXPECT_LE(menu->AbsX + menu->W, 1280.f);
+  ASSERT_GT(menu->Rows, 0);
+  const int columns = (90 + menu->Rows - 1) / menu->Rows;
+  EXPECT_GE(columns, 2);
+  const float columnW = menu->W / float(columns);
+  EXPECT_GE(columnW, Ui().TextWidth("Item number 89"));
+  // The third row of the second column.
+  ui.Click(menu->AbsX + columnW + 5, menu->AbsY + 18 * 2 + 5);
+  EXPECT_EQ(picked, menu->Rows + 2);
+  // A group's title is no choice: the list stays open and nothing changes.
+  ui.Click(box->AbsX + 5, box->AbsY + 5);
+  ui.Frame();
+  menu = box->Popup();
+  ASSERT_NE(menu, nullptr);
+  ui.Click(menu->AbsX + 5, menu->AbsY + 5);
+  EXPECT_EQ(picked, menu->Rows + 2);
+  EXPECT_NE(box->Popup(), nullptr);
+}
+
 TEST_F(PanelFixture, TextEntryCommitsOrRestoresTheOldText) {
   ClassRow* row = Row("Count");
   FrameWidget* field = Editor<FrameWidget>("Count");
