@@ -337,7 +337,7 @@ bool NaviSystem::ApplyWheel(float n, bool ctrl, bool alt, bool shift) {
     case WHEEL_CHANGE_OPACITY: GeneralPen::ColorOpacity *= f; break;
     case WHEEL_CHANGE_SMOOTH: PenTweaks::Smoothing = std::min(1.0f, PenTweaks::Smoothing * f); break;
     case WHEEL_CHANGE_SPECULAR: GeneralPen::SpecularDegree = std::min(1.0f, GeneralPen::SpecularDegree * f); break;
-    case WHEEL_CHANGE_SPECULAR_OPACITY: PenTweaks::SpecularOpacity *= f; break;
+    case WHEEL_CHANGE_SPECULAR_OPACITY: GeneralPen::SpecularOpacity *= f; break;
     case WHEEL_CHANGE_ANGLE: GeneralPen::PenRotation += n * 90.0f / 16.0f; break;
     case WHEEL_CHANGE_FOCAL: {
       float v = std::clamp(GeneralPen::FocalShift + n * 0.1f, -1.0f, 1.0f);

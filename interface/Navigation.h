@@ -21,7 +21,6 @@ class cFreeViewer;
 // Pen values that the pen state does not hold yet.
 struct PenTweaks {
   static inline float Smoothing = 0;
-  static inline float SpecularOpacity = 1;
 };
 
 enum NaviAction : int {

@@ -10,6 +10,7 @@
 #include "interface/ClassPanel.h"
 #include "interface/Dialogs.h"
 #include "interface/Navigation.h"
+#include "interface/PenRamp.h"
 #include "interface/SpaceMouse.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
@@ -62,9 +63,13 @@ class Workspace::MousePoller : public comms::cWidget {
     NaviSystem& nav = TheNavigation();
     nav.World.ViewW = float(w), nav.World.ViewH = float(h);
     nav.DrawZone();
+    const uint32_t now = w_.shell_.Window().TickMs();
+    // A held ramp button changes its pen value every frame until let go.
+    PenRamp& ramp = ThePenRamp();
+    ramp.Frame(w_.shell_.Window(), now);
+    if (ramp.Running()) w_.shell_.FrameIn(16);
     SpaceMouse* mouse = OpenSpaceMouse();
     if (!mouse) return;
-    const uint32_t now = w_.shell_.Window().TickMs();
     const float elapsed = last_ ? float(now - last_) : 16.0f;
     last_ = now;
     SpaceMouseState s;
@@ -92,6 +97,8 @@ Workspace::~Workspace() {
   view_.FreeArea = nullptr;
   Tools().Hooks().LoadRoomLayout = nullptr;
   if (TheDocks() == docks_.get()) TheDocks() = nullptr;
+  if (RampInput() == &shell_.Window()) RampInput() = nullptr;
+  ThePenRamp().Stop();
   if (BaseWidget* m = menu_.Get()) m->Delete();
 }
 
@@ -109,6 +116,8 @@ void Workspace::Start() {
   LoadOptions();
   InstallDefaultHotKeys();
   RegisterCommands();
+  RampInput() = &shell_.Window();
+  RegisterRampCommands();
   editor_.Saved = [this] {
     SaveOptions();
     BuildMenu();
@@ -188,6 +197,10 @@ void Workspace::MakeDocks() {
   panel->SetContent(rows);
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
+  // The pen's values with their ramp buttons float over the view's lower left.
+  BaseWidget* values = BuildPenValuesPanel(ui.Px(220));
+  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(220),
+                values->H + ui.Px(DockableHeader::kCaption));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;
     if (docks_) docks_->SwitchRoom(room);
