@@ -140,7 +140,9 @@ BaseWidget* BuildPenValuesPanel(float width) {
   return panel;
 }
 
-void RegisterRampCommands() {
+void RegisterPenCommands() {
+  RegisterCommand("PEN_RADIUS_NARROWER", {[] { StepPenRadius(false); }, {}});
+  RegisterCommand("PEN_RADIUS_WIDER", {[] { StepPenRadius(true); }, {}});
   for (int a = 0; a < kRampActions; ++a)
     RegisterCommand(RampCommand(a), {[a] {
                       const Platform* in = RampInput();

@@ -67,5 +67,7 @@ class RampButton : public FrameWidget {
 // The pen values panel "PEN_VALUES": one row per value, its minus button,
 // the value and its plus button.
 BaseWidget* BuildPenValuesPanel(float width);
-// The commands of the buttons: a key bound to one starts its ramp by that key.
-void RegisterRampCommands();
+// The pen's commands: those of the ramp buttons (a key bound to one starts
+// its ramp by that key) and "PEN_RADIUS_NARROWER" / "PEN_RADIUS_WIDER", one
+// step of the radius each, which "[" and "]" are bound to by default.
+void RegisterPenCommands();

@@ -43,7 +43,8 @@ const DefaultKey kDefaultKeys[] = {
     {"EDIT_UNDO", "Z", true, false, false},       {"EDIT_REDO", "Y", true, false, false},
     {"EDIT_OPTIONS", "O", true, false, true},     {"VIEW_GRID", "G", true, false, false},
     {"VIEW_WIREFRAME", "W", true, false, true},   {"VIEW_FULLSCREEN", "F11", false, false, false},
-    {"HELP_HOTKEYS", "F1", false, false, false},
+    {"HELP_HOTKEYS", "F1", false, false, false},  {"PEN_RADIUS_NARROWER", "[", false, false, false},
+    {"PEN_RADIUS_WIDER", "]", false, false, false},
 };
 
 // The recent file of item n of the File menu, "" if none.
@@ -117,7 +118,7 @@ void Workspace::Start() {
   InstallDefaultHotKeys();
   RegisterCommands();
   RampInput() = &shell_.Window();
-  RegisterRampCommands();
+  RegisterPenCommands();
   editor_.Saved = [this] {
     SaveOptions();
     BuildMenu();

@@ -105,7 +105,7 @@ TEST_F(PenRampTest, EveryActionKeepsItsValueInRange) {
 TEST_F(PenRampTest, AKeyAssignedToAButtonRampsUntilItOrAModifierChanges) {
   UiScope ui;
   BaseWidget* panel = ui.tree.Root().AddChild(BuildPenValuesPanel(220));
-  RegisterRampCommands();
+  RegisterPenCommands();
   HotKeyEditor editor(ui.tree);
   ui.tree.Hooks().HotKeys = [&](int key, bool down) {
     if (editor.OnKey(key, down, ui.tree.Ctrl(), ui.tree.Alt(), ui.tree.Shift())) return true;

@@ -13,6 +13,8 @@
 #include "interface/AppOptions.h"
 #include "interface/Docks.h"
 #include "interface/Navigation.h"
+#include "interface/Widgets.h"
+#include "paint/GeneralPen.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
@@ -113,6 +115,45 @@ TEST_F(WorkspaceTest, AHotKeyPressedRunsItsCommand) {
   Key(keys::A + ('W' - 'A'), true);  // without the modifiers: not the command
   Key(keys::A + ('W' - 'A'), false);
   EXPECT_EQ(runs, 1);
+}
+
+TEST_F(WorkspaceTest, BracketsStepThePenThroughTheHotKeysAndMayBeReboundInPlace) {
+  GeneralPenSaver keep;
+  GeneralPen::PenRadius = 20;
+  Key(keys::RightBracket, true);
+  Key(keys::RightBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 23, 1e-4f);
+  Key(keys::LeftBracket, true);
+  Key(keys::LeftBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f);
+  EXPECT_EQ(HotKeyText("PEN_RADIUS_WIDER"), "]");
+  // A control of the command under the pointer; End, then K.
+  auto* control = new FrameWidget("wider", 700, 300, 80, 24);
+  control->Name = "$PEN_RADIUS_WIDER";
+  TheWidgetTree().Root().AddChild(control);
+  program_->TheShell().RunFrames(1);
+  PlatformEvent move;
+  move.type = PlatformEvent::Type::MouseMove;
+  move.x = 710, move.y = 310;
+  fake.WarpPointer(710, 310);
+  fake.Push(move);
+  program_->TheShell().RunFrames(1);
+  Key(keys::End, true);
+  Key(keys::End, false);
+  const int k = keys::A + ('K' - 'A');
+  Key(k, true);
+  Key(k, false);
+  EXPECT_EQ(HotKeyText("PEN_RADIUS_WIDER"), "K");
+  Key(keys::RightBracket, true);
+  Key(keys::RightBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f) << "] is free now";
+  Key(k, true);
+  Key(k, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 23, 1e-4f);
+  Key(keys::LeftBracket, true);
+  Key(keys::LeftBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f) << "[ keeps its command";
+  control->Delete();
 }
 
 TEST_F(WorkspaceTest, ChangingRoomsSavesTheOldPageAndLoadsTheNew) {
