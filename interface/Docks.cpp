@@ -34,6 +34,29 @@ bool Detach(BaseWidget* w) {
 
 bool Alive(const BaseWidget* w) { return w && !w->Has(kWfDeleted); }
 
+bool HoldsWindow(const BaseWidget* h) {
+  for (BaseWidget* w : h->Children)
+    if (Alive(w) && *w->Name.cpchar()) return true;
+  return false;
+}
+
+// Takes a header out of the tree it is docked in and floats it at `x`, `y`
+// under `root`.
+void FloatAt(DockableHeader* h, BaseWidget& root, float x, float y) {
+  Detach(h);
+  h->IsPopup = 1;
+  h->Layout |= kLayOnTop | kLayKeepOpen1;
+  h->PopupX = x, h->PopupY = y;
+  root.AddChild(h);
+}
+
+// Makes a header a docked child: no longer a popup.
+void Settle(DockableHeader* h) {
+  Detach(h);
+  h->IsPopup = 0;
+  h->Layout &= ~(kLayOnTop | kLayKeepOpen1);
+}
+
 std::string PagePath(const char* folder, int room) {
   char rel[64];
   snprintf(rel, sizeof rel, "%s/page_%d.xml", folder, room);
@@ -123,12 +146,7 @@ bool DockableHeader::OnPress() {
   if (ui.PointerY >= AbsY + ui.Px(kCaption)) return false;
   // A docked header floats from where it is.
   if (TheDocks() && !IsPopup) {
-    float x = AbsX, y = AbsY;
-    Detach(this);
-    IsPopup = 1;
-    Layout |= kLayOnTop | kLayKeepOpen1;
-    PopupX = x, PopupY = y;
-    TheDocks()->Root().AddChild(this);
+    FloatAt(this, TheDocks()->Root(), AbsX, AbsY);
     TheDocks()->Arrange();
   }
   ui.Drag = this;
@@ -154,6 +172,28 @@ bool DockableHeader::OnRelease() {
   if (!d || HotKeys().Ctrl || HotKeys().Shift) return true;  // docking is off with Shift or Ctrl held
   d->Drop(this, d->FindTarget(this, ui.PointerX, ui.PointerY));
   return true;
+}
+
+// ---- the DOCKBASE frame -------------------------------------------------------
+
+DockBase::DockBase() {
+  Name = "DOCKBASE";
+  IsPopup = 1;
+  Layout |= kLayOnTop | kLayKeepOpen1;
+  AddCallback(kEvDraw, MakeCallback(this, &DockBase::OnDraw));
+}
+
+DockSpace* DockBase::Space() const {
+  for (BaseWidget* c : Children)
+    if (auto* s = dynamic_cast<DockSpace*>(c); Alive(s)) return s;
+  return nullptr;
+}
+
+bool DockBase::OnDraw() {
+  UiContext& ui = Ui();
+  ui.FillRect(AbsX, AbsY, W, H, ui.Colors.Frame);
+  ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Highlight);
+  return false;
 }
 
 // ---- the tree ---------------------------------------------------------------
@@ -192,6 +232,38 @@ void Docks::Arrange() {
   dockRoot_->AbsX = dockRoot_->X, dockRoot_->AbsY = dockRoot_->Y;
   ArrangeNode(dockRoot_);
   dockRoot_->PlaceChildren();
+  ArrangeDockBases();
+}
+
+void Docks::ArrangeDockBases() {
+  const float m = Ui().Px(DockBase::kMargin);
+  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
+    auto* base = dynamic_cast<DockBase*>(root_.Children[i]);
+    if (!Alive(base)) continue;
+    DockSpace* s = base->Space();
+    std::vector<DockableHeader*> held;
+    for (BaseWidget* c : s ? s->Children : base->Children)
+      if (auto* h = dynamic_cast<DockableHeader*>(c); Alive(h)) {
+        if (HoldsWindow(h)) held.push_back(h);
+        else h->Delete();
+      }
+    base->AbsX = base->PopupX, base->AbsY = base->PopupY;
+    if (held.size() >= 2) {
+      // The frame fits its headers, one more dropped on its edge too.
+      const bool across = s->Ordering == 1 || s->Ordering == 3;
+      float run = 0;
+      for (DockableHeader* h : held) run += across ? h->W : h->H;
+      s->X = m, s->Y = m;
+      s->W = across ? run : std::max(0.0f, base->W - 2 * m);
+      s->H = across ? std::max(0.0f, base->H - 2 * m) : run;
+      base->W = s->W + 2 * m, base->H = s->H + 2 * m;
+      ArrangeNode(s);
+      base->PlaceChildren();
+      continue;
+    }
+    for (DockableHeader* h : held) FloatAt(h, root_, h->AbsX, h->AbsY);
+    base->Delete();
+  }
 }
 
 void Docks::ArrangeNode(BaseWidget* node) {
@@ -299,12 +371,7 @@ void Docks::Apply(DocksLayout& layout) {
     for (int i = s->Children.GetAmount() - 1; i >= 0; --i) {
       BaseWidget* c = s->Children[i];
       if (auto* h = dynamic_cast<DockableHeader*>(c)) {
-        float x = h->AbsX, y = h->AbsY;
-        Detach(h);
-        h->IsPopup = 1;
-        h->Layout |= kLayOnTop | kLayKeepOpen1;
-        h->PopupX = x, h->PopupY = y;
-        root_.AddChild(h);
+        FloatAt(h, root_, h->AbsX, h->AbsY);
       } else if (c) {
         undock(c);
       }
@@ -363,13 +430,6 @@ DockableHeader* Docks::Float(BaseWidget* window, float x, float y, float w, floa
 DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) const {
   DockTarget t;
   float r[4];
-  // Floating headers first, then the docked ones from the last child backwards, then spaces.
-  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
-    auto* h = dynamic_cast<DockableHeader*>(root_.Children[i]);
-    if (!Alive(h) || h == dragged || !h->Visible()) continue;
-    int z = ZoneOf(h, x, y, true, r);
-    if (z == -1) return {h, -1, {r[0], r[1], r[2], r[3]}};
-  }
   // Docked headers, deeper spaces first: their captions join as tabs.
   std::function<bool(BaseWidget*)> headers = [&](BaseWidget* s) {
     for (int i = s->Children.GetAmount() - 1; i >= 0; --i) {
@@ -383,9 +443,8 @@ DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) co
     }
     return false;
   };
-  if (headers(dockRoot_)) return t;
-  // Then the edges of the spaces, the outer ones first, so a drop at the
-  // edge of the work area docks at that edge.
+  // The edges of the spaces, the outer ones first, so a drop at the edge of
+  // the work area docks at that edge.
   std::function<bool(DockSpace*)> spaces = [&](DockSpace* s) {
     int z = ZoneOf(s, x, y, false, r);
     bool sideways = z == 1 || z == 3, updown = z == 0 || z == 2;
@@ -396,6 +455,20 @@ DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) co
       if (auto* sub = dynamic_cast<DockSpace*>(c); sub && Alive(sub) && spaces(sub)) return true;
     return false;
   };
+  // Floating windows first, the last one (drawn on top) first: a floating
+  // header's caption joins as a tab and its sides make a DOCKBASE; in a
+  // DOCKBASE the headers' captions and the space's edges count.
+  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
+    BaseWidget* c = root_.Children[i];
+    if (!Alive(c) || c == dragged || !c->Visible()) continue;
+    if (auto* h = dynamic_cast<DockableHeader*>(c)) {
+      int z = ZoneOf(h, x, y, true, r);
+      if (z != -2) return {h, z, {r[0], r[1], r[2], r[3]}};
+    } else if (auto* base = dynamic_cast<DockBase*>(c); base && base->Space()) {
+      if (headers(base->Space()) || spaces(base->Space())) return t;
+    }
+  }
+  if (headers(dockRoot_)) return t;
   spaces(dockRoot_);
   return t;
 }
@@ -415,11 +488,11 @@ bool Docks::Drop(DockableHeader* dragged, const DockTarget& t) {
     Arrange();
     return true;
   }
+  if (auto* h = dynamic_cast<DockableHeader*>(t.Target))
+    return h->IsPopup && h->ParentWidget() == &root_ && DockBeside(dragged, h, t.Side);
   auto* space = dynamic_cast<DockSpace*>(t.Target);
   if (!space) return false;
-  Detach(dragged);
-  dragged->IsPopup = 0;
-  dragged->Layout &= ~(kLayOnTop | kLayKeepOpen1);
+  Settle(dragged);
   dragged->W = std::clamp(dragged->W, kMinSize, kMaxSize);
   dragged->H = std::clamp(dragged->H, kMinSize, kMaxSize);
   if (space->Ordering == -1) {
@@ -437,6 +510,32 @@ bool Docks::Drop(DockableHeader* dragged, const DockTarget& t) {
   }
   Arrange();
   return true;
+}
+
+DockBase* Docks::DockBeside(DockableHeader* dragged, DockableHeader* target, int side) {
+  if (!Alive(dragged) || !Alive(target) || dragged == target || side < 0 || side > 3) return nullptr;
+  const float m = Ui().Px(DockBase::kMargin);
+  // Where the user sees it: a popup near the screen's edge is pulled inside.
+  const float x = target->AbsX, y = target->AbsY, w = target->W, h = target->H;
+  auto* base = new DockBase;
+  base->PopupX = x - m, base->PopupY = y - m, base->W = w + 2 * m, base->H = h + 2 * m;
+  auto* space = new DockSpace;
+  space->Ordering = side;
+  space->X = m, space->Y = m, space->W = w, space->H = h;
+  base->AddChild(space);
+  Settle(target);
+  Settle(dragged);
+  // Each takes half of the target's place, the dragged one on `side`.
+  const bool across = side == 1 || side == 3;
+  for (DockableHeader* d : {target, dragged}) {
+    d->W = across ? w / 2 : w;
+    d->H = across ? h : h / 2;
+  }
+  if (side == 0 || side == 1) space->AddChild(dragged), space->AddChild(target);
+  else space->AddChild(target), space->AddChild(dragged);
+  root_.AddChild(base);
+  Arrange();
+  return base;
 }
 
 bool Docks::SavePage(int room) {

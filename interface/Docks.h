@@ -38,6 +38,18 @@ class DockableHeader : public FrameWidget {
   float grabX_ = 0, grabY_ = 0;
 };
 
+// "DOCKBASE": a floating frame made when a header is dropped on the side of
+// another floating one. It holds a DockSpace (Margin inside each edge) with
+// the two headers side by side, and goes when fewer than two are left.
+class DockBase : public BaseWidget {
+ public:
+  static constexpr float kMargin = 6;
+  MV_CLASS(DockBase, BaseWidget) {}
+  DockBase();
+  DockSpace* Space() const;
+  bool OnDraw();
+};
+
 class DockWindowName : public BaseClass {
  public:
   _str Name;
@@ -91,6 +103,9 @@ class Docks {
   DockTarget FindTarget(const DockableHeader* dragged, float x, float y) const;
   // Docks `dragged` at the target; false (left floating) for no target.
   bool Drop(DockableHeader* dragged, const DockTarget& target);
+  // A new DOCKBASE frame in place of the floating `target`, with `dragged`
+  // on `side` of it; each takes half of the target's rectangle.
+  DockBase* DockBeside(DockableHeader* dragged, DockableHeader* target, int side);
 
   // The room's arrangement to and from the user folder.
   bool SavePage(int room);
@@ -105,6 +120,9 @@ class Docks {
   void CaptureNode(const DockSpace* s, DockLayoutElement& e) const;
   void BuildNode(DockSpace* s, DockLayoutElement& e, std::vector<BaseWidget*>& windows);
   void ArrangeNode(BaseWidget* s);
+  // Lays out the DOCKBASE frames; one with fewer than two headers is taken
+  // apart and what it held floats where it was.
+  void ArrangeDockBases();
 
   BaseWidget& root_;
   DockSpace* dockRoot_;
