@@ -538,6 +538,34 @@ DockBase* Docks::DockBeside(DockableHeader* dragged, DockableHeader* target, int
   return base;
 }
 
+void Docks::CaptureFloating(ClassArray<WindowPos>& out) const {
+  out.Clear();
+  for (BaseWidget* c : root_.Children) {
+    auto* h = dynamic_cast<DockableHeader*>(c);
+    if (!Alive(h) || !h->IsPopup || h->Current.IsEmpty()) continue;
+    auto* p = new WindowPos;
+    p->WndName = h->Current;
+    p->EnableTopmost = (h->Layout & kLayOnTop) != 0;
+    p->EnablePopup = true;
+    p->Width = h->W, p->Height = h->H;
+    p->X = h->AbsX, p->Y = h->AbsY;
+    p->PopupX = h->PopupX, p->PopupY = h->PopupY;
+    out.Add(p);
+  }
+}
+
+void Docks::PlaceFloating(const ClassArray<WindowPos>& rows) {
+  for (const WindowPos* p : rows) {
+    if (!p || p->WndName.IsEmpty()) continue;
+    BaseWidget* w = root_.FindWidget(p->WndName.cpchar());
+    auto* h = w ? dynamic_cast<DockableHeader*>(w->ParentWidget()) : nullptr;
+    if (!Alive(h) || !h->IsPopup || h->ParentWidget() != &root_) continue;
+    h->PopupX = p->PopupX, h->PopupY = p->PopupY;
+    if (p->EnableSize) h->W = std::clamp(p->Width, kMinSize, kMaxSize), h->H = std::clamp(p->Height, kMinSize, kMaxSize);
+    h->ShowTab(p->WndName.cpchar());
+  }
+}
+
 bool Docks::SavePage(int room) {
   DocksLayout layout;
   Capture(layout);

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ClassEngine/ClassArray.h"
+#include "interface/AppOptions.h"
 #include "interface/Widgets.h"
 
 class DockSpace : public BaseWidget {
@@ -106,6 +107,11 @@ class Docks {
   // A new DOCKBASE frame in place of the floating `target`, with `dragged`
   // on `side` of it; each takes half of the target's rectangle.
   DockBase* DockBeside(DockableHeader* dragged, DockableHeader* target, int side);
+
+  // The places of the floating headers, by the name of their shown window,
+  // and back: a floating header whose window a row names moves there.
+  void CaptureFloating(ClassArray<WindowPos>& out) const;
+  void PlaceFloating(const ClassArray<WindowPos>& rows);
 
   // The room's arrangement to and from the user folder.
   bool SavePage(int room);

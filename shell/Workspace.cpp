@@ -208,6 +208,7 @@ void Workspace::MakeDocks() {
   };
   TheOptionsHooks().BeforeSave = [this] {
     if (docks_ && docks_->Room() >= 0) docks_->SavePage(docks_->Room());
+    if (docks_) docks_->CaptureFloating(AppOptions::WindowStates());
   };
   const int room = Tools().CurrentRoom();
   char page[64];
@@ -216,6 +217,8 @@ void Workspace::MakeDocks() {
     docks_->SwitchRoom(room);
   else
     docks_->AdoptRoom(room);
+  // Floating windows go back where they were left.
+  docks_->PlaceFloating(AppOptions::WindowStates());
 }
 
 void Workspace::ApplyToShell() {
