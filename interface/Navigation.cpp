@@ -174,10 +174,11 @@ bool NaviSystem::MayStart(NaviEvent& e, int key, bool& byKey) {
   const std::vector<int>& ks = e.Keys();
   if (ks.empty()) return false;
   int a = e.ActionType;
-  if (a >= NAVI_MOVE_MTL && a <= NAVI_ASPECT_MTL) return false;  // no pattern object yet
+  if (a >= NAVI_MOVE_MTL && a <= NAVI_ASPECT_MTL && !World.Pattern) return false;
   if (a >= NAVI_START_TWEAK_PEN_PARAMS && a <= NAVI_START_TWEAK_SPECL && World.ToolShowsPen && !World.ToolShowsPen())
     return false;
-  if (a == NAVI_MOVE_UV || e.OnlyInUV) return false;  // no UV preview yet
+  const bool overUv = World.Uv && World.Uv->Contains(freeX_, freeY_);
+  if ((a == NAVI_MOVE_UV || e.OnlyInUV) && !overUv) return false;
   float zone = float(NaviZoneWidth);
   bool inWork = freeX_ >= World.ViewX + zone && freeX_ < World.ViewX + World.ViewW - zone &&
                 freeY_ >= World.ViewY + zone && freeY_ < World.ViewY + World.ViewH - zone;
@@ -204,6 +205,7 @@ void NaviSystem::Start(NaviEvent&) {
   startRotation_ = GeneralPen::PenRotation;
   startSmooth_ = PenTweaks::Smoothing;
   penX_ = startX_, penY_ = startY_;
+  startedInUv_ = World.Uv && World.Uv->Contains(freeX_, freeY_);
 }
 
 bool NaviSystem::Update(int key) {
@@ -269,6 +271,17 @@ void NaviSystem::Act(NaviEvent& e) {
   float p = std::max(1.0f, World.PenPixelRadius ? World.PenPixelRadius() : GeneralPen::PenRadius);
   comms::cFreeViewer* cam = World.Camera;
   const float rot = AppOptions::CamRotSpeed, zoom = AppOptions::CamZoomSpeed;
+  // A pan or zoom that started over the UV preview moves the preview.
+  UvPreview* uv = startedInUv_ ? World.Uv : nullptr;
+  if (uv && e.ActionType >= NAVI_MOVE_SCREEN && e.ActionType <= NAVI_MOVE_XY) {
+    uv->Pan(dx, dy);
+    return;
+  }
+  if (uv && e.ActionType == NAVI_SCALE) {
+    uv->ZoomAbout(std::exp((dx - dy) * zoom / 100.0f), startX_, startY_);
+    return;
+  }
+  MaterialPattern* pattern = World.Pattern;
   switch (e.ActionType) {
     case NAVI_MOVE_SCREEN:
     case NAVI_MOVE_ZX:
@@ -289,6 +302,21 @@ void NaviSystem::Act(NaviEvent& e) {
       break;
     case NAVI_FOV:
       if (cam) cam->Fov = std::min(179.0f, cam->Fov * std::exp(-dy / 100.0f)), cam->Update();
+      break;
+    case NAVI_MOVE_MTL:
+      if (pattern) pattern->Move(-dx, dy);
+      break;
+    case NAVI_SCALE_MTL:
+      if (pattern) pattern->ScaleAbout(1 + dx / 100, 1 + dx / 100, startX_, startY_);
+      break;
+    case NAVI_ROTATE_MTL:
+      if (pattern) pattern->RotateAbout(dx / 100, startX_, startY_);
+      break;
+    case NAVI_ASPECT_MTL:
+      if (pattern) pattern->ScaleAbout(1 - dx / 100, 1 + dx / 100, startX_, startY_);
+      break;
+    case NAVI_MOVE_UV:
+      if (World.Uv && buttons_[0]) World.Uv->Pan(dx, dy);
       break;
     case NAVI_START_TWEAK_PEN_PARAMS:
       if (std::fabs(ty) > std::fabs(tx)) {

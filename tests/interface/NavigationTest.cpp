@@ -246,3 +246,107 @@ TEST(NaviSequence, NamesThatDoNotConvertAreDropped) {
   e.Sequence = "nothing";
   EXPECT_TRUE(e.Keys().empty());
 }
+
+namespace {
+// The pattern coordinates of a screen point.
+std::pair<float, float> OnPattern(const MaterialPattern& p, float x, float y) {
+  float u = 0, v = 0;
+  p.ToPattern(x, y, u, v);
+  return {u, v};
+}
+constexpr int kM = keys::A + ('M' - 'A');
+}  // namespace
+
+TEST_F(NavigationTest, PatternRowsNeedAPatternAndMoveItByTheDrag) {
+  nav.Add(NAVI_MOVE_MTL, "M+LMB");
+  static MaterialPattern pattern;
+  pattern = MaterialPattern();
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_EQ(nav.Running(), -1);
+  nav.World.Pattern = &pattern;
+  comms::cFreeViewer before = cam;
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_FLOAT_EQ(pattern.OffsetX, -40) << "moved by (-dx, dy)";
+  EXPECT_FLOAT_EQ(pattern.OffsetY, -20);
+  EXPECT_TRUE(SameOrientation(cam, before)) << "the camera stays";
+  nav.World.Pattern = nullptr;
+}
+
+TEST_F(NavigationTest, PatternScaleTurnAndAspectKeepTheStartPointOnThePattern) {
+  static MaterialPattern pattern;
+  pattern = MaterialPattern();
+  pattern.OffsetX = 37, pattern.OffsetY = -11, pattern.Rotation = 0.3f;
+  nav.World.Pattern = &pattern;
+  const float sx = 213, sy = 157;  // where each drag starts
+  struct Case {
+    int action;
+    float scaleX, scaleY, turn;
+  } cases[] = {
+      {NAVI_SCALE_MTL, std::pow(1.1f, 4), std::pow(1.1f, 4), 0},
+      {NAVI_ROTATE_MTL, 1, 1, 0.4f},
+      {NAVI_ASPECT_MTL, std::pow(0.9f, 4), std::pow(1.1f, 4), 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.action);
+    nav.Events.Clear();
+    nav.Add(c.action, "M+LMB");
+    const MaterialPattern start = pattern;
+    const auto anchor = OnPattern(pattern, sx, sy);
+    Drag(kM, keys::LeftButton, sx, sy, sx + 40, sy + 30);  // dx 10 a step; dy plays no part
+    EXPECT_NEAR(pattern.ScaleX, start.ScaleX * c.scaleX, 1e-4f);
+    EXPECT_NEAR(pattern.ScaleY, start.ScaleY * c.scaleY, 1e-4f);
+    EXPECT_NEAR(pattern.Rotation, start.Rotation + c.turn, 1e-5f);
+    const auto after = OnPattern(pattern, sx, sy);
+    EXPECT_NEAR(after.first, anchor.first, 1e-2f) << "the start point stays where it was on the pattern";
+    EXPECT_NEAR(after.second, anchor.second, 1e-2f);
+    EXPECT_FALSE(OnPattern(pattern, sx + 50, sy + 9) == OnPattern(start, sx + 50, sy + 9)) << "elsewhere it moved";
+  }
+  nav.World.Pattern = nullptr;
+}
+
+TEST_F(NavigationTest, TheUvPreviewTakesItsOwnRowsAndThePansThatStartOverIt) {
+  static UvPreview uv;
+  uv = UvPreview();
+  uv.Shown = true;
+  uv.X = 601, uv.Y = 403, uv.W = 151, uv.H = 147;
+  nav.World.Uv = &uv;
+  nav.Add(NAVI_MOVE_UV, "M+LMB");
+  NaviEvent* rotate = nav.Add(NAVI_ROTATE, "ALT+LMB");
+  rotate->OnlyInUV = true;
+  nav.Add(NAVI_MOVE_SCREEN, "ALT+MMB");
+  nav.Add(NAVI_SCALE, "ALT+RMB");
+  // The UV move: only over the preview.
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_EQ(uv.PanX, 0.0f);
+  Drag(kM, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_FLOAT_EQ(uv.PanX, 40);
+  EXPECT_FLOAT_EQ(uv.PanY, -20);
+  // A row only for the preview does nothing elsewhere, and turns the camera over it.
+  comms::cFreeViewer before = cam;
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_TRUE(SameOrientation(cam, before));
+  Drag(keys::Alt, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_FALSE(SameOrientation(cam, before));
+  // A pan that starts over the preview pans the preview, not the camera.
+  before = cam;
+  Drag(keys::Alt, keys::MiddleButton, 650, 450, 630, 480);
+  EXPECT_TRUE(SameOrientation(cam, before));
+  EXPECT_FLOAT_EQ(uv.PanX, 20);
+  EXPECT_FLOAT_EQ(uv.PanY, 10);
+  Drag(keys::Alt, keys::MiddleButton, 100, 100, 120, 130);
+  EXPECT_FALSE(SameOrientation(cam, before)) << "outside it the camera pans";
+  EXPECT_FLOAT_EQ(uv.PanX, 20);
+  // A zoom over it zooms about the start point: that UV point stays put.
+  const float zx = 655, zy = 461;
+  const float u0 = (zx - uv.X - uv.PanX) / uv.Zoom, v0 = (zy - uv.Y - uv.PanY) / uv.Zoom;
+  Drag(keys::Alt, keys::RightButton, zx, zy, zx + 40, zy - 20);
+  EXPECT_NEAR(uv.Zoom, std::exp(60 / 100.0f), 1e-4f);
+  EXPECT_NEAR((zx - uv.X - uv.PanX) / uv.Zoom, u0, 1e-3f);
+  EXPECT_NEAR((zy - uv.Y - uv.PanY) / uv.Zoom, v0, 1e-3f);
+  // Hidden, the preview takes nothing.
+  uv.Shown = false;
+  const float panX = uv.PanX;
+  Drag(kM, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_EQ(uv.PanX, panX);
+  nav.World.Uv = nullptr;
+}
