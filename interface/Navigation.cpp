@@ -39,6 +39,28 @@ float WrapAngle(float a) {
   return a < 0 ? a + 2 * kPi : a;
 }
 
+constexpr float kDegToRad = kPi / 180;
+
+// A pan kept in the plane of two world axes: the screen move with the part
+// along the third axis (`fixedAxis` 0 x, 1 y, 2 z) taken out.
+void PanInPlane(comms::cFreeViewer& cam, float dx, float dy, int fixedAxis) {
+  const float step = cam.OrthoProj ? 1.0f / cam.OrthoScale : cam.PanSpeed * (std::fabs(cam.m_ToEye) + 10);
+  comms::cVec3 move = cam.Right * (dx * step) + cam.Up * (dy * step);
+  (fixedAxis == 0 ? move.x : fixedAxis == 1 ? move.y : move.z) = 0;
+  cam.m_Center -= move;
+  cam.Update();
+}
+
+// A turn about the screen's own axes: up and down about its horizontal,
+// left and right about its vertical (the orbit turns about the world's).
+void RotateOnScreen(comms::cFreeViewer& cam, float dx, float dy) {
+  const float a = cam.RotateSpeed * kDegToRad;
+  comms::cQuat pitch = comms::cQuat::FromAxisAngle(comms::cVec3(1, 0, 0), dy * a);
+  comms::cQuat yaw = comms::cQuat::FromAxisAngle(comms::cVec3(0, 1, 0), -dx * a);
+  cam.Orient = ((pitch * yaw) * cam.Orient).Normalized();
+  cam.Update();
+}
+
 int ButtonIndex(int k) { return k >= keys::LeftButton && k <= keys::MiddleButton ? k - keys::LeftButton : -1; }
 }  // namespace
 
@@ -284,17 +306,21 @@ void NaviSystem::Act(NaviEvent& e) {
   MaterialPattern* pattern = World.Pattern;
   switch (e.ActionType) {
     case NAVI_MOVE_SCREEN:
+      if (cam) cam->Pan(dx, -dy);
+      break;
     case NAVI_MOVE_ZX:
     case NAVI_MOVE_YZ:
     case NAVI_MOVE_XY:
-      if (cam) cam->Pan(dx, -dy);
+      if (cam) PanInPlane(*cam, dx, -dy, e.ActionType == NAVI_MOVE_ZX ? 1 : e.ActionType == NAVI_MOVE_YZ ? 0 : 2);
       break;
     case NAVI_SCALE:
       if (cam) cam->DragZoom(dx * zoom, -dy * zoom);
       break;
     case NAVI_ROTATE:
-    case NAVI_SCREEN_ROTATE:
       if (cam) cam->Rotate(dx * rot, -dy * rot);
+      break;
+    case NAVI_SCREEN_ROTATE:
+      if (cam) RotateOnScreen(*cam, dx * rot, -dy * rot);
       break;
     case NAVI_ROLL:
     case NAVI_SCREEN_ROLL:

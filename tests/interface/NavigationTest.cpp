@@ -350,3 +350,84 @@ TEST_F(NavigationTest, TheUvPreviewTakesItsOwnRowsAndThePansThatStartOverIt) {
   EXPECT_EQ(uv.PanX, panX);
   nav.World.Uv = nullptr;
 }
+
+TEST_F(NavigationTest, PlanePansKeepTheirThirdAxisAndScreenPanMovesAll) {
+  cam.Rotate(37, 23);  // looking down at a slant, so every axis shows on screen
+  const struct {
+    int action;
+    int fixedAxis;
+  } rows[] = {{NAVI_MOVE_ZX, 1}, {NAVI_MOVE_YZ, 0}, {NAVI_MOVE_XY, 2}};
+  auto axis = [](const comms::cVec3& v, int i) { return i == 0 ? v.x : i == 1 ? v.y : v.z; };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.action);
+    nav.Events.Clear();
+    nav.Add(r.action, "ALT+MMB");
+    const comms::cVec3 before = cam.m_Center;
+    Drag(keys::Alt, keys::MiddleButton, 300, 200, 347, 171);
+    EXPECT_NEAR(axis(cam.m_Center, r.fixedAxis), axis(before, r.fixedAxis), 1e-4f) << "stays in its plane";
+    float moved = 0;
+    for (int i = 0; i < 3; ++i) moved += std::fabs(axis(cam.m_Center, i) - axis(before, i));
+    EXPECT_GT(moved, 1e-3f);
+  }
+  nav.Events.Clear();
+  nav.Add(NAVI_MOVE_SCREEN, "ALT+MMB");
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::MiddleButton, 300, 200, 340, 180);
+  for (int i = 0; i < 4; ++i) expected.Pan(10, 5);
+  EXPECT_NEAR(cam.m_Center.x, expected.m_Center.x, 1e-4f);
+  EXPECT_NEAR(cam.m_Center.y, expected.m_Center.y, 1e-4f);
+  EXPECT_NEAR(cam.m_Center.z, expected.m_Center.z, 1e-4f);
+}
+
+TEST_F(NavigationTest, ScreenTurnKeepsTheScreensUpWhereTheOrbitTiltsIt) {
+  cam.Rotate(0, 30);  // tilted down: the orbit's vertical axis is not the screen's
+  cam.Update();
+  const comms::cVec3 up = cam.Up;
+  nav.Add(NAVI_SCREEN_ROTATE, "ALT+LMB");
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 360, 200);  // across only
+  EXPECT_NEAR(cam.Up.x, up.x, 1e-4f);
+  EXPECT_NEAR(cam.Up.y, up.y, 1e-4f);
+  EXPECT_NEAR(cam.Up.z, up.z, 1e-4f);
+  const comms::cVec3 screenUp = cam.Up;
+  nav.Events.Clear();
+  nav.Add(NAVI_ROTATE, "ALT+LMB");
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 360, 200);
+  EXPECT_GT(std::fabs(cam.Up.x - screenUp.x) + std::fabs(cam.Up.z - screenUp.z), 1e-3f) << "the orbit turns about the world's up";
+}
+
+TEST_F(NavigationTest, RollsFovAndPivotPick) {
+  nav.Add(NAVI_ROLL, "ALT+LMB");
+  nav.Add(NAVI_SCREEN_ROLL, "ALT+SHIFT+LMB");
+  nav.Add(NAVI_FOV, "ALT+RMB");
+  nav.Add(NAVI_PICK_PIVOT, "P");
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 340, 180);
+  for (int i = 0; i < 4; ++i) expected.Roll(10, 5);
+  EXPECT_TRUE(SameOrientation(cam, expected));
+  // The roll about the screen, with Shift too, and at twice the speed.
+  AppOptions::CamRotSpeed = 2;
+  fake.SetKeyDown(keys::Shift, true);
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 340, 180);
+  fake.SetKeyDown(keys::Shift, false);
+  for (int i = 0; i < 4; ++i) expected.Roll(20, 10);
+  EXPECT_TRUE(SameOrientation(cam, expected));
+  // FOV: times exp(-dy / 100) per move, never past 179.
+  cam.Fov = 60;
+  Drag(keys::Alt, keys::RightButton, 300, 200, 300, 160);
+  EXPECT_NEAR(cam.Fov, 60 * std::exp(0.4f), 1e-3f);
+  Drag(keys::Alt, keys::RightButton, 300, 590, 300, 0, 8);
+  EXPECT_EQ(cam.Fov, 179.0f);
+  // The pivot: the surface point under the pointer, once.
+  nav.World.SurfacePoint = [](float x, float y, float out[3]) {
+    out[0] = x / 100, out[1] = -y / 100, out[2] = 7;
+    return true;
+  };
+  Move(250, 150);
+  Key(keys::A + ('P' - 'A'), true);
+  EXPECT_EQ(nav.Running(), -1);
+  EXPECT_NEAR(cam.m_Center.x, 2.5f, 1e-5f);
+  EXPECT_NEAR(cam.m_Center.y, -1.5f, 1e-5f);
+  EXPECT_NEAR(cam.m_Center.z, 7, 1e-5f);
+  EXPECT_EQ(AppOptions::PivotType, 4);
+  Key(keys::A + ('P' - 'A'), false);
+}
