@@ -525,12 +525,14 @@ DockBase* Docks::DockBeside(DockableHeader* dragged, DockableHeader* target, int
   base->AddChild(space);
   Settle(target);
   Settle(dragged);
-  // Each takes half of the target's place, the dragged one on `side`.
+  // The target keeps its place and size; the dragged one keeps its width
+  // (or height) and lies along the target's side, and the frame grows to
+  // hold it (leftwards or upwards for those sides).
   const bool across = side == 1 || side == 3;
-  for (DockableHeader* d : {target, dragged}) {
-    d->W = across ? w / 2 : w;
-    d->H = across ? h : h / 2;
-  }
+  dragged->W = std::clamp(across ? dragged->W : w, kMinSize, kMaxSize);
+  dragged->H = std::clamp(across ? h : dragged->H, kMinSize, kMaxSize);
+  if (side == 1) base->PopupX -= dragged->W;
+  if (side == 0) base->PopupY -= dragged->H;
   if (side == 0 || side == 1) space->AddChild(dragged), space->AddChild(target);
   else space->AddChild(target), space->AddChild(dragged);
   root_.AddChild(base);

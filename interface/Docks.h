@@ -41,7 +41,8 @@ class DockableHeader : public FrameWidget {
 
 // "DOCKBASE": a floating frame made when a header is dropped on the side of
 // another floating one. It holds a DockSpace (Margin inside each edge) with
-// the two headers side by side, and goes when fewer than two are left.
+// the headers side by side, grows to fit them, and goes when fewer than two
+// are left.
 class DockBase : public BaseWidget {
  public:
   static constexpr float kMargin = 6;
@@ -104,8 +105,8 @@ class Docks {
   DockTarget FindTarget(const DockableHeader* dragged, float x, float y) const;
   // Docks `dragged` at the target; false (left floating) for no target.
   bool Drop(DockableHeader* dragged, const DockTarget& target);
-  // A new DOCKBASE frame in place of the floating `target`, with `dragged`
-  // on `side` of it; each takes half of the target's rectangle.
+  // A new DOCKBASE frame around the floating `target` (which keeps its
+  // place), with `dragged` docked on `side` of it.
   DockBase* DockBeside(DockableHeader* dragged, DockableHeader* target, int side);
 
   // The places of the floating headers, by the name of their shown window,

@@ -38,7 +38,10 @@ class PenValueText : public TextWidget {
  public:
   int Pair = 0;
   MV_CLASS(PenValueText, TextWidget) {}
-  PenValueText() { AddCallback(kEvDraw, MakeCallback(this, &PenValueText::Refresh), true); }
+  PenValueText() {
+    Callbacks.Clear();  // its own drawing replaces the text's
+    AddCallback(kEvDraw, MakeCallback(this, &PenValueText::Refresh));
+  }
   bool Refresh() {
     char line[96];
     snprintf(line, sizeof line, Pair == 1 ? "%s : %.0f" : "%s : %.2f", ::Text(kValueKeys[Pair]), ShownValue(Pair));

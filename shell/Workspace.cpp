@@ -199,8 +199,8 @@ void Workspace::MakeDocks() {
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
   // The pen's values with their ramp buttons float over the view's lower left.
-  BaseWidget* values = BuildPenValuesPanel(ui.Px(220));
-  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(220),
+  BaseWidget* values = BuildPenValuesPanel(ui.Px(250));
+  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(250),
                 values->H + ui.Px(DockableHeader::kCaption));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;
@@ -232,6 +232,11 @@ void Workspace::ApplyToShell() {
   cam.RollSpeed = base.RollSpeed * AppOptions::CamRotSpeed;
   cam.ZoomSpeed = base.ZoomSpeed * AppOptions::CamZoomSpeed;
   cam.WheelSpeed = base.WheelSpeed * AppOptions::CamZoomSpeed;
+  // The background's three kinds come in the same order as the option's.
+  comms::cBackground& back = view_.Background();
+  back.UseBackgrImage = AppOptions::UseBackgrImage;
+  back.TopBackgroundColor1 = AppOptions::TopBackgroundColor1;
+  back.BottomBackgroundColor1 = AppOptions::BottomBackgroundColor1;
   shell_.FrameIn(0);
 }
 

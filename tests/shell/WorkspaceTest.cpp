@@ -99,6 +99,12 @@ TEST_F(WorkspaceTest, OptionsReachTheShellAndTheCameraAtOnce) {
   EXPECT_TRUE(program_->TheShell().Autosave().Autosave);
   EXPECT_EQ(program_->TheShell().Autosave().AutosaveTime, 7);
   EXPECT_TRUE(Exists(Home("Options.xml")));
+  // The background follows its options too.
+  AppOptions::TopBackgroundColor1 = 0xff2a5b17u;
+  AppOptions::UseBackgrImage = comms::cBackground::SkyBox;
+  ASSERT_TRUE(SaveOptions());
+  EXPECT_EQ(program_->View().Background().TopBackgroundColor1, 0xff2a5b17u);
+  EXPECT_EQ(program_->View().Background().UseBackgrImage, int(comms::cBackground::SkyBox));
   EXPECT_TRUE(Exists(Home("Temp/resettheme5.dat")));
 }
 
