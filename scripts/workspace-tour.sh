@@ -71,7 +71,7 @@ xdotool mouseup 1
 shot 13-navigation-docked
 # The pen's radius: hold the "+" of its row in the pen values window for a
 # second and a half; the value grows all the while, and stops on release.
-at 714 567
+at 734 567
 xdotool mousedown 1
 sleep 0.7
 shot 14-radius-ramp-held

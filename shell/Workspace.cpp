@@ -199,8 +199,8 @@ void Workspace::MakeDocks() {
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
   // The pen's values with their ramp buttons float over the view's lower left.
-  BaseWidget* values = BuildPenValuesPanel(ui.Px(250));
-  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(250),
+  BaseWidget* values = BuildPenValuesPanel(ui.Px(270));
+  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(270),
                 values->H + ui.Px(DockableHeader::kCaption));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -160,6 +161,42 @@ TEST_F(WorkspaceTest, BracketsStepThePenThroughTheHotKeysAndMayBeReboundInPlace)
   Key(keys::LeftBracket, false);
   EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f) << "[ keeps its command";
   control->Delete();
+}
+
+TEST_F(WorkspaceTest, HoldingARampButtonGrowsThePenEveryFrameUntilLetGo) {
+  GeneralPenSaver keep;
+  GeneralPen::PenRadius = 10;
+  BaseWidget* plus = TheWidgetTree().Root().FindWidget("$PEN_RADIUS_PLUS");
+  ASSERT_NE(plus, nullptr);
+  auto event = [&](PlatformEvent::Type type, int key = -1) {
+    PlatformEvent e;
+    e.type = type;
+    e.x = plus->AbsX + 5, e.y = plus->AbsY + 5;
+    e.key = key;
+    fake.WarpPointer(e.x, e.y);
+    fake.Push(e);
+    program_->TheShell().RunFrames(1);
+  };
+  event(PlatformEvent::Type::MouseMove);
+  fake.SetKeyDown(keys::LeftButton, true);
+  event(PlatformEvent::Type::ButtonDown, keys::LeftButton);
+  const uint32_t pressed = fake.TickMs();
+  for (int i = 0; i < 12; ++i) {
+    fake.AdvanceTick(45);
+    program_->TheShell().RunFrames(1);
+  }
+  // However the frames fell, the ramp adds up the time since the press.
+  const float held = float(fake.TickMs() - pressed);
+  EXPECT_NEAR(GeneralPen::PenRadius, 10 * std::exp(held / 3000), 1e-3f);
+  EXPECT_GT(GeneralPen::PenRadius, 11.5f);
+  fake.SetKeyDown(keys::LeftButton, false);
+  event(PlatformEvent::Type::ButtonUp, keys::LeftButton);
+  const float released = GeneralPen::PenRadius;
+  for (int i = 0; i < 5; ++i) {
+    fake.AdvanceTick(45);
+    program_->TheShell().RunFrames(1);
+  }
+  EXPECT_EQ(GeneralPen::PenRadius, released);
 }
 
 TEST_F(WorkspaceTest, ChangingRoomsSavesTheOldPageAndLoadsTheNew) {
