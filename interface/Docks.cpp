@@ -148,6 +148,13 @@ bool DockableHeader::OnPress() {
   if (TheDocks() && !IsPopup) {
     FloatAt(this, TheDocks()->Root(), AbsX, AbsY);
     TheDocks()->Arrange();
+  } else if (Docks* d = TheDocks(); d && ParentWidget() == &d->Root()) {
+    // A floating one comes to the front, over the windows it may land on.
+    const float x = AbsX, y = AbsY;
+    Detach(this);
+    d->Root().AddChild(this);
+    AbsX = x, AbsY = y;
+    PlaceChildren();
   }
   ui.Drag = this;
   grabX_ = ui.PointerX - PopupX, grabY_ = ui.PointerY - PopupY;
