@@ -470,7 +470,15 @@ DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) co
     if (!Alive(c) || c == dragged || !c->Visible()) continue;
     if (auto* h = dynamic_cast<DockableHeader*>(c)) {
       int z = ZoneOf(h, x, y, true, r);
-      if (z != -2) return {h, z, {r[0], r[1], r[2], r[3]}};
+      if (z < -1) continue;
+      // A side shows where the dragged one will lie: along it, at its own width or height.
+      const float dw = dragged ? std::clamp(dragged->W, kMinSize, kMaxSize) : h->W / 2;
+      const float dh = dragged ? std::clamp(dragged->H, kMinSize, kMaxSize) : h->H / 2;
+      if (z == 0) r[0] = h->AbsX, r[1] = h->AbsY - dh, r[2] = h->W, r[3] = dh;
+      if (z == 1) r[0] = h->AbsX - dw, r[1] = h->AbsY, r[2] = dw, r[3] = h->H;
+      if (z == 2) r[0] = h->AbsX, r[1] = h->AbsY + h->H, r[2] = h->W, r[3] = dh;
+      if (z == 3) r[0] = h->AbsX + h->W, r[1] = h->AbsY, r[2] = dw, r[3] = h->H;
+      return {h, z, {r[0], r[1], r[2], r[3]}};
     } else if (auto* base = dynamic_cast<DockBase*>(c); base && base->Space()) {
       if (headers(base->Space()) || spaces(base->Space())) return t;
     }

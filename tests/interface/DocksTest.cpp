@@ -188,7 +188,13 @@ DockBase* OnlyDockBase(BaseWidget& root) {
 }  // namespace
 
 TEST_F(DocksTest, AHeaderDroppedOnTheSideOfAFloatingOneSharesADockBaseWithIt) {
-  // COLORS let go on the right strip of the floating LAYERS (300, 200, 220 x 300).
+  // COLORS let go on the right strip of the floating LAYERS (300, 200, 220 x 300);
+  // the highlight shows where it will lie.
+  ui.Frame();
+  const DockTarget aim = docks->FindTarget(colors, 300 + 220 - 8, 350);
+  ASSERT_EQ(aim.Target, layers);
+  EXPECT_EQ(aim.Side, 3);
+  EXPECT_EQ((Rect{aim.Rect[0], aim.Rect[1], aim.Rect[2], aim.Rect[3]}), (Rect{520, 200, 200, 300}));
   DragHeader(colors, 300 + 220 - 8, 350);
   DockBase* base = OnlyDockBase(ui.tree.Root());
   ASSERT_NE(base, nullptr);
