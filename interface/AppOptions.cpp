@@ -13,6 +13,7 @@
 #include "ClassEngine/xml/XmlNode.h"
 #include "interface/HotKeys.h"
 #include "interface/UiContext.h"
+#include "interface/Widgets.h"
 #include "paint/GeneralPen.h"
 
 namespace {
@@ -42,6 +43,7 @@ void ListOptions(Sink& s) {
   Enumerator* fill = Enum("FILLBORDER_ENUM", {"FILLB_ASK", "FILLB_FILL", "FILLB_NOFILL"});
   Enumerator* quality = Enum("MESH_VIEW_QUALITY", {"LOW_QUALITY_MESH", "HIGH_QUALITY_MESH"});
   Enumerator* m3d = Enum("M3D_KEYS", {"NONE", "Key 1", "Key 2"});
+  Enumerator* snap = Enum("SNAPPING_METHOD", {"SnapToOuter", "SnapToNearestAlongNormal", "SnapToNearestVertex"});
 
   s.Group("PERFORM_AUTOSAVE");
   s("_bool", A::Autosave, "Autosave");
@@ -139,16 +141,16 @@ void ListOptions(Sink& s) {
   s("_bool", A::EnableChannels[0], "EnableChannels[0]");
   s("_bool", A::EnableChannels[1], "EnableChannels[1]");
   s("_bool", A::EnableChannels[3], "EnableChannels[3]");
-  s("_int", A::PivotType, "PivotType");
+  s("CtrlISlider", A::PivotType, "PivotType", I(0, 4));
   s("CtrlFSlider", A::SymmSnapValue, "SymmSnapValue", F(0, 100));
-  s("_int", A::SnappingMethod, "SnappingMethod");
-  s("_int", A::FreezeViewMode, "FreezeViewMode");
+  s("_index", A::SnappingMethod, "SnappingMethod", snap);
+  s("CtrlISlider", A::FreezeViewMode, "FreezeViewMode", I(0, 2));
   s("CtrlFSlider", A::FreezePScrollSpeed, "FreezePScrollSpeed", F(0.1f, 10));
   s("_bool", A::PickFromAllLayers, "PickFromAllLayers");
   s("_bool", A::PickDepthToo, "PickDepthToo");
   s("_bool", A::PickFromCentralPoint, "PickFromCentralPoint");
-  s("_int", A::PickerType, "PickerType");
-  s("_int", A::PickColorMode, "PickColorMode");
+  s("CtrlISlider", A::PickerType, "PickerType", I(0, 3));
+  s("CtrlISlider", A::PickColorMode, "PickColorMode", I(0, 3));
   s("_float", A::LightDirX, "LightDirX");
   s("_float", A::LightDirY, "LightDirY");
   s("_float", A::LightDirZ, "LightDirZ");
@@ -242,11 +244,49 @@ ClassArray<RecentFile>& AppOptions::RecentFiles() {
   return *list;
 }
 
+ClassArray<WindowPos>& AppOptions::WindowStates() {
+  static auto* list = new ClassArray<WindowPos>;
+  return *list;
+}
+ClassArray<SliderState>& AppOptions::SliderStates() {
+  static auto* list = new ClassArray<SliderState>;
+  return *list;
+}
+ClassArray<FolderState>& AppOptions::FolderStates() {
+  static auto* list = new ClassArray<FolderState>;
+  return *list;
+}
+
+void AppOptions::CaptureWidgetStates() {
+  SliderStates().Clear();
+  for (const auto& [name, pos] : ScrollPositions()) {
+    auto* s = new SliderState;
+    s->Name = name.c_str(), s->Pos = pos;
+    SliderStates().Add(s);
+  }
+  FolderStates().Clear();
+  for (const auto& [name, open] : ::FolderStates()) {
+    auto* f = new FolderState;
+    f->Name = name.c_str(), f->Open = open;
+    FolderStates().Add(f);
+  }
+}
+
+void AppOptions::RestoreWidgetStates() {
+  for (const SliderState* s : SliderStates())
+    if (s && !s->Name.IsEmpty()) SetScrollPosition(s->Name.cpchar(), s->Pos);
+  for (const FolderState* f : FolderStates())
+    if (f && !f->Name.IsEmpty()) SetFolderOpen(f->Name.cpchar(), f->Open);
+}
+
 void AppOptions::RegisterOwnMembers() {
   PlainSink sink{this};
   ListOptions(sink);
   AddStatic("ClassArray.OneHotKey", HotKeyList(), "HotKeys");
   AddStatic("ClassArray.RecentFile", RecentFiles(), "RecentFiles");
+  AddStatic("ClassArray.WindowPos", WindowStates(), "WindowStates");
+  AddStatic("ClassArray.SliderState", SliderStates(), "SliderStates");
+  AddStatic("ClassArray.FolderState", FolderStates(), "FolderStates");
 }
 
 void OptForm::RegisterOwnMembers() {

@@ -20,6 +20,47 @@ class RecentFile : public BaseClass {
   MV_CLASS(RecentFile, BaseClass) { Member("_str", Path, "Path"); }
 };
 
+// A scroll bar's position and a folder's open state, by the panel's or the
+// folder's name, kept across runs with the options.
+class SliderState : public BaseClass {
+ public:
+  _str Name;
+  float Pos = 0;
+  MV_CLASS(SliderState, BaseClass) {
+    Member("_str", Name, "Name");
+    Member("_float", Pos, "Pos");
+  }
+};
+class FolderState : public BaseClass {
+ public:
+  _str Name;
+  bool Open = true;
+  MV_CLASS(FolderState, BaseClass) {
+    Member("_str", Name, "Name");
+    Member("_bool", Open, "Open");
+  }
+};
+
+// The remembered place of a floating window, by the name of the window it shows.
+class WindowPos : public BaseClass {
+ public:
+  _str WndName;
+  bool EnableTopmost = true, EnablePopup = true, EnableSize = true;
+  float Width = 0, Height = 0, X = 0, Y = 0, PopupX = 0, PopupY = 0;
+  MV_CLASS(WindowPos, BaseClass) {
+    Member("_str", WndName, "WndName");
+    Member("_bool", EnableTopmost, "EnableTopmost");
+    Member("_bool", EnablePopup, "EnablePopup");
+    Member("_bool", EnableSize, "EnableSize");
+    Member("_float", Width, "Width");
+    Member("_float", Height, "Height");
+    Member("_float", X, "X");
+    Member("_float", Y, "Y");
+    Member("_float", PopupX, "PopupX");
+    Member("_float", PopupY, "PopupY");
+  }
+};
+
 // Values of the "_index" options (their enumerators carry these names).
 enum WheelAction : int {
   WHEEL_CHANGE_RADIUS,
@@ -90,7 +131,8 @@ class AppOptions : public OptionStatics {
   static inline float NearPlane = 1.0f;
   static inline int PivotType = 0;
   static inline float SymmSnapValue = 2.0f;
-  static inline int SnappingMethod = 0, FreezeViewMode = 0;
+  static inline int SnappingMethod = 0;  // SNAPPING_METHOD
+  static inline int FreezeViewMode = 0;
   static inline float FreezePScrollSpeed = 1.0f;
   static inline bool PickFromAllLayers = true, PickDepthToo = true, PickFromCentralPoint = true;
   static inline int PickerType = 1, PickColorMode = 0;
@@ -126,6 +168,12 @@ class AppOptions : public OptionStatics {
 
   // The lists, emptied at load.
   static ClassArray<RecentFile>& RecentFiles();
+  static ClassArray<WindowPos>& WindowStates();
+  static ClassArray<SliderState>& SliderStates();
+  static ClassArray<FolderState>& FolderStates();
+  // The folder and scroll states of the widgets into the lists, and back.
+  static void CaptureWidgetStates();
+  static void RestoreWidgetStates();
   static constexpr int kMaxRecentFiles = 20;
   static constexpr int kMaxListLength = 1000;  // a longer loaded list is cleared
 

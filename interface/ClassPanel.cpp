@@ -338,7 +338,7 @@ void ScrollPanel::SetContent(BaseWidget* content) {
   AddChild(content);
   // The content goes first, the bar stays in front.
   Children.MoveElement(Children.GetAmount() - 1, -(Children.GetAmount() - 1));
-  scroller_->Pos = Name.IsEmpty() ? 0 : SliderState(Name.cpchar());
+  scroller_->Pos = Name.IsEmpty() ? 0 : ScrollPosition(Name.cpchar());
   scroller_->X = W - PadLeft - PadRight - scroller_->W;
   scroller_->H = H - PadTop - PadBottom;
   content->Y = -scroller_->Pos;

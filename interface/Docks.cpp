@@ -34,6 +34,29 @@ bool Detach(BaseWidget* w) {
 
 bool Alive(const BaseWidget* w) { return w && !w->Has(kWfDeleted); }
 
+bool HoldsWindow(const BaseWidget* h) {
+  for (BaseWidget* w : h->Children)
+    if (Alive(w) && *w->Name.cpchar()) return true;
+  return false;
+}
+
+// Takes a header out of the tree it is docked in and floats it at `x`, `y`
+// under `root`.
+void FloatAt(DockableHeader* h, BaseWidget& root, float x, float y) {
+  Detach(h);
+  h->IsPopup = 1;
+  h->Layout |= kLayOnTop | kLayKeepOpen1;
+  h->PopupX = x, h->PopupY = y;
+  root.AddChild(h);
+}
+
+// Makes a header a docked child: no longer a popup.
+void Settle(DockableHeader* h) {
+  Detach(h);
+  h->IsPopup = 0;
+  h->Layout &= ~(kLayOnTop | kLayKeepOpen1);
+}
+
 std::string PagePath(const char* folder, int room) {
   char rel[64];
   snprintf(rel, sizeof rel, "%s/page_%d.xml", folder, room);
@@ -123,13 +146,15 @@ bool DockableHeader::OnPress() {
   if (ui.PointerY >= AbsY + ui.Px(kCaption)) return false;
   // A docked header floats from where it is.
   if (TheDocks() && !IsPopup) {
-    float x = AbsX, y = AbsY;
-    Detach(this);
-    IsPopup = 1;
-    Layout |= kLayOnTop | kLayKeepOpen1;
-    PopupX = x, PopupY = y;
-    TheDocks()->Root().AddChild(this);
+    FloatAt(this, TheDocks()->Root(), AbsX, AbsY);
     TheDocks()->Arrange();
+  } else if (Docks* d = TheDocks(); d && ParentWidget() == &d->Root()) {
+    // A floating one comes to the front, over the windows it may land on.
+    const float x = AbsX, y = AbsY;
+    Detach(this);
+    d->Root().AddChild(this);
+    AbsX = x, AbsY = y;
+    PlaceChildren();
   }
   ui.Drag = this;
   grabX_ = ui.PointerX - PopupX, grabY_ = ui.PointerY - PopupY;
@@ -154,6 +179,28 @@ bool DockableHeader::OnRelease() {
   if (!d || HotKeys().Ctrl || HotKeys().Shift) return true;  // docking is off with Shift or Ctrl held
   d->Drop(this, d->FindTarget(this, ui.PointerX, ui.PointerY));
   return true;
+}
+
+// ---- the DOCKBASE frame -------------------------------------------------------
+
+DockBase::DockBase() {
+  Name = "DOCKBASE";
+  IsPopup = 1;
+  Layout |= kLayOnTop | kLayKeepOpen1;
+  AddCallback(kEvDraw, MakeCallback(this, &DockBase::OnDraw));
+}
+
+DockSpace* DockBase::Space() const {
+  for (BaseWidget* c : Children)
+    if (auto* s = dynamic_cast<DockSpace*>(c); Alive(s)) return s;
+  return nullptr;
+}
+
+bool DockBase::OnDraw() {
+  UiContext& ui = Ui();
+  ui.FillRect(AbsX, AbsY, W, H, ui.Colors.Frame);
+  ui.FrameRect(AbsX, AbsY, W, H, ui.Colors.Highlight);
+  return false;
 }
 
 // ---- the tree ---------------------------------------------------------------
@@ -192,6 +239,38 @@ void Docks::Arrange() {
   dockRoot_->AbsX = dockRoot_->X, dockRoot_->AbsY = dockRoot_->Y;
   ArrangeNode(dockRoot_);
   dockRoot_->PlaceChildren();
+  ArrangeDockBases();
+}
+
+void Docks::ArrangeDockBases() {
+  const float m = Ui().Px(DockBase::kMargin);
+  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
+    auto* base = dynamic_cast<DockBase*>(root_.Children[i]);
+    if (!Alive(base)) continue;
+    DockSpace* s = base->Space();
+    std::vector<DockableHeader*> held;
+    for (BaseWidget* c : s ? s->Children : base->Children)
+      if (auto* h = dynamic_cast<DockableHeader*>(c); Alive(h)) {
+        if (HoldsWindow(h)) held.push_back(h);
+        else h->Delete();
+      }
+    base->AbsX = base->PopupX, base->AbsY = base->PopupY;
+    if (held.size() >= 2) {
+      // The frame fits its headers, one more dropped on its edge too.
+      const bool across = s->Ordering == 1 || s->Ordering == 3;
+      float run = 0;
+      for (DockableHeader* h : held) run += across ? h->W : h->H;
+      s->X = m, s->Y = m;
+      s->W = across ? run : std::max(0.0f, base->W - 2 * m);
+      s->H = across ? std::max(0.0f, base->H - 2 * m) : run;
+      base->W = s->W + 2 * m, base->H = s->H + 2 * m;
+      ArrangeNode(s);
+      base->PlaceChildren();
+      continue;
+    }
+    for (DockableHeader* h : held) FloatAt(h, root_, h->AbsX, h->AbsY);
+    base->Delete();
+  }
 }
 
 void Docks::ArrangeNode(BaseWidget* node) {
@@ -299,12 +378,7 @@ void Docks::Apply(DocksLayout& layout) {
     for (int i = s->Children.GetAmount() - 1; i >= 0; --i) {
       BaseWidget* c = s->Children[i];
       if (auto* h = dynamic_cast<DockableHeader*>(c)) {
-        float x = h->AbsX, y = h->AbsY;
-        Detach(h);
-        h->IsPopup = 1;
-        h->Layout |= kLayOnTop | kLayKeepOpen1;
-        h->PopupX = x, h->PopupY = y;
-        root_.AddChild(h);
+        FloatAt(h, root_, h->AbsX, h->AbsY);
       } else if (c) {
         undock(c);
       }
@@ -363,13 +437,6 @@ DockableHeader* Docks::Float(BaseWidget* window, float x, float y, float w, floa
 DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) const {
   DockTarget t;
   float r[4];
-  // Floating headers first, then the docked ones from the last child backwards, then spaces.
-  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
-    auto* h = dynamic_cast<DockableHeader*>(root_.Children[i]);
-    if (!Alive(h) || h == dragged || !h->Visible()) continue;
-    int z = ZoneOf(h, x, y, true, r);
-    if (z == -1) return {h, -1, {r[0], r[1], r[2], r[3]}};
-  }
   // Docked headers, deeper spaces first: their captions join as tabs.
   std::function<bool(BaseWidget*)> headers = [&](BaseWidget* s) {
     for (int i = s->Children.GetAmount() - 1; i >= 0; --i) {
@@ -383,9 +450,8 @@ DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) co
     }
     return false;
   };
-  if (headers(dockRoot_)) return t;
-  // Then the edges of the spaces, the outer ones first, so a drop at the
-  // edge of the work area docks at that edge.
+  // The edges of the spaces, the outer ones first, so a drop at the edge of
+  // the work area docks at that edge.
   std::function<bool(DockSpace*)> spaces = [&](DockSpace* s) {
     int z = ZoneOf(s, x, y, false, r);
     bool sideways = z == 1 || z == 3, updown = z == 0 || z == 2;
@@ -396,6 +462,28 @@ DockTarget Docks::FindTarget(const DockableHeader* dragged, float x, float y) co
       if (auto* sub = dynamic_cast<DockSpace*>(c); sub && Alive(sub) && spaces(sub)) return true;
     return false;
   };
+  // Floating windows first, the last one (drawn on top) first: a floating
+  // header's caption joins as a tab and its sides make a DOCKBASE; in a
+  // DOCKBASE the headers' captions and the space's edges count.
+  for (int i = root_.Children.GetAmount() - 1; i >= 0; --i) {
+    BaseWidget* c = root_.Children[i];
+    if (!Alive(c) || c == dragged || !c->Visible()) continue;
+    if (auto* h = dynamic_cast<DockableHeader*>(c)) {
+      int z = ZoneOf(h, x, y, true, r);
+      if (z < -1) continue;
+      // A side shows where the dragged one will lie: along it, at its own width or height.
+      const float dw = dragged ? std::clamp(dragged->W, kMinSize, kMaxSize) : h->W / 2;
+      const float dh = dragged ? std::clamp(dragged->H, kMinSize, kMaxSize) : h->H / 2;
+      if (z == 0) r[0] = h->AbsX, r[1] = h->AbsY - dh, r[2] = h->W, r[3] = dh;
+      if (z == 1) r[0] = h->AbsX - dw, r[1] = h->AbsY, r[2] = dw, r[3] = h->H;
+      if (z == 2) r[0] = h->AbsX, r[1] = h->AbsY + h->H, r[2] = h->W, r[3] = dh;
+      if (z == 3) r[0] = h->AbsX + h->W, r[1] = h->AbsY, r[2] = dw, r[3] = h->H;
+      return {h, z, {r[0], r[1], r[2], r[3]}};
+    } else if (auto* base = dynamic_cast<DockBase*>(c); base && base->Space()) {
+      if (headers(base->Space()) || spaces(base->Space())) return t;
+    }
+  }
+  if (headers(dockRoot_)) return t;
   spaces(dockRoot_);
   return t;
 }
@@ -415,11 +503,11 @@ bool Docks::Drop(DockableHeader* dragged, const DockTarget& t) {
     Arrange();
     return true;
   }
+  if (auto* h = dynamic_cast<DockableHeader*>(t.Target))
+    return h->IsPopup && h->ParentWidget() == &root_ && DockBeside(dragged, h, t.Side);
   auto* space = dynamic_cast<DockSpace*>(t.Target);
   if (!space) return false;
-  Detach(dragged);
-  dragged->IsPopup = 0;
-  dragged->Layout &= ~(kLayOnTop | kLayKeepOpen1);
+  Settle(dragged);
   dragged->W = std::clamp(dragged->W, kMinSize, kMaxSize);
   dragged->H = std::clamp(dragged->H, kMinSize, kMaxSize);
   if (space->Ordering == -1) {
@@ -437,6 +525,62 @@ bool Docks::Drop(DockableHeader* dragged, const DockTarget& t) {
   }
   Arrange();
   return true;
+}
+
+DockBase* Docks::DockBeside(DockableHeader* dragged, DockableHeader* target, int side) {
+  if (!Alive(dragged) || !Alive(target) || dragged == target || side < 0 || side > 3) return nullptr;
+  const float m = Ui().Px(DockBase::kMargin);
+  // Where the user sees it: a popup near the screen's edge is pulled inside.
+  const float x = target->AbsX, y = target->AbsY, w = target->W, h = target->H;
+  auto* base = new DockBase;
+  base->PopupX = x - m, base->PopupY = y - m, base->W = w + 2 * m, base->H = h + 2 * m;
+  auto* space = new DockSpace;
+  space->Ordering = side;
+  space->X = m, space->Y = m, space->W = w, space->H = h;
+  base->AddChild(space);
+  Settle(target);
+  Settle(dragged);
+  // The target keeps its place and size; the dragged one keeps its width
+  // (or height) and lies along the target's side, and the frame grows to
+  // hold it (leftwards or upwards for those sides).
+  const bool across = side == 1 || side == 3;
+  dragged->W = std::clamp(across ? dragged->W : w, kMinSize, kMaxSize);
+  dragged->H = std::clamp(across ? h : dragged->H, kMinSize, kMaxSize);
+  if (side == 1) base->PopupX -= dragged->W;
+  if (side == 0) base->PopupY -= dragged->H;
+  if (side == 0 || side == 1) space->AddChild(dragged), space->AddChild(target);
+  else space->AddChild(target), space->AddChild(dragged);
+  root_.AddChild(base);
+  Arrange();
+  return base;
+}
+
+void Docks::CaptureFloating(ClassArray<WindowPos>& out) const {
+  out.Clear();
+  for (BaseWidget* c : root_.Children) {
+    auto* h = dynamic_cast<DockableHeader*>(c);
+    if (!Alive(h) || !h->IsPopup || h->Current.IsEmpty()) continue;
+    auto* p = new WindowPos;
+    p->WndName = h->Current;
+    p->EnableTopmost = (h->Layout & kLayOnTop) != 0;
+    p->EnablePopup = true;
+    p->Width = h->W, p->Height = h->H;
+    p->X = h->AbsX, p->Y = h->AbsY;
+    p->PopupX = h->PopupX, p->PopupY = h->PopupY;
+    out.Add(p);
+  }
+}
+
+void Docks::PlaceFloating(const ClassArray<WindowPos>& rows) {
+  for (const WindowPos* p : rows) {
+    if (!p || p->WndName.IsEmpty()) continue;
+    BaseWidget* w = root_.FindWidget(p->WndName.cpchar());
+    auto* h = w ? dynamic_cast<DockableHeader*>(w->ParentWidget()) : nullptr;
+    if (!Alive(h) || !h->IsPopup || h->ParentWidget() != &root_) continue;
+    h->PopupX = p->PopupX, h->PopupY = p->PopupY;
+    if (p->EnableSize) h->W = std::clamp(p->Width, kMinSize, kMaxSize), h->H = std::clamp(p->Height, kMinSize, kMaxSize);
+    h->ShowTab(p->WndName.cpchar());
+  }
 }
 
 bool Docks::SavePage(int room) {

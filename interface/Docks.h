@@ -9,6 +9,7 @@
 #include <string>
 
 #include "ClassEngine/ClassArray.h"
+#include "interface/AppOptions.h"
 #include "interface/Widgets.h"
 
 class DockSpace : public BaseWidget {
@@ -36,6 +37,19 @@ class DockableHeader : public FrameWidget {
 
  private:
   float grabX_ = 0, grabY_ = 0;
+};
+
+// "DOCKBASE": a floating frame made when a header is dropped on the side of
+// another floating one. It holds a DockSpace (Margin inside each edge) with
+// the headers side by side, grows to fit them, and goes when fewer than two
+// are left.
+class DockBase : public BaseWidget {
+ public:
+  static constexpr float kMargin = 6;
+  MV_CLASS(DockBase, BaseWidget) {}
+  DockBase();
+  DockSpace* Space() const;
+  bool OnDraw();
 };
 
 class DockWindowName : public BaseClass {
@@ -91,6 +105,14 @@ class Docks {
   DockTarget FindTarget(const DockableHeader* dragged, float x, float y) const;
   // Docks `dragged` at the target; false (left floating) for no target.
   bool Drop(DockableHeader* dragged, const DockTarget& target);
+  // A new DOCKBASE frame around the floating `target` (which keeps its
+  // place), with `dragged` docked on `side` of it.
+  DockBase* DockBeside(DockableHeader* dragged, DockableHeader* target, int side);
+
+  // The places of the floating headers, by the name of their shown window,
+  // and back: a floating header whose window a row names moves there.
+  void CaptureFloating(ClassArray<WindowPos>& out) const;
+  void PlaceFloating(const ClassArray<WindowPos>& rows);
 
   // The room's arrangement to and from the user folder.
   bool SavePage(int room);
@@ -105,6 +127,9 @@ class Docks {
   void CaptureNode(const DockSpace* s, DockLayoutElement& e) const;
   void BuildNode(DockSpace* s, DockLayoutElement& e, std::vector<BaseWidget*>& windows);
   void ArrangeNode(BaseWidget* s);
+  // Lays out the DOCKBASE frames; one with fewer than two headers is taken
+  // apart and what it held floats where it was.
+  void ArrangeDockBases();
 
   BaseWidget& root_;
   DockSpace* dockRoot_;

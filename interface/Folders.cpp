@@ -16,17 +16,19 @@ std::map<std::string, float>& Sliders() {
 }
 }  // namespace
 
-bool FolderState(const std::string& name, bool fallback) {
+bool FolderOpen(const std::string& name, bool fallback) {
   auto it = Folders().find(name);
   return it == Folders().end() ? fallback : it->second;
 }
-void SetFolderState(const std::string& name, bool open) { Folders()[name] = open; }
+void SetFolderOpen(const std::string& name, bool open) { Folders()[name] = open; }
+const std::map<std::string, bool>& FolderStates() { return Folders(); }
 
-float SliderState(const std::string& name) {
+float ScrollPosition(const std::string& name) {
   auto it = Sliders().find(name);
   return it == Sliders().end() ? 0.0f : it->second;
 }
-void SetSliderState(const std::string& name, float pos) { Sliders()[name] = pos; }
+void SetScrollPosition(const std::string& name, float pos) { Sliders()[name] = pos; }
+const std::map<std::string, float>& ScrollPositions() { return Sliders(); }
 
 WidgetsFolder::WidgetsFolder(const char* name, const char* caption, float width, bool openByDefault) {
   UiContext& ui = Ui();
@@ -35,7 +37,7 @@ WidgetsFolder::WidgetsFolder(const char* name, const char* caption, float width,
   W = width;
   H = ui.Px(18);
   Layout |= kLayAutoHeight;
-  Open = FolderState(name, openByDefault);
+  Open = FolderOpen(name, openByDefault);
   Body = Add(new BaseWidget);
   Body->Y = ui.Px(18);
   Body->W = width;
@@ -49,7 +51,7 @@ bool WidgetsFolder::Toggle() {
   UiContext& ui = Ui();
   if (ui.PointerY >= AbsY + ui.Px(18)) return false;
   Open = !Open;
-  SetFolderState(Name.cpchar(), Open);
+  SetFolderOpen(Name.cpchar(), Open);
   Body->SetVisible(Open);
   SendEvent(kEvChanged);
   return true;
@@ -90,7 +92,7 @@ void VScroller::ScrollTo(float pos) {
   Pos = std::clamp(pos, 0.0f, std::max(0.0f, ContentHeight() - room));
   if (parent->Children.GetAmount() > 0 && parent->Children[0] && parent->Children[0] != this)
     parent->Children[0]->Y = -Pos;
-  if (!parent->Name.IsEmpty()) SetSliderState(parent->Name.cpchar(), Pos);
+  if (!parent->Name.IsEmpty()) SetScrollPosition(parent->Name.cpchar(), Pos);
 }
 
 bool VScroller::OnWheel() {

@@ -39,6 +39,28 @@ float WrapAngle(float a) {
   return a < 0 ? a + 2 * kPi : a;
 }
 
+constexpr float kDegToRad = kPi / 180;
+
+// A pan kept in the plane of two world axes: the screen move with the part
+// along the third axis (`fixedAxis` 0 x, 1 y, 2 z) taken out.
+void PanInPlane(comms::cFreeViewer& cam, float dx, float dy, int fixedAxis) {
+  const float step = cam.OrthoProj ? 1.0f / cam.OrthoScale : cam.PanSpeed * (std::fabs(cam.m_ToEye) + 10);
+  comms::cVec3 move = cam.Right * (dx * step) + cam.Up * (dy * step);
+  (fixedAxis == 0 ? move.x : fixedAxis == 1 ? move.y : move.z) = 0;
+  cam.m_Center -= move;
+  cam.Update();
+}
+
+// A turn about the screen's own axes: up and down about its horizontal,
+// left and right about its vertical (the orbit turns about the world's).
+void RotateOnScreen(comms::cFreeViewer& cam, float dx, float dy) {
+  const float a = cam.RotateSpeed * kDegToRad;
+  comms::cQuat pitch = comms::cQuat::FromAxisAngle(comms::cVec3(1, 0, 0), dy * a);
+  comms::cQuat yaw = comms::cQuat::FromAxisAngle(comms::cVec3(0, 1, 0), -dx * a);
+  cam.Orient = ((pitch * yaw) * cam.Orient).Normalized();
+  cam.Update();
+}
+
 int ButtonIndex(int k) { return k >= keys::LeftButton && k <= keys::MiddleButton ? k - keys::LeftButton : -1; }
 }  // namespace
 
@@ -174,10 +196,11 @@ bool NaviSystem::MayStart(NaviEvent& e, int key, bool& byKey) {
   const std::vector<int>& ks = e.Keys();
   if (ks.empty()) return false;
   int a = e.ActionType;
-  if (a >= NAVI_MOVE_MTL && a <= NAVI_ASPECT_MTL) return false;  // no pattern object yet
+  if (a >= NAVI_MOVE_MTL && a <= NAVI_ASPECT_MTL && !World.Pattern) return false;
   if (a >= NAVI_START_TWEAK_PEN_PARAMS && a <= NAVI_START_TWEAK_SPECL && World.ToolShowsPen && !World.ToolShowsPen())
     return false;
-  if (a == NAVI_MOVE_UV || e.OnlyInUV) return false;  // no UV preview yet
+  const bool overUv = World.Uv && World.Uv->Contains(freeX_, freeY_);
+  if ((a == NAVI_MOVE_UV || e.OnlyInUV) && !overUv) return false;
   float zone = float(NaviZoneWidth);
   bool inWork = freeX_ >= World.ViewX + zone && freeX_ < World.ViewX + World.ViewW - zone &&
                 freeY_ >= World.ViewY + zone && freeY_ < World.ViewY + World.ViewH - zone;
@@ -204,6 +227,7 @@ void NaviSystem::Start(NaviEvent&) {
   startRotation_ = GeneralPen::PenRotation;
   startSmooth_ = PenTweaks::Smoothing;
   penX_ = startX_, penY_ = startY_;
+  startedInUv_ = World.Uv && World.Uv->Contains(freeX_, freeY_);
 }
 
 bool NaviSystem::Update(int key) {
@@ -269,19 +293,34 @@ void NaviSystem::Act(NaviEvent& e) {
   float p = std::max(1.0f, World.PenPixelRadius ? World.PenPixelRadius() : GeneralPen::PenRadius);
   comms::cFreeViewer* cam = World.Camera;
   const float rot = AppOptions::CamRotSpeed, zoom = AppOptions::CamZoomSpeed;
+  // A pan or zoom that started over the UV preview moves the preview.
+  UvPreview* uv = startedInUv_ ? World.Uv : nullptr;
+  if (uv && e.ActionType >= NAVI_MOVE_SCREEN && e.ActionType <= NAVI_MOVE_XY) {
+    uv->Pan(dx, dy);
+    return;
+  }
+  if (uv && e.ActionType == NAVI_SCALE) {
+    uv->ZoomAbout(std::exp((dx - dy) * zoom / 100.0f), startX_, startY_);
+    return;
+  }
+  MaterialPattern* pattern = World.Pattern;
   switch (e.ActionType) {
     case NAVI_MOVE_SCREEN:
+      if (cam) cam->Pan(dx, -dy);
+      break;
     case NAVI_MOVE_ZX:
     case NAVI_MOVE_YZ:
     case NAVI_MOVE_XY:
-      if (cam) cam->Pan(dx, -dy);
+      if (cam) PanInPlane(*cam, dx, -dy, e.ActionType == NAVI_MOVE_ZX ? 1 : e.ActionType == NAVI_MOVE_YZ ? 0 : 2);
       break;
     case NAVI_SCALE:
       if (cam) cam->DragZoom(dx * zoom, -dy * zoom);
       break;
     case NAVI_ROTATE:
-    case NAVI_SCREEN_ROTATE:
       if (cam) cam->Rotate(dx * rot, -dy * rot);
+      break;
+    case NAVI_SCREEN_ROTATE:
+      if (cam) RotateOnScreen(*cam, dx * rot, -dy * rot);
       break;
     case NAVI_ROLL:
     case NAVI_SCREEN_ROLL:
@@ -289,6 +328,21 @@ void NaviSystem::Act(NaviEvent& e) {
       break;
     case NAVI_FOV:
       if (cam) cam->Fov = std::min(179.0f, cam->Fov * std::exp(-dy / 100.0f)), cam->Update();
+      break;
+    case NAVI_MOVE_MTL:
+      if (pattern) pattern->Move(-dx, dy);
+      break;
+    case NAVI_SCALE_MTL:
+      if (pattern) pattern->ScaleAbout(1 + dx / 100, 1 + dx / 100, startX_, startY_);
+      break;
+    case NAVI_ROTATE_MTL:
+      if (pattern) pattern->RotateAbout(dx / 100, startX_, startY_);
+      break;
+    case NAVI_ASPECT_MTL:
+      if (pattern) pattern->ScaleAbout(1 - dx / 100, 1 + dx / 100, startX_, startY_);
+      break;
+    case NAVI_MOVE_UV:
+      if (World.Uv && buttons_[0]) World.Uv->Pan(dx, dy);
       break;
     case NAVI_START_TWEAK_PEN_PARAMS:
       if (std::fabs(ty) > std::fabs(tx)) {
@@ -337,7 +391,7 @@ bool NaviSystem::ApplyWheel(float n, bool ctrl, bool alt, bool shift) {
     case WHEEL_CHANGE_OPACITY: GeneralPen::ColorOpacity *= f; break;
     case WHEEL_CHANGE_SMOOTH: PenTweaks::Smoothing = std::min(1.0f, PenTweaks::Smoothing * f); break;
     case WHEEL_CHANGE_SPECULAR: GeneralPen::SpecularDegree = std::min(1.0f, GeneralPen::SpecularDegree * f); break;
-    case WHEEL_CHANGE_SPECULAR_OPACITY: PenTweaks::SpecularOpacity *= f; break;
+    case WHEEL_CHANGE_SPECULAR_OPACITY: GeneralPen::SpecularOpacity *= f; break;
     case WHEEL_CHANGE_ANGLE: GeneralPen::PenRotation += n * 90.0f / 16.0f; break;
     case WHEEL_CHANGE_FOCAL: {
       float v = std::clamp(GeneralPen::FocalShift + n * 0.1f, -1.0f, 1.0f);

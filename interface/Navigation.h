@@ -12,6 +12,8 @@
 
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
+#include "interface/MaterialPattern.h"
+#include "interface/UvPreview.h"
 
 class Platform;
 namespace comms {
@@ -21,7 +23,6 @@ class cFreeViewer;
 // Pen values that the pen state does not hold yet.
 struct PenTweaks {
   static inline float Smoothing = 0;
-  static inline float SpecularOpacity = 1;
 };
 
 enum NaviAction : int {
@@ -62,6 +63,11 @@ struct NaviWorld {
   std::function<bool()> ModalInput;  // a tool drags with a captured pointer
   std::function<bool(int button)> ToolVetoesButton;
   std::function<float()> PenPixelRadius;  // the pen's radius in pixels at the pen point
+  // The pattern the pen paints through: the pattern rows start only with one.
+  MaterialPattern* Pattern = nullptr;
+  // The UV preview: rows "only in UV" and the UV move start only over it
+  // while shown, and a pan or zoom that starts over it moves it, not the camera.
+  UvPreview* Uv = nullptr;
 };
 
 class NaviSystem : public BaseClass {
@@ -105,6 +111,7 @@ class NaviSystem : public BaseClass {
   float lastX_ = 0, lastY_ = 0, startX_ = 0, startY_ = 0, freeX_ = 0, freeY_ = 0;
   float startRadius_ = 0, startDepth_ = 0, startRotation_ = 0, startSmooth_ = 0;
   float penX_ = 0, penY_ = 0, lastDx_ = 0, lastDy_ = 0;
+  bool startedInUv_ = false;
   bool buttons_[3] = {false, false, false};      // this event
   bool lastButtons_[3] = {false, false, false};  // the last one
 };

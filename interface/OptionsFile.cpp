@@ -56,6 +56,10 @@ void TrimLists() {
     Log("LoadOptions(): %d hot keys is too many; the list is cleared", HotKeyList().GetAmount());
     HotKeyList().Clear();
   }
+  if (AppOptions::WindowStates().GetAmount() > AppOptions::kMaxListLength) {
+    Log("LoadOptions(): %d window states is too many; the list is cleared", AppOptions::WindowStates().GetAmount());
+    AppOptions::WindowStates().Clear();
+  }
   ClassArray<RecentFile>& recent = AppOptions::RecentFiles();
   while (recent.GetAmount() > AppOptions::kMaxRecentFiles) recent.DelElement(recent.GetAmount() - 1);
 }
@@ -78,6 +82,9 @@ bool LoadOptions() {
   gLoaded = true;
   HotKeyList().Clear();
   AppOptions::RecentFiles().Clear();
+  AppOptions::WindowStates().Clear();
+  AppOptions::SliderStates().Clear();
+  AppOptions::FolderStates().Clear();
   const std::string path = UserFilePath("Options.xml");
   XmlNode tree;
   bool good = false;
@@ -96,6 +103,7 @@ bool LoadOptions() {
   }
   LogProblems("LoadOptions()", errors);
   TrimLists();
+  AppOptions::RestoreWidgetStates();
   // The first run (or one after the marker was removed) gets the shipped theme.
   const std::string marker = UserFilePath("Temp/resettheme5.dat");
   if (!fs::exists(marker)) {
@@ -125,6 +133,7 @@ bool LoadOptions() {
 bool SaveOptions() {
   if (!gLoaded) return false;
   if (TheOptionsHooks().BeforeSave) TheOptionsHooks().BeforeSave();
+  AppOptions::CaptureWidgetStates();
   AppOptions& o = TheOptions();
   XmlNode tree;
   o.Save(&tree, &o, nullptr);

@@ -52,7 +52,7 @@ void CapturePreset(OnePreset& p) {
   p.Color = Pack(GeneralPen::Color);
   p.Color2 = Pack(GeneralPen::Color2);
   p.Opacity = GeneralPen::ColorOpacity;
-  p.SpecOpacity = PenTweaks::SpecularOpacity;
+  p.SpecOpacity = GeneralPen::SpecularOpacity;
   p.Specular = GeneralPen::SpecularDegree;
 }
 
@@ -64,7 +64,7 @@ void ApplyPreset(const OnePreset& p) {
   Unpack(p.Color, GeneralPen::Color);
   Unpack(p.Color2, GeneralPen::Color2);
   GeneralPen::ColorOpacity = p.Opacity;
-  PenTweaks::SpecularOpacity = p.SpecOpacity;
+  GeneralPen::SpecularOpacity = p.SpecOpacity;
   GeneralPen::SpecularDegree = p.Specular;
 }
 

@@ -5,6 +5,7 @@
 // value (a generated row, a hand-written panel) listens there.
 #pragma once
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -146,8 +147,10 @@ class WidgetsFolder : public TextWidget {
   bool Toggle();
 };
 // Open states of folders by name.
-bool FolderState(const std::string& name, bool fallback);
-void SetFolderState(const std::string& name, bool open);
+bool FolderOpen(const std::string& name, bool fallback);
+void SetFolderOpen(const std::string& name, bool open);
+// Every folder state kept (the options store them).
+const std::map<std::string, bool>& FolderStates();
 
 // The vertical scroll bar of its parent: moves the parent's first child (the
 // content) up by the scroll position. Positions are kept by the parent's name.
@@ -164,8 +167,9 @@ class VScroller : public BaseWidget {
   float ContentHeight() const;
 };
 // Scroll positions by panel name.
-float SliderState(const std::string& name);
-void SetSliderState(const std::string& name, float pos);
+float ScrollPosition(const std::string& name);
+void SetScrollPosition(const std::string& name, float pos);
+const std::map<std::string, float>& ScrollPositions();
 
 // The EnterString window: a one-line edit box. Enter commits through
 // OnCommit (false: the entry is refused and the box shows the old text),

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "paint/PenShapes.h"
-#include "platform/Keys.h"
 
 // Every scalar of the pen state, once, so reset and snapshot cannot miss one.
 #define MV_PEN_SCALARS(X)                                                                      \
@@ -54,9 +53,7 @@ GeneralPenSaver::~GeneralPenSaver() {
   delete saved_;
 }
 
-bool StepPenRadiusByKey(int key) {
-  if (key != keys::LeftBracket && key != keys::RightBracket) return false;
-  const float step = key == keys::RightBracket ? 1.15f : 1.f / 1.15f;
+void StepPenRadius(bool wider) {
+  const float step = wider ? 1.15f : 1.f / 1.15f;
   GeneralPen::PenRadius = std::clamp(GeneralPen::PenRadius * step, 1.f, 500.f);
-  return true;
 }

@@ -67,10 +67,11 @@ struct GeneralPen {
   static void Reset();
 };
 
+// One step of the pen's radius, 15 % wider or narrower, within the radius
+// slider's range (the commands that "[" and "]" are bound to by default).
+void StepPenRadius(bool wider);
+
 // Copies the whole pen state in and restores it on destruction.
-// `[` narrows and `]` widens the pen by 15 %, within the radius slider's
-// range; false for any other key.
-bool StepPenRadiusByKey(int key);
 
 class GeneralPenSaver {
  public:

@@ -69,3 +69,25 @@ for x in 700 900 1100 1270 1277; do xdotool mousemove $x 400; sleep 0.1; done
 shot 12-dock-highlight
 xdotool mouseup 1
 shot 13-navigation-docked
+# The pen's radius: hold the "+" of its row in the pen values window for a
+# second and a half; the value grows all the while, and stops on release.
+at 734 567
+xdotool mousedown 1
+sleep 0.7
+shot 14-radius-ramp-held
+sleep 0.8
+xdotool mouseup 1
+shot 15-radius-ramp-released
+# The navigation window floats again, and the pen values window is let go on
+# its left edge: both share one frame, side by side.
+at 1040 53
+xdotool mousedown 1
+for x in 980 900 800 700 640; do xdotool mousemove $x 300; sleep 0.1; done
+xdotool mouseup 1
+sleep 0.3
+at 535 491
+xdotool mousedown 1
+for x in 550 570 585 590; do xdotool mousemove $x 300; sleep 0.1; done
+shot 16-side-highlight
+xdotool mouseup 1
+shot 17-shared-frame

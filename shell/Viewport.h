@@ -85,6 +85,8 @@ class ViewportSeams : public ShellSeams {
   // The part of the window that docked panels leave to the view (pixels, y
   // downwards); each frame the view's centre is put in its middle.
   std::function<bool(comms::cRect&)> FreeArea;
+  // The gradient, picture or sky behind the scene; the options set it.
+  comms::cBackground& Background() { return background_; }
 
   bool RendererReady() override;
   std::string RendererProblem() override { return problem_; }

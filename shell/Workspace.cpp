@@ -11,6 +11,7 @@
 #include "interface/Dialogs.h"
 #include "interface/FileBrowser.h"
 #include "interface/Navigation.h"
+#include "interface/PenRamp.h"
 #include "interface/SpaceMouse.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
@@ -45,7 +46,8 @@ const DefaultKey kDefaultKeys[] = {
     {"EDIT_UNDO", "Z", true, false, false},       {"EDIT_REDO", "Y", true, false, false},
     {"EDIT_OPTIONS", "O", true, false, true},     {"VIEW_GRID", "G", true, false, false},
     {"VIEW_WIREFRAME", "W", true, false, true},   {"VIEW_FULLSCREEN", "F11", false, false, false},
-    {"HELP_HOTKEYS", "F1", false, false, false},
+    {"HELP_HOTKEYS", "F1", false, false, false},  {"PEN_RADIUS_NARROWER", "[", false, false, false},
+    {"PEN_RADIUS_WIDER", "]", false, false, false},
 };
 
 // The recent file of item n of the File menu, "" if none.
@@ -65,9 +67,13 @@ class Workspace::MousePoller : public comms::cWidget {
     NaviSystem& nav = TheNavigation();
     nav.World.ViewW = float(w), nav.World.ViewH = float(h);
     nav.DrawZone();
+    const uint32_t now = w_.shell_.Window().TickMs();
+    // A held ramp button changes its pen value every frame until let go.
+    PenRamp& ramp = ThePenRamp();
+    ramp.Frame(w_.shell_.Window(), now);
+    if (ramp.Running()) w_.shell_.FrameIn(16);
     SpaceMouse* mouse = OpenSpaceMouse();
     if (!mouse) return;
-    const uint32_t now = w_.shell_.Window().TickMs();
     const float elapsed = last_ ? float(now - last_) : 16.0f;
     last_ = now;
     SpaceMouseState s;
@@ -95,6 +101,8 @@ Workspace::~Workspace() {
   view_.FreeArea = nullptr;
   Tools().Hooks().LoadRoomLayout = nullptr;
   if (TheDocks() == docks_.get()) TheDocks() = nullptr;
+  if (RampInput() == &shell_.Window()) RampInput() = nullptr;
+  ThePenRamp().Stop();
   if (BaseWidget* m = menu_.Get()) m->Delete();
 }
 
@@ -112,6 +120,8 @@ void Workspace::Start() {
   LoadOptions();
   InstallDefaultHotKeys();
   RegisterCommands();
+  RampInput() = &shell_.Window();
+  RegisterPenCommands();
   editor_.Saved = [this] {
     SaveOptions();
     BuildMenu();
@@ -191,12 +201,17 @@ void Workspace::MakeDocks() {
   panel->SetContent(rows);
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
+  // The pen's values with their ramp buttons float over the view's lower left.
+  BaseWidget* values = BuildPenValuesPanel(ui.Px(270));
+  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(270),
+                values->H + ui.Px(DockableHeader::kCaption));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;
     if (docks_) docks_->SwitchRoom(room);
   };
   TheOptionsHooks().BeforeSave = [this] {
     if (docks_ && docks_->Room() >= 0) docks_->SavePage(docks_->Room());
+    if (docks_) docks_->CaptureFloating(AppOptions::WindowStates());
   };
   const int room = Tools().CurrentRoom();
   char page[64];
@@ -205,6 +220,8 @@ void Workspace::MakeDocks() {
     docks_->SwitchRoom(room);
   else
     docks_->AdoptRoom(room);
+  // Floating windows go back where they were left.
+  docks_->PlaceFloating(AppOptions::WindowStates());
 }
 
 void Workspace::ApplyToShell() {
@@ -218,6 +235,11 @@ void Workspace::ApplyToShell() {
   cam.RollSpeed = base.RollSpeed * AppOptions::CamRotSpeed;
   cam.ZoomSpeed = base.ZoomSpeed * AppOptions::CamZoomSpeed;
   cam.WheelSpeed = base.WheelSpeed * AppOptions::CamZoomSpeed;
+  // The background's three kinds come in the same order as the option's.
+  comms::cBackground& back = view_.Background();
+  back.UseBackgrImage = AppOptions::UseBackgrImage;
+  back.TopBackgroundColor1 = AppOptions::TopBackgroundColor1;
+  back.BottomBackgroundColor1 = AppOptions::BottomBackgroundColor1;
   shell_.FrameIn(0);
 }
 

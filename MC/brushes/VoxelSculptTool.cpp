@@ -204,7 +204,7 @@ bool VoxelSculptTool::OnKey(int key) {
   if (VoxelModeHandler* h = Handler())
     if (h->OnKey(*this, key)) return true;
   if (Mode == SCULP_MERGE && key == keys::Enter) return MergeHeldMesh(false);
-  return StepPenRadiusByKey(key);
+  return false;
 }
 
 void VoxelSculptTool::SettleMergeScale() {

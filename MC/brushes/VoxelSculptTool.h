@@ -117,7 +117,7 @@ class VoxelSculptTool : public BasicTool {
   bool OnLMBDown() override;
   bool OnLMBUp() override;
   bool OnMouseMove() override;
-  // [ and ] make the pen's radius smaller and larger by a step of 15 %.
+  // The mode's own keys; Enter ends a merge.
   bool OnKey(int key) override;
   void FrameUpdate() override;
   bool WantsFrames() override;

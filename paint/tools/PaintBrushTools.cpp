@@ -90,8 +90,6 @@ bool PaintBrushTool::OnLMBDown() {
   return true;
 }
 
-bool PaintBrushTool::OnKey(int key) { return StepPenRadiusByKey(key); }
-
 bool PaintBrushTool::OnMouseMove() {
   if (!Stroking()) return false;
   moved_ = true;

@@ -58,8 +58,6 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   bool OnLMBDown() override;
   bool OnLMBUp() override;
   bool OnMouseMove() override;
-  // `[` and `]` change the pen's radius.
-  bool OnKey(int key) override;
   void FrameUpdate() override;
   void Deactivate() override;
   void OnSceneReset() override;

@@ -172,3 +172,98 @@ TEST_F(DocksTest, ALayoutNamingAWindowTwiceGivesItToTheFirstHeader) {
   for (BaseWidget* c : docks->DockRoot()->Children) headers += dynamic_cast<DockableHeader*>(c) != nullptr;
   EXPECT_EQ(headers, 1) << "the second header had nothing and is gone";
 }
+
+namespace {
+Rect RectOf(const BaseWidget* w) { return {w->AbsX, w->AbsY, w->W, w->H}; }
+
+DockBase* OnlyDockBase(BaseWidget& root) {
+  DockBase* found = nullptr;
+  for (BaseWidget* c : root.Children)
+    if (auto* b = dynamic_cast<DockBase*>(c); b && !b->Has(kWfDeleted)) {
+      if (found) return nullptr;
+      found = b;
+    }
+  return found;
+}
+}  // namespace
+
+TEST_F(DocksTest, AHeaderDroppedOnTheSideOfAFloatingOneSharesADockBaseWithIt) {
+  // COLORS let go on the right strip of the floating LAYERS (300, 200, 220 x 300);
+  // the highlight shows where it will lie.
+  ui.Frame();
+  const DockTarget aim = docks->FindTarget(colors, 300 + 220 - 8, 350);
+  ASSERT_EQ(aim.Target, layers);
+  EXPECT_EQ(aim.Side, 3);
+  EXPECT_EQ((Rect{aim.Rect[0], aim.Rect[1], aim.Rect[2], aim.Rect[3]}), (Rect{520, 200, 200, 300}));
+  DragHeader(colors, 300 + 220 - 8, 350);
+  DockBase* base = OnlyDockBase(ui.tree.Root());
+  ASSERT_NE(base, nullptr);
+  EXPECT_STREQ(base->Name.cpchar(), "DOCKBASE");
+  ASSERT_NE(base->Space(), nullptr);
+  EXPECT_EQ(base->Space()->Ordering, 3);
+  // 6 pixels larger on each side than the two: LAYERS where it was, COLORS
+  // (200 wide) on its right at its height.
+  EXPECT_EQ(RectOf(base), (Rect{294, 194, 220 + 200 + 12, 312}));
+  EXPECT_EQ(RectOf(base->Space()), (Rect{300, 200, 420, 300}));
+  ASSERT_EQ(HeaderOf("LAYERS")->ParentWidget(), base->Space());
+  ASSERT_EQ(HeaderOf("COLORS")->ParentWidget(), base->Space());
+  EXPECT_FALSE(HeaderOf("LAYERS")->IsPopup);
+  EXPECT_EQ(RectOf(HeaderOf("LAYERS")), (Rect{300, 200, 220, 300})) << "the target keeps its place";
+  EXPECT_EQ(RectOf(HeaderOf("COLORS")), (Rect{520, 200, 200, 300})) << "the dragged one on the side it was let go";
+  EXPECT_EQ(RectOf(windows["COLORS"]), (Rect{520, 232, 200, 268}));
+  EXPECT_TRUE(docks->DockRoot()->IsView()) << "the dock tree is untouched";
+
+  // The page round trip, with scripted changes between, leaves it as it was.
+  DragHeader(brushes, 5, 300);
+  const auto before = Rects();
+  ASSERT_TRUE(docks->SavePage(1));
+  DragHeader(brushes, 700, 560);
+  ASSERT_NE(Rects(), before);
+  ASSERT_TRUE(docks->LoadPage(1));
+  EXPECT_EQ(Rects(), before);
+  base = OnlyDockBase(ui.tree.Root());
+  ASSERT_NE(base, nullptr);
+  EXPECT_EQ(RectOf(base), (Rect{294, 194, 432, 312}));
+  DocksLayout layout;
+  docks->Capture(layout);
+  docks->Apply(layout);
+  EXPECT_EQ(Rects(), before);
+
+  // A third header on the right edge of its space: the frame grows to fit.
+  DragHeader(HeaderOf("BRUSHES"), 715, 400);
+  ASSERT_EQ(HeaderOf("BRUSHES")->ParentWidget(), base->Space());
+  EXPECT_EQ(RectOf(HeaderOf("BRUSHES")).x, 720.0f);
+  EXPECT_EQ(base->W, 420 + HeaderOf("BRUSHES")->W + 12);
+  // Dragged out one by one: with one header left the frame goes and it floats.
+  DragHeader(HeaderOf("BRUSHES"), 800, 600);
+  DragHeader(HeaderOf("COLORS"), 800, 100);
+  ui.Frame();
+  EXPECT_EQ(OnlyDockBase(ui.tree.Root()), nullptr);
+  EXPECT_TRUE(HeaderOf("LAYERS")->IsPopup);
+  EXPECT_EQ(HeaderOf("LAYERS")->ParentWidget(), &ui.tree.Root());
+  EXPECT_EQ(RectOf(HeaderOf("LAYERS")), (Rect{300, 200, 220, 300})) << "floats where it was";
+}
+
+TEST_F(DocksTest, ADropOnTheTopOrLeftOfAFloatingHeaderPutsTheDraggedOneFirst) {
+  DragHeader(colors, 305, 350);  // the left strip of LAYERS
+  DockBase* base = OnlyDockBase(ui.tree.Root());
+  ASSERT_NE(base, nullptr);
+  EXPECT_EQ(RectOf(base), (Rect{94, 194, 432, 312})) << "grown leftwards";
+  EXPECT_EQ(RectOf(HeaderOf("COLORS")), (Rect{100, 200, 200, 300}));
+  EXPECT_EQ(RectOf(HeaderOf("LAYERS")), (Rect{300, 200, 220, 300}));
+  // COLORS out again, against the screen's bottom edge, and BRUSHES let go
+  // on its top strip: above it. The frame, 6 pixels larger, is pulled
+  // inside the screen as every floating window is.
+  DragHeader(HeaderOf("COLORS"), 700, 560);
+  ui.Frame();
+  ASSERT_EQ(OnlyDockBase(ui.tree.Root()), nullptr);
+  const Rect t = RectOf(HeaderOf("COLORS"));
+  ASSERT_EQ(t.y + t.h, 720.0f);
+  DragHeader(brushes, t.x + t.w / 2, t.y + 4);
+  base = OnlyDockBase(ui.tree.Root());
+  ASSERT_NE(base, nullptr);
+  const float brushesH = 250;
+  EXPECT_EQ(RectOf(base), (Rect{t.x - 6, 720 - t.h - brushesH - 12, t.w + 12, t.h + brushesH + 12}));
+  EXPECT_EQ(RectOf(HeaderOf("BRUSHES")), (Rect{t.x, base->AbsY + 6, t.w, brushesH}));
+  EXPECT_EQ(RectOf(HeaderOf("COLORS")), (Rect{t.x, base->AbsY + 6 + brushesH, t.w, t.h}));
+}

@@ -246,3 +246,188 @@ TEST(NaviSequence, NamesThatDoNotConvertAreDropped) {
   e.Sequence = "nothing";
   EXPECT_TRUE(e.Keys().empty());
 }
+
+namespace {
+// The pattern coordinates of a screen point.
+std::pair<float, float> OnPattern(const MaterialPattern& p, float x, float y) {
+  float u = 0, v = 0;
+  p.ToPattern(x, y, u, v);
+  return {u, v};
+}
+constexpr int kM = keys::A + ('M' - 'A');
+}  // namespace
+
+TEST_F(NavigationTest, PatternRowsNeedAPatternAndMoveItByTheDrag) {
+  nav.Add(NAVI_MOVE_MTL, "M+LMB");
+  static MaterialPattern pattern;
+  pattern = MaterialPattern();
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_EQ(nav.Running(), -1);
+  nav.World.Pattern = &pattern;
+  comms::cFreeViewer before = cam;
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_FLOAT_EQ(pattern.OffsetX, -40) << "moved by (-dx, dy)";
+  EXPECT_FLOAT_EQ(pattern.OffsetY, -20);
+  EXPECT_TRUE(SameOrientation(cam, before)) << "the camera stays";
+  nav.World.Pattern = nullptr;
+}
+
+TEST_F(NavigationTest, PatternScaleTurnAndAspectKeepTheStartPointOnThePattern) {
+  static MaterialPattern pattern;
+  pattern = MaterialPattern();
+  pattern.OffsetX = 37, pattern.OffsetY = -11, pattern.Rotation = 0.3f;
+  nav.World.Pattern = &pattern;
+  const float sx = 213, sy = 157;  // where each drag starts
+  struct Case {
+    int action;
+    float scaleX, scaleY, turn;
+  } cases[] = {
+      {NAVI_SCALE_MTL, std::pow(1.1f, 4), std::pow(1.1f, 4), 0},
+      {NAVI_ROTATE_MTL, 1, 1, 0.4f},
+      {NAVI_ASPECT_MTL, std::pow(0.9f, 4), std::pow(1.1f, 4), 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.action);
+    nav.Events.Clear();
+    nav.Add(c.action, "M+LMB");
+    const MaterialPattern start = pattern;
+    const auto anchor = OnPattern(pattern, sx, sy);
+    Drag(kM, keys::LeftButton, sx, sy, sx + 40, sy + 30);  // dx 10 a step; dy plays no part
+    EXPECT_NEAR(pattern.ScaleX, start.ScaleX * c.scaleX, 1e-4f);
+    EXPECT_NEAR(pattern.ScaleY, start.ScaleY * c.scaleY, 1e-4f);
+    EXPECT_NEAR(pattern.Rotation, start.Rotation + c.turn, 1e-5f);
+    const auto after = OnPattern(pattern, sx, sy);
+    EXPECT_NEAR(after.first, anchor.first, 1e-2f) << "the start point stays where it was on the pattern";
+    EXPECT_NEAR(after.second, anchor.second, 1e-2f);
+    EXPECT_FALSE(OnPattern(pattern, sx + 50, sy + 9) == OnPattern(start, sx + 50, sy + 9)) << "elsewhere it moved";
+  }
+  nav.World.Pattern = nullptr;
+}
+
+TEST_F(NavigationTest, TheUvPreviewTakesItsOwnRowsAndThePansThatStartOverIt) {
+  static UvPreview uv;
+  uv = UvPreview();
+  uv.Shown = true;
+  uv.X = 601, uv.Y = 403, uv.W = 151, uv.H = 147;
+  nav.World.Uv = &uv;
+  nav.Add(NAVI_MOVE_UV, "M+LMB");
+  NaviEvent* rotate = nav.Add(NAVI_ROTATE, "ALT+LMB");
+  rotate->OnlyInUV = true;
+  nav.Add(NAVI_MOVE_SCREEN, "ALT+MMB");
+  nav.Add(NAVI_SCALE, "ALT+RMB");
+  // The UV move: only over the preview.
+  Drag(kM, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_EQ(uv.PanX, 0.0f);
+  Drag(kM, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_FLOAT_EQ(uv.PanX, 40);
+  EXPECT_FLOAT_EQ(uv.PanY, -20);
+  // A row only for the preview does nothing elsewhere, and turns the camera over it.
+  comms::cFreeViewer before = cam;
+  Drag(keys::Alt, keys::LeftButton, 100, 100, 140, 80);
+  EXPECT_TRUE(SameOrientation(cam, before));
+  Drag(keys::Alt, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_FALSE(SameOrientation(cam, before));
+  // A pan that starts over the preview pans the preview, not the camera.
+  before = cam;
+  Drag(keys::Alt, keys::MiddleButton, 650, 450, 630, 480);
+  EXPECT_TRUE(SameOrientation(cam, before));
+  EXPECT_FLOAT_EQ(uv.PanX, 20);
+  EXPECT_FLOAT_EQ(uv.PanY, 10);
+  Drag(keys::Alt, keys::MiddleButton, 100, 100, 120, 130);
+  EXPECT_FALSE(SameOrientation(cam, before)) << "outside it the camera pans";
+  EXPECT_FLOAT_EQ(uv.PanX, 20);
+  // A zoom over it zooms about the start point: that UV point stays put.
+  const float zx = 655, zy = 461;
+  const float u0 = (zx - uv.X - uv.PanX) / uv.Zoom, v0 = (zy - uv.Y - uv.PanY) / uv.Zoom;
+  Drag(keys::Alt, keys::RightButton, zx, zy, zx + 40, zy - 20);
+  EXPECT_NEAR(uv.Zoom, std::exp(60 / 100.0f), 1e-4f);
+  EXPECT_NEAR((zx - uv.X - uv.PanX) / uv.Zoom, u0, 1e-3f);
+  EXPECT_NEAR((zy - uv.Y - uv.PanY) / uv.Zoom, v0, 1e-3f);
+  // Hidden, the preview takes nothing.
+  uv.Shown = false;
+  const float panX = uv.PanX;
+  Drag(kM, keys::LeftButton, 620, 420, 660, 400);
+  EXPECT_EQ(uv.PanX, panX);
+  nav.World.Uv = nullptr;
+}
+
+TEST_F(NavigationTest, PlanePansKeepTheirThirdAxisAndScreenPanMovesAll) {
+  cam.Rotate(37, 23);  // looking down at a slant, so every axis shows on screen
+  const struct {
+    int action;
+    int fixedAxis;
+  } rows[] = {{NAVI_MOVE_ZX, 1}, {NAVI_MOVE_YZ, 0}, {NAVI_MOVE_XY, 2}};
+  auto axis = [](const comms::cVec3& v, int i) { return i == 0 ? v.x : i == 1 ? v.y : v.z; };
+  for (const auto& r : rows) {
+    SCOPED_TRACE(r.action);
+    nav.Events.Clear();
+    nav.Add(r.action, "ALT+MMB");
+    const comms::cVec3 before = cam.m_Center;
+    Drag(keys::Alt, keys::MiddleButton, 300, 200, 347, 171);
+    EXPECT_NEAR(axis(cam.m_Center, r.fixedAxis), axis(before, r.fixedAxis), 1e-4f) << "stays in its plane";
+    float moved = 0;
+    for (int i = 0; i < 3; ++i) moved += std::fabs(axis(cam.m_Center, i) - axis(before, i));
+    EXPECT_GT(moved, 1e-3f);
+  }
+  nav.Events.Clear();
+  nav.Add(NAVI_MOVE_SCREEN, "ALT+MMB");
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::MiddleButton, 300, 200, 340, 180);
+  for (int i = 0; i < 4; ++i) expected.Pan(10, 5);
+  EXPECT_NEAR(cam.m_Center.x, expected.m_Center.x, 1e-4f);
+  EXPECT_NEAR(cam.m_Center.y, expected.m_Center.y, 1e-4f);
+  EXPECT_NEAR(cam.m_Center.z, expected.m_Center.z, 1e-4f);
+}
+
+TEST_F(NavigationTest, ScreenTurnKeepsTheScreensUpWhereTheOrbitTiltsIt) {
+  cam.Rotate(0, 30);  // tilted down: the orbit's vertical axis is not the screen's
+  cam.Update();
+  const comms::cVec3 up = cam.Up;
+  nav.Add(NAVI_SCREEN_ROTATE, "ALT+LMB");
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 360, 200);  // across only
+  EXPECT_NEAR(cam.Up.x, up.x, 1e-4f);
+  EXPECT_NEAR(cam.Up.y, up.y, 1e-4f);
+  EXPECT_NEAR(cam.Up.z, up.z, 1e-4f);
+  const comms::cVec3 screenUp = cam.Up;
+  nav.Events.Clear();
+  nav.Add(NAVI_ROTATE, "ALT+LMB");
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 360, 200);
+  EXPECT_GT(std::fabs(cam.Up.x - screenUp.x) + std::fabs(cam.Up.z - screenUp.z), 1e-3f) << "the orbit turns about the world's up";
+}
+
+TEST_F(NavigationTest, RollsFovAndPivotPick) {
+  nav.Add(NAVI_ROLL, "ALT+LMB");
+  nav.Add(NAVI_SCREEN_ROLL, "ALT+SHIFT+LMB");
+  nav.Add(NAVI_FOV, "ALT+RMB");
+  nav.Add(NAVI_PICK_PIVOT, "P");
+  comms::cFreeViewer expected = cam;
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 340, 180);
+  for (int i = 0; i < 4; ++i) expected.Roll(10, 5);
+  EXPECT_TRUE(SameOrientation(cam, expected));
+  // The roll about the screen, with Shift too, and at twice the speed.
+  AppOptions::CamRotSpeed = 2;
+  fake.SetKeyDown(keys::Shift, true);
+  Drag(keys::Alt, keys::LeftButton, 300, 200, 340, 180);
+  fake.SetKeyDown(keys::Shift, false);
+  for (int i = 0; i < 4; ++i) expected.Roll(20, 10);
+  EXPECT_TRUE(SameOrientation(cam, expected));
+  // FOV: times exp(-dy / 100) per move, never past 179.
+  cam.Fov = 60;
+  Drag(keys::Alt, keys::RightButton, 300, 200, 300, 160);
+  EXPECT_NEAR(cam.Fov, 60 * std::exp(0.4f), 1e-3f);
+  Drag(keys::Alt, keys::RightButton, 300, 590, 300, 0, 8);
+  EXPECT_EQ(cam.Fov, 179.0f);
+  // The pivot: the surface point under the pointer, once.
+  nav.World.SurfacePoint = [](float x, float y, float out[3]) {
+    out[0] = x / 100, out[1] = -y / 100, out[2] = 7;
+    return true;
+  };
+  Move(250, 150);
+  Key(keys::A + ('P' - 'A'), true);
+  EXPECT_EQ(nav.Running(), -1);
+  EXPECT_NEAR(cam.m_Center.x, 2.5f, 1e-5f);
+  EXPECT_NEAR(cam.m_Center.y, -1.5f, 1e-5f);
+  EXPECT_NEAR(cam.m_Center.z, 7, 1e-5f);
+  EXPECT_EQ(AppOptions::PivotType, 4);
+  Key(keys::A + ('P' - 'A'), false);
+}

@@ -108,6 +108,15 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
     r->Path = ("/tmp/scene" + std::to_string(i) + ".mvn").c_str();
     AppOptions::RecentFiles().Add(r);
   }
+  // The widgets' folder and scroll states, and a floating window's place.
+  SetScrollPosition("TOOL_PARAM1", 57.5f);
+  SetFolderOpen("OPT_THEME", false);
+  auto* place = new WindowPos;
+  place->WndName = "PEN_VALUES";
+  place->Width = 221, place->Height = 207, place->PopupX = 413, place->PopupY = 377;
+  place->EnableTopmost = false;
+  AppOptions::WindowStates().Add(place);
+  AppOptions::CaptureWidgetStates();
   const auto saved = Values();
   // Texture handles need a renderer to name their files; all else must move.
   int moved = 0;
@@ -121,6 +130,9 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
   SetDefaultOptions();
   HotKeyList().Clear();
   AppOptions::RecentFiles().Clear();
+  AppOptions::WindowStates().Clear();
+  SetScrollPosition("TOOL_PARAM1", 0);
+  SetFolderOpen("OPT_THEME", true);
   EXPECT_TRUE(LoadOptions());
   const auto loaded = Values();
   for (const auto& [name, value] : saved) {
@@ -130,6 +142,16 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
   EXPECT_EQ(HotKeyText("FILE_SAVE"), "CTRL+S");
   ASSERT_EQ(AppOptions::RecentFiles().GetAmount(), 3);
   EXPECT_STREQ(AppOptions::RecentFiles()[2]->Path.cpchar(), "/tmp/scene2.mvn");
+  EXPECT_EQ(ScrollPosition("TOOL_PARAM1"), 57.5f) << "the widgets have their states back";
+  EXPECT_FALSE(FolderOpen("OPT_THEME", true));
+  ASSERT_EQ(AppOptions::WindowStates().GetAmount(), 1);
+  const WindowPos& back = *AppOptions::WindowStates()[0];
+  EXPECT_STREQ(back.WndName.cpchar(), "PEN_VALUES");
+  EXPECT_EQ(back.Width, 221.0f);
+  EXPECT_EQ(back.PopupX, 413.0f);
+  EXPECT_EQ(back.PopupY, 377.0f);
+  EXPECT_FALSE(back.EnableTopmost);
+  SetFolderOpen("OPT_THEME", true);
 }
 
 TEST_F(OptionsFileTest, TheDialogShowsEveryOptionWithItsRange) {
@@ -153,6 +175,16 @@ TEST_F(OptionsFileTest, TheDialogShowsEveryOptionWithItsRange) {
   EXPECT_TRUE(rows["AppOptions::CamRotSpeed"]->CommitText("50"));
   EXPECT_EQ(AppOptions::CamRotSpeed, 10.0f) << "kept inside the row's range";
   EXPECT_TRUE(rows.count("AppOptions::MaxProcessorsToBeUsed"));
+  // Every row of a number is a slider with a range or a list of choices.
+  for (int i = 0; i < form.GetAmountOfElements(); ++i) {
+    std::string kind = form.GetElementClass(i)->GetClassName();
+    EXPECT_NE(kind, "_int") << form.GetElementID(i) << " shows no range";
+  }
+  ASSERT_TRUE(rows.count("AppOptions::SnappingMethod"));
+  auto* snap = (Enumerator*)rows["AppOptions::SnappingMethod"]->Extra;
+  ASSERT_NE(snap, nullptr);
+  EXPECT_EQ(snap->GetAmount(), 3);
+  EXPECT_STREQ(snap->Get(2), "SnapToNearestVertex");
   EXPECT_TRUE(rows.count("RestoreOptions"));
 }
 
@@ -232,6 +264,18 @@ TEST_F(OptionsFileTest, TheRecentListIsCutToTwenty) {
   LoadOptions();
   ASSERT_EQ(AppOptions::RecentFiles().GetAmount(), 20);
   EXPECT_STREQ(AppOptions::RecentFiles()[19]->Path.cpchar(), "f19.mvn");
+}
+
+TEST_F(OptionsFileTest, AWindowListOverAThousandIsCleared) {
+  std::ofstream(Path("Temp/resettheme5.dat")) << "done";
+  std::ofstream f(Path("Options.xml"));
+  f << "<AppOptions>\n <AutosaveTime>9</AutosaveTime>\n <WindowStates>\n";
+  for (int i = 0; i < 1001; ++i) f << "  <WindowPos>\n   <WndName>w" << i << "</WndName>\n  </WindowPos>\n";
+  f << " </WindowStates>\n</AppOptions>\n";
+  f.close();
+  LoadOptions();
+  EXPECT_EQ(AppOptions::WindowStates().GetAmount(), 0);
+  EXPECT_EQ(AppOptions::AutosaveTime, 9) << "the rest of the file still counts";
 }
 
 TEST_F(OptionsFileTest, AnOldThemeWithoutHeaderFontTakesTheFontColour) {

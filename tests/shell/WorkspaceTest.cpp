@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 
@@ -16,6 +17,8 @@
 #include "interface/HotKeys.h"
 #include "paint/SceneChanges.h"
 #include "interface/Navigation.h"
+#include "interface/Widgets.h"
+#include "paint/GeneralPen.h"
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
@@ -100,6 +103,12 @@ TEST_F(WorkspaceTest, OptionsReachTheShellAndTheCameraAtOnce) {
   EXPECT_TRUE(program_->TheShell().Autosave().Autosave);
   EXPECT_EQ(program_->TheShell().Autosave().AutosaveTime, 7);
   EXPECT_TRUE(Exists(Home("Options.xml")));
+  // The background follows its options too.
+  AppOptions::TopBackgroundColor1 = 0xff2a5b17u;
+  AppOptions::UseBackgrImage = comms::cBackground::SkyBox;
+  ASSERT_TRUE(SaveOptions());
+  EXPECT_EQ(program_->View().Background().TopBackgroundColor1, 0xff2a5b17u);
+  EXPECT_EQ(program_->View().Background().UseBackgrImage, int(comms::cBackground::SkyBox));
   EXPECT_TRUE(Exists(Home("Temp/resettheme5.dat")));
 }
 
@@ -116,6 +125,81 @@ TEST_F(WorkspaceTest, AHotKeyPressedRunsItsCommand) {
   Key(keys::A + ('W' - 'A'), true);  // without the modifiers: not the command
   Key(keys::A + ('W' - 'A'), false);
   EXPECT_EQ(runs, 1);
+}
+
+TEST_F(WorkspaceTest, BracketsStepThePenThroughTheHotKeysAndMayBeReboundInPlace) {
+  GeneralPenSaver keep;
+  GeneralPen::PenRadius = 20;
+  Key(keys::RightBracket, true);
+  Key(keys::RightBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 23, 1e-4f);
+  Key(keys::LeftBracket, true);
+  Key(keys::LeftBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f);
+  EXPECT_EQ(HotKeyText("PEN_RADIUS_WIDER"), "]");
+  // A control of the command under the pointer; End, then K.
+  auto* control = new FrameWidget("wider", 700, 300, 80, 24);
+  control->Name = "$PEN_RADIUS_WIDER";
+  TheWidgetTree().Root().AddChild(control);
+  program_->TheShell().RunFrames(1);
+  PlatformEvent move;
+  move.type = PlatformEvent::Type::MouseMove;
+  move.x = 710, move.y = 310;
+  fake.WarpPointer(710, 310);
+  fake.Push(move);
+  program_->TheShell().RunFrames(1);
+  Key(keys::End, true);
+  Key(keys::End, false);
+  const int k = keys::A + ('K' - 'A');
+  Key(k, true);
+  Key(k, false);
+  EXPECT_EQ(HotKeyText("PEN_RADIUS_WIDER"), "K");
+  Key(keys::RightBracket, true);
+  Key(keys::RightBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f) << "] is free now";
+  Key(k, true);
+  Key(k, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 23, 1e-4f);
+  Key(keys::LeftBracket, true);
+  Key(keys::LeftBracket, false);
+  EXPECT_NEAR(GeneralPen::PenRadius, 20, 1e-4f) << "[ keeps its command";
+  control->Delete();
+}
+
+TEST_F(WorkspaceTest, HoldingARampButtonGrowsThePenEveryFrameUntilLetGo) {
+  GeneralPenSaver keep;
+  GeneralPen::PenRadius = 10;
+  BaseWidget* plus = TheWidgetTree().Root().FindWidget("$PEN_RADIUS_PLUS");
+  ASSERT_NE(plus, nullptr);
+  auto event = [&](PlatformEvent::Type type, int key = -1) {
+    PlatformEvent e;
+    e.type = type;
+    e.x = plus->AbsX + 5, e.y = plus->AbsY + 5;
+    e.key = key;
+    fake.WarpPointer(e.x, e.y);
+    fake.Push(e);
+    program_->TheShell().RunFrames(1);
+  };
+  event(PlatformEvent::Type::MouseMove);
+  fake.SetKeyDown(keys::LeftButton, true);
+  event(PlatformEvent::Type::ButtonDown, keys::LeftButton);
+  const uint32_t pressed = fake.TickMs();
+  for (int i = 0; i < 12; ++i) {
+    fake.AdvanceTick(45);
+    program_->TheShell().RunFrames(1);
+  }
+  // However the frames fell, the ramp adds up the time since the press.
+  const float held = float(fake.TickMs() - pressed);
+  EXPECT_NEAR(GeneralPen::PenRadius, 10 * std::exp(held / 3000), 1e-3f);
+  EXPECT_GT(GeneralPen::PenRadius, 11.5f);
+  fake.SetKeyDown(keys::LeftButton, false);
+  event(PlatformEvent::Type::ButtonUp, keys::LeftButton);
+  const float released = GeneralPen::PenRadius;
+  for (int i = 0; i < 5; ++i) {
+    fake.AdvanceTick(45);
+    program_->TheShell().RunFrames(1);
+  }
+  EXPECT_EQ(GeneralPen::PenRadius, released);
 }
 
 TEST_F(WorkspaceTest, ChangingRoomsSavesTheOldPageAndLoadsTheNew) {
