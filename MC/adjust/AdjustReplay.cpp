@@ -1,6 +1,7 @@
 // The adjust tools' lines of a stroke script (see AdjustReplay.h).
 #include "MC/adjust/AdjustReplay.h"
 
+#include <cmath>
 #include <vector>
 
 #include "MC/adjust/CopyStamp.h"
@@ -67,13 +68,17 @@ int RunAdjustReplay(const std::string& command, std::istringstream& words, Volum
     TransposeMatrix m[2] = {};
     for (int t = 0; t < 2; ++t)
       for (int i = 0; i < 16; ++i) m[t].M[i] = i % 5 == 0 ? 1.f : 0.f;
+    // The double line's matrices face each other's ends: the first moves,
+    // the second holds the far end.
+    const float n[3] = {abt[0] - abt[3], abt[1] - abt[4], abt[2] - abt[5]};
+    const float l = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+    const bool two = mode == TRN_BILINE && l > 1e-6f;
     for (int k = 0; k < 3; ++k) {
       m[0].M[12 + k] = abt[6 + k];
-      const float n = abt[k] - abt[3 + k];
       m[0].Centre[k] = abt[k], m[1].Centre[k] = abt[3 + k];
-      m[0].Normal[k] = mode == TRN_BILINE ? n : 0.f, m[1].Normal[k] = mode == TRN_BILINE ? -n : 0.f;
+      m[0].Normal[k] = two ? n[k] / l : 0.f, m[1].Normal[k] = two ? -n[k] / l : 0.f;
     }
-    set.Blend(m, mode == TRN_BILINE ? 2 : 1);
+    set.Blend(m, two ? 2 : 1);
     set.WriteBack(volume);
     volume.ApplyMC(false, true);
   } else if (command == "copy") {
