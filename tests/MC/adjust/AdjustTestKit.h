@@ -33,11 +33,14 @@ inline void MakeHead(VolumeObject& v) {
   }();
   v.CopyFrom(*head);
   v.UpdateSurface();
+  // The copy is where a test starts: nothing of it is to be undone.
+  v.DropUndoCopies();
 }
 
 inline void MakeSphere(VolumeObject& v, float r = 28.f, float cx = 0, float cy = 0, float cz = 0) {
   FillVolume(v, SphereShape(cx, cy, cz, r));
   v.UpdateSurface();
+  v.DropUndoCopies();
 }
 
 // Every surface vertex position of the visible cells.
