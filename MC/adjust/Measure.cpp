@@ -82,7 +82,10 @@ float DrawStrokeText(comms::cRender& render, const std::string& text, float x, f
     if (s & 0x20) line(0, 0, 0, h);
     if (s & 0x40) line(0, h, w, h);
     if (s & 0x80) line(w / 2, h, w / 2, 2 * h);
-    if (s & 0x100) line(w / 2, 2 * h - 1, w / 2 + 1, 2 * h);
+    if (s & 0x100) {
+      line(w / 2 - 1, 2 * h - 1, w / 2 + 1, 2 * h - 1);
+      line(w / 2 - 1, 2 * h, w / 2 + 1, 2 * h);
+    }
     at += c == '.' ? step / 2 : step;
   }
   return at - x;

@@ -50,6 +50,7 @@ bool TransformHandler::OnMouseMove(VoxelSculptTool& tool) {
 bool TransformHandler::OnLMBUp(VoxelSculptTool& tool) {
   if (!Gizmo.Dragging()) return false;
   Gizmo.End();
+  hover_ = -1;
   Place(tool);
   ChangedSinceSave = 1;
   return true;

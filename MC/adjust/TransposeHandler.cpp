@@ -86,7 +86,10 @@ bool TransposeHandler::OnMouseMove(VoxelSculptTool& tool) {
 
 bool TransposeHandler::OnLMBUp(VoxelSculptTool& tool) {
   if (state_ == 2) {
-    total_ = total_ * Gizmo.DragTo(*tool.Camera(), Pointer().X, Pointer().Y);
+    const cMat4 drag = Gizmo.DragTo(*tool.Camera(), Pointer().X, Pointer().Y);
+    total_ = total_ * drag;
+    // The gizmo goes where its centre went.
+    Gizmo.Centre = TransformPoint(Gizmo.Centre, drag);
     Gizmo.End();
     state_ = 0;
     return true;

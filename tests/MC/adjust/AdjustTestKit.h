@@ -43,6 +43,14 @@ inline void MakeSphere(VolumeObject& v, float r = 28.f, float cx = 0, float cy =
   v.DropUndoCopies();
 }
 
+// Model 0: the seeded sphere of radius 28; model 1: the sculpted head.
+inline void MakeModel(VolumeObject& v, int model) {
+  if (model == 0)
+    MakeSphere(v, 28.f);
+  else
+    MakeHead(v);
+}
+
 // Every surface vertex position of the visible cells.
 inline std::vector<std::array<float, 3>> Vertices(VolumeObject& v) {
   std::vector<std::array<float, 3>> out;

@@ -106,11 +106,7 @@ float FrontDepth(VolumeObject& v, const float o[3], const float n[3]) {
 TEST(Barelief, FlattensWhatLiesInFrontAndLeavesTheRestByteForByte) {
   for (int model = 0; model < 2; ++model) {
     VolumeObject v;
-    if (model == 0)
-      MakeSphere(v, 28.f);
-    else
-      MakeHead(v);
-    v.DropUndoCopies();
+    MakeModel(v, model);
     const VolumeSnapshot before = Snapshot(v);
     const float o[3] = {0, 0, model ? 20.f : 8.f}, second[3] = {0, 0, 100};
     const float n[3] = {0, 0, 1};

@@ -74,11 +74,7 @@ TEST(TransposeBlend, StrengthScalesTheMoveAndTwoMatricesShareIt) {
 TEST(TransposeRoundTrip, MovedVerticesReachTheVoxelsAndFarCellsStay) {
   for (int model = 0; model < 2; ++model) {
     VolumeObject v;
-    if (model == 0)
-      MakeSphere(v, 28.f);
-    else
-      MakeHead(v);
-    v.DropUndoCopies();
+    MakeModel(v, model);
     const VolumeSnapshot before = Snapshot(v);
     TransposeSet set;
     const float a[3] = {0, 0, model ? 62.f : 29.f}, b[3] = {0, 0, model ? 40.f : 12.f};
