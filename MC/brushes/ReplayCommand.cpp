@@ -11,6 +11,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Threader.h"
+#include "MC/adjust/AdjustReplay.h"
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelStroke.h"
@@ -142,6 +143,9 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       stroke.End();
       volume.DropUndoCopies();  // the undo record of a stroke comes with the undo stack
       ++result.Strokes;
+    } else if (std::string why; const int adjusted = RunAdjustReplay(cmd, words, volume, radius, why)) {
+      if (adjusted < 0) fail(why);
+      else ++result.Strokes;
     } else {
       fail("unknown command '" + cmd + "'");
     }

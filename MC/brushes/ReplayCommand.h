@@ -18,7 +18,8 @@
 //   stroke X Y Z X Y Z ...   pen positions in volume space; each is projected
 //                            onto the surface along the view direction, and
 //                            each is one frame of the stroke
-// Each stroke is followed by UpdateSurface, as a frame would.
+// Each stroke is followed by UpdateSurface, as a frame would. The adjust
+// tools add their own lines (MC/adjust/AdjustReplay.h).
 // A script whose first command is "import MESH MODE" paints a mesh instead
 // (paint/stroke/PaintReplay.h).
 #pragma once

@@ -54,6 +54,16 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   Member("_index", AxialAxis, "AxialAxis", GetEnumerator("AXIS3"));
   Member("_bool", CubicInterpolation, "CubicInterpolation");
   slider(FlatCarveOffset, "FlatCarveOffset", -4, 4);
+  Member("_index", TRN_MODE, "TRN_MODE", GetEnumerator("TRN_MODE"));
+  Member("_index", MeasureAlignment, "MeasureAlignment", GetEnumerator("MEASURE_ALIGN"));
+  Member("_index", Units, "METRICS", GetEnumerator("METRICS"));
+  slider(VoxelsPerUnit, "VoxelsPerUnit", 0.01f, 1000);
+  Member("_index", WrapType, "WrapType", GetEnumerator("WRAP_TYPE"));
+  Member("_int", WrapSegments, "WrapSegments");
+  slider(StartAngle, "StartAngle", 0, 360);
+  slider(EndAngle, "EndAngle", 0, 360);
+  slider(ForwardStep, "ForwardStep", 0, 100);
+  slider(TwistAngle, "TwistAngle", -180, 180);
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
@@ -83,7 +93,9 @@ const SettingUse kUses[] = {
     {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
     {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
-    {"ExtrudeDir", {45, 46, 47}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
+    {"ExtrudeDir", {45, 46, 47}}, {"TRN_MODE", {16}}, {"MeasureAlignment", {14}}, {"METRICS", {14}},
+    {"VoxelsPerUnit", {14}}, {"WrapType", {22}}, {"WrapSegments", {22}}, {"StartAngle", {22}}, {"EndAngle", {22}},
+    {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
 };
 }  // namespace
 
@@ -137,6 +149,15 @@ void RegisterVoxelBrushClasses() {
   Enumerator* axis = GetEnumerator("AXIS3");
   if (axis->GetStoredAmount() == 0)
     for (const char* n : {"X", "Y", "Z"}) axis->Add(n);
+  auto fill = [](const char* name, std::initializer_list<const char*> values) {
+    Enumerator* e = GetEnumerator(name);
+    if (e->GetStoredAmount() == 0)
+      for (const char* n : values) e->Add(n);
+  };
+  fill("TRN_MODE", {"TRN_LINE", "TRN_BILINE", "TRN_SPHERE", "TRN_CUSTOM", "TRN_OBJECT"});
+  fill("MEASURE_ALIGN", {"MeasNoAlign", "MeasAlongX", "MeasAlongY", "MeasAlongZ", "MeasInXY", "MeasInYZ", "MeasInZX"});
+  fill("METRICS", {"METERS", "MILLIMETERS", "CENTIMETERS", "KILOMETERS", "FOOTS", "INCHES", "YARDS", "MILES"});
+  fill("WRAP_TYPE", {"WRAP_BEND", "WRAP_TWIST"});
   Enumerator* border = GetEnumerator("VOXBORDERSTYLE");
   for (const char* n : {"voBorderRound", "voBorderPlane", "voBorderSharp"}) border->Add(n);
   RegisterVoxModeEnumerators();

@@ -32,6 +32,16 @@ class VoxelBrushSettings : public BaseClass {
   bool CubicInterpolation = false;
   // How far the double-sided carve reaches beyond the pen's depth, voxels.
   float FlatCarveOffset = 0.f;
+  // Adjust tools: the transpose selection (TRN_MODE), the measure's
+  // alignment (MEASURE_ALIGN) and units (METRICS, VoxelsPerUnit voxels to a
+  // unit), the wrap's chain of copies.
+  int TRN_MODE = 2;  // TRN_SPHERE
+  int MeasureAlignment = 0;
+  int Units = 0;
+  float VoxelsPerUnit = 10.f;
+  int WrapType = 0;  // WRAP_BEND
+  int WrapSegments = 8;
+  float StartAngle = 0, EndAngle = 360, ForwardStep = 0, TwistAngle = 45;
   int ExtrudeDir = AverageNormal;
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};

@@ -1,6 +1,7 @@
 // The registry of voxel mode handlers and the list of the program's own.
 #include <map>
 
+#include "MC/adjust/AdjustHandlers.h"
 #include "MC/brushes/VoxelModeHandler.h"
 
 namespace {
@@ -25,4 +26,5 @@ void RegisterVoxelModeHandlers() {
   if (done) return;
   done = true;
   // Each family of modes registers its handlers here, one line each.
+  RegisterAdjustModeHandlers();
 }

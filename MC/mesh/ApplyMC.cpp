@@ -192,6 +192,20 @@ bool VolumeObject::ApplyMC(bool force, bool keepUndo) {
   steps.End("ApplyMC-3");
 
   MergeIntoVolume(collector, *this, kMergeUnion, keepUndo);
+  // Plane 8 of a cell repeats plane 0 of the cells above it. A rim cell keeps
+  // its old values where the emptied cell above it starts afresh, and a cell
+  // below the region was not merged at all: each takes its plane 8 from its
+  // upper neighbours, or the surface cracks along the region's faces.
+  CellKeyMap<int> synced(4099);
+  for (const CellKey& k : affected)
+    for (int m = 0; m < 8; ++m) {
+      const int nx = k.x - (m & 1), ny = k.y - ((m >> 1) & 1), nz = k.z - ((m >> 2) & 1);
+      if (synced.Find(nx, ny, nz) || !Cells.Find(nx, ny, nz)) continue;
+      synced.Set(nx, ny, nz, 1);
+      if (keepUndo) SaveUndoCopy(nx, ny, nz);
+      SyncBorders(nx, ny, nz);
+      MarkDirty(nx, ny, nz, false);
+    }
   steps.End("ApplyMC-4");
 
   Cells.ForEach([](const CellKey&, VoxelCell*& c) { c->Flags &= (uint8_t)~kCellMark; });
