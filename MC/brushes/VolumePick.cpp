@@ -31,7 +31,13 @@ bool PickVolume(VolumeObject& v, const float o[3], const float dIn[3], SurfaceHi
     t0 = std::max(t0, ta), t1 = std::min(t1, tb);
   }
   if (t0 > t1) return false;
-  auto at = [&](float t) { return v.SampleField(o[0] + d[0] * t, o[1] + d[1] * t, o[2] + d[2] * t, fromUndo); };
+  // Hidden cells read as empty: the pen passes through them.
+  auto at = [&](float t) {
+    const float p[3] = {o[0] + d[0] * t, o[1] + d[1] * t, o[2] + d[2] * t};
+    VoxelCell** c = v.Cells.Find((int)std::floor(p[0] / 8.f), (int)std::floor(p[1] / 8.f), (int)std::floor(p[2] / 8.f));
+    if (c && ((*c)->Flags & kCellHidden)) return 0.f;
+    return v.SampleField(p[0], p[1], p[2], fromUndo);
+  };
   float prevT = t0;
   if (at(t0) >= kLevel) return false;  // starts inside: no front face to pick
   for (float t = t0 + kStep; t <= t1 + kStep; t += kStep) {

@@ -3,6 +3,8 @@
 
 #include "MC/brushes/VoxelModeHandler.h"
 
+#include "MC/brushes/DrawnShapeTools.h"
+
 namespace {
 
 std::map<int, VoxelModeFactory>& Factories() {
@@ -25,4 +27,5 @@ void RegisterVoxelModeHandlers() {
   if (done) return;
   done = true;
   // Each family of modes registers its handlers here, one line each.
+  RegisterDrawnShapeHandlers();
 }
