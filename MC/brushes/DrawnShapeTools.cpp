@@ -224,6 +224,65 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   return true;
 }
 
+bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
+                      const std::vector<float>& xyz, int threads, std::string* why) {
+  auto refuse = [&](const char* text) {
+    if (why) *why = text;
+    return false;
+  };
+  if (kind < kShapeRectangle || kind > kShapeSpline) return refuse("shape kind must be 1 to 5");
+  if (mode == SCULP_HIDE || mode == SCULPT_RECTSPLIT) return refuse("this tool needs a layer tree");
+  // An orthographic camera on the origin looking along `view`: -z turned onto it.
+  comms::cFreeViewer camera;
+  camera.ViewRect = comms::cRect{0, 0, 1024, 1024};
+  camera.OrthoProj = true;
+  camera.OrthoScale = 1.f;
+  const comms::cVec3 to(view[0], view[1], view[2]), from(0, 0, -1);
+  comms::cVec3 axis = comms::cVec3(from.y * to.z - from.z * to.y, from.z * to.x - from.x * to.z,
+                                   from.x * to.y - from.y * to.x);
+  const float turn = std::acos(std::clamp(from.x * to.x + from.y * to.y + from.z * to.z, -1.f, 1.f));
+  if (axis.Length() < 1e-6f) axis = comms::cVec3(0, 1, 0);
+  float best = -2.f;
+  for (float sign : {1.f, -1.f}) {
+    camera.SetHome(comms::cVec3(0, 0, 0), 500.f, comms::cQuat::FromAxisAngle(axis.Normalized(), sign * turn));
+    const float along = camera.Forward.x * to.x + camera.Forward.y * to.y + camera.Forward.z * to.z;
+    if (along > best) best = along;
+    if (along > 0.999f) break;
+  }
+  if (best < 0.999f) return refuse("no camera looks along the view");
+  GeneralPenSaver keepPen;
+  GeneralPen::DrawShape = kind;
+  GeneralPen::PenRadius = radius;
+  VoxelSculptTool tool;
+  tool.SetScene(&volume, &camera);
+  tool.SelectMode(mode);
+  DrawnShape shape;
+  shape.Kind = kind;
+  shape.BorderStyle = tool.Settings.BorderStyle;
+  ShapeAction action;
+  action.Invert = invert;
+  action.Threads = threads;
+  const float scene[3] = {0, 0, 0};
+  const ShapeView screen = ShapeView::Of(volume, camera, scene);
+  for (size_t i = 0; i + 2 < xyz.size(); i += 3) {
+    const float p[3] = {xyz[i], xyz[i + 1], xyz[i + 2]};
+    float x, y;
+    if (!screen.Project(p, x, y)) continue;
+    shape.Add(x, y);
+    PenPoint pen;
+    if (!action.HasPick && tool.PenAt(x, y, pen)) {
+      action.HasPick = true;
+      std::copy(pen.P, pen.P + 3, action.Pick);
+      std::copy(pen.N, pen.N + 3, action.PickNormal);
+    }
+  }
+  if (!shape.Finish()) return refuse("the shape encloses nothing");
+  const bool done = ActOnDrawnShape(tool, shape, action);
+  volume.DropUndoCopies();
+  tool.SetScene(nullptr, nullptr);
+  return done || refuse("the tool could not act on the shape");
+}
+
 namespace {
 
 // The shape input: press starts the shape, drag adds to it, release acts.

@@ -5,6 +5,7 @@
 // hiding, a split into a new layer, a piece for the merge tool). "Hide"
 // (SCULP_HIDE) and cell hiding (SCULP_CLHIDE) also work by stroke.
 #pragma once
+#include <string>
 #include <vector>
 
 #include "MC/brushes/DrawnShape.h"
@@ -44,6 +45,14 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
 // The row SCULPT_RECTSPLIT makes: an empty volume right behind `row` in its
 // parent, named after it with "_space_copy", with its transforms and shader.
 VoxTreeBranch* AddSplitLayer(VoxVisualTree& tree, VoxTreeBranch* row);
+
+// A drawn shape replayed without a window: the points are volume-space
+// positions seen along `view` (unit length) by an orthographic camera at one
+// pixel per voxel, the pen's radius is `radius` voxels, and the shape acts as
+// the tool `mode` would act on it (modes that need a layer tree refuse).
+// `why` says what went wrong.
+bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
+                      const std::vector<float>& xyz, int threads, std::string* why);
 
 // Registers the handlers of the shape input, "Hide" and cell hiding.
 void RegisterDrawnShapeHandlers();

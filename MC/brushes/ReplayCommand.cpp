@@ -22,6 +22,7 @@
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintReplay.h"
+#include "MC/brushes/DrawnShapeTools.h"
 
 namespace {
 int ToolByWord(const std::string& w) {
@@ -141,6 +142,20 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       }
       stroke.End();
       volume.DropUndoCopies();  // the undo record of a stroke comes with the undo stack
+      ++result.Strokes;
+    } else if (cmd == "shape") {
+      int kind = 0;
+      std::vector<float> xyz;
+      float f;
+      if (!(words >> kind)) { fail("shape needs a kind"); break; }
+      while (words >> f) xyz.push_back(f);
+      if (xyz.size() < 6 || xyz.size() % 3) { fail("shape needs x y z triples"); break; }
+      std::string why;
+      if (!ReplayDrawnShape(volume, stroke.Tool, kind, stroke.Inverted(), view, radius, xyz, stroke.Threads, &why)) {
+        fail("shape: " + why);
+        break;
+      }
+      volume.UpdateSurface();
       ++result.Strokes;
     } else {
       fail("unknown command '" + cmd + "'");

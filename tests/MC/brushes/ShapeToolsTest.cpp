@@ -8,9 +8,13 @@
 // and the same shape with one or two threads gives the same bytes.
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "BrushTestKit.h"
+#include "ClassEngine/DataFolder.h"
+#include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/DrawnShapeTools.h"
 #include "MC/brushes/HideTools.h"
 #include "MC/brushes/VolumePick.h"
@@ -289,4 +293,40 @@ TEST_F(ShapeToolFixture, OneAndTwoThreadsGiveTheSameBytes) {
   }
   ASSERT_EQ(results.size(), 6u);
   for (int i = 0; i < 3; ++i) EXPECT_EQ(results[i], results[i + 3]) << i;
+}
+
+namespace {
+std::string ReadShapesScript() {
+  std::ifstream file(comms::DataFilePath("Replays/shapes.txt"), std::ios::binary);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+}  // namespace
+
+TEST(ShapeReplay, ScriptOfShapesGivesTheSameBytesWithOneAndTwoThreads) {
+  const std::string script = ReadShapesScript();
+  ASSERT_FALSE(script.empty());
+  VolumeObject one, two;
+  for (auto [volume, threads] : {std::pair{&one, "1"}, std::pair{&two, "2"}}) {
+    const ReplayResult r = RunReplayScript(std::string("threads ") + threads + "\n" + script, *volume);
+    ASSERT_EQ(r.Line, 0) << r.Error;
+    EXPECT_EQ(r.Strokes, 5);
+  }
+  EXPECT_EQ(Snapshot(one), Snapshot(two));
+  // What each shape did, at points inside it: the lasso and the spline cut
+  // through the whole depth, the circle's solid stands out of the front.
+  for (float z : {-40.f, 0.f, 40.f}) {
+    EXPECT_LT(one.SampleField(-34, 5, z), 8000.f) << "lasso, depth " << z;
+    EXPECT_LT(one.SampleField(-18, -45, z), 8000.f) << "spline, depth " << z;
+  }
+  EXPECT_GT(one.SampleField(20, 30, std::sqrt(3600.f - 1300.f) + 1.5f), 40000.f) << "the circle's solid";
+  int hidden = 0;
+  one.Cells.ForEach([&](const CellKey&, VoxelCell*& c) { hidden += (c->Flags & kCellHidden) != 0; });
+  EXPECT_GT(hidden, 10);
+  // A bad shape line names its fault.
+  VolumeObject bad;
+  const ReplayResult r = RunReplayScript("sphere 20\ntool carve\nshape 7 0 0 0 1 1 0 2 0 0\n", bad);
+  EXPECT_EQ(r.Line, 3);
+  EXPECT_NE(r.Error.find("shape"), std::string::npos);
 }
