@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "BrushTestKit.h"
+#include "FrontCamera.h"
 #include "ClassEngine/Random.h"
 #include "MC/brushes/ShapeActions.h"
 #include "MC/brushes/VoxelBrushSettings.h"
@@ -15,11 +16,11 @@
 namespace {
 constexpr float kSphere = 28.f;
 
-comms::cFreeViewer FrontCamera() {
-  comms::cFreeViewer cam;
-  cam.ViewRect = comms::cRect{0, 0, 640, 480};
-  cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
-  return cam;
+std::vector<uint16_t> CellValues(VolumeObject& v, const CellKey& k) {
+  std::vector<uint16_t> out(kCellVoxels);
+  VoxelCell** c = v.Cells.Find(k.x, k.y, k.z);
+  for (int i = 0; i < kCellVoxels; ++i) out[i] = OldValue(c ? *c : nullptr, i);
+  return out;
 }
 
 struct ShapeCutFixture : ::testing::Test {
@@ -32,7 +33,18 @@ struct ShapeCutFixture : ::testing::Test {
     const float pick[3] = {0, 0, kSphere};
     view = ShapeView::Of(volume, cam, pick);
   }
-  // Cells whose screen box lies more than `margin` pixels off the shape's box.
+  // The values of the cells whose screen box lies more than `margin` pixels
+  // off the shape's box.
+  std::map<std::tuple<int, int, int>, std::vector<uint16_t>> ValuesOff(const DrawnShape& shape, float margin) {
+    std::map<std::tuple<int, int, int>, std::vector<uint16_t>> out;
+    for (const CellKey& k : CellsOff(shape, margin)) out[{k.x, k.y, k.z}] = CellValues(volume, k);
+    return out;
+  }
+  void ExpectUnchanged(const std::map<std::tuple<int, int, int>, std::vector<uint16_t>>& values) {
+    EXPECT_GT(values.size(), 20u);
+    for (const auto& [k, v] : values)
+      EXPECT_EQ(CellValues(volume, {std::get<0>(k), std::get<1>(k), std::get<2>(k)}), v);
+  }
   std::vector<CellKey> CellsOff(const DrawnShape& shape, float margin) {
     const std::array<float, 4> b = shape.Box();
     std::vector<CellKey> off;
@@ -46,16 +58,20 @@ struct ShapeCutFixture : ::testing::Test {
   }
 };
 
-// 37 x 23 pixels a little right of and above the middle of the view.
-DrawnShape OddRectangle() {
+// A rectangle (corner to corner) or a circle (centre, then the corner of its
+// semi-axes), finished.
+DrawnShape TwoPointShape(int kind, float x0, float y0, float x1, float y1) {
   DrawnShape s;
-  s.Kind = kShapeRectangle;
+  s.Kind = kind;
   s.BorderStyle = voBorderSharp;
-  s.Add(322, 221);
-  s.Add(359, 244);
+  s.Add(x0, y0);
+  s.Add(x1, y1);
   EXPECT_TRUE(s.Finish());
   return s;
 }
+
+// 37 x 23 pixels a little right of and above the middle of the view.
+DrawnShape OddRectangle() { return TwoPointShape(kShapeRectangle, 322, 221, 359, 244); }
 
 DrawnShape Triangle() {
   DrawnShape s;
@@ -65,13 +81,6 @@ DrawnShape Triangle() {
   s.Add(301, 281);
   EXPECT_TRUE(s.Finish());
   return s;
-}
-
-std::vector<uint16_t> CellValues(VolumeObject& v, const CellKey& k) {
-  std::vector<uint16_t> out(kCellVoxels);
-  VoxelCell** c = v.Cells.Find(k.x, k.y, k.z);
-  for (int i = 0; i < kCellVoxels; ++i) out[i] = OldValue(c ? *c : nullptr, i);
-  return out;
 }
 
 // The pixel of an object point.
@@ -88,9 +97,7 @@ TEST_F(ShapeCutFixture, CutGoesThroughTheWholeDepthAndNowhereElse) {
   const DrawnShape shape = OddRectangle();
   const VolumeSnapshot before = Snapshot(volume);
   // The cut fades out over 2.5 voxels beyond the shape's border.
-  const std::vector<CellKey> off = CellsOff(shape, 2.5f / view.S + 1);
-  std::map<std::tuple<int, int, int>, std::vector<uint16_t>> offBefore;
-  for (const CellKey& k : off) offBefore[{k.x, k.y, k.z}] = CellValues(volume, k);
+  const auto off = ValuesOff(shape, 2.5f / view.S + 1);
   ShapeCutParams p;
   EXPECT_GT(CutByShape(volume, shape, view, p), 0);
   // A line of sight through the middle of the rectangle: empty front to back.
@@ -105,8 +112,7 @@ TEST_F(ShapeCutFixture, CutGoesThroughTheWholeDepthAndNowhereElse) {
   }
   // The middle of the sphere beside the rectangle keeps its density.
   EXPECT_GT(volume.SampleField(-10, -5, 0), 60000.f);
-  for (const CellKey& k : off) EXPECT_EQ(CellValues(volume, k), (offBefore[{k.x, k.y, k.z}])) << k.x << k.y << k.z;
-  EXPECT_GT(off.size(), 20u);
+  ExpectUnchanged(off);
   ExpectClosed(Surface(volume));
   volume.RestoreUndoCopies();
   EXPECT_EQ(Snapshot(volume), before);
@@ -232,14 +238,8 @@ TEST_F(ShapeCutFixture, OneAndTwoThreadsGiveTheSameBytes) {
 }
 
 TEST_F(ShapeCutFixture, SolidGrowsUnderTheShapeTowardTheViewer) {
-  DrawnShape circle;
-  circle.Kind = kShapeCircle;
-  circle.Add(341, 226);
-  circle.Add(362, 241);
-  ASSERT_TRUE(circle.Finish());
-  const std::vector<CellKey> off = CellsOff(circle, 40);
-  std::map<std::tuple<int, int, int>, std::vector<uint16_t>> old;
-  for (const CellKey& k : off) old[{k.x, k.y, k.z}] = CellValues(volume, k);
+  const DrawnShape circle = TwoPointShape(kShapeCircle, 341, 226, 362, 241);
+  const auto off = ValuesOff(circle, 40);
   const long before = InsideCount(volume);
   for (int style : {voBorderRound, voBorderPlane, voBorderSharp}) {
     ShapeSolidParams s;
@@ -252,16 +252,12 @@ TEST_F(ShapeCutFixture, SolidGrowsUnderTheShapeTowardTheViewer) {
     EXPECT_GT(ShapeSolid(volume, circle, view, s, rnd), 0) << style;
   }
   EXPECT_GT(InsideCount(volume), before + 200);
-  for (const CellKey& k : off) EXPECT_EQ(CellValues(volume, k), (old[{k.x, k.y, k.z}]));
+  ExpectUnchanged(off);
   ExpectClosed(Surface(volume));
 }
 
 TEST_F(ShapeCutFixture, FailedSearchKeepsThePickAsCentre) {
-  DrawnShape far;
-  far.Kind = kShapeRectangle;
-  far.Add(5, 5);
-  far.Add(17, 12);
-  ASSERT_TRUE(far.Finish());
+  const DrawnShape far = TwoPointShape(kShapeRectangle, 5, 5, 17, 12);
   const float pick[3] = {1, 2, kSphere}, n[3] = {0, 0, 1};
   float centre[3];
   Random rnd(3);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "BrushTestKit.h"
+#include "FrontCamera.h"
 #include "ClassEngine/DataFolder.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/DrawnShapeTools.h"
@@ -29,13 +30,6 @@
 
 namespace {
 constexpr float kSphere = 28.f;
-
-comms::cFreeViewer FrontCamera() {
-  comms::cFreeViewer cam;
-  cam.ViewRect = comms::cRect{0, 0, 640, 480};
-  cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
-  return cam;
-}
 
 // Sum of two volumes' values at every lattice point of the sphere's box.
 long long DensitySum(VolumeObject& a, VolumeObject* b) {
