@@ -8,6 +8,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Random.h"
+#include "MC/brushes/CellJobs.h"
 #include "MC/brushes/HideTools.h"
 #include "MC/brushes/ShapeActions.h"
 #include "MC/brushes/ShapeView.h"
@@ -61,6 +62,38 @@ void ObjectPick(VolumeObject& volume, const ShapeAction& a, float pick[3], float
                   ? (volume.CellBoundsMin[k] + volume.CellBoundsMax[k] + 1) * 4.f
                   : 0.f;
     normal[k] = k == 2 ? 1.f : 0.f;
+  }
+}
+
+// A cell's plane 8 differs somewhere from plane 0 of its upper neighbours.
+bool BorderDiffers(VolumeObject& volume, const CellKey& k, const VoxelCell* cell) {
+  for (int m = 1; m < 8; ++m) {
+    const int dx = m & 1, dy = (m >> 1) & 1, dz = (m >> 2) & 1;
+    VoxelCell** nf = volume.Cells.Find(k.x + dx, k.y + dy, k.z + dz);
+    const VoxelCell* n = nf ? *nf : nullptr;
+    for (int z = dz ? 8 : 0; z <= (dz ? 8 : 7); ++z)
+      for (int y = dy ? 8 : 0; y <= (dy ? 8 : 7); ++y)
+        for (int x = dx ? 8 : 0; x <= (dx ? 8 : 7); ++x)
+          if (OldValue(cell, LatticeIndex(x, y, z)) != OldValue(n, LatticeIndex(dx ? 0 : x, dy ? 0 : y, dz ? 0 : z)))
+            return true;
+  }
+  return false;
+}
+
+// The surface's moved vertices into the voxels (ApplyMC, undo copies kept),
+// then every plane a cell shares with its upper neighbours made equal again
+// (the rim of the rewritten region may leave them apart), so the surface
+// built from the cells stays closed.
+void WriteSurfaceIntoVoxels(VolumeObject& volume, bool force) {
+  volume.ApplyMC(force, true);
+  std::vector<CellKey> apart;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (BorderDiffers(volume, k, c)) apart.push_back(k);
+  });
+  for (const CellKey& k : apart) {
+    volume.SaveUndoCopy(k.x, k.y, k.z);
+    volume.SyncBorders(k.x, k.y, k.z);
+    volume.MarkDirty(k.x, k.y, k.z, false);
   }
 }
 
@@ -134,7 +167,8 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   if (!volume || !camera || !shape.Finished()) return false;
   const int mode = tool.Mode;
   // What the surface holds of an earlier surface edit goes to the voxels first.
-  if (mode != SCULPT_TRANSPOSE && !IsSurfaceTool(mode) && volume->SurfaceChanged) volume->ApplyMC(volume->SurfaceMode);
+  if (mode != SCULPT_TRANSPOSE && !IsSurfaceTool(mode) && volume->SurfaceChanged)
+    WriteSurfaceIntoVoxels(*volume, volume->SurfaceMode);
   float pick[3], normal[3];
   ObjectPick(*volume, action, pick, normal);
   const ShapeView view = ShapeView::Of(*volume, *camera, pick);
@@ -194,7 +228,7 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     e.Direction = tool.Settings.ExtrudeDir;
     e.SoftBorder = softBorder;
     for (const SymmetryCopy& c : copies) ShapeExtrude(*volume, shape, MirroredView(view, c.M), e);
-    if (!IsSurfaceTool(mode)) volume->ApplyMC(false, true);
+    if (!IsSurfaceTool(mode)) WriteSurfaceIntoVoxels(*volume, false);
     tool.EndEdit(*volume);
     return true;
   }

@@ -15,6 +15,9 @@
 #include "BrushTestKit.h"
 #include "FrontCamera.h"
 #include "ClassEngine/DataFolder.h"
+#include "ClassEngine/streams/MemoryBinStream.h"
+#include "MC/file/VolumeStream.h"
+#include "paint/file/BlockCoding.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/DrawnShapeTools.h"
 #include "MC/brushes/HideTools.h"
@@ -162,6 +165,34 @@ TEST_F(ShapeToolFixture, HideMovesDensityIntoTheHiddenSpaceRowAndConservesIt) {
   companion->RestoreUndoCopies();
   EXPECT_EQ(Snapshot(*volume), original);
   EXPECT_EQ(InsideCount(*companion), 0);
+}
+
+TEST_F(ShapeToolFixture, HiddenSpaceTravelsWithTheSceneAndStaysHidden) {
+  ASSERT_TRUE(tool->SelectMode(SCULP_HIDE));
+  Drag(kStroke);
+  VolumeObject* companion = HiddenSpaceOf(&tree, *volume, false);
+  ASSERT_NE(companion, nullptr);
+  const VolumeSnapshot hidden = Snapshot(*companion), kept = Snapshot(*volume);
+  MemoryBinStream s;
+  {
+    BlockWriter w(s);
+    WriteVolumes(w, tree.Volumes(), false, tree.TreeXml());
+  }
+  BlockReader r(s, s.Size());
+  std::vector<std::unique_ptr<VolumeObject>> volumes;
+  std::string xml;
+  ASSERT_TRUE(ReadVolumes(r, volumes, &xml)) << r.Error();
+  VoxVisualTree back;
+  back.TakeScene(std::move(volumes), xml);
+  VoxTreeBranch* head = back.FindByName("Head");
+  ASSERT_TRUE(head && head->Volume);
+  EXPECT_EQ(back.CurrentVolume, head->Volume) << "the hidden space never becomes current";
+  VolumeObject* loaded = HiddenSpaceOf(&back, *head->Volume, false);
+  ASSERT_NE(loaded, nullptr);
+  EXPECT_FALSE(loaded->Visible);
+  EXPECT_EQ(Snapshot(*loaded), hidden);
+  EXPECT_EQ(Snapshot(*head->Volume), kept);
+  for (VolumeObject* v : back.VisibleVolumes()) EXPECT_NE(v, loaded);
 }
 
 TEST_F(ShapeToolFixture, HideByShapeAndBackByTheInvertedShapeRestoresEveryByte) {
@@ -323,4 +354,37 @@ TEST(ShapeReplay, ScriptOfShapesGivesTheSameBytesWithOneAndTwoThreads) {
   const ReplayResult r = RunReplayScript("sphere 20\ntool carve\nshape 7 0 0 0 1 1 0 2 0 0\n", bad);
   EXPECT_EQ(r.Line, 3);
   EXPECT_NE(r.Error.find("shape"), std::string::npos);
+}
+
+TEST(ShapeReplay, ShapesOnTheSculptedHeadKeepItClosedAndLeaveTheCrownAlone) {
+  std::ifstream head(comms::DataFilePath("Replays/sphere.txt"), std::ios::binary);
+  std::stringstream headScript;
+  headScript << head.rdbuf();
+  VolumeObject volume;
+  ReplayResult r = RunReplayScript(headScript.str(), volume);
+  ASSERT_EQ(r.Line, 0) << r.Error;
+  const VolumeSnapshot sculpted = Snapshot(volume);
+  // The shapes without their own sphere: they act on the head.
+  std::string shapes = ReadShapesScript();
+  shapes.replace(shapes.find("sphere 60"), 9, "");
+  r = RunReplayScript(shapes, volume);
+  ASSERT_EQ(r.Line, 0) << r.Error;
+  const VolumeSnapshot after = Snapshot(volume);
+  EXPECT_NE(after, sculpted);
+  // Every shape lies below y = 45 (with its soft border): the crown's cells
+  // are the same bytes.
+  int crown = 0;
+  for (const auto& [key, values] : sculpted)
+    if (std::get<1>(key) * 8 >= 56) {
+      ++crown;
+      auto it = after.find(key);
+      ASSERT_NE(it, after.end());
+      EXPECT_EQ(it->second, values);
+    }
+  EXPECT_GT(crown, 20);
+  // The hidden cells leave a hole in the export; shown again, the surface is
+  // closed.
+  EXPECT_GT(Surface(volume).badEdges, 0);
+  EXPECT_GT(UnhideAll(volume), 0);
+  ExpectClosed(Surface(volume));
 }
