@@ -27,6 +27,7 @@
 #include "MC/tree/VolumeHiding.h"
 #include "interchange/Mesh.h"
 #include "platform/Keys.h"
+#include "render/NullRender.h"
 #include "render/Viewer.h"
 #include "shell/tools/RouterDrag.h"
 #include "shell/tools/ToolRouter.h"
@@ -124,6 +125,53 @@ TEST_F(ShapeToolFixture, CellHidingLeavesDrawingPickingAndExportAndComesBackExac
   volume->UpdateSurface();
   EXPECT_EQ(CellTriangles(*volume), triangles);
   EXPECT_EQ(Surface(*volume).faces, full.faces);
+}
+
+namespace {
+// Keeps the lines of the 2D layer.
+class LineRecorder : public comms::cNullRender {
+ public:
+  struct Line {
+    float x0, y0, x1, y1;
+  };
+  std::vector<Line> Lines;
+  void DrawLine(float x0, float y0, float x1, float y1, float, uint32_t, uint32_t) override {
+    Lines.push_back({x0, y0, x1, y1});
+  }
+};
+}  // namespace
+
+TEST_F(ShapeToolFixture, ShapeIsDrawnOverTheViewWhileTheDragLasts) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  const VolumeSnapshot before = Snapshot(*volume);
+  router.OnPointerMove(301, 207);
+  router.OnKeyChange(keys::LeftButton, true, false);
+  router.OnPointerMove(333, 219);
+  router.OnPointerMove(357, 262);
+  table.RunFrame();
+  LineRecorder render;
+  ASSERT_TRUE(tool->DrawOverlay(render, cam));
+  ASSERT_EQ(render.Lines.size(), 4u);
+  float lo[2] = {1e9f, 1e9f}, hi[2] = {-1e9f, -1e9f};
+  for (const auto& l : render.Lines) {
+    lo[0] = std::min({lo[0], l.x0, l.x1}), hi[0] = std::max({hi[0], l.x0, l.x1});
+    lo[1] = std::min({lo[1], l.y0, l.y1}), hi[1] = std::max({hi[1], l.y0, l.y1});
+  }
+  EXPECT_EQ(lo[0], 301.f);
+  EXPECT_EQ(lo[1], 207.f);
+  EXPECT_EQ(hi[0], 357.f);
+  EXPECT_EQ(hi[1], 262.f);
+  EXPECT_EQ(Snapshot(*volume), before) << "nothing happens before the shape is finished";
+  router.OnKeyChange(keys::LeftButton, false, false);
+  table.RunFrame();
+  EXPECT_NE(Snapshot(*volume), before);
+  render.Lines.clear();
+  EXPECT_FALSE(tool->DrawOverlay(render, cam)) << "the finished shape is gone from the view";
+  EXPECT_TRUE(render.Lines.empty());
+  // Without a shape pen the same mode strokes as before.
+  GeneralPen::DrawShape = kShapeNone;
+  EXPECT_EQ(tool->Handler(), nullptr);
 }
 
 TEST_F(ShapeToolFixture, CellHidingUndoesToTheFlag) {
