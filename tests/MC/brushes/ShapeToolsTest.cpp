@@ -327,6 +327,25 @@ TEST_F(ShapeToolFixture, ShapePenAddsASolidAndCutsWhenInverted) {
   ExpectClosed(Surface(*volume));
 }
 
+TEST_F(ShapeToolFixture, MirroredShapeCutsItsMirrorImageToo) {
+  GeneralPen::DrawShape = kShapeLasso;
+  GeneralPen::Symmetry = 1;  // across x = 0
+  ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));
+  Drag(kLasso, true);
+  // The lasso lies right of the middle: the point under it and its mirror
+  // image are both cut through; beyond the lasso on either side the sphere
+  // stays.
+  comms::cVec3 o, d;
+  cam.PixelRay(340, 245, o, d);
+  const float t = -o.z / d.z, x = o.x + d.x * t, y = o.y + d.y * t;
+  ASSERT_GT(x, 3.f);
+  EXPECT_LT(volume->SampleField(x, y, 0), 8000.f);
+  EXPECT_LT(volume->SampleField(-x, y, 0), 8000.f);
+  EXPECT_GT(volume->SampleField(20, y, 0), 60000.f);
+  EXPECT_GT(volume->SampleField(-20, y, 0), 60000.f);
+  ExpectClosed(Surface(*volume));
+}
+
 TEST_F(ShapeToolFixture, ExtrudingToolMovesTheSurfaceUnderTheShape) {
   GeneralPen::DrawShape = kShapeRectangle;
   GeneralPen::PenRadius = 20.f;
