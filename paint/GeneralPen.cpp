@@ -17,7 +17,8 @@
   X(PrevStrokeRadius, 20.f) X(StripPhase, 0.f) X(ConditionMode, 0) X(AverageColor, 128.f)      \
   X(ColorDistance, 32.f) X(HeightScale, 1.f) X(CavityScale, 1.f) X(CavityRadius, 3.f)          \
   X(Symmetry, 0) X(StrokeMode, 0) X(DrawShape, 0) X(ColorJitterMode, 0) X(MoveCounter, 0)      \
-  X(PenPressureLevels, 1024) X(PenSensivity, 1.75f) X(IgnorePressure, false)
+  X(PenPressureLevels, 1024) X(PenSensivity, 1.75f) X(IgnorePressure, false)                 \
+  X(ShapeSoftBorder, 3.f)
 
 void GeneralPen::SavePen() {
   if (CurrentPenPtr) CurrentPenPtr->SaveParams();

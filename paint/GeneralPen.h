@@ -52,6 +52,8 @@ struct GeneralPen {
   static inline int Symmetry = 0;  // bit 0 x, bit 1 y, bit 2 z
   static inline int StrokeMode = kStrokeDefault;
   static inline int DrawShape = 0;  // 1..5 rectangle, lasso, contour, circle, spline
+  // The width in pixels over which a drawn shape's action fades in at its border.
+  static inline float ShapeSoftBorder = 3.f;
   static inline int ColorJitterMode = 0;
   static inline int MoveCounter = 0;
   // Tablet pressure arithmetic. 1.75 makes the response curve linear

@@ -99,6 +99,24 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
   return count;
 }
 
+int CommitCellValues(VolumeObject& volume, const std::vector<CellKey>& keys, const std::vector<uint16_t>& values,
+                     int threads) {
+  CellKeyMap<int> index(4099);
+  for (size_t i = 0; i < keys.size(); ++i) index.Set(keys[i].x, keys[i].y, keys[i].z, (int)i);
+  return RunCellJobs(
+      volume, keys,
+      [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
+        const uint16_t* v = &values[size_t(*index.Find(k.x, k.y, k.z)) * kCellVoxels];
+        bool differs = false;
+        for (int i = 0; i < kCellVoxels; ++i) {
+          out[i] = v[i];
+          differs |= v[i] != OldValue(cell, i);
+        }
+        return differs;
+      },
+      threads);
+}
+
 void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys) {
   for (const CellKey& k : keys)
     for (int dz = -1; dz <= 1; ++dz)

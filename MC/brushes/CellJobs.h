@@ -24,6 +24,11 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 const std::function<bool(const CellKey& key, const VoxelCell* cell, uint16_t* out)>& compute,
                 int threads = 0);
 
+// Writes precomputed values (729 per key, in the keys' order) through
+// RunCellJobs: the cells whose values differ are changed with undo.
+int CommitCellValues(VolumeObject& volume, const std::vector<CellKey>& keys, const std::vector<uint16_t>& values,
+                     int threads = 0);
+
 // Refreshes the status of every cell among the keys and their 26 neighbours
 // that single-voxel writes (PutVoxel) left stale.
 void RefreshStaleAround(VolumeObject& volume, const std::vector<CellKey>& keys);

@@ -23,6 +23,7 @@
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintReplay.h"
+#include "MC/brushes/DrawnShapeTools.h"
 
 namespace {
 int ToolByWord(const std::string& w) {
@@ -146,6 +147,20 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
     } else if (std::string why; const int adjusted = RunAdjustReplay(cmd, words, volume, radius, why)) {
       if (adjusted < 0) fail(why);
       else ++result.Strokes;
+    } else if (cmd == "shape") {
+      int kind = 0;
+      std::vector<float> xyz;
+      float f;
+      if (!(words >> kind)) { fail("shape needs a kind"); break; }
+      while (words >> f) xyz.push_back(f);
+      if (xyz.size() < 6 || xyz.size() % 3) { fail("shape needs x y z triples"); break; }
+      std::string why;
+      if (!ReplayDrawnShape(volume, stroke.Tool, kind, stroke.Inverted(), view, radius, xyz, stroke.Threads, &why)) {
+        fail("shape: " + why);
+        break;
+      }
+      volume.UpdateSurface();
+      ++result.Strokes;
     } else {
       fail("unknown command '" + cmd + "'");
     }

@@ -18,6 +18,9 @@
 //   stroke X Y Z X Y Z ...   pen positions in volume space; each is projected
 //                            onto the surface along the view direction, and
 //                            each is one frame of the stroke
+//   shape KIND X Y Z ...     a drawn shape (1 rectangle, 2 lasso, 3 contour,
+//                            4 circle, 5 spline) through the points as seen
+//                            along the view, acted on once by the tool
 // Each stroke is followed by UpdateSurface, as a frame would. The adjust
 // tools add their own lines (MC/adjust/AdjustReplay.h).
 // A script whose first command is "import MESH MODE" paints a mesh instead

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "MC/mcubes/VolumeObject.h"
@@ -31,7 +32,20 @@ bool PickVolume(VolumeObject& v, const float o[3], const float dIn[3], SurfaceHi
     t0 = std::max(t0, ta), t1 = std::min(t1, tb);
   }
   if (t0 > t1) return false;
-  auto at = [&](float t) { return v.SampleField(o[0] + d[0] * t, o[1] + d[1] * t, o[2] + d[2] * t, fromUndo); };
+  // Hidden cells read as empty: the pen passes through them. The ray stays
+  // in one cell for many steps: its flag is looked up once.
+  int lastCell[3] = {INT32_MIN, 0, 0};
+  bool lastHidden = false;
+  auto at = [&](float t) {
+    const float p[3] = {o[0] + d[0] * t, o[1] + d[1] * t, o[2] + d[2] * t};
+    const int c[3] = {(int)std::floor(p[0] / 8.f), (int)std::floor(p[1] / 8.f), (int)std::floor(p[2] / 8.f)};
+    if (c[0] != lastCell[0] || c[1] != lastCell[1] || c[2] != lastCell[2]) {
+      VoxelCell** found = v.Cells.Find(c[0], c[1], c[2]);
+      lastHidden = found && ((*found)->Flags & kCellHidden);
+      std::copy(c, c + 3, lastCell);
+    }
+    return lastHidden ? 0.f : v.SampleField(p[0], p[1], p[2], fromUndo);
+  };
   float prevT = t0;
   if (at(t0) >= kLevel) return false;  // starts inside: no front face to pick
   for (float t = t0 + kStep; t <= t1 + kStep; t += kStep) {

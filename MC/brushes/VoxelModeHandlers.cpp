@@ -4,6 +4,8 @@
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/brushes/VoxelModeHandler.h"
 
+#include "MC/brushes/DrawnShapeTools.h"
+
 namespace {
 
 std::map<int, VoxelModeFactory>& Factories() {
@@ -27,4 +29,5 @@ void RegisterVoxelModeHandlers() {
   done = true;
   // Each family of modes registers its handlers here, one line each.
   RegisterAdjustModeHandlers();
+  RegisterDrawnShapeHandlers();
 }

@@ -6,6 +6,7 @@
 
 #include "ClassEngine/Log.h"
 #include "MC/brushes/ApplyField.h"
+#include "MC/brushes/DrawnShapeTools.h"
 #include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -32,11 +33,13 @@ void VoxelSculptTool::Activate() {
 }
 
 VoxelModeHandler* VoxelSculptTool::Handler() {
-  auto it = handlers_.find(Mode);
+  // A pen that draws shapes gives its events to the shape input.
+  const int slot = TakesDrawnShape(Mode) ? kDrawnShapeHandler : Mode;
+  auto it = handlers_.find(slot);
   if (it != handlers_.end()) return it->second.get();
-  const VoxelModeFactory& make = FindVoxelModeFactory(Mode);
+  const VoxelModeFactory& make = FindVoxelModeFactory(slot);
   if (!make) return nullptr;
-  return (handlers_[Mode] = make()).get();
+  return (handlers_[slot] = make()).get();
 }
 
 void VoxelSculptTool::EndEdit(VolumeObject& volume) {

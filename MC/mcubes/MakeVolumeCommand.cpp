@@ -15,8 +15,7 @@
 #include "interchange/Mesh.h"
 #include "interchange/MeshIO.h"
 
-bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh) {
-  comms::cMesh out;
+void WeldedToMesh(const WeldedMeshBuilder& mesh, comms::cMesh& out) {
   const int material = out.AddMaterial("voxelMaterial");
   const int object = out.AddObject("voxelObject");
   out.positions.resize(mesh.VertexCount());
@@ -34,6 +33,11 @@ bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh) {
       out.AddCorner(v, -1, withNormals ? v : -1);
     }
   }
+}
+
+bool SaveWeldedMesh(const std::string& path, const WeldedMeshBuilder& mesh) {
+  comms::cMesh out;
+  WeldedToMesh(mesh, out);
   if (!comms::cMeshIO::SaveMesh(out, path.c_str())) {
     Error("SaveWeldedMesh(): cannot write %s", path.c_str());
     return false;
