@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <memory>
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/UserPaths.h"
@@ -218,7 +220,7 @@ void Workspace::ApplyToShell() {
   shell_.FrameIn(0);
 }
 
-void Workspace::AskPath(const char* titleKey, std::function<void(const std::string&)> then) {
+void Workspace::AskPath(const char* titleKey, std::function<void(const std::string&)> then, const std::string& initial) {
   UiContext& ui = Ui();
   auto* box = new TextEntry;
   box->Name = "PATH_BOX";
@@ -228,7 +230,7 @@ void Workspace::AskPath(const char* titleKey, std::function<void(const std::stri
   box->Layout |= kLayOnTop | kLayKeepOpen1;
   box->PopupX = (float(ui.ScreenW) - box->W) / 2;
   box->PopupY = float(ui.ScreenH) / 3;
-  box->Edit = RecentPath(0);
+  box->Edit = initial.empty() ? RecentPath(0) : initial;
   box->OnCommit = [then = std::move(then)](const std::string& path) {
     then(path);
     return true;
@@ -277,6 +279,19 @@ void Workspace::RegisterCommands() {
     if (!tool || !tool->Volume()) return Log("%s: no voxel volume", word.c_str());
     if (!volumeCommands_.Run(word, *tool->Volume(), path)) Log("%s: not run (%s)", word.c_str(), path.c_str());
   };
+  // The voxel modes' file questions (logo, sketch): the file last chosen
+  // under the question's key is offered again, else its default.
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+    tool->AskFile = [this, last = std::make_shared<std::map<std::string, std::string>>()](
+                        const FileQuestion& q, std::function<void(const std::string&)> then) {
+      auto it = last->find(q.FolderKey);
+      AskPath(q.TitleKey.c_str(),
+              [last, key = q.FolderKey, then = std::move(then)](const std::string& path) {
+                (*last)[key] = path;
+                then(path);
+              },
+              it != last->end() ? it->second : q.DefaultPath);
+    };
   if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
     tool->AskKeepScale = [this] {
       return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;

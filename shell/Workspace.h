@@ -46,7 +46,8 @@ class Workspace {
   // The room's page (or every room's) back to the shipped arrangement.
   void ResetPages(bool allRooms);
   // A one-line box that asks for a path and then runs `then` with it.
-  void AskPath(const char* titleKey, std::function<void(const std::string&)> then);
+  // `initial` is the path offered first; empty offers the most recent file.
+  void AskPath(const char* titleKey, std::function<void(const std::string&)> then, const std::string& initial = {});
 
   Shell& shell_;
   ShellInterface& intf_;

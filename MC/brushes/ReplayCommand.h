@@ -18,6 +18,8 @@
 //   stroke X Y Z X Y Z ...   pen positions in volume space; each is projected
 //                            onto the surface along the view direction, and
 //                            each is one frame of the stroke
+//   logo, text, sketch       the object tools' reliefs and solids, merged
+//                            (MC/objects/ObjectTools.h tells their words)
 // Each stroke is followed by UpdateSurface, as a frame would.
 // A script whose first command is "import MESH MODE" paints a mesh instead
 // (paint/stroke/PaintReplay.h).

@@ -2,6 +2,7 @@
 #include <map>
 
 #include "MC/brushes/VoxelModeHandler.h"
+#include "MC/objects/ObjectTools.h"
 
 namespace {
 
@@ -25,4 +26,5 @@ void RegisterVoxelModeHandlers() {
   if (done) return;
   done = true;
   // Each family of modes registers its handlers here, one line each.
+  RegisterObjectToolHandlers();
 }
