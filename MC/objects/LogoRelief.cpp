@@ -2,6 +2,7 @@
 #include "MC/objects/LogoRelief.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/AtomicFileWriter.h"
@@ -146,6 +147,9 @@ std::unique_ptr<comms::cMesh> LoadLogoMesh(const std::string& path, const std::s
   mesh->name = "logo";
   comms::cMeshFile obj(objPath);
   comms::cMeshObj().Encode(*mesh, obj);
+  std::error_code ignored;
+  const std::filesystem::path folder = std::filesystem::path(objPath).parent_path();
+  if (!folder.empty()) std::filesystem::create_directories(folder, ignored);
   AtomicFileWriter out(objPath);
   out.Write(obj.Bytes().data(), (int64_t)obj.Bytes().size());
   if (!out.Commit()) Log("LoadLogoMesh(): cannot write %s: %s", objPath.c_str(), out.Error().c_str());
