@@ -133,10 +133,12 @@ std::string ReplayFile(const std::string& name) {
 }
 
 // Merges a held slab the way the merge tool does, at `scale` and `shift`.
-bool MergeSlab(VolumeObject& volume, std::unique_ptr<comms::cMesh> mesh, float scale, const float shift[3]) {
+bool MergeSlab(VolumeObject& volume, std::unique_ptr<comms::cMesh> mesh, float scale, const float shift[3],
+               float pitch = 0) {
   MeshMerge merge;
   if (!merge.SetMesh(std::move(mesh))) return false;
   merge.Settings.MergeScale = scale;
+  merge.Settings.MrgPitch = pitch;
   merge.Settings.ShiftX = shift[0], merge.Settings.ShiftY = shift[1], merge.Settings.ShiftZ = shift[2];
   merge.Merge(volume, 0, {});
   volume.DropUndoCopies();
@@ -199,13 +201,14 @@ void RegisterObjectToolHandlers() {
 int RunObjectReplayCommand(const std::string& cmd, std::istream& words, VolumeObject& volume, std::string& error) {
   if (cmd == "logo") {
     std::string file;
-    float scale = 1, shift[3] = {0, 0, 0};
+    float scale = 1, shift[3] = {0, 0, 0}, pitch = 0;
     if (!(words >> file >> scale) || !(scale > 0)) return error = "logo needs a picture and a scale", 1;
     if (words >> shift[0] && !(words >> shift[1] >> shift[2])) return error = "logo's shift needs x y z", 1;
+    words >> pitch;
     std::string why;
     std::unique_ptr<comms::cMesh> mesh = LoadLogoMesh(ReplayFile(file), LogoObjPath(), &why);
     if (!mesh) return error = "logo: " + why, 1;
-    return MergeSlab(volume, std::move(mesh), scale, shift) ? 0 : (error = "logo: empty relief", 1);
+    return MergeSlab(volume, std::move(mesh), scale, shift, pitch) ? 0 : (error = "logo: empty relief", 1);
   }
   if (cmd == "text") {
     float thickness = 0, scale = 0, shift[3];
@@ -220,18 +223,18 @@ int RunObjectReplayCommand(const std::string& cmd, std::istream& words, VolumeOb
   }
   if (cmd == "sketch") {
     std::string files[3];
-    float size = 0, softness = 0;
+    float size = 0, softness = 0, centre[3] = {0, 0, 0};
     int smooth = 6;
     if (!(words >> files[0] >> files[1] >> files[2] >> size) || !(size >= 8 && size <= 4000))
       return error = "sketch needs three pictures and a size from 8 to 4000", 1;
     if (words >> smooth && !(words >> softness)) return error = "sketch's smoothing needs a softness too", 1;
+    if (words >> centre[0] && !(words >> centre[1] >> centre[2])) return error = "sketch's centre needs x y z", 1;
     SketchViews views;
     for (int s = 0; s < 3; ++s) {
       std::string why;
       if (!views.Load(s, ReplayFile(files[s]), smooth, size, &why)) return error = "sketch: " + why, 1;
     }
-    const float origin[3] = {0, 0, 0};
-    views.Merge(volume, origin, size, std::clamp(softness, 0.f, 4.f));
+    views.Merge(volume, centre, size, std::clamp(softness, 0.f, 4.f));
     volume.DropUndoCopies();
     volume.UpdateSurface();
     return 0;

@@ -44,12 +44,13 @@ struct SketchViews {
 };
 
 // The commands the replay scripts add for these tools:
-//   logo FILE SCALE [X Y Z]            the logo of a picture, merged at scale
+//   logo FILE SCALE [X Y Z [PITCH]]    the logo of a picture, merged at scale
 //                                      SCALE of the merge tool, shifted by X Y Z
+//                                      and turned by PITCH degrees about x
 //   text THICKNESS SCALE X Y Z WORDS   a text relief merged the same way
-//   sketch FRONT SIDE TOP SIZE [SMOOTH SOFTNESS]
+//   sketch FRONT SIDE TOP SIZE [SMOOTH SOFTNESS [X Y Z]]
 //                                      the sketch solid of three pictures, SIZE
-//                                      voxels wide, centred on the origin
+//                                      voxels wide, centred on X Y Z (the origin)
 // Relative file names are the program's shipped files. Returns -1 when `cmd`
 // is none of these, 0 when it ran, 1 with `error` when it failed.
 int RunObjectReplayCommand(const std::string& cmd, std::istream& words, VolumeObject& volume, std::string& error);

@@ -79,9 +79,22 @@ bool SketchValues(const comms::cImage& picture, int smoothSteps, float voxelsPer
   const std::vector<float> toOut = DistanceTo(outside, w, h), toIn = DistanceTo(inside, w, h);
   view.Width = w, view.Height = h;
   view.Values.resize(g.size());
-  // The border lies half a pixel beyond the last pixel inside.
+  // The border lies half a pixel beyond the last pixel inside; on the
+  // pixels along it the grey's slope places it between pixels, so a slanted
+  // edge does not come out as a staircase of whole pixels.
   const float k = voxelsPerPixel / kBand;
-  for (size_t i = 0; i < g.size(); ++i) view.Values[i] = (inside[i] ? toOut[i] - 0.5f : 0.5f - toIn[i]) * k;
+  auto grey = [&](int x, int y) { return g[size_t(std::clamp(y, 0, h - 1)) * w + std::clamp(x, 0, w - 1)]; };
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      const size_t i = size_t(y) * w + x;
+      float d = inside[i] ? toOut[i] - 0.5f : 0.5f - toIn[i];
+      if (std::fabs(d) < 1) {
+        const float gx = (grey(x + 1, y) - grey(x - 1, y)) / 2, gy = (grey(x, y + 1) - grey(x, y - 1)) / 2;
+        const float slope = std::hypot(gx, gy);
+        if (slope > 1) d = std::clamp((g[i] - 128) / slope, inside[i] ? 0.f : -1.f, inside[i] ? 1.f : 0.f);
+      }
+      view.Values[i] = d * k;
+    }
   return true;
 }
 

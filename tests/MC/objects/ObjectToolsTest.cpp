@@ -272,10 +272,23 @@ TEST_F(ObjectReplay, EachToolGivesTheSameBytesOnOneAndTwoThreads) {
     }
 }
 
+TEST_F(ObjectReplay, TheShippedObjectsScriptRunsClean) {
+  const std::string text = ReadText(comms::DataFilePath("Replays/objects.txt"));
+  ASSERT_FALSE(text.empty());
+  VolumeObject v;
+  const ReplayResult r = RunReplayScript(text, v);
+  EXPECT_EQ(r.Line, 0) << r.Error;
+  const MeshTopology t = Surface(v);
+  ExpectClosed(t);
+  // The sphere with the logo on it, the text above it and the pawn apart.
+  EXPECT_GT(t.faces, 20000);
+}
+
 TEST_F(ObjectReplay, BadCommandsNameTheirLine) {
   for (const char* bad : {"sphere 20\nlogo\n", "sphere 20\nlogo nosuch.png 1\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 0\n",
                           "sphere 20\ntext 10 1 0 0\n", "sphere 20\ntext 10 1 0 0 0\n", "sphere 20\nsketch a b\n",
-                          "sphere 20\nsketch a.png b.png c.png 90\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 1 2\n"}) {
+                          "sphere 20\nsketch a.png b.png c.png 90\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 1 2\n",
+                          "sphere 20\nsketch a.png b.png c.png 90 2 0 1 2\n"}) {
     VolumeObject v;
     const ReplayResult r = RunReplayScript(bad, v);
     EXPECT_EQ(r.Line, 2) << bad;
