@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
@@ -206,7 +207,10 @@ int RunObjectReplayCommand(const std::string& cmd, std::istream& words, VolumeOb
     if (words >> shift[0] && !(words >> shift[1] >> shift[2])) return error = "logo's shift needs x y z", 1;
     words >> pitch;
     std::string why;
-    std::unique_ptr<comms::cMesh> mesh = LoadLogoMesh(ReplayFile(file), LogoObjPath(), &why);
+    // A script runs outside the user's folders: its copy of the slab goes
+    // to the system's temporary folder.
+    const std::string obj = (std::filesystem::temp_directory_path() / "morvane_replay_logo.obj").string();
+    std::unique_ptr<comms::cMesh> mesh = LoadLogoMesh(ReplayFile(file), obj, &why);
     if (!mesh) return error = "logo: " + why, 1;
     return MergeSlab(volume, std::move(mesh), scale, shift, pitch) ? 0 : (error = "logo: empty relief", 1);
   }
