@@ -12,9 +12,9 @@ class cMesh;
 }
 
 struct FlatFigure {
-  std::vector<float> XY;         // 2 per vertex
-  std::vector<int> Triangles;    // 3 per triangle, counter-clockwise seen from +z
-  std::vector<int> Boundary;     // 2 per edge, directed so the inside lies on its left
+  std::vector<float> XY;       // 2 per vertex
+  std::vector<int> Triangles;  // 3 per triangle, counter-clockwise seen from +z
+  std::vector<int> Boundary;   // 2 per edge, directed so the inside lies on its left
   int VertexCount() const { return (int)XY.size() / 2; }
   int AddVertex(float x, float y) {
     XY.push_back(x), XY.push_back(y);

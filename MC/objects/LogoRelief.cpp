@@ -6,11 +6,11 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/AtomicFileWriter.h"
+#include "MC/objects/PictureGreen.h"
 #include "interchange/IO.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshCodecs.h"
 #include "interchange/MeshFile.h"
-#include "MC/objects/PictureGreen.h"
 
 namespace {
 
@@ -23,8 +23,13 @@ constexpr float kSlab = 8;
 class LevelVertices {
  public:
   LevelVertices(const std::vector<float>& levels, int w, int h, float level, float offset, FlatFigure& figure)
-      : v_(levels), w_(w), level_(level), offset_(offset), fig_(figure),
-        corner_(size_t(w) * h, -1), edge_(size_t(w) * h * 2, -1) {}
+      : v_(levels),
+        w_(w),
+        level_(level),
+        offset_(offset),
+        fig_(figure),
+        corner_(size_t(w) * h, -1),
+        edge_(size_t(w) * h * 2, -1) {}
   int Corner(int x, int y) {
     int& id = corner_[size_t(y) * w_ + x];
     if (id < 0) id = fig_.AddVertex(float(x) - offset_, float(y) - offset_);
@@ -90,10 +95,14 @@ FlatFigure LevelFigure(const std::vector<float>& levels, int width, int height, 
       auto crossing = [&](int k) {
         // Edges 0 and 2 run along x, 1 and 3 along y; each from its lower corner.
         switch (k) {
-          case 0: return vx.Crossing(x, y, 0);
-          case 1: return vx.Crossing(x + 1, y, 1);
-          case 2: return vx.Crossing(x, y + 1, 0);
-          default: return vx.Crossing(x, y, 1);
+          case 0:
+            return vx.Crossing(x, y, 0);
+          case 1:
+            return vx.Crossing(x + 1, y, 1);
+          case 2:
+            return vx.Crossing(x, y + 1, 0);
+          default:
+            return vx.Crossing(x, y, 1);
         }
       };
       const bool saddle = count == 2 && in[0] == in[2];

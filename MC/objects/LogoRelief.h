@@ -14,7 +14,7 @@
 namespace comms {
 class cImage;
 class cMesh;
-}
+}  // namespace comms
 
 // The green channel as the level is cut from: blurred 3 x 3 with the weights
 // 1 / (dx^2 + dy^2 + 1), the outer ring of pixels left at 0, then padded by

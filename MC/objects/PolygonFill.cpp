@@ -126,7 +126,8 @@ class EarCutter {
       i = c, ++tried;
     }
     const int a = prev[i], c = next[i];
-    if (ring[a] != ring[i] && ring[i] != ring[c] && ring[a] != ring[c]) out_.insert(out_.end(), {ring[a], ring[i], ring[c]});
+    if (ring[a] != ring[i] && ring[i] != ring[c] && ring[a] != ring[c])
+      out_.insert(out_.end(), {ring[a], ring[i], ring[c]});
   }
 
  private:

@@ -106,9 +106,15 @@ void PlaceSketchView(SketchView& view, int side, const float centre[3], float si
   const float su = 1.f / (float(w) * pixel), sv = 1.f / (float(h) * pixel);
   float right[3] = {0, 0, 0}, up[3] = {0, 0, 0};
   switch (side) {
-    case kSketchSide: right[2] = -1, up[1] = 1; break;
-    case kSketchTop: right[0] = 1, up[2] = -1; break;
-    default: right[0] = 1, up[1] = 1; break;
+    case kSketchSide:
+      right[2] = -1, up[1] = 1;
+      break;
+    case kSketchTop:
+      right[0] = 1, up[2] = -1;
+      break;
+    default:
+      right[0] = 1, up[1] = 1;
+      break;
   }
   float* m = view.Matrix;
   std::fill(m, m + 16, 0.f);
@@ -138,37 +144,40 @@ float SketchValue(const std::vector<const SketchView*>& views, const float p[3],
   return std::clamp(value, 0.f, 1.f);
 }
 
-int MergeSketch(VolumeObject& volume, const std::vector<const SketchView*>& views, const float lo[3],
-                const float hi[3], const SketchParams& params) {
+int MergeSketch(VolumeObject& volume, const std::vector<const SketchView*>& views, const float lo[3], const float hi[3],
+                const SketchParams& params) {
   bool any = false;
   for (const SketchView* v : views) any |= v && v->Visible;
   if (!any) return 0;
-  return RunCellJobs(volume, CellsOfBox(lo, hi), [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
-    uint16_t fresh[kCellVoxels];
-    uint16_t low = 65535, high = 0;
-    bool uniform = false;
-    for (int offset = 0; offset < 64 && !uniform; ++offset) {
-      const int ox = offset & 3, oy = (offset >> 2) & 3, oz = offset >> 4;
-      for (int z = oz; z <= 8; z += 4)
-        for (int y = oy; y <= 8; y += 4)
-          for (int x = ox; x <= 8; x += 4) {
-            const float p[3] = {float(k.x * 8 + x), float(k.y * 8 + y), float(k.z * 8 + z)};
-            const uint16_t v = uint16_t(SketchValue(views, p, params.Softness) * 65535.f);
-            fresh[LatticeIndex(x, y, z)] = v;
-            low = std::min(low, v), high = std::max(high, v);
+  return RunCellJobs(
+      volume, CellsOfBox(lo, hi),
+      [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
+        uint16_t fresh[kCellVoxels];
+        uint16_t low = 65535, high = 0;
+        bool uniform = false;
+        for (int offset = 0; offset < 64 && !uniform; ++offset) {
+          const int ox = offset & 3, oy = (offset >> 2) & 3, oz = offset >> 4;
+          for (int z = oz; z <= 8; z += 4)
+            for (int y = oy; y <= 8; y += 4)
+              for (int x = ox; x <= 8; x += 4) {
+                const float p[3] = {float(k.x * 8 + x), float(k.y * 8 + y), float(k.z * 8 + z)};
+                const uint16_t v = uint16_t(SketchValue(views, p, params.Softness) * 65535.f);
+                fresh[LatticeIndex(x, y, z)] = v;
+                low = std::min(low, v), high = std::max(high, v);
+              }
+          // The 27 points of the first offset agree: the cell takes their value.
+          if (offset == 0 && params.EarlyOut && low == high) {
+            std::fill(fresh, fresh + kCellVoxels, low);
+            uniform = true;
           }
-      // The 27 points of the first offset agree: the cell takes their value.
-      if (offset == 0 && params.EarlyOut && low == high) {
-        std::fill(fresh, fresh + kCellVoxels, low);
-        uniform = true;
-      }
-    }
-    bool changed = false;
-    for (int i = 0; i < kCellVoxels; ++i) {
-      const uint16_t old = OldValue(cell, i);
-      out[i] = std::max(old, fresh[i]);
-      changed |= out[i] != old;
-    }
-    return changed;
-  }, params.Threads);
+        }
+        bool changed = false;
+        for (int i = 0; i < kCellVoxels; ++i) {
+          const uint16_t old = OldValue(cell, i);
+          out[i] = std::max(old, fresh[i]);
+          changed |= out[i] != old;
+        }
+        return changed;
+      },
+      params.Threads);
 }

@@ -44,9 +44,9 @@ enum SketchSide { kSketchFront = 0, kSketchSide, kSketchTop };
 void PlaceSketchView(SketchView& view, int side, const float centre[3], float size);
 
 struct SketchParams {
-  float Softness = 0;     // SketchSoftness, 0..4
-  bool EarlyOut = true;   // off: every lattice point is sampled (for checking)
-  int Threads = 0;        // 0: all processors
+  float Softness = 0;    // SketchSoftness, 0..4
+  bool EarlyOut = true;  // off: every lattice point is sampled (for checking)
+  int Threads = 0;       // 0: all processors
 };
 
 // The value 0..1 of the solid at an object-space point (no early-out).
@@ -55,5 +55,5 @@ float SketchValue(const std::vector<const SketchView*>& views, const float p[3],
 // Merges the solid the visible views see into `volume` (the higher of the
 // old and the new value), over the cells of the box [lo, hi] in voxels,
 // with undo copies at first touch. Returns the number of changed cells.
-int MergeSketch(VolumeObject& volume, const std::vector<const SketchView*>& views, const float lo[3],
-                const float hi[3], const SketchParams& params);
+int MergeSketch(VolumeObject& volume, const std::vector<const SketchView*>& views, const float lo[3], const float hi[3],
+                const SketchParams& params);

@@ -82,8 +82,10 @@ std::vector<uint32_t> CodePoints(const std::string& text) {
       ok = (s[i + k] & 0xc0) == 0x80;
       cp = cp << 6 | (s[i + k] & 0x3f);
     }
-    if (!ok) cp = c, ++i;
-    else i += size_t(len);
+    if (!ok)
+      cp = c, ++i;
+    else
+      i += size_t(len);
     out.push_back(cp);
   }
   return out;

@@ -48,8 +48,9 @@ TEST_F(LogoTest, ShippedSampleGivesAClosedSlabWrittenAsObj) {
 
 TEST_F(LogoTest, OutlineFollowsAnOddAsymmetricPicture) {
   comms::cImage picture;
-  if (!DrawPicture(Path("l.bmp"), "-size 67x45 xc:black -fill white -draw \"polygon 6,5 20,5 20,30 44,30 44,39 6,39\" "
-                                  "-draw \"circle 53,13 53,5\"",
+  if (!DrawPicture(Path("l.bmp"),
+                   "-size 67x45 xc:black -fill white -draw \"polygon 6,5 20,5 20,30 44,30 44,39 6,39\" "
+                   "-draw \"circle 53,13 53,5\"",
                    picture))
     GTEST_SKIP() << "ImageMagick is missing";
   ASSERT_EQ(picture.width, 67);

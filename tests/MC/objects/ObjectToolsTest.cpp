@@ -75,7 +75,8 @@ struct ObjectTools : UserFolderTest {
     volume.DropUndoCopies();
     tool->SetScene(&volume, &cam);
     stack.FreeBytes = [] { return (int64_t)1 << 40; };
-    stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack, [this] { return std::vector<VolumeObject*>{&volume}; }));
+    stack.RegisterUndoMaker(
+        std::make_unique<Volume_Undo>(stack, [this] { return std::vector<VolumeObject*>{&volume}; }));
     tool->OnStrokeEnd = [this](VolumeObject& v) { ++records, PushVolumeUndo(stack, {&v}, tool->Mode); };
     tool->OnMergeEnd = [this](const std::vector<VolumeObject*>& v) { ++records, PushVolumeUndo(stack, v, tool->Mode); };
   }
@@ -86,7 +87,7 @@ struct ObjectTools : UserFolderTest {
   // Every question is answered with the next of `answers` (or left open).
   void Answer(std::vector<std::string> answers) {
     tool->AskFile = [this, answers, next = size_t(0)](const FileQuestion& q,
-                                                       std::function<void(const std::string&)> then) mutable {
+                                                      std::function<void(const std::string&)> then) mutable {
       asked.push_back(q);
       if (next < answers.size()) then(answers[next++]);
     };
@@ -195,7 +196,9 @@ TEST_F(ObjectTools, SketchAsksForThreePicturesAndMergesTheirSolid) {
     p.Create(sizes[s][0], sizes[s][1], 3);
     for (int y = 0; y < p.height; ++y)
       for (int x = 0; x < p.width; ++x) {
-        const bool in = s == 0 ? std::hypot(x - 13.f, y - 14.f) < 9 : s == 1 ? (x > 5 && x < 20 && y > 3) : (x > 3 && y > 4 && x + y < 32);
+        const bool in = s == 0   ? std::hypot(x - 13.f, y - 14.f) < 9
+                        : s == 1 ? (x > 5 && x < 20 && y > 3)
+                                 : (x > 3 && y > 4 && x + y < 32);
         if (in) p.data[(size_t(y) * p.width + x) * 3 + 1] = 255;
       }
     ASSERT_TRUE(comms::cIO::SaveImage(Path(names[s]), p));
@@ -290,10 +293,11 @@ TEST_F(ObjectReplay, TheShippedObjectsScriptRunsClean) {
 }
 
 TEST_F(ObjectReplay, BadCommandsNameTheirLine) {
-  for (const char* bad : {"sphere 20\nlogo\n", "sphere 20\nlogo nosuch.png 1\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 0\n",
-                          "sphere 20\ntext 10 1 0 0\n", "sphere 20\ntext 10 1 0 0 0\n", "sphere 20\nsketch a b\n",
-                          "sphere 20\nsketch a.png b.png c.png 90\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 1 2\n",
-                          "sphere 20\nsketch a.png b.png c.png 90 2 0 1 2\n"}) {
+  for (const char* bad :
+       {"sphere 20\nlogo\n", "sphere 20\nlogo nosuch.png 1\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 0\n",
+        "sphere 20\ntext 10 1 0 0\n", "sphere 20\ntext 10 1 0 0 0\n", "sphere 20\nsketch a b\n",
+        "sphere 20\nsketch a.png b.png c.png 90\n", "sphere 20\nlogo ToolsPresets/LogoSample.bmp 1 2\n",
+        "sphere 20\nsketch a.png b.png c.png 90 2 0 1 2\n"}) {
     VolumeObject v;
     const ReplayResult r = RunReplayScript(bad, v);
     EXPECT_EQ(r.Line, 2) << bad;

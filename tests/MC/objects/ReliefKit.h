@@ -16,7 +16,8 @@ inline MeshTopology MeshShape(const comms::cMesh& mesh) {
   WeldedMeshBuilder m;
   for (const auto& p : mesh.positions) m.Positions.insert(m.Positions.end(), {p.x, p.y, p.z});
   mesh.ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
-    for (int k = 1; k + 1 < h.a; ++k) m.Indices.insert(m.Indices.end(), {uint32_t(c[0].a), uint32_t(c[k].a), uint32_t(c[k + 1].a)});
+    for (int k = 1; k + 1 < h.a; ++k)
+      m.Indices.insert(m.Indices.end(), {uint32_t(c[0].a), uint32_t(c[k].a), uint32_t(c[k + 1].a)});
   });
   return Analyse(m);
 }
@@ -30,7 +31,8 @@ inline double FigureCross(const FlatFigure& f, int a, int b, int c) {
 
 inline double TriangleArea(const FlatFigure& f) {
   double s = 0;
-  for (size_t t = 0; t < f.Triangles.size(); t += 3) s += FigureCross(f, f.Triangles[t], f.Triangles[t + 1], f.Triangles[t + 2]) / 2;
+  for (size_t t = 0; t < f.Triangles.size(); t += 3)
+    s += FigureCross(f, f.Triangles[t], f.Triangles[t + 1], f.Triangles[t + 2]) / 2;
   return s;
 }
 

@@ -44,7 +44,8 @@ struct Sketch : ::testing::Test {
   void Load(int smooth) {
     const std::function<float(float, float)> shapes[3] = {Disk, Box, Wedge};
     for (int s = 0; s < 3; ++s) {
-      const comms::cImage p = Silhouette(size[s][0], size[s][1], [&](float x, float y) { return shapes[s](x, y) >= 0; });
+      const comms::cImage p =
+          Silhouette(size[s][0], size[s][1], [&](float x, float y) { return shapes[s](x, y) >= 0; });
       ASSERT_TRUE(SketchValues(p, smooth, kSize / float(std::max(size[s][0], size[s][1])), views[s]));
       const float centre[3] = {0, 0, 0};
       PlaceSketchView(views[s], s, centre, kSize);
@@ -52,7 +53,8 @@ struct Sketch : ::testing::Test {
   }
   std::vector<const SketchView*> All() const { return {&views[0], &views[1], &views[2]}; }
   int Merge(VolumeObject& v, const SketchParams& p) {
-    const float lo[3] = {-kSize / 2 - 4, -kSize / 2 - 4, -kSize / 2 - 4}, hi[3] = {kSize / 2 + 4, kSize / 2 + 4, kSize / 2 + 4};
+    const float lo[3] = {-kSize / 2 - 4, -kSize / 2 - 4, -kSize / 2 - 4},
+                hi[3] = {kSize / 2 + 4, kSize / 2 + 4, kSize / 2 + 4};
     return MergeSketch(v, All(), lo, hi, p);
   }
   // The signed distance in voxels of view s at an object-space point, from
@@ -138,7 +140,8 @@ TEST_F(Sketch, OldDensityStaysAndCellsOutOfReachAreUntouched) {
     const auto& [cx, cy, cz] = key;
     auto it = after.find(key);
     ASSERT_NE(it, after.end());
-    const bool reached = cx * 8 + 8 >= -36 && cx * 8 <= 36 && cy * 8 + 8 >= -36 && cy * 8 <= 36 && cz * 8 + 8 >= -36 && cz * 8 <= 36;
+    const bool reached =
+        cx * 8 + 8 >= -36 && cx * 8 <= 36 && cy * 8 + 8 >= -36 && cy * 8 <= 36 && cz * 8 + 8 >= -36 && cz * 8 <= 36;
     if (!reached) {
       EXPECT_EQ(it->second, values) << "cell " << cx << ", " << cy << ", " << cz;
     }

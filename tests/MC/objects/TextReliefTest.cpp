@@ -26,7 +26,8 @@ FlatFigure Figure(const std::string& text, float* advance = nullptr) {
 
 void ExpectFilledExactly(const FlatFigure& f, const std::string& text) {
   for (size_t t = 0; t < f.Triangles.size(); t += 3)
-    EXPECT_GT(FigureCross(f, f.Triangles[t], f.Triangles[t + 1], f.Triangles[t + 2]), -1e-6) << text << ": a triangle turned over";
+    EXPECT_GT(FigureCross(f, f.Triangles[t], f.Triangles[t + 1], f.Triangles[t + 2]), -1e-6)
+        << text << ": a triangle turned over";
   const double inside = BorderArea(f);
   EXPECT_GT(inside, 0) << text;
   EXPECT_NEAR(TriangleArea(f), inside, 1e-4 * inside) << text << ": a hole filled or a part left open";
