@@ -16,6 +16,9 @@
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
+#include "interface/Widgets.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "MC/objects/ObjectTools.h"
 #include "interchange/Image.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
@@ -350,4 +353,26 @@ TEST_F(WorkspaceTest, ResettingPagesBringsBackTheFirstArrangement) {
   FindCommand("LAYOUT_RESET_ALL_PAGES")->Run();
   EXPECT_EQ(header()->ParentWidget(), TheDocks()->DockRoot());
   EXPECT_FALSE(Exists(otherPage));
+}
+
+TEST_F(WorkspaceTest, AVoxelModesFileQuestionOffersItsDefaultThenTheLastChoice) {
+  VoxelSculptTool* tool = FindVoxelTool(Tools());
+  ASSERT_NE(tool, nullptr);
+  ASSERT_TRUE(tool->AskFile) << "the window answers the tool's questions";
+  std::string chosen;
+  auto ask = [&] {
+    tool->AskFile(LogoQuestion(), [&](const std::string& path) { chosen = path; });
+    return dynamic_cast<TextEntry*>(TheWidgetTree().Root().FindWidget("PATH_BOX"));
+  };
+  TextEntry* box = ask();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->Edit, LogoQuestion().DefaultPath);
+  box->Edit = Home("mine.png");
+  EXPECT_TRUE(box->Commit());
+  EXPECT_EQ(chosen, Home("mine.png"));
+  program_->TheShell().RunFrames(2);
+  ASSERT_EQ(TheWidgetTree().Root().FindWidget("PATH_BOX"), nullptr) << "the answered box closed";
+  box = ask();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->Edit, Home("mine.png")) << "the last picture under \"PICKIMG\" is offered again";
 }
