@@ -271,13 +271,14 @@ TEST_F(ObjectReplay, EachToolGivesTheSameBytesOnOneAndTwoThreads) {
       "text 10 0.15 0 10 55 Fg\n",
       "sketch " + s + " " + s + " " + s + " 150 3 1\n",
   };
-  for (const std::string& base : {std::string("sphere 40\n"), head})
+  for (const std::string& base : {std::string("sphere 40\n"), head}) {
+    const VolumeSnapshot before = Run(base, 2);
     for (const std::string& t : tools) {
-      const VolumeSnapshot before = Run(base, 2);
       const VolumeSnapshot one = Run(base + t, 1), two = Run(base + t, 2);
       EXPECT_TRUE(one == two) << t;
       EXPECT_TRUE(one != before) << t << " changed nothing";
     }
+  }
 }
 
 TEST_F(ObjectReplay, TheShippedObjectsScriptRunsClean) {
