@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <memory>
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/UserPaths.h"
@@ -252,6 +254,25 @@ void Workspace::AskPath(const char* titleKey, std::function<void(const std::stri
                   at.filename().string(), std::move(extensions), saving, std::move(then));
 }
 
+std::vector<std::string> Workspace::ExtensionsOfMasks(const std::string& masks) {
+  // "*.tga;*.bmp" -> tga, bmp; "*.*" or nothing lists every file.
+  std::vector<std::string> list;
+  size_t at = 0;
+  while (at <= masks.size()) {
+    size_t end = masks.find(';', at);
+    if (end == std::string::npos) end = masks.size();
+    std::string mask = masks.substr(at, end - at);
+    const size_t dot = mask.rfind('.');
+    if (dot != std::string::npos && mask.substr(dot + 1) != "*") {
+      std::string ext = mask.substr(dot + 1);
+      for (char& c : ext) c = char(std::tolower((unsigned char)c));
+      if (!ext.empty()) list.push_back(ext);
+    }
+    at = end + 1;
+  }
+  return list;
+}
+
 void Workspace::AskSaveName() {
   const SceneCommands& s = TheSceneCommands();
   AskPath("FILE_SAVE_AS", [](const std::string& p) { SaveSceneTo(p); }, {"mvn"}, true,
@@ -313,6 +334,19 @@ void Workspace::RegisterCommands() {
     if (!tool || !tool->Volume()) return Log("%s: no voxel volume", word.c_str());
     if (!volumeCommands_.Run(word, *tool->Volume(), path)) Log("%s: not run (%s)", word.c_str(), path.c_str());
   };
+  // The voxel modes' file questions (logo, sketch): the file last chosen
+  // under the question's key is offered again, else its default.
+  if (VoxelSculptTool* tool = FindVoxelTool(Tools()))
+    tool->AskFile = [this, last = std::make_shared<std::map<std::string, std::string>>()](
+                        const FileQuestion& q, std::function<void(const std::string&)> then) {
+      auto it = last->find(q.FolderKey);
+      AskPath(q.TitleKey.c_str(),
+              [last, key = q.FolderKey, then = std::move(then)](const std::string& path) {
+                (*last)[key] = path;
+                then(path);
+              },
+              ExtensionsOfMasks(q.Masks), false, it != last->end() ? it->second : q.DefaultPath);
+    };
   if (VoxelSculptTool* tool = FindVoxelTool(Tools())) {
     tool->AskKeepScale = [this] {
       return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;

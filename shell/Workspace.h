@@ -54,6 +54,8 @@ class Workspace {
   // Save as: the browser on the scene's name, then the save.
   void AskSaveName();
   static std::vector<std::string> MeshExtensions();
+  // The extensions of a mask list ("*.tga;*.bmp" gives tga and bmp).
+  static std::vector<std::string> ExtensionsOfMasks(const std::string& masks);
 
   Shell& shell_;
   ShellInterface& intf_;

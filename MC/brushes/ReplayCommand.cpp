@@ -20,6 +20,7 @@
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "MC/objects/ObjectTools.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintReplay.h"
@@ -161,8 +162,8 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       }
       volume.UpdateSurface();
       ++result.Strokes;
-    } else {
-      fail("unknown command '" + cmd + "'");
+    } else if (std::string error; int done = RunObjectReplayCommand(cmd, words, volume, error)) {
+      fail(done < 0 ? "unknown command '" + cmd + "'" : error);
     }
   }
   ThreadOptions::MaxProcessorsToBeUsed = savedThreads;

@@ -21,6 +21,8 @@
 //   shape KIND X Y Z ...     a drawn shape (1 rectangle, 2 lasso, 3 contour,
 //                            4 circle, 5 spline) through the points as seen
 //                            along the view, acted on once by the tool
+//   logo, text, sketch       the object tools' reliefs and solids, merged
+//                            (MC/objects/ObjectTools.h tells their words)
 // Each stroke is followed by UpdateSurface, as a frame would. The adjust
 // tools add their own lines (MC/adjust/AdjustReplay.h).
 // A script whose first command is "import MESH MODE" paints a mesh instead

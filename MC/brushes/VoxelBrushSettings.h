@@ -21,6 +21,7 @@ class VoxelBrushSettings : public BaseClass {
   float SketchSoftness = 0;
   int NumAxialClones = 4;
   float TextThickness = 10;
+  _str ReliefText{"Text"};  // the words the text tool makes a relief of
   bool DoubleSided = false, SoftScrape = false, AsAirbrush = false, StickToGround = false, DontLiftEdges = false;
   bool SpDependsOnPressure = true;
   bool AccurateSmoothing = false;

@@ -3,6 +3,7 @@
 
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/brushes/VoxelModeHandler.h"
+#include "MC/objects/ObjectTools.h"
 
 #include "MC/brushes/DrawnShapeTools.h"
 
@@ -30,4 +31,5 @@ void RegisterVoxelModeHandlers() {
   // Each family of modes registers its handlers here, one line each.
   RegisterAdjustModeHandlers();
   RegisterDrawnShapeHandlers();
+  RegisterObjectToolHandlers();
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "ClassEngine/Enumerator.h"
+#include "MC/brushes/FileQuestion.h"
 #include "MC/brushes/VoxelBrushSettings.h"
 #include "MC/brushes/VoxelModeHandler.h"
 #include "MC/brushes/VoxelPenSettings.h"
@@ -101,6 +102,9 @@ class VoxelSculptTool : public BasicTool {
   // Asked before IncRes doubles the resolution (which cannot be undone),
   // with the bytes it will take; false leaves the volume. Null goes on.
   std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
+  // Asks for a file (the logo's picture, the sketch's references). Null:
+  // the question's default path is taken at once.
+  FileAsker AskFile;
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }

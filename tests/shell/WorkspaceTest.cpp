@@ -22,10 +22,14 @@
 #include "interface/OptionsFile.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
+#include "interface/Widgets.h"
+#include "MC/brushes/VoxelSculptTool.h"
+#include "MC/objects/ObjectTools.h"
 #include "interchange/Image.h"
 #include "platform/Keys.h"
 #include "render/EglContext.h"
 #include "shell/Program.h"
+#include "shell/Workspace.h"
 #include "shell/tools/ToolTable.h"
 
 namespace {
@@ -474,4 +478,34 @@ TEST_F(WorkspaceTest, SaveAsAsksInTheBrowserAndSaveThenKeepsWritingThatFile) {
   Key(keys::Esc, false);
   EXPECT_EQ(tree.Root().FindWidget("FILE_BROWSER"), nullptr);
   EXPECT_FALSE(Exists(folder + "/second.mvn"));
+}
+
+TEST_F(WorkspaceTest, AVoxelModesFileQuestionOffersItsDefaultThenTheLastChoice) {
+  VoxelSculptTool* tool = FindVoxelTool(Tools());
+  ASSERT_NE(tool, nullptr);
+  ASSERT_TRUE(tool->AskFile) << "the window answers the tool's questions";
+  std::string chosen;
+  auto ask = [&] {
+    tool->AskFile(LogoQuestion(), [&](const std::string& path) { chosen = path; });
+    return dynamic_cast<FileBrowserBox*>(TheWidgetTree().Root().FindWidget("FILE_BROWSER"));
+  };
+  FileBrowserBox* box = ask();
+  ASSERT_NE(box, nullptr);
+  const std::filesystem::path offered(LogoQuestion().DefaultPath);
+  EXPECT_EQ(box->Edit, offered.filename().string());
+  EXPECT_EQ(box->Listing.Folder(), offered.parent_path().string());
+  // Only pictures are listed.
+  for (const FileListing::Entry& e : box->Listing.Entries())
+    if (!e.IsFolder) EXPECT_NE(e.Name.find_last_of('.'), std::string::npos) << e.Name;
+  std::ofstream(Home("mine.png")) << "picture";
+  box->Edit = Home("mine.png");
+  EXPECT_TRUE(box->Confirm());
+  EXPECT_EQ(chosen, Home("mine.png"));
+  program_->TheShell().RunFrames(2);
+  ASSERT_EQ(TheWidgetTree().Root().FindWidget("FILE_BROWSER"), nullptr) << "the answered box closed";
+  box = ask();
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(box->Edit, "mine.png") << "the last picture under \"PICKIMG\" is offered again";
+  EXPECT_EQ(box->Listing.Folder() + "/", Home(""));
+  EXPECT_EQ(Workspace::ExtensionsOfMasks("*.tga;*.BMP;*.*"), (std::vector<std::string>{"tga", "bmp"}));
 }
