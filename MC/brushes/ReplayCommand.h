@@ -18,6 +18,10 @@
 //   stroke X Y Z X Y Z ...   pen positions in volume space; each is projected
 //                            onto the surface along the view direction, and
 //                            each is one frame of the stroke
+//   surface 0|1              surface mode: 1 keeps the voxels while the
+//                            surface tools move vertices; 0 writes the moved
+//                            surface into the voxels (tool names: SCULPT_DRAW...)
+//   freeze clear|invert      every vertex's freeze cleared or inverted
 // Each stroke is followed by UpdateSurface, as a frame would.
 // A script whose first command is "import MESH MODE" paints a mesh instead
 // (paint/stroke/PaintReplay.h).

@@ -97,7 +97,7 @@ const SettingUse kUses[] = {
     {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
     {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
-    {"ExtrudeDir", {45, 46, 47}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
+    {"ExtrudeDir", {38, 45, 46, 47}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
 };
 }  // namespace
 

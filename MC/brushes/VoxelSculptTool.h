@@ -101,6 +101,17 @@ class VoxelSculptTool : public BasicTool {
   // Asked before IncRes doubles the resolution (which cannot be undone),
   // with the bytes it will take; false leaves the volume. Null goes on.
   std::function<bool(uint64_t bytes)> ConfirmIncreaseResolution;
+  // Surface mode of the current volume (MC/brushes/SurfaceModeSwitch.cpp).
+  // On: the tool list offered becomes VOXSURFMODES, and a current mode that
+  // is neither a surface tool nor SCULPT_TRANSFORM is remembered and replaced
+  // by SCULPT_DRAW. Off: the moved surface goes into the voxels
+  // (ApplyMC(true)) as one undoable edit and the remembered mode comes back.
+  void SetSurfaceMode(bool on);
+  // The mode to select again when the volume leaves surface mode, or -1.
+  int ModeBeforeSurface = -1;
+  // Surface mode commands: every vertex's freeze cleared, or inverted.
+  void ClearSurfaceFreeze();
+  void InvertSurfaceFreeze();
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
@@ -122,7 +133,7 @@ class VoxelSculptTool : public BasicTool {
   void FrameUpdate() override;
   bool WantsFrames() override;
   void Deactivate() override;
-  Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
+  Enumerator* GetToolList() override;
   void OnToolListClick(int i) override;
   bool GetFullBounds(ToolBounds& out) override;
   // The panel is rebuilt when the mode changes: it shows that mode's settings.
@@ -162,6 +173,8 @@ class VoxelSculptTool : public BasicTool {
   void FinishStroke();
   // Tools that act every frame while the pen is held still.
   bool RunsWhileStill() const;
+  // In a volume in surface mode, a mode that is no surface tool gives way.
+  void KeepSurfaceTool();
 
   VoxelSculptStroke stroke_;
   VolumeObject* volume_ = nullptr;
