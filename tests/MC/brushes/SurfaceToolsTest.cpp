@@ -542,7 +542,16 @@ TEST(SurfaceReplay, SameBytesWithOneAndTwoThreads) {
       "surface 1\ntool SCULP_SFREEZE\nstroke 0 8 0\n"
       "tool SCULP_PLANE2\nstroke -5 5 0  5 5 0\n"
       "tool SCULPT_RAPID\nstroke -4 -3 0  4 -3 0\n"
-      "freeze clear\nsurface 0\n";
+      "tool SCULP_PLANE\nstroke -5 -5 0  5 -5 0\n"
+      "tool SCULP_SCLAY\nstroke -8 10 0  0 12 0\n"
+      "tool SCULP_SFILL\nstroke 8 10 0  0 12 0\n"
+      "tool SCULP_SFEXTRUDE0\nstroke -10 -10 0\n"
+      "tool SCULP_SFEXTRUDE\nstroke 10 -10 0\n"
+      "tool SCULP_SFEXTRUDEA\nstroke 0 -14 0\n"
+      "tool SCULP_FOLLOW\nstroke -12 0 0  -14 1 0\n"
+      "tool SCULPT_PINCH\nstroke 12 -4 0  12 4 0\n"
+      "tool smooth\nstroke 0 0 0  1 0 0\n"
+      "freeze invert\nfreeze clear\nsurface 0\n";
   VolumeObject one, two;
   const ReplayResult a = RunReplayScript("threads 1\n" + body, one);
   const ReplayResult b = RunReplayScript("threads 2\n" + body, two);
@@ -555,6 +564,17 @@ TEST(SurfaceReplay, SameBytesWithOneAndTwoThreads) {
   RunReplayScript("sphere 30\n", plain);
   EXPECT_FALSE(Snapshot(one) == Snapshot(plain));
   ExpectClosed(one, "after the replay");
+  // The shipped surface script, the same way.
+  const std::string shipped = ReadText(comms::DataFilePath("Replays/surface.txt"));
+  ASSERT_FALSE(shipped.empty());
+  VolumeObject s1, s2;
+  ASSERT_EQ(RunReplayScript("threads 1\n" + shipped, s1).Line, 0);
+  ASSERT_EQ(RunReplayScript("threads 2\n" + shipped, s2).Line, 0);
+  s1.UpdateSurface(), s2.UpdateSurface();
+  EXPECT_TRUE(Snapshot(s1) == Snapshot(s2));
+  EXPECT_TRUE(SurfaceOf(s1) == SurfaceOf(s2));
+  EXPECT_FALSE(s1.SurfaceMode);
+  ExpectClosed(s1, "after the shipped surface script");
   // Bad input names its line.
   VolumeObject bad;
   EXPECT_EQ(RunReplayScript("sphere 10\nsurface\n", bad).Line, 2);
