@@ -580,3 +580,50 @@ TEST(SurfaceReplay, SameBytesWithOneAndTwoThreads) {
   EXPECT_EQ(RunReplayScript("sphere 10\nsurface\n", bad).Line, 2);
   EXPECT_EQ(RunReplayScript("sphere 10\nfreeze melt\n", bad).Line, 2);
 }
+
+TEST(SurfaceStroke, MirroredStrokeMovesTheMirroredVerticesAlike) {
+  GeneralPenSaver saved;
+  VolumeObject v;
+  MakeScene(v, false);
+  v.SurfaceMode = true;
+  GeneralPen::Symmetry = 1;  // mirror in x
+  StrokeFront(v, SCULPT_DRAW, {{6, 2}, {10, 4}, {14, 2}}, 6.f);
+  GeneralPen::Symmetry = 0;
+  // The sphere's surface is itself mirrored in x: every moved vertex on the
+  // right has a moved partner on the left at the mirrored place.
+  WeldedMeshBuilder m;
+  v.ExtractWeldedAll(m);
+  std::vector<const float*> left;
+  for (int i = 0; i < m.VertexCount(); ++i)
+    if (m.Positions[i * 3] < -3) left.push_back(&m.Positions[i * 3]);
+  int right = 0, matched = 0;
+  for (int i = 0; i < m.VertexCount(); ++i) {
+    const float* p = &m.Positions[i * 3];
+    if (p[0] < 4 || p[2] < 0 || std::fabs(std::hypot(p[0], p[1], p[2]) - kR) < 0.6f) continue;  // moved, right side
+    ++right;
+    float best = 1e9f;
+    for (const float* q : left) best = std::min(best, std::hypot(q[0] + p[0], q[1] - p[1], q[2] - p[2]));
+    matched += best < 0.02f;
+  }
+  ASSERT_GT(right, 10);
+  EXPECT_GT(matched, right * 9 / 10) << "the left copy of the ridge mirrors the right one";
+  ExpectClosed(v, "after a mirrored stroke");
+}
+
+TEST(SurfaceStroke, HiddenCellsAreLeftAlone) {
+  GeneralPenSaver saved;
+  VolumeObject v;
+  MakeScene(v, false);
+  v.SurfaceMode = true;
+  // Hide the cells on the front right of the pen's path.
+  std::vector<CellKey> hidden;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (k.x == 0 && k.z >= 2 && c->Surface) c->Flags |= kCellHidden, hidden.push_back(k);
+  });
+  ASSERT_FALSE(hidden.empty());
+  const SurfaceBytes start = SurfaceOf(v);
+  StrokeFront(v, SCULPT_DRAW, {{-6, 1}, {-2, 1}, {2, 1}, {6, 1}}, 8.f);
+  const SurfaceBytes after = SurfaceOf(v);
+  for (const CellKey& k : hidden) EXPECT_TRUE(after.at({k.x, k.y, k.z}) == start.at({k.x, k.y, k.z}));
+  EXPECT_FALSE(after == start) << "the visible cells under the pen moved";
+}
