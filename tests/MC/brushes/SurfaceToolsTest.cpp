@@ -19,6 +19,7 @@
 #include "MC/brushes/SurfaceTools.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelModes.h"
+#include "../mesh/SurfaceDistance.h"
 #include "MC/undo/VolumeUndo.h"
 #include "paint/undo/UndoStack.h"
 #include "paint/undo/UndoTestFolder.h"
@@ -378,39 +379,6 @@ INSTANTIATE_TEST_SUITE_P(SphereAndHead, OnBothScenes,
                          ::testing::Values(Scene{"Sphere", false}, Scene{"Head", true}),
                          [](const auto& info) { return std::string(info.param.Name); });
 
-// Distance from p to triangle abc.
-static float PointTriangle(const float* p, const float* a, const float* b, const float* c) {
-  auto sub = [](const float* x, const float* y, float* o) { o[0] = x[0] - y[0], o[1] = x[1] - y[1], o[2] = x[2] - y[2]; };
-  auto dot = [](const float* x, const float* y) { return x[0] * y[0] + x[1] * y[1] + x[2] * y[2]; };
-  float ab[3], ac[3], ap[3];
-  sub(b, a, ab), sub(c, a, ac), sub(p, a, ap);
-  // Closest point by the barycentric regions (Ericson).
-  const float d1 = dot(ab, ap), d2 = dot(ac, ap);
-  float q[3];
-  auto at = [&](float v, float w) {
-    for (int k = 0; k < 3; ++k) q[k] = a[k] + ab[k] * v + ac[k] * w;
-  };
-  float bp[3], cp[3];
-  sub(p, b, bp), sub(p, c, cp);
-  const float d3 = dot(ab, bp), d4 = dot(ac, bp), d5 = dot(ab, cp), d6 = dot(ac, cp);
-  const float vc = d1 * d4 - d3 * d2, vb = d5 * d2 - d1 * d6, va = d3 * d6 - d5 * d4;
-  if (d1 <= 0 && d2 <= 0) at(0, 0);
-  else if (d3 >= 0 && d4 <= d3) at(1, 0);
-  else if (d6 >= 0 && d5 <= d6) at(0, 1);
-  else if (vc <= 0 && d1 >= 0 && d3 <= 0) at(d1 / (d1 - d3), 0);
-  else if (vb <= 0 && d2 >= 0 && d6 <= 0) at(0, d2 / (d2 - d6));
-  else if (va <= 0 && (d4 - d3) >= 0 && (d5 - d6) >= 0) {
-    const float w = (d4 - d3) / ((d4 - d3) + (d5 - d6));
-    for (int k = 0; k < 3; ++k) q[k] = b[k] + (c[k] - b[k]) * w;
-  } else {
-    const float den = 1.f / (va + vb + vc);
-    at(vb * den, vc * den);
-  }
-  float d[3];
-  sub(p, q, d);
-  return std::sqrt(dot(d, d));
-}
-
 TEST(SurfaceModeRoundTrip, AnEditWrittenIntoTheVoxelsComesBackWithinATenthOfAVoxel) {
   GeneralPenSaver saved;
   for (bool head : {false, true}) {
@@ -429,23 +397,19 @@ TEST(SurfaceModeRoundTrip, AnEditWrittenIntoTheVoxelsComesBackWithinATenthOfAVox
     WeldedMeshBuilder again;
     v.ExtractWeldedAll(again);
     // Each new vertex of the edited front lies on the edited triangles.
-    std::vector<int> near;
-    for (int t = 0; t < edited.TriangleCount(); ++t) {
-      const float* a = &edited.Positions[edited.Indices[t * 3] * 3];
-      if (std::hypot(a[0], a[1]) < 20 && a[2] > 0) near.push_back(t);
-    }
-    float worst = 0;
-    int checked = 0;
+    const meshtest::Soup soup = meshtest::SoupOf(edited);
+    const meshtest::NearTriangles near(soup, 1.f);
+    double worst = 0;
+    int checked = 0, raised = 0;
     for (int i = 0; i < again.VertexCount(); ++i) {
-      const float* p = &again.Positions[i * 3];
+      const double p[3] = {again.Positions[i * 3], again.Positions[i * 3 + 1], again.Positions[i * 3 + 2]};
       if (std::hypot(p[0], p[1]) > 12 || p[2] <= 0) continue;
-      float best = 1e9f;
-      for (int t : near)
-        best = std::min(best, PointTriangle(p, &edited.Positions[edited.Indices[t * 3] * 3],
-                                            &edited.Positions[edited.Indices[t * 3 + 1] * 3],
-                                            &edited.Positions[edited.Indices[t * 3 + 2] * 3]));
-      worst = std::max(worst, best);
+      worst = std::max(worst, near.Distance(p));
       ++checked;
+      raised += std::hypot(p[0], p[1], p[2]) > kR + 0.5;
+    }
+    if (!head) {
+      EXPECT_GT(raised, 20) << "the raised ridge is in the voxels";
     }
     ASSERT_GT(checked, 50);
     EXPECT_LT(worst, 0.1f) << (head ? "head" : "sphere");
