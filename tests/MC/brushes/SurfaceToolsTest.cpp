@@ -23,6 +23,7 @@
 #include "MC/undo/VolumeUndo.h"
 #include "paint/undo/UndoStack.h"
 #include "paint/undo/UndoTestFolder.h"
+#include "../undo/VolumePicture.h"
 
 namespace {
 
@@ -590,4 +591,64 @@ TEST(SurfaceStroke, HiddenCellsAreLeftAlone) {
   const SurfaceBytes after = SurfaceOf(v);
   for (const CellKey& k : hidden) EXPECT_TRUE(after.at({k.x, k.y, k.z}) == start.at({k.x, k.y, k.z}));
   EXPECT_FALSE(after == start) << "the visible cells under the pen moved";
+}
+
+TEST(SurfaceStroke, UndoRecordOfAStrokeWrittenIntoTheVoxelsRestoresEveryByte) {
+  GeneralPenSaver saved;
+  UndoTestFolder folder;
+  UndoStack stack{folder.Path};
+  stack.FreeBytes = [] { return (int64_t)1 << 40; };
+  VolumeObject v;
+  stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack, [&v] { return std::vector<VolumeObject*>{&v}; }));
+  MakeScene(v, false);
+  for (int tool : {SCULPT_DRAW, SCULP_MOVE, SCULP_PLANE2}) {
+    const std::string before = VolumePicture(v);
+    StrokeFront(v, tool, {{-4, 0}, {0, 2}, {4, 0}}, 8.f);
+    ASSERT_TRUE(PushVolumeUndo(stack, {&v}, tool));
+    v.UpdateSurface();
+    const std::string after = VolumePicture(v);
+    ASSERT_NE(after, before) << "tool " << tool;
+    ASSERT_TRUE(stack.Undo());
+    v.UpdateSurface();
+    EXPECT_TRUE(VolumePicture(v) == before) << "tool " << tool;
+    ASSERT_TRUE(stack.Redo());
+    v.UpdateSurface();
+    EXPECT_TRUE(VolumePicture(v) == after) << "tool " << tool;
+  }
+}
+
+TEST(SurfacePatch, SurfaceOpCallsTheRuleWithinTheRadiusOnlyAndKeepsCopiesTogether) {
+  VolumeObject v;
+  MakeScene(v, false);
+  const Positions start = PositionsOf(v);
+  const float c[3] = {0, 0, kR};
+  int calls = 0;
+  float farthest = 0;
+  int cells = 0;
+  ASSERT_TRUE(SurfaceOp(
+      v, c, 7.f,
+      [&](PatchVertex& p, float d) {
+        ++calls;
+        farthest = std::max(farthest, d);
+        for (int k = 0; k < 3; ++k) p.Pos[k] += p.Normal[k] * 0.5f;  // outward
+      },
+      &cells));
+  EXPECT_GT(calls, 20);
+  EXPECT_LE(farthest, 7.f);
+  EXPECT_GT(cells, 0);
+  EXPECT_TRUE(v.SurfaceChanged);
+  for (auto& [key, p] : PositionsOf(v)) {
+    const auto& q = start.at(key);
+    const float dq = std::hypot(q[0] - c[0], q[1] - c[1], q[2] - c[2]);
+    if (dq > 7.f) {
+      EXPECT_TRUE(p == q) << "a vertex beyond the radius moved";
+    } else {
+      EXPECT_NEAR(std::hypot(p[0], p[1], p[2]), std::hypot(q[0], q[1], q[2]) + 0.5f, 0.05f);
+    }
+  }
+  ExpectClosed(v, "after SurfaceOp");
+  // A refused region calls nothing.
+  calls = 0;
+  EXPECT_FALSE(SurfaceOp(v, c, 1000.f, [&](PatchVertex&, float) { ++calls; }));
+  EXPECT_EQ(calls, 0);
 }
