@@ -53,16 +53,20 @@ struct DabFrame {
 float Free(const PatchVertex& v) { return (float)(65535 - v.Freeze) / 65535.f; }
 
 // The plane through the weighted mean position and normal of the patch
-// vertices within `radius` of c (weight 1 - d^2 / radius^2). False when none.
-bool FitPlane(const SurfacePatch& patch, const float c[3], float radius, float point[3], float normal[3]) {
+// vertices within `radius` of c (weight 1 - d^2 / radius^2); with `old`, of
+// the vertices as they were before editing began. False when none.
+bool FitPlane(const SurfacePatch& patch, const float c[3], float radius, float point[3], float normal[3],
+              bool old = false) {
   double sw = 0, sp[3] = {0, 0, 0}, sn[3] = {0, 0, 0};
   const float r2 = std::max(radius * radius, 1e-6f);
   for (const PatchVertex& v : patch.Vertices) {
-    const float d[3] = {v.Pos[0] - c[0], v.Pos[1] - c[1], v.Pos[2] - c[2]};
+    const float* p = old ? v.OldPos : v.Pos;
+    const float* n = old ? v.OldNormal : v.Normal;
+    const float d[3] = {p[0] - c[0], p[1] - c[1], p[2] - c[2]};
     const float w = 1.f - Dot(d, d) / r2;
     if (w <= 0) continue;
     sw += w;
-    for (int k = 0; k < 3; ++k) sp[k] += w * v.Pos[k], sn[k] += w * v.Normal[k];
+    for (int k = 0; k < 3; ++k) sp[k] += w * p[k], sn[k] += w * n[k];
   }
   if (sw <= 0) return false;
   for (int k = 0; k < 3; ++k) point[k] = (float)(sp[k] / sw), normal[k] = (float)sn[k];
@@ -269,9 +273,11 @@ int ApplySurfaceTool(VolumeObject& volume, int tool, const StrokeSample& a, cons
       break;
     }
     case SCULP_PLANE2: {
+      // The plane follows the pen over the surface as it was before editing
+      // began, sunk into it (raised when inverted): repeated passes scrape
+      // down to that plane instead of digging deeper each dab.
       float point[3], normal[3];
-      if (!FitPlane(patch, b.P, R, point, normal)) return 0;
-      // The plane sinks into the surface (rises when inverted) as it moves.
+      if (!FitPlane(patch, b.P, R, point, normal, true)) return 0;
       const float offset = (inverted ? 0.1f : -0.2f) * R * std::fabs(depth);
       for (int k = 0; k < 3; ++k) point[k] += normal[k] * offset;
       toPlane(point, normal, s.PlaneSoftness, s.DontLiftEdges);
