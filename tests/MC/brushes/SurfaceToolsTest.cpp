@@ -540,6 +540,11 @@ TEST(SurfaceReplay, SameBytesWithOneAndTwoThreads) {
   EXPECT_TRUE(SurfaceOf(s1) == SurfaceOf(s2));
   EXPECT_FALSE(s1.SurfaceMode);
   ExpectClosed(s1, "after the shipped surface script");
+  {
+    WeldedMeshBuilder m;
+    s1.ExtractWeldedAll(m);
+    EXPECT_EQ(Analyse(m).Euler(), 2) << "one closed piece, no crumbs, no handles";
+  }
   // Bad input names its line.
   VolumeObject bad;
   EXPECT_EQ(RunReplayScript("sphere 10\nsurface\n", bad).Line, 2);
