@@ -111,3 +111,36 @@ TEST_F(SurfaceSwitch, ASurfaceToolOutsideSurfaceModeWritesTheVoxelsAtPenUp) {
   EXPECT_EQ(records, 1);
   EXPECT_EQ(Surface(volume).badEdges, 0);
 }
+
+namespace {
+// Every vertex of every cell, as bytes.
+std::string VertexBytes(VolumeObject& v) {
+  std::string out;
+  v.Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+    if (c->Surface)
+      out.append((const char*)c->Surface->Vertices.Data, sizeof(MCVertex) * (size_t)c->Surface->Vertices.Count);
+  });
+  return out;
+}
+class EverySurfaceTool : public SurfaceSwitch, public ::testing::WithParamInterface<int> {};
+}  // namespace
+
+TEST_P(EverySurfaceTool, ADragThroughTheRouterChangesTheSurfaceAndKeepsItClosed) {
+  tool->SetSurfaceMode(true);
+  ASSERT_TRUE(tool->SelectMode(GetParam()));
+  const std::string before = VertexBytes(volume);
+  const VolumeSnapshot voxels = Snapshot(volume);
+  DragThrough(router, table, kPath);
+  EXPECT_TRUE(tool->Message().empty()) << tool->Message();
+  EXPECT_NE(VertexBytes(volume), before);
+  EXPECT_TRUE(Snapshot(volume) == voxels);
+  EXPECT_EQ(records, 1);
+  WeldedMeshBuilder m;
+  volume.ExtractWeldedAll(m);
+  EXPECT_EQ(Analyse(m).badEdges, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(SurfaceList, EverySurfaceTool,
+                         ::testing::Values(SCULPT_SMOOTH, SCULP_MOVE, SCULPT_DRAW, SCULPT_PINCH, SCULP_FOLLOW,
+                                           SCULP_PLANE, SCULP_PLANE2, SCULP_SCLAY, SCULP_SFILL, SCULP_SFEXTRUDE0,
+                                           SCULP_SFEXTRUDE, SCULP_SFEXTRUDEA, SCULP_SFREEZE, SCULPT_RAPID));
