@@ -150,8 +150,10 @@ int ApplySurfaceTool(VolumeObject& volume, int tool, const StrokeSample& a, cons
   // Rapid relax reaches twice the pen; the plane reaches where it samples.
   float reach = tool == SCULPT_RAPID ? 2 * R : R;
   if (tool == SCULP_PLANE) reach = std::max(R, R * s.Sampling);
+  // The move grabs what lies around the pen's last place.
+  const float* centre = tool == SCULP_MOVE ? a.P : b.P;
   SurfacePatch patch;
-  if (!patch.Build(volume, b.P, reach)) return 0;
+  if (!patch.Build(volume, centre, reach)) return 0;
   const size_t n = patch.Vertices.size();
   std::vector<float> w(n, 0.f);
   std::vector<char> moved(n, 0);
