@@ -63,6 +63,8 @@ bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radi
   Vertices.clear();
   Indices.clear();
   refs_.clear();
+  refHead_.clear();
+  refNext_.clear();
   neighbours_.clear();
   original_.clear();
   int lo[3], hi[3];
@@ -94,7 +96,7 @@ bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radi
             const int known = weld.FindEdge(gx, gy, gz, axis);
             if (known >= 0) {
               local[i] = known;
-              refs_[known].push_back({cell, i, {cx, cy, cz}});
+              AddRef(known, {cell, i, {cx, cy, cz}});
               continue;
             }
           }
@@ -108,13 +110,20 @@ bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radi
           local[i] = (int)Vertices.size();
           if (m.BorderCode != kNoBorder) weld.AddEdge(gx, gy, gz, axis, local[i]);
           Vertices.push_back(v);
-          refs_.push_back({{cell, i, {cx, cy, cz}}});
+          refHead_.push_back(-1);
+          AddRef(local[i], {cell, i, {cx, cy, cz}});
         }
         for (int i = 0; i + 2 < s->Indices.Count; i += 3)
           for (int k = 0; k < 3; ++k) Indices.push_back((uint32_t)local[s->Indices[i + k]]);
       }
   original_ = Vertices;
   return !Vertices.empty();
+}
+
+void SurfacePatch::AddRef(int vertex, const CellRef& r) {
+  refNext_.push_back(refHead_[vertex]);
+  refHead_[vertex] = (int)refs_.size();
+  refs_.push_back(r);
 }
 
 const std::vector<std::vector<int>>& SurfacePatch::Neighbours() {
@@ -166,7 +175,8 @@ int SurfacePatch::WriteBack(VolumeObject& volume) {
   for (size_t v = 0; v < Vertices.size(); ++v) {
     if (SameVertex(Vertices[v], original_[v])) continue;
     const PatchVertex& pv = Vertices[v];
-    for (const CellRef& r : refs_[v]) {
+    for (int ri = refHead_[v]; ri >= 0; ri = refNext_[ri]) {
+      const CellRef& r = refs_[ri];
       if (!written.Find(r.Key.x, r.Key.y, r.Key.z)) {
         TouchCellSurface(volume, r.Key.x, r.Key.y, r.Key.z);
         written.Set(r.Key.x, r.Key.y, r.Key.z, 1);

@@ -57,7 +57,10 @@ class SurfacePatch {
     int Index;
     CellKey Key;
   };
-  std::vector<std::vector<CellRef>> refs_;
+  // The cell copies of each vertex: a list through refNext_ from refHead_.
+  std::vector<CellRef> refs_;
+  std::vector<int> refHead_, refNext_;
+  void AddRef(int vertex, const CellRef& r);
   std::vector<std::vector<int>> neighbours_;
   std::vector<PatchVertex> original_;
 };
