@@ -657,3 +657,36 @@ TEST(SurfacePatch, SurfaceOpCallsTheRuleWithinTheRadiusOnlyAndKeepsCopiesTogethe
   EXPECT_FALSE(SurfaceOp(v, c, 1000.f, [&](PatchVertex&, float) { ++calls; }));
   EXPECT_EQ(calls, 0);
 }
+
+TEST(SurfaceStroke, FreezeKeepsTheHigherValueAndAsAirbrushAddsUp) {
+  GeneralPenSaver saved;
+  auto freezeSum = [](VolumeObject& v) {
+    long long sum = 0;
+    v.Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface)
+        for (int i = 0; i < c->Surface->Vertices.Count; ++i) sum += c->Surface->Vertices[i].Freeze;
+    });
+    return sum;
+  };
+  VolumeObject v;
+  MakeScene(v, false);
+  v.SurfaceMode = true;
+  StrokeFront(v, SCULP_SFREEZE, {{0, 0}}, 6.f);
+  const long long once = freezeSum(v);
+  ASSERT_GT(once, 0);
+  StrokeFront(v, SCULP_SFREEZE, {{0, 0}}, 6.f);
+  EXPECT_EQ(freezeSum(v), once) << "the same dab again keeps the higher value, which is the same";
+  StrokeOptions airbrush;
+  airbrush.Settings.AsAirbrush = true;
+  StrokeFront(v, SCULP_SFREEZE, {{0, 0}}, 6.f, airbrush);
+  EXPECT_GT(freezeSum(v), once) << "the airbrush adds";
+  StrokeOptions thaw;
+  thaw.Invert = true;
+  StrokeFront(v, SCULP_SFREEZE, {{0, 0}}, 6.f, thaw);
+  EXPECT_LT(freezeSum(v), once) << "inverted, the pen thaws";
+  // Freeze alone moves nothing: positions stay, so nothing reaches the voxels.
+  const VolumeSnapshot voxels = Snapshot(v);
+  v.SurfaceMode = false;
+  v.ApplyMC(false);
+  EXPECT_TRUE(Snapshot(v) == voxels);
+}
