@@ -118,6 +118,18 @@ void StrokeFront(VolumeObject& v, int tool, const std::vector<std::pair<float, f
   GeneralPen::CurrentPenPtr = nullptr;
 }
 
+// A fresh scene in surface mode; with a bump radius, two full-depth draw
+// dabs of that radius raise a bump at the front's middle first.
+void MakeSurfaceScene(VolumeObject& v, bool head, float bump = 0) {
+  MakeScene(v, head);
+  v.SurfaceMode = true;
+  if (bump <= 0) return;
+  StrokeOptions o;
+  o.Depth = 1.f;
+  StrokeFront(v, SCULPT_DRAW, {{0, 0}}, bump, o);
+  StrokeFront(v, SCULPT_DRAW, {{0, 0}}, bump, o);
+}
+
 // Mean displacement of the vertices that moved, and how many did.
 struct Motion {
   int Moved = 0;
@@ -222,13 +234,7 @@ TEST_P(OnBothScenes, PinchBringsTheSurfaceCloserToThePath) {
 TEST_P(OnBothScenes, PlanesReduceTheSpreadOfHeights) {
   for (int tool : {SCULP_PLANE, SCULP_PLANE2}) {
     VolumeObject v;
-    MakeScene(v, GetParam().Head);
-    v.SurfaceMode = true;
-    // A bump first, then the plane over it.
-    StrokeOptions bump;
-    bump.Depth = 1.f;
-    StrokeFront(v, SCULPT_DRAW, {{0, 0}}, 4.f, bump);
-    StrokeFront(v, SCULPT_DRAW, {{0, 0}}, 4.f, bump);
+    MakeSurfaceScene(v, GetParam().Head, 4.f);  // a bump, then the plane over it
     const Positions start = PositionsOf(v);
     StrokeFront(v, tool, {{-2, 0}, {0, 0}, {2, 0}}, 10.f);
     const Positions after = PositionsOf(v);
@@ -251,8 +257,7 @@ TEST_P(OnBothScenes, PlanesReduceTheSpreadOfHeights) {
 TEST_P(OnBothScenes, FollowAndMoveDragAlongThePensMotion) {
   for (int tool : {SCULP_FOLLOW, SCULP_MOVE}) {
     VolumeObject v;
-    MakeScene(v, GetParam().Head);
-    v.SurfaceMode = true;
+    MakeSurfaceScene(v, GetParam().Head);
     const Positions start = PositionsOf(v);
     StrokeFront(v, tool, {{0, 0}, {3, 0}, {6, 0}}, 8.f);
     const Motion m = Compare(start, PositionsOf(v), 0, 0);
@@ -266,8 +271,7 @@ TEST_P(OnBothScenes, FollowAndMoveDragAlongThePensMotion) {
 TEST_P(OnBothScenes, ClayFillAndExtrudesAddVolume) {
   for (int tool : {SCULP_SCLAY, SCULP_SFILL, SCULP_SFEXTRUDE0, SCULP_SFEXTRUDE, SCULP_SFEXTRUDEA}) {
     VolumeObject v;
-    MakeScene(v, GetParam().Head);
-    v.SurfaceMode = true;
+    MakeSurfaceScene(v, GetParam().Head);
     const double size = EnclosedVolume(v);
     StrokeOptions o;
     o.Depth = 0.8f;
@@ -292,12 +296,9 @@ TEST_P(OnBothScenes, ExtrudeModeThreeNeedsDepth) {
 TEST_P(OnBothScenes, SmoothingAndRapidRelaxFlattenABump) {
   for (int tool : {SCULPT_SMOOTH, SCULPT_RAPID}) {
     VolumeObject v;
-    MakeScene(v, GetParam().Head);
-    v.SurfaceMode = true;
+    MakeSurfaceScene(v, GetParam().Head, 5.f);
     StrokeOptions o;
     o.Depth = 1.f;
-    StrokeFront(v, SCULPT_DRAW, {{0, 0}}, 5.f, o);
-    StrokeFront(v, SCULPT_DRAW, {{0, 0}}, 5.f, o);
     const Positions bump = PositionsOf(v);
     float top = -1e9f;
     for (auto& [k, p] : bump)
