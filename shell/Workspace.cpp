@@ -27,6 +27,7 @@
 #include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
 #include "shell/Interface.h"
+#include "shell/SurfaceModeCommands.h"
 #include "shell/RecentFiles.h"
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
@@ -363,6 +364,7 @@ void Workspace::RegisterCommands() {
     VoxelSculptTool* tool = FindVoxelTool(Tools());
     return tool && tool->Volume();
   };
+  RegisterSurfaceModeCommands(Tools());
   for (const std::string& word : VolumeCommands::Words()) {
     if (word == "MergeCloud")
       RegisterCommand(word, {[this, onVolume] {
@@ -467,6 +469,8 @@ void Workspace::BuildMenu() {
                                       {"LAYOUT_LOAD_HOTKEYS", ""}}});
   MenuDescription voxels{"MENU_VOXELS", {}};
   for (const std::string& word : VolumeCommands::Words()) voxels.Items.push_back({word, ""});
+  voxels.Items.push_back({"", ""});
+  for (const std::string& word : SurfaceModeCommandWords()) voxels.Items.push_back({word, ""});
   bar->Menus.push_back(voxels);
   MenuDescription rooms{"MENU_ROOMS", {}};
   for (const std::string& r : Tools().Rooms()) {

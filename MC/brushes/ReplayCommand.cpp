@@ -13,6 +13,7 @@
 #include "ClassEngine/Threader.h"
 #include "MC/adjust/AdjustReplay.h"
 #include "MC/brushes/ReplayPicture.h"
+#include "MC/brushes/SurfacePatch.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/file/VolumeSceneFiles.h"
@@ -113,6 +114,24 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       const float l = std::sqrt(view[0] * view[0] + view[1] * view[1] + view[2] * view[2]);
       if (l <= 0) { fail("view must not be zero"); break; }
       for (float& c : view) c /= l;
+    } else if (cmd == "surface") {
+      int on = 0;
+      if (!(words >> on)) { fail("surface needs 0 or 1"); break; }
+      if (on) {
+        volume.SurfaceMode = true;
+      } else if (volume.SurfaceMode) {
+        volume.SurfaceMode = false;
+        volume.ApplyMC(true);
+        volume.UpdateSurface();
+      }
+    } else if (cmd == "freeze") {
+      std::string w;
+      words >> w;
+      if (w == "clear") ClearFreeze(volume);
+      else if (w == "invert") InvertFreeze(volume);
+      else { fail("freeze needs clear or invert"); break; }
+      volume.UpdateSurface();
+      volume.DropUndoCopies();
     } else if (cmd == "stroke") {
       std::vector<float> xyz;
       float f;

@@ -23,6 +23,10 @@
 //                            along the view, acted on once by the tool
 //   logo, text, sketch       the object tools' reliefs and solids, merged
 //                            (MC/objects/ObjectTools.h tells their words)
+//   surface 0|1              surface mode: 1 keeps the voxels while the
+//                            surface tools move vertices; 0 writes the moved
+//                            surface into the voxels (tool names: SCULPT_DRAW...)
+//   freeze clear|invert      every vertex's freeze cleared or inverted
 // Each stroke is followed by UpdateSurface, as a frame would. The adjust
 // tools add their own lines (MC/adjust/AdjustReplay.h).
 // A script whose first command is "import MESH MODE" paints a mesh instead

@@ -16,7 +16,7 @@ const VoxModeInfo kModes[kVoxModeCount] = {
     {10, "SCULPT_RASPFILE", "*Voxels", true}, {11, "SCULP_VXPLANE", "*Voxels", true},
     {12, "SCULP_VXPINCH", "*Voxels", true},   {13, "SCULP_VXFOLLOW", "*Voxels", true},
     {14, "SCULPT_MEASURE", "*Adjust", true}, {15, "SCULPT_PICK", "*Adjust", true},
-    {16, "SCULPT_TRANSPOSE", "*Adjust", true}, {17, "SCULP_MOVE", "*Adjust", false},
+    {16, "SCULPT_TRANSPOSE", "*Adjust", true}, {17, "SCULP_MOVE", "*Adjust", true},
     {18, "SCULP_HIDE", "*Adjust", true},     {19, "SCULP_CLHIDE", "*Adjust", true},
     {20, "SCULPT_COPY", "*Adjust", true},    {21, "SCULPT_TRANSFORM", "*Adjust", true},
     {22, "SCULP_WRAP", "*Adjust", true},     {23, "SCULPT_AXIAL", "*Adjust", true},
@@ -27,12 +27,12 @@ const VoxModeInfo kModes[kVoxModeCount] = {
     {32, "SCULP_FREESP", "*Objects", false},  {33, "SCULP_TUBE", "*Objects", false},
     {34, "SCULP_MUSCLE", "*Objects", false},  {35, "SCULP_PRIM", "*Objects", false},
     {36, "SCULP_TEXT", "*Objects", true},    {37, "SCULP_CLOTH", "*Objects", false},
-    {38, "SCULPT_DRAW", "*Surface", false},   {39, "SCULPT_PINCH", "*Surface", false},
-    {40, "SCULP_FOLLOW", "*Surface", false},  {41, "SCULP_PLANE", "*Surface", false},
-    {42, "SCULP_PLANE2", "*Surface", false},  {43, "SCULP_SCLAY", "*Surface", false},
-    {44, "SCULP_SFILL", "*Surface", false},   {45, "SCULP_SFEXTRUDE0", "*Surface", false},
-    {46, "SCULP_SFEXTRUDE", "*Surface", false}, {47, "SCULP_SFEXTRUDEA", "*Surface", false},
-    {48, "SCULP_SFREEZE", "*Surface", false}, {49, "SCULPT_RAPID", "*Surface", false},
+    {38, "SCULPT_DRAW", "*Surface", true},   {39, "SCULPT_PINCH", "*Surface", true},
+    {40, "SCULP_FOLLOW", "*Surface", true},  {41, "SCULP_PLANE", "*Surface", true},
+    {42, "SCULP_PLANE2", "*Surface", true},  {43, "SCULP_SCLAY", "*Surface", true},
+    {44, "SCULP_SFILL", "*Surface", true},   {45, "SCULP_SFEXTRUDE0", "*Surface", true},
+    {46, "SCULP_SFEXTRUDE", "*Surface", true}, {47, "SCULP_SFEXTRUDEA", "*Surface", true},
+    {48, "SCULP_SFREEZE", "*Surface", true}, {49, "SCULPT_RAPID", "*Surface", true},
 };
 // -1 "*Surface", -2 "*Adjust".
 const int kSurfaceList[] = {-1, 38, 1, 39, 40, 41, 42, 43, 44, 45, 46, 47, 48, 49, -2, 14, 15, 16, 17, 21};

@@ -128,7 +128,7 @@ const char* VoxelSculptTool::GetSecondHintId() {
 }
 
 void VoxelSculptTool::OnToolListClick(int i) {
-  Enumerator* e = GetEnumerator("VOXMODES");
+  Enumerator* e = GetToolList();
   if (i < 0 || i >= e->GetStoredAmount()) return;
   // Section titles ("*Voxels") open groups and are no modes.
   const char* name = e->Names.Get(i);
@@ -280,6 +280,7 @@ void VoxelSculptTool::StrokeStep(bool force) {
 }
 
 void VoxelSculptTool::FrameUpdate() {
+  KeepSurfaceTool();
   if (VoxelModeHandler* h = Handler()) h->FrameUpdate(*this);
   StrokeStep(RunsWhileStill());
 }

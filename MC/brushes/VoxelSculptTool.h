@@ -105,6 +105,17 @@ class VoxelSculptTool : public BasicTool {
   // Asks for a file (the logo's picture, the sketch's references). Null:
   // the question's default path is taken at once.
   FileAsker AskFile;
+  // Surface mode of the current volume (MC/brushes/SurfaceModeSwitch.cpp).
+  // On: the tool list offered becomes VOXSURFMODES, and a current mode that
+  // is neither a surface tool nor SCULPT_TRANSFORM is remembered and replaced
+  // by SCULPT_DRAW. Off: the moved surface goes into the voxels
+  // (ApplyMC(true)) as one undoable edit and the remembered mode comes back.
+  void SetSurfaceMode(bool on);
+  // The mode to select again when the volume leaves surface mode, or -1.
+  int ModeBeforeSurface = -1;
+  // Surface mode commands: every vertex's freeze cleared, or inverted.
+  void ClearSurfaceFreeze();
+  void InvertSurfaceFreeze();
   bool Stroking() const { return stroke_.Active(); }
   // The last refusal ("not available yet"), empty when none.
   const std::string& Message() const { return message_; }
@@ -126,7 +137,7 @@ class VoxelSculptTool : public BasicTool {
   void FrameUpdate() override;
   bool WantsFrames() override;
   void Deactivate() override;
-  Enumerator* GetToolList() override { return GetEnumerator("VOXMODES"); }
+  Enumerator* GetToolList() override;
   void OnToolListClick(int i) override;
   bool GetFullBounds(ToolBounds& out) override;
   // The panel is rebuilt when the mode changes: it shows that mode's settings.
@@ -166,6 +177,8 @@ class VoxelSculptTool : public BasicTool {
   void FinishStroke();
   // Tools that act every frame while the pen is held still.
   bool RunsWhileStill() const;
+  // In a volume in surface mode, a mode that is no surface tool gives way.
+  void KeepSurfaceTool();
 
   VoxelSculptStroke stroke_;
   VolumeObject* volume_ = nullptr;

@@ -74,6 +74,7 @@ bool VoxelSculptStroke::Begin(VolumeObject& volume, const PenPoint& first, uint3
   samples_.push_back(first_);
   prevDab_ = first_;
   pairIndex_ = 0;
+  surface_ = {};
   ApplyPair(first_, first_, false);
   return true;
 }
@@ -191,6 +192,7 @@ int VoxelSculptStroke::MoveTo(const PenPoint& p) {
 
 void VoxelSculptStroke::End() {
   // Crumbs the stroke left floating go before the surface and the undo record see them.
+  if (volume_) EndSurfaceStroke(*volume_, Tool);
   if (volume_) DropSpecks(*volume_, volume_->TouchedCells);
   volume_ = nullptr;
   prevDab_.reset();
@@ -239,6 +241,7 @@ int VoxelSculptStroke::ApplyTool(const StrokeSample& a, const StrokeSample& b, c
     }
   }
   const VoxelBrushSettings& s = settings_;
+  if (UsesSurfacePath(Tool, v)) return ApplySurfaceTool(v, Tool, a, b, first, s, inv, pen, surface_);
   const float strength = b.Strength;
   auto smooth = [&](float add, int side, float degree) {
     SmoothParams sp;

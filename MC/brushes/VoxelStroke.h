@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ClassEngine/Random.h"
+#include "MC/brushes/SurfaceTools.h"
 #include "MC/brushes/VoxelBrushSettings.h"
 
 class VolumeObject;
@@ -61,8 +62,9 @@ class VoxelSculptStroke {
   // One frame's pen position: samples from the last position to this one,
   // then the tool's operations. Returns the cells changed.
   int MoveTo(const PenPoint& p);
-  // Pen up: floating specks the stroke left are dropped (DropSpecks); the
-  // undo copies stay on the volume for the undo record.
+  // Pen up: a surface tool's edit in a volume not in surface mode goes into
+  // the voxels (ApplyMC), floating specks the stroke left are dropped
+  // (DropSpecks); the undo copies stay on the volume for the undo record.
   void End();
   bool Active() const { return volume_ != nullptr; }
   bool Inverted() const;
@@ -94,5 +96,6 @@ class VoxelSculptStroke {
   std::optional<StrokeSample> prevDab_;
   size_t pairIndex_ = 0;
   bool hasCubic_ = false;
+  SurfaceStrokeState surface_;  // what the surface tools keep for the stroke
   float cubicBefore_[3], cubicAfter_[3];
 };

@@ -66,11 +66,13 @@ void PutCell(BlockWriter& w, const CellKey& k, const VoxelCell* cell, std::vecto
   const CellSurface* s = cell->Surface;
   const PodArray<uint16_t>* indices = s ? &s->SavedIndices : nullptr;
   const PodArray<MCVertex>* vertices = s ? &s->SavedVertices : nullptr;
-  if (copy && copy->Surface) indices = &copy->Surface->Indices, vertices = &copy->Surface->Vertices;
+  const PodArray<MCVertex>* old = s ? &s->OldVertices : nullptr;
+  if (copy && copy->Surface)
+    indices = &copy->Surface->Indices, vertices = &copy->Surface->Vertices, old = &copy->Surface->OldVertices;
   w.I32(indices ? indices->Count : 0);
   for (int i = 0; indices && i < indices->Count; ++i) w.U16((*indices)[i]);
-  if (s)
-    PutVertices(w, s->OldVertices.Data, s->OldVertices.Count);
+  if (old)
+    PutVertices(w, old->Data, old->Count);
   else
     w.I32(0);
   if (vertices)
