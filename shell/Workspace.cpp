@@ -25,6 +25,7 @@
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
+#include "shell/VoxelLayers.h"
 #include "shell/WorkspaceFile.h"
 
 namespace {
@@ -188,9 +189,11 @@ void Workspace::MakeDocks() {
   panel->SetContent(rows);
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
+  if (view_.Tree()) MakeVoxelLayersWindow(*docks_, intf_.Tree(), view_, ui.Px(300), ui.Px(240));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;
     if (docks_) docks_->SwitchRoom(room);
+    ShowVoxelLayersFor(intf_.Tree(), room);
   };
   TheOptionsHooks().BeforeSave = [this] {
     if (docks_ && docks_->Room() >= 0) docks_->SavePage(docks_->Room());
@@ -202,6 +205,7 @@ void Workspace::MakeDocks() {
     docks_->SwitchRoom(room);
   else
     docks_->AdoptRoom(room);
+  ShowVoxelLayersFor(intf_.Tree(), room);
 }
 
 void Workspace::ApplyToShell() {

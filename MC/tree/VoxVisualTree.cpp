@@ -246,6 +246,18 @@ bool VoxVisualTree::ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target) {
   return true;
 }
 
+bool VoxVisualTree::MoveBeside(VoxTreeBranch* row, VoxTreeBranch* sibling, bool after) {
+  if (!row || !sibling || row == this || sibling == this || row == sibling || row->Contains(sibling)) return false;
+  VoxTreeBranch* old = row->ParentBranch;
+  VoxTreeBranch* parent = sibling->ParentBranch;
+  if (!old || !parent || !old->Release(row)) return false;
+  row->ParentBranch = parent;
+  row->SetParent(&parent->ChildObjects);
+  parent->ChildObjects.Insert(row, parent->IndexOf(sibling) + (after ? 1 : 0));
+  row->RefreshLevels();
+  return true;
+}
+
 bool VoxVisualTree::BooleanInto(VoxTreeBranch* row, VoxTreeBranch* target, int mode, bool consume) {
   if (!row || !target || row == target || !row->Volume || !target->Volume || row->Removed || target->Removed)
     return false;

@@ -57,6 +57,9 @@ class VoxVisualTree : public VoxTreeBranch {
   // Hangs the row under `target` (the root when null); refused when the
   // target lies below the row.
   bool ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target);
+  // Hangs the row beside `sibling`, under the sibling's parent, just before
+  // it (or after it with `after`); refused when the sibling lies below the row.
+  bool MoveBeside(VoxTreeBranch* row, VoxTreeBranch* sibling, bool after);
 
   // Booleans into another row's volume, through the source's surface in the
   // target's lattice: mode 0 union, 1 subtraction, 2 intersection. MergeTo

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# The voxel room's layer panel in a real window under Xvfb: the start scene's
+# row, two rows added through a row's menu, one of them hidden by its eye and
+# one dragged below another. Screenshots in <build>/layers/.
+#   scripts/voxel-layers-shots.sh [build-folder]
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=${1:-$root/build}
+out=$build/layers
+rm -rf "$out" && mkdir -p "$out/home"
+display=:$((90 + RANDOM % 100))
+Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
+xvfb=$!
+app=
+trap '[[ -n $app ]] && kill $app 2>/dev/null; kill $xvfb 2>/dev/null || true' EXIT
+export DISPLAY=$display MORVANE_HOME=$out/home MORVANE_DATA=$root/data
+sleep 1
+(cd "$out" && exec "$build/bin/morvane") >"$out/stdout.txt" 2>&1 &
+app=$!
+win=$(xdotool search --sync --name '^Morvane' | head -1)
+xdotool windowmove --sync "$win" 0 0 2>/dev/null || true
+sleep 4
+shot() { xdotool mousemove_relative 1 0; sleep 0.3; xdotool mousemove_relative -- -1 0; sleep 0.8; import -window root "$out/$1.png"; echo "$out/$1.png"; }
+shot 01-start
+# Rows are 22 pixels high from y 67; the menu opens 6 pixels above the
+# pointer with 18-pixel items ("Add volume" the second).
+xdotool mousemove 1040 78 click 3; sleep 0.5
+shot 02-row-menu
+xdotool mousemove 1040 99 click 1; sleep 0.5
+xdotool mousemove 1040 78 click 3; sleep 0.5
+xdotool mousemove 1040 99 click 1; sleep 0.5
+shot 03-three-rows
+# The eye of the last row hides it; the second row is dragged onto the first
+# and the first row's label is double-clicked to rename it.
+xdotool mousemove 1266 122 click 1; sleep 0.5
+xdotool mousemove 1100 100 mousedown 1; sleep 0.2
+for y in 96 92 88 84 80 78; do xdotool mousemove 1100 $y; sleep 0.1; done
+xdotool mouseup 1; sleep 0.5
+xdotool mousemove 1060 78 click --repeat 2 --delay 80 1; sleep 0.4
+xdotool type "Head"; xdotool key Return; sleep 0.4
+shot 04-hidden-dragged-renamed
