@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VoxShaderParams.h"
 #include "MC/tree/VoxTreeMenu.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "interface/TextTable.h"
@@ -106,6 +107,16 @@ bool VoxTreePanel::Rename(VoxTreeBranch& row, const std::string& name) {
   row.Name = name.c_str();
   if (row.Volume) row.Volume->Name = name;
   Changed();
+  return true;
+}
+
+bool VoxTreePanel::EditShader(VoxTreeBranch& row) {
+  if (row.Volume) LoadShaderVariables(row.ShaderSettings, row.Volume->Shader);
+  if (!row.Volume || row.ShaderSettings.ExParams.GetAmount() == 0) {
+    if (ShowMessage) ShowMessage("NoParamsToEdit");
+    return false;
+  }
+  if (EditShaderSettings) EditShaderSettings(row);
   return true;
 }
 
@@ -238,7 +249,7 @@ bool VoxTreePanel::OpenMenu(VoxTreeBranch& row, float x, float y) {
   menuCommands_.clear();
   for (const std::string& c : VoxTreeCommands()) {
     menuCommands_.push_back(c);
-    if (c == "AddVoxTree") menuCommands_.push_back("RenameVoxTree");
+    if (c == "AddVoxTree") menuCommands_.push_back("RenameVoxTree"), menuCommands_.push_back("EditShaderSettings");
   }
   std::vector<std::string> words;
   for (const std::string& c : menuCommands_) words.push_back(std::string(::Text(c.c_str())) + (TakesTarget(c) ? " >" : ""));
@@ -307,6 +318,7 @@ bool VoxTreePanel::MenuPicked() {
   }
   CloseMenu();
   if (command == "RenameVoxTree") return OpenRename(row);
+  if (command == "EditShaderSettings") return EditShader(row);
   std::string message;
   bool done = RunCommand ? RunCommand(row, command, target, message)
                          : RunVoxTreeCommand(*Tree, &row, command, target, -1, &message);

@@ -40,6 +40,9 @@ class VoxTreePanel : public PanelWidget {
   // takes a text key to show when it was refused with one.
   std::function<bool(VoxTreeBranch& row, const std::string& command, VoxTreeBranch* target, std::string& message)>
       RunCommand;
+  // Edits the row's shader settings (a dialog over ShaderSettings); asked
+  // only when the row's shader has variables.
+  std::function<void(VoxTreeBranch&)> EditShaderSettings;
   // Shows a refusal's text key to the user.
   std::function<void(const std::string& key)> ShowMessage;
 
@@ -61,6 +64,9 @@ class VoxTreePanel : public PanelWidget {
   bool ToggleOpen(VoxTreeBranch& row);
   bool MakeCurrent(VoxTreeBranch& row);
   bool Rename(VoxTreeBranch& row, const std::string& name);
+  // Reads the variables of the row's shader (keeping the user's values) and
+  // hands them to EditShaderSettings; "NoParamsToEdit" when there are none.
+  bool EditShader(VoxTreeBranch& row);
   // Where a drop at screen y puts `dragged`: under a row, beside it, or under
   // the root. False (nothing changed) for a drop onto itself or below itself.
   bool DropAt(VoxTreeBranch& dragged, float y);

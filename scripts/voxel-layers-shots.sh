@@ -39,3 +39,7 @@ xdotool mouseup 1; sleep 0.5
 xdotool mousemove 1060 78 click --repeat 2 --delay 80 1; sleep 0.4
 xdotool type "Head"; xdotool key Return; sleep 0.4
 shot 04-hidden-dragged-renamed
+# The first row's shader settings ("Shader settings", the fourth item).
+xdotool mousemove 1040 78 click 3; sleep 0.5
+xdotool mousemove 1040 135 click 1; sleep 0.8
+shot 05-shader-settings

@@ -55,6 +55,9 @@ VoxTreePanel* MakeVoxelLayersWindow(Docks& docks, WidgetTree& tree, ViewportSeam
     return t && RunVoxTreeCommand(*t, &row, command, target, SymmetryAxis(), &message);
   };
   panel->ShowMessage = [&tree](const std::string& key) { ShowDialog(tree, key.c_str(), "MORVANE_TITLE", nullptr, {"OK"}); };
+  panel->EditShaderSettings = [&tree](VoxTreeBranch& row) {
+    ShowDialog(tree, "", "EditShaderSettings", &row.ShaderSettings, {"OK"});
+  };
   DockLayers(docks, tree, panel);
   return panel;
 }

@@ -164,6 +164,7 @@ VoxTreeBranch* VoxVisualTree::Clone(VoxTreeBranch* row, int flipAxes) {
     v->CopyFrom(src);
   VoxTreeBranch* b = Attach(std::move(v), row->ParentBranch, row);
   CopyMatrices(*b, *row);
+  b->ShaderSettings.Copy(&row->ShaderSettings);
   b->NewlyTransformed = b->NewlyPlaced = true;
   MakeCurrent(b);
   return b;

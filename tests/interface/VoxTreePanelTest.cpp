@@ -289,6 +289,17 @@ TEST_F(VoxTreePanelFixture, TheContextMenuRunsRowCommandsAndTheirTargetLists) {
   EXPECT_EQ(std::count(targets.begin(), targets.end(), "Parts"), 0);
   ASSERT_TRUE(panel->PickMenuItem(int(std::find(targets.begin(), targets.end(), "Volume2") - targets.begin())));
   EXPECT_EQ(a->ParentBranch, b);
+  // Shader settings: the clay shader's variables go to the editor; a folder
+  // has none.
+  VoxTreeBranch* edited = nullptr;
+  panel->EditShaderSettings = [&](VoxTreeBranch& row) { edited = &row; };
+  ASSERT_TRUE(panel->OpenMenu(*b, x, y));
+  EXPECT_TRUE(panel->PickMenuItem(item("EditShaderSettings")));
+  EXPECT_EQ(edited, b);
+  EXPECT_GT(b->ShaderSettings.ExParams.GetAmount(), 0);
+  ASSERT_TRUE(panel->OpenMenu(*folder, x, y));
+  EXPECT_FALSE(panel->PickMenuItem(item("EditShaderSettings")));
+  EXPECT_EQ(shown, "NoParamsToEdit");
   // The rename item opens the box.
   ASSERT_TRUE(panel->OpenMenu(*b, x, y));
   EXPECT_TRUE(panel->PickMenuItem(item("RenameVoxTree")));
