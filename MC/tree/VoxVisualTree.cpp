@@ -238,6 +238,18 @@ void VoxVisualTree::PurgeRemoved() {
   if (!CurrentVolume) CurrentToFirstKept();
 }
 
+bool VoxVisualTree::DropRow(VoxTreeBranch* row) {
+  if (!row || row == this || !Contains(row) || !row->ParentBranch) return false;
+  row->Walk([&](VoxTreeBranch& b) {
+    DestroyVolume(b.Volume);
+    b.Volume = nullptr;
+  });
+  VoxTreeBranch* parent = row->ParentBranch;
+  parent->ChildObjects.DelElement(parent->IndexOf(row));
+  if (!CurrentVolume) CurrentToFirstKept();
+  return true;
+}
+
 bool VoxVisualTree::ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target) {
   if (!target) target = this;
   if (!row || row == this || row->Contains(target)) return false;

@@ -54,6 +54,9 @@ class VoxVisualTree : public VoxTreeBranch {
   bool Undelete(VoxTreeBranch* row);
   // Frees the volumes of removed rows and drops the rows.
   void PurgeRemoved();
+  // Drops the row and what hangs below it at once, volumes freed (the undo
+  // of a step that made the row); false for the root or a row not in the tree.
+  bool DropRow(VoxTreeBranch* row);
   // Hangs the row under `target` (the root when null); refused when the
   // target lies below the row.
   bool ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target);
