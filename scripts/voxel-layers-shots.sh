@@ -8,19 +8,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
 out=$build/layers
 rm -rf "$out" && mkdir -p "$out/home"
-display=:$((90 + RANDOM % 100))
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-app=
-trap '[[ -n $app ]] && kill $app 2>/dev/null; kill $xvfb 2>/dev/null || true' EXIT
-export DISPLAY=$display MORVANE_HOME=$out/home MORVANE_DATA=$root/data
-sleep 1
-(cd "$out" && exec "$build/bin/morvane") >"$out/stdout.txt" 2>&1 &
-app=$!
-win=$(xdotool search --sync --name '^Morvane' | head -1)
-xdotool windowmove --sync "$win" 0 0 2>/dev/null || true
-sleep 4
-shot() { xdotool mousemove_relative 1 0; sleep 0.3; xdotool mousemove_relative -- -1 0; sleep 0.8; import -window root "$out/$1.png"; echo "$out/$1.png"; }
+source "$root/scripts/xvfb-app.sh"
 shot 01-start
 # Rows are 22 pixels high from y 67; the menu opens 6 pixels above the
 # pointer with 18-pixel items ("Add volume" the second).

@@ -8,18 +8,11 @@
 
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/VolumeBooleans.h"
+#include "MC/tree/TreeMatrix.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "render/Math3D.h"
 
 using comms::cMat4;
-
-namespace {
-cMat4 ToMat(const float m[16]) {
-  cMat4 r;
-  std::memcpy(r.m, m, sizeof(r.m));
-  return r;
-}
-}  // namespace
 
 float SmallestAxisScale(const VolumeObject& volume) {
   const float* t = volume.Transform;

@@ -8,18 +8,12 @@
 #include "ClassEngine/xml/XmlNode.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/VolumeBooleans.h"
+#include "MC/tree/TreeMatrix.h"
 #include "render/Math3D.h"
 
 using comms::cMat4;
 
 namespace {
-cMat4 ToMat(const float m[16]) {
-  cMat4 r;
-  std::memcpy(r.m, m, sizeof(r.m));
-  return r;
-}
-void FromMat(const cMat4& a, float m[16]) { std::memcpy(m, a.m, sizeof(a.m)); }
-
 void CopyMatrices(VoxTreeBranch& to, const VoxTreeBranch& from) {
   std::copy(from.Tf, from.Tf + 16, to.Tf);
   std::copy(from.TfInverse, from.TfInverse + 16, to.TfInverse);

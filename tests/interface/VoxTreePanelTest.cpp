@@ -10,18 +10,16 @@
 #include <map>
 #include <tuple>
 
-#include "ClassEngine/streams/MemoryBinStream.h"
 #include "MC/brushes/CellJobs.h"
 #include "MC/cache/VolumeCache.h"
-#include "MC/file/VolumeStream.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "WidgetTestKit.h"
 #include "interface/VoxTreePanel.h"
-#include "paint/file/BlockCoding.h"
 #include "platform/Keys.h"
 #include "render/Math3D.h"
+#include "tests/MC/tree/TreeStreamKit.h"
 
 namespace {
 
@@ -212,17 +210,8 @@ TEST_F(VoxTreePanelFixture, ARenameByDoubleClickIsKeptThroughTheVolumeStream) {
   ui.Frame();
   EXPECT_EQ(panel->RenameBox(), nullptr);
 
-  MemoryBinStream s;
-  {
-    BlockWriter w(s);
-    WriteVolumes(w, tree.Volumes(), false, tree.TreeXml());
-  }
-  BlockReader r(s, s.Size());
-  std::vector<std::unique_ptr<VolumeObject>> volumes;
-  std::string xml;
-  ASSERT_TRUE(ReadVolumes(r, volumes, &xml)) << r.Error();
   VoxVisualTree back;
-  back.TakeScene(std::move(volumes), xml);
+  ThroughVolumeStream(tree, back);
   VoxTreeBranch* jaw = back.FindByName("Jaw l");
   ASSERT_NE(jaw, nullptr);
   ASSERT_NE(jaw->Volume, nullptr);

@@ -11,11 +11,9 @@
 #include <sstream>
 
 #include "ClassEngine/DataFolder.h"
-#include "ClassEngine/streams/MemoryBinStream.h"
-#include "MC/file/VolumeStream.h"
 #include "MC/tree/VoxShaderParams.h"
+#include "TreeStreamKit.h"
 #include "TreeTestKit.h"
-#include "paint/file/BlockCoding.h"
 
 namespace {
 
@@ -124,17 +122,8 @@ TEST(ShaderSettings, EachVolumeKeepsItsSettingsThroughTheVolumeStream) {
   ASSERT_NE(copy, nullptr);
   EXPECT_TRUE(copy->ShaderSettings.ExParams[1]->BoolParam) << "a clone draws like its source";
 
-  MemoryBinStream s;
-  {
-    BlockWriter w(s);
-    WriteVolumes(w, tree.Volumes(), false, tree.TreeXml());
-  }
-  BlockReader r(s, s.Size());
-  std::vector<std::unique_ptr<VolumeObject>> volumes;
-  std::string xml;
-  ASSERT_TRUE(ReadVolumes(r, volumes, &xml)) << r.Error();
   VoxVisualTree back;
-  back.TakeScene(std::move(volumes), xml);
+  ThroughVolumeStream(tree, back);
   VoxTreeBranch* a2 = back.FindByName("Volume1");
   VoxTreeBranch* b2 = back.FindByName("Volume2");
   ASSERT_TRUE(a2 && b2);
