@@ -18,16 +18,17 @@ xdotool mousemove 1040 99 click 1; sleep 0.5
 xdotool mousemove 1040 78 click 3; sleep 0.5
 xdotool mousemove 1040 99 click 1; sleep 0.5
 shot 03-three-rows
-# The eye of the last row hides it; the second row is dragged onto the first
-# and the first row's label is double-clicked to rename it.
+# The eye of the last row hides it; that row is then dragged to the top edge
+# of the first row (it moves before it, under the root), and the first row's
+# label is double-clicked to rename it.
 xdotool mousemove 1266 122 click 1; sleep 0.5
-xdotool mousemove 1100 100 mousedown 1; sleep 0.2
-for y in 96 92 88 84 80 78; do xdotool mousemove 1100 $y; sleep 0.1; done
+xdotool mousemove 1100 122 mousedown 1; sleep 0.2
+for y in 115 105 95 85 75 70 69; do xdotool mousemove 1100 $y; sleep 0.1; done
 xdotool mouseup 1; sleep 0.5
-xdotool mousemove 1060 78 click --repeat 2 --delay 80 1; sleep 0.4
+xdotool mousemove 1060 100 click --repeat 2 --delay 80 1; sleep 0.4
 xdotool type "Head"; xdotool key Return; sleep 0.4
 shot 04-hidden-dragged-renamed
-# The first row's shader settings ("Shader settings", the fourth item).
-xdotool mousemove 1040 78 click 3; sleep 0.5
-xdotool mousemove 1040 135 click 1; sleep 0.8
+# The second row's shader settings ("Shader settings", the fourth item).
+xdotool mousemove 1040 100 click 3; sleep 0.5
+xdotool mousemove 1040 157 click 1; sleep 0.8
 shot 05-shader-settings
