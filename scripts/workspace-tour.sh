@@ -10,22 +10,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${1:-$root/build}
 out=$build/tour
 rm -rf "$out" && mkdir -p "$out/home"
-display=:$((90 + RANDOM % 100))
-Xvfb "$display" -screen 0 1280x800x24 -nolisten tcp >/dev/null 2>&1 &
-xvfb=$!
-app=
-trap '[[ -n $app ]] && kill $app 2>/dev/null; kill $xvfb 2>/dev/null || true' EXIT
-export DISPLAY=$display MORVANE_HOME=$out/home MORVANE_DATA=$root/data
-sleep 1
-(cd "$out" && exec "$build/bin/morvane") >"$out/stdout.txt" 2>&1 &
-app=$!
-win=$(xdotool search --sync --name '^Morvane' | head -1)
-xdotool windowmove --sync "$win" 0 0 2>/dev/null || true
-sleep 4
-# A small move first: a window at rest draws nothing new.
-shot() { xdotool mousemove_relative 1 0; sleep 0.3; xdotool mousemove_relative -- -1 0; sleep 0.8; import -window root "$out/$1.png"; echo "$out/$1.png"; }
-at() { xdotool mousemove "$1" "$2"; sleep 0.3; }
-click() { at "$1" "$2"; xdotool click 1; sleep 0.5; }
+source "$root/scripts/xvfb-app.sh"
 
 shot 01-start
 # Edit > Options...

@@ -1,22 +1,52 @@
 // The render room's links to the window (see RenderRoom.h).
 #include "shell/RenderRoom.h"
 
+#include <algorithm>
+#include <memory>
+
+#include "MC/render/RenderFrames.h"
 #include "MC/render/RenderTool.h"
 #include "MC/render/VolumeRender.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "interchange/Image.h"
+#include "interface/UiContext.h"
 #include "render/Render.h"
 #include "shell/Viewport.h"
 #include "shell/tools/ToolTable.h"
 
 using namespace comms;
 
-namespace {
-// The picture's texture on the device, made again when the picture grew.
-struct ShownPicture {
-  int texture = -1, shader = -1, rays = -1;
-};
-}  // namespace
+bool DrawRenderPicture(cRender& render, cFreeViewer& camera, RenderTool& tool, ShownPicture& shown, const cRect* free) {
+  if (!tool.Incremental()) return false;
+  const VolumeRender& picture = *tool.Incremental();
+  if (picture.Rays() != shown.rays) {
+    cImage image;
+    picture.Picture(image, false);
+    render.FreeTexture(shown.texture);
+    shown.texture = render.CreateTexture(image, render.GetSamplerState(kFilterLinear, 1, 1, 1));
+    shown.rays = picture.Rays();
+  }
+  if (shown.shader < 0) shown.shader = render.GetShaderID("hud_smooth", kVfPosColorTex2, "#define SCREEN_SPACE");
+  if (shown.texture < 0 || shown.shader < 0) return false;
+  // As large as fits, with the picture's proportions, centred in the view.
+  const float vw = camera.ViewWidth(), vh = camera.ViewHeight();
+  const float k = std::min(vw / float(picture.Width()), vh / float(picture.Height()));
+  const float w = picture.Width() * k, h = picture.Height() * k, x = (vw - w) / 2, y = (vh - h) / 2;
+  render.SetCamera(&camera);
+  render.Set2DTexture(shown.texture, shown.shader);
+  // Texture v = 0 is the picture's bottom row.
+  render.DrawTexture(cRect(x, y, x + w, y + h), cRect(0, 1, 1, 0), 1.0f, 0xffffffffu);
+  render.Flush2D();
+  UiContext& ui = Ui();
+  cRender* before = ui.Render;
+  ui.Render = &render;
+  ui.ResetClip();
+  const float tx = free ? std::max(x, free->left) : x, ty = free ? std::max(y, free->top) : y;
+  ui.DrawText(tx + ui.Px(8), ty + ui.Px(6), RaysLine(picture.Rays()).c_str(), 0xffffffffu);
+  render.Flush2D();
+  ui.Render = before;
+  return true;
+}
 
 void StartRenderRoom(ViewportSeams& viewport) {
   auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
@@ -26,26 +56,12 @@ void StartRenderRoom(ViewportSeams& viewport) {
                  &viewport.Camera(), pivot);
   auto shown = std::make_shared<ShownPicture>();
   auto previous = viewport.DrawRoomScene;
-  viewport.DrawRoomScene = [tool, shown, previous](cRender& render, cFreeViewer& camera) {
-    if (Tools().CurrentTool() == tool && tool->IncrementalRender && tool->Incremental()) {
-      const VolumeRender& picture = *tool->Incremental();
-      if (picture.Rays() != shown->rays) {
-        cImage image;
-        picture.Picture(image, false);
-        render.FreeTexture(shown->texture);
-        shown->texture = render.CreateTexture(image, render.GetSamplerState(kFilterLinear, 1, 1, 1));
-        shown->rays = picture.Rays();
-      }
-      if (shown->shader < 0) shown->shader = render.GetShaderID("hud_smooth", kVfPosColorTex2, "#define SCREEN_SPACE");
-      if (shown->texture >= 0 && shown->shader >= 0) {
-        render.SetCamera(&camera);
-        render.Set2DTexture(shown->texture, shown->shader);
-        // Texture v = 0 is the picture's bottom row.
-        render.DrawTexture(cRect(0, 0, camera.ViewWidth(), camera.ViewHeight()), cRect(0, 1, 1, 0), 1.0f, 0xffffffffu);
-        render.Flush2D();
-        return true;
-      }
-    }
+  viewport.DrawRoomScene = [tool, shown, previous, &viewport](cRender& render, cFreeViewer& camera) {
+    cRect free;
+    const bool hasFree = viewport.FreeArea && viewport.FreeArea(free);
+    if (Tools().CurrentTool() == tool && tool->IncrementalRender &&
+        DrawRenderPicture(render, camera, *tool, *shown, hasFree ? &free : nullptr))
+      return true;
     return previous && previous(render, camera);
   };
 }

@@ -1,11 +1,29 @@
 // The render room in the window: the render tool sees the layer tree's
 // visible volumes through the view's camera, and while it is the current
 // tool with IncrementalRender on, its refining picture takes the place of the
-// 3D view.
+// 3D view, with the "rays" line over it.
 #pragma once
 
 class ViewportSeams;
+class RenderTool;
+namespace comms {
+class cRender;
+class cFreeViewer;
+struct cRect;
+}  // namespace comms
 
 // After the other rooms: links the render tool to the viewport and wraps the
 // viewport's room drawing so the picture shows in the render room.
 void StartRenderRoom(ViewportSeams& viewport);
+
+// The picture's texture on the device, made again when the picture grew.
+struct ShownPicture {
+  int texture = -1, shader = -1, rays = -1;
+};
+// Draws the tool's refining picture over the view, as large as fits with the
+// picture's own proportions (a custom size may differ from the view's) and
+// centred, and the line "Press ESC to stop. Rays: %d" over its top left, or
+// over the top left of `free` (the part panels leave uncovered) when given.
+// False when the tool has no picture yet.
+bool DrawRenderPicture(comms::cRender& render, comms::cFreeViewer& camera, RenderTool& tool, ShownPicture& shown,
+                       const comms::cRect* free = nullptr);

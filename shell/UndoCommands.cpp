@@ -7,6 +7,7 @@
 #include "ClassEngine/streams/BackgroundWriter.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/tree/VoxVisualTree.h"
+#include "MC/undo/PartsUndo.h"
 #include "MC/undo/VolumeUndo.h"
 #include "interface/HotKeys.h"
 #include "paint/SceneChanges.h"
@@ -42,10 +43,17 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
         if (voxels) voxels->SelectMode(tool);
       }));
 
+  stack.RegisterUndoMaker(std::make_unique<Parts_Undo>(
+      stack, [v] { return v->Tree(); },
+      [voxels](int tool) {
+        if (voxels) voxels->SelectMode(tool);
+      }));
+
   UndoStack* s = &stack;
   if (voxels) {
     voxels->OnStrokeEnd = [s, voxels](VolumeObject& volume) { PushVolumeUndo(*s, {&volume}, voxels->Mode); };
-    voxels->OnMergeEnd = [s](const std::vector<VolumeObject*>& volumes) { PushVolumeUndo(*s, volumes, SCULP_MERGE); };
+    // A merge into separate volumes: one record takes the rows it added away too.
+    WireMergeUndo(*voxels, stack, [v] { return v->Tree(); });
   }
   for (int i = 0; i < tools.Count(); ++i)
     if (auto* paint = dynamic_cast<PaintBrushTool*>(tools.At(i)))

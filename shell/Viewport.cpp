@@ -18,6 +18,7 @@
 #include "MC/mcubes/VolumeDraw.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VoxShaderParams.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "interchange/IO.h"
 #include "interface/Navigation.h"
@@ -242,6 +243,13 @@ void ViewportSeams::UpdateRoomAndTool() {
     for (VolumeObject* v : shown) {
       std::unique_ptr<VolumeDrawer>& d = drawers_[v];
       if (!d) d = std::make_unique<VolumeDrawer>(*render_);
+      // The row's shader settings: its defines and its constants.
+      VoxTreeBranch* row = tree_->BranchOf(v);
+      if (row && !(row->ShaderSettings.ShaderName == v->Shader.c_str())) LoadShaderVariables(row->ShaderSettings, v->Shader);
+      d->Defines = row ? ShaderDefines(row->ShaderSettings) : std::string();
+      d->SetConstants = [row](comms::cRender& r, int shader) {
+        if (row) SetShaderConstants(r, shader, row->ShaderSettings);
+      };
       d->Draw(*v, camera_);
     }
     render_->SetWireframe(false);

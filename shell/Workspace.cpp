@@ -32,6 +32,7 @@
 #include "shell/SceneCommands.h"
 #include "shell/Shell.h"
 #include "shell/Viewport.h"
+#include "shell/VoxelLayers.h"
 #include "shell/WorkspaceFile.h"
 
 namespace {
@@ -208,9 +209,11 @@ void Workspace::MakeDocks() {
   BaseWidget* values = BuildPenValuesPanel(ui.Px(270));
   docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(270),
                 values->H + ui.Px(DockableHeader::kCaption));
+  if (view_.Tree()) MakeVoxelLayersWindow(*docks_, intf_.Tree(), view_, ui.Px(300), ui.Px(240));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;
     if (docks_) docks_->SwitchRoom(room);
+    ShowVoxelLayersFor(intf_.Tree(), room);
   };
   TheOptionsHooks().BeforeSave = [this] {
     if (docks_ && docks_->Room() >= 0) docks_->SavePage(docks_->Room());
@@ -225,6 +228,7 @@ void Workspace::MakeDocks() {
     docks_->AdoptRoom(room);
   // Floating windows go back where they were left.
   docks_->PlaceFloating(AppOptions::WindowStates());
+  ShowVoxelLayersFor(intf_.Tree(), room);
 }
 
 void Workspace::ApplyToShell() {

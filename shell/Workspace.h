@@ -18,6 +18,10 @@ class ViewportSeams;
 
 class Workspace {
  public:
+  // The mesh files the program reads, as the browser lists them.
+  static std::vector<std::string> MeshExtensions();
+  // The extensions of a mask list ("*.tga;*.bmp" gives tga and bmp).
+  static std::vector<std::string> ExtensionsOfMasks(const std::string& masks);
   Workspace(Shell& shell, ShellInterface& intf, ViewportSeams& view);
   ~Workspace();
   Workspace(const Workspace&) = delete;
@@ -53,9 +57,6 @@ class Workspace {
                std::vector<std::string> extensions = {}, bool saving = false, const std::string& suggested = {});
   // Save as: the browser on the scene's name, then the save.
   void AskSaveName();
-  static std::vector<std::string> MeshExtensions();
-  // The extensions of a mask list ("*.tga;*.bmp" gives tga and bmp).
-  static std::vector<std::string> ExtensionsOfMasks(const std::string& masks);
 
   Shell& shell_;
   ShellInterface& intf_;

@@ -239,15 +239,16 @@ bool VoxelSculptTool::MergeHeldMesh(bool invert) {
   std::vector<VolumeObject*> changed{volume_};
   for (VolumeObject* v : below)
     if (v && v != volume_ && v->UndoCopies > 0) changed.push_back(v);
+  // The new rows first, so the merge's undo record can take them away too.
+  if (separate && !parts.empty()) {
+    for (SeparatePart& p : parts) p.Volume->UpdateSurface();
+    TakeParts(*volume_, std::move(parts));
+  }
   if (OnMergeEnd)
     OnMergeEnd(changed);
   else
     for (VolumeObject* v : changed) v->DropUndoCopies();
   for (VolumeObject* v : changed) v->UpdateSurface();
-  if (separate && !parts.empty()) {
-    for (SeparatePart& p : parts) p.Volume->UpdateSurface();
-    TakeParts(*volume_, std::move(parts));
-  }
   ChangedSinceSave = 1;
   return true;
 }

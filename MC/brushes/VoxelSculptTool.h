@@ -86,7 +86,8 @@ class VoxelSculptTool : public BasicTool {
   // (the stroke is kept).
   std::function<void(VolumeObject&)> OnStrokeEnd;
   // SCULP_MERGE: called once per merge with every volume it changed (their
-  // undo copies still held), so one record takes the whole merge back.
+  // undo copies still held), after TakeParts, so one record takes the whole
+  // merge back.
   // Without a hook the copies are dropped.
   std::function<void(const std::vector<VolumeObject*>&)> OnMergeEnd;
   // With MergeToSeparateVolumes: the volumes below the current one (cut by

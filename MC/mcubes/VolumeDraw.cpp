@@ -62,13 +62,15 @@ int VolumeDrawer::Sync(VolumeObject& volume) {
 int VolumeDrawer::Draw(VolumeObject& volume, cViewer& camera) {
   Sync(volume);
   if (!volume.Visible) return 0;
-  if (shader_ < 0 || shaderName_ != volume.Shader) {
+  if (shader_ < 0 || shaderName_ != volume.Shader || defines_ != Defines) {
     // The volume's own shader, or the clay one when it cannot be made.
     shaderName_ = volume.Shader;
-    shader_ = render_.GetShaderID(volume.Shader, kVfPosNormal, "");
+    defines_ = Defines;
+    shader_ = render_.GetShaderID(volume.Shader, kVfPosNormal, Defines);
     if (shader_ < 0) shader_ = render_.GetShaderID("mcubes", kVfPosNormal, "");
   }
   if (shader_ < 0) return 0;
+  if (SetConstants) SetConstants(render_, shader_);
   if (depth_ < 0) depth_ = render_.GetDepthState(true, true, kCmpLessEqual);
   cMat4 world;
   std::memcpy(&world.m[0][0], volume.Transform, sizeof(float) * 16);

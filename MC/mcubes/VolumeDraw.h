@@ -4,6 +4,7 @@
 // A group rebuilt by UpdateSurface is a new GroupMesh, so the drawer keys its
 // device meshes by the CPU mesh and drops those whose CPU mesh is gone.
 #pragma once
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -28,6 +29,10 @@ class VolumeDrawer {
   // matrix through `camera`; returns the number of groups drawn.
   int Draw(VolumeObject& volume, comms::cViewer& camera);
   int Shader() const { return shader_; }
+  // The shader's settings: #defines its source is compiled with (a change
+  // compiles it again) and the constants set before the groups are drawn.
+  std::string Defines;
+  std::function<void(comms::cRender&, int shader)> SetConstants;
   int DeviceMeshes() const { return int(meshes_.size()); }
   // The device mesh made for a group's CPU mesh, null if none.
   const comms::StaticMesh* DeviceMesh(const GroupMesh* source) const {
@@ -47,6 +52,7 @@ class VolumeDrawer {
   comms::cRender& render_;
   int shader_ = -1, depth_ = -1;
   std::string shaderName_;  // the volume shader shader_ was made for
+  std::string defines_;     // and the defines it was compiled with
   std::unordered_map<const GroupMesh*, Entry> meshes_;
 };
 

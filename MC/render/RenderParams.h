@@ -8,6 +8,16 @@
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
 
+class Enumerator;
+// The view a picture is made for (enumeration "RVIEWSIZE"): the window's 3D
+// view, or ViewSizeX x ViewSizeY.
+enum RenderViewSize { WholeScreen = 0, CustomRenderSize = 1 };
+Enumerator* RenderViewSizes();
+// Multiples of the view for a finished picture (enumeration "RENDERSIZE",
+// entry k is (k + 1) times each side, shown as "%d x %d").
+constexpr int kRenderSizeMultiples = 4;
+Enumerator* RenderSizes();
+
 class ExtraLight : public BaseClass {
  public:
   float xPos = 0;           // -180..180 degrees around the view's up axis
@@ -26,7 +36,9 @@ class ExtraLight : public BaseClass {
 
 class RenderParams : public BaseClass {
  public:
+  int ViewSize = WholeScreen;
   int ViewSizeX = 1280, ViewSizeY = 720;
+  int RenderSize = 0;  // index into RENDERSIZE
   float Lightness = 150;  // 0..300 percent
   float AO_Percent = 50;  // 0..100: share of frames lit by ambient occlusion
   float DOF_Degree = 0;   // 0..5: size of the lens
@@ -39,8 +51,10 @@ class RenderParams : public BaseClass {
   bool DontOverwriteFiles = false;
   int MaxRenederSteps = 256;
   MV_CLASS(RenderParams, BaseClass) {
+    Member("_index", ViewSize, "ViewSize", RenderViewSizes());
     Member("_int", ViewSizeX, "ViewSizeX");
     Member("_int", ViewSizeY, "ViewSizeY");
+    Member("_index", RenderSize, "RenderSize", RenderSizes());
     Member("CtrlFSlider", Lightness, "Lightness", NewFloatSliderRange(0, 300));
     Member("CtrlFSlider", AO_Percent, "AO_Percent", NewFloatSliderRange(0, 100));
     Member("CtrlFSlider", DOF_Degree, "DOF_Degree", NewFloatSliderRange(0, 5));
@@ -54,3 +68,10 @@ class RenderParams : public BaseClass {
     Member("_int", MaxRenederSteps, "MaxRenederSteps");
   }
 };
+
+// The picture's size in pixels for a view of viewW x viewH: the view itself
+// or the custom size, each side kept within 1..kMaxPictureSide; a finished
+// picture (`finished`) is that times the RenderSize multiple, the viewport's
+// refining picture is not.
+constexpr int kMaxPictureSide = 8192;
+void PictureSize(const RenderParams& params, int viewW, int viewH, bool finished, int& width, int& height);

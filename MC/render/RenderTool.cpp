@@ -55,7 +55,10 @@ std::string RenderTool::RenderStill() {
   std::error_code ec;
   std::filesystem::create_directories(Folder, ec);
   Params.WriteToFile((Folder + "/rparam.xml").c_str());
-  auto r = MakeRender(Params.ViewSizeX, Params.ViewSizeY);
+  if (!camera_) return "";
+  int w, h;
+  PictureSize(Params, (int)camera_->ViewWidth(), (int)camera_->ViewHeight(), true, w, h);
+  auto r = MakeRender(w, h);
   if (!r) return "";
   RenderFrames(*r, std::max(1, Params.MaxRenederSteps), StopRequested);
   return SaveNumbered(*r, "render");
@@ -74,7 +77,9 @@ std::vector<std::string> RenderTool::RenderTurn() {
     turned.Pos = pivot + turn(saved->Pos - pivot);
     turned.Right = turn(saved->Right), turned.Up = turn(saved->Up), turned.Forward = turn(saved->Forward);
     camera_ = &turned;
-    auto r = MakeRender(Params.ViewSizeX, Params.ViewSizeY);
+    int w, h;
+    PictureSize(Params, (int)saved->ViewWidth(), (int)saved->ViewHeight(), true, w, h);
+    auto r = MakeRender(w, h);
     camera_ = saved;
     if (!r) break;
     bool stopped = false;
@@ -103,7 +108,9 @@ void RenderTool::FrameUpdate() {
                                   camera_->Fov,       camera_->ViewWidth(), camera_->ViewHeight()};
   if (now != seenCamera_ || !incremental_) {
     seenCamera_ = now;
-    incremental_ = MakeRender(std::max(1, (int)camera_->ViewWidth()), std::max(1, (int)camera_->ViewHeight()));
+    int w, h;
+    PictureSize(Params, (int)camera_->ViewWidth(), (int)camera_->ViewHeight(), false, w, h);
+    incremental_ = MakeRender(w, h);
     if (!incremental_) return;
   }
   if (incremental_->Rays() < std::max(1, Params.MaxRenederSteps)) incremental_->RenderFrame();

@@ -45,6 +45,8 @@ class VolumeRender {
   // One frame added to the picture.
   void RenderFrame();
   int Rays() const { return frames_; }
+  int Width() const { return width_; }
+  int Height() const { return height_; }
   // Towards the room's main light (after SetEye).
   comms::cVec3 MainLight() const { return lights_.empty() ? comms::cVec3(0, 1, 0) : lights_[0].Dir; }
   // Where the unmoved eye sees a scene point: pixel x, y (y downwards);

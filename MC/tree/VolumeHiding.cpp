@@ -29,25 +29,39 @@ void InvertHide(VolumeObject& volume) {
   for (const CellKey& k : keys) volume.MarkDirty(k.x, k.y, k.z, false);
 }
 
-VoxTreeBranch* SeparateHidden(VoxVisualTree& tree, VoxTreeBranch* row) {
-  if (!row || !row->Volume) return nullptr;
-  VolumeObject& source = *row->Volume;
+namespace {
+// Moves every hidden cell of `source` into the same place of `into`, shown;
+// the number moved. Undo copies of both are dropped.
+int MoveHiddenCells(VolumeObject& source, VolumeObject& into) {
   std::vector<CellKey> hidden;
   source.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
     if (c->Flags & kCellHidden) hidden.push_back(k);
   });
-  if (hidden.empty()) return nullptr;
-  auto part = std::make_unique<VolumeObject>();
-  part->Name = source.Name + "_Hidden";
-  part->ObjectId = tree.NewObjectId();
-  part->SetTransform(source.Transform);
   for (const CellKey& k : hidden) {
-    VolumeObject::SwapCellContents(source, k, *part, k);
+    VolumeObject::SwapCellContents(source, k, into, k);
     (*source.Cells.Find(k.x, k.y, k.z))->Flags &= (uint8_t)~kCellHidden;
   }
   source.DropUndoCopies();
-  part->DropUndoCopies();
+  into.DropUndoCopies();
   source.Compact();
+  return int(hidden.size());
+}
+}  // namespace
+
+int DeleteHidden(VolumeObject& volume) {
+  VolumeObject gone;
+  gone.SetTransform(volume.Transform);
+  return MoveHiddenCells(volume, gone);
+}
+
+VoxTreeBranch* SeparateHidden(VoxVisualTree& tree, VoxTreeBranch* row) {
+  if (!row || !row->Volume) return nullptr;
+  VolumeObject& source = *row->Volume;
+  auto part = std::make_unique<VolumeObject>();
+  part->Name = source.Name + "_Hidden";
+  part->SetTransform(source.Transform);
+  if (!MoveHiddenCells(source, *part)) return nullptr;
+  part->ObjectId = tree.NewObjectId();
   VoxTreeBranch* b = tree.Attach(std::move(part), row->ParentBranch, row);
   std::copy(row->Tf, row->Tf + 16, b->Tf);
   std::copy(row->TfInverse, row->TfInverse + 16, b->TfInverse);

@@ -11,6 +11,8 @@ class VoxVisualTree;
 int UnhideAll(VolumeObject& volume);
 // Hidden cells become shown and shown ones hidden.
 void InvertHide(VolumeObject& volume);
+// Removes the hidden cells from the volume; the number removed.
+int DeleteHidden(VolumeObject& volume);
 // Moves the hidden cells of the row's volume into a new volume, shown, in a
 // new row behind it named with the suffix "_Hidden"; null when nothing is
 // hidden.

@@ -18,6 +18,7 @@ VoxTreeBranch::VoxTreeBranch() {
   SetIdentity(TfInverse);
   SetIdentity(GizmoTf);
   ChildObjects.SetParentOnly(this);
+  ShaderSettings.SetParentOnly(this);
 }
 
 void VoxTreeBranch::RegisterTreeMembers() {
@@ -35,6 +36,7 @@ void VoxTreeBranch::RegisterTreeMembers() {
   Member("_bool", InCache, "InCache");
   Member("_str", CacheName, "CacheName");
   Member(ChildObjects, "ChildObjects");
+  Member(ShaderSettings, "ShaderSettings");
 }
 
 void VoxTreeBranch::Adopt(VoxTreeBranch* child) {

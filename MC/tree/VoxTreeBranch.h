@@ -8,6 +8,7 @@
 
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
+#include "MC/tree/VoxShaderParams.h"
 
 class VolumeObject;
 
@@ -32,6 +33,7 @@ class VoxTreeBranch : public BaseClass {
   float GizmoCenter[3] = {0, 0, 0};
   bool GizmoCenrtified = false;
   ClassArray<VoxTreeBranch> ChildObjects;
+  VoxShaderParams ShaderSettings;  // the volume's shader variables and their values
 
   VoxTreeBranch();
   MV_CLASS(VoxTreeBranch, BaseClass) { RegisterTreeMembers(); }

@@ -4,7 +4,9 @@
 #include <algorithm>
 
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/tree/VolumeHiding.h"
 #include "MC/tree/VolumeMirror.h"
+#include "MC/tree/VolumeSpace.h"
 #include "MC/tree/VoxVisualTree.h"
 
 namespace {
@@ -15,8 +17,8 @@ bool IsBoolean(const std::string& c) {
 
 const std::vector<std::string>& VoxTreeCommands() {
   static const std::vector<std::string> words = {
-      "DelVoxTree", "AddVoxTree",   "CloneVoxTree", "CloneSymm",    "CloneSpace",    "IncDencity2X", "DecDencity2X",
-      "CombineChildren", "VoxFlipX", "VoxFlipY",    "VoxFlipZ",     "MergeTo",       "MoveTo",       "SubtractFrom",
+      "DelVoxTree",    "AddVoxTree",   "CloneVoxTree",  "CloneSymm",    "CloneDegrade",
+      "CloneSpace",    "IncDencity2X", "DecDencity2X",  "ToGlobalSpace", "CombineChildren", "VoxFlipX", "VoxFlipY",    "VoxFlipZ",     "MergeTo",       "MoveTo",       "SubtractFrom",
       "IntersectWith", "ChangeParent"};
   return words;
 }
@@ -61,6 +63,17 @@ bool RunVoxTreeCommand(VoxVisualTree& tree, VoxTreeBranch* row, const std::strin
     return tree.Clone(row, 1 << symmetryAxis) != nullptr;
   }
   if (command == "CloneSpace") return tree.CloneSpace(row) != nullptr;
+  if (command == "CloneDegrade") return CloneDegrade(tree, row) != nullptr;
+  if (command == "ToGlobalSpace") return row->Volume && ToGlobalSpace(*row->Volume);
+  // The hiding commands of the voxel menu, on the row's volume.
+  if (command == "DeleteHidden") return row->Volume && DeleteHidden(*row->Volume) > 0;
+  if (command == "UnhideAll") return row->Volume && UnhideAll(*row->Volume) > 0;
+  if (command == "SeparateHidden") return SeparateHidden(tree, row) != nullptr;
+  if (command == "InvertHide") {
+    if (!row->Volume) return false;
+    InvertHide(*row->Volume);
+    return true;
+  }
   if (command == "IncDencity2X" || command == "DecDencity2X") {
     if (!row->Volume) return false;
     command == "IncDencity2X" ? tree.IncDencity2X(row) : tree.DecDencity2X(row);

@@ -16,7 +16,8 @@ const std::vector<std::string>& VoxTreeCommands();
 // What a submenu offers for `row`: every other branch in tree order (the
 // root too for ChangeParent); volume rows only for the booleans.
 std::vector<VoxTreeBranch*> VoxTreeTargets(VoxVisualTree& tree, VoxTreeBranch* row, const std::string& command);
-// Runs `command` on `row` (with `target` for a submenu command). Returns
+// Runs `command` on `row` (also the hiding commands of the voxel menu:
+// DeleteHidden, UnhideAll, InvertHide, SeparateHidden, on the row's volume) (with `target` for a submenu command). Returns
 // false, changing nothing, for an unknown word, a refused command or a
 // target that is no longer in the tree; `message` then holds the text key
 // to show when there is one (NEED_SYMMETRY). symmetryAxis is -1 when

@@ -8,18 +8,12 @@
 #include "ClassEngine/xml/XmlNode.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mesh/VolumeBooleans.h"
+#include "MC/tree/TreeMatrix.h"
 #include "render/Math3D.h"
 
 using comms::cMat4;
 
 namespace {
-cMat4 ToMat(const float m[16]) {
-  cMat4 r;
-  std::memcpy(r.m, m, sizeof(r.m));
-  return r;
-}
-void FromMat(const cMat4& a, float m[16]) { std::memcpy(m, a.m, sizeof(a.m)); }
-
 void CopyMatrices(VoxTreeBranch& to, const VoxTreeBranch& from) {
   std::copy(from.Tf, from.Tf + 16, to.Tf);
   std::copy(from.TfInverse, from.TfInverse + 16, to.TfInverse);
@@ -164,6 +158,7 @@ VoxTreeBranch* VoxVisualTree::Clone(VoxTreeBranch* row, int flipAxes) {
     v->CopyFrom(src);
   VoxTreeBranch* b = Attach(std::move(v), row->ParentBranch, row);
   CopyMatrices(*b, *row);
+  b->ShaderSettings.Copy(&row->ShaderSettings);
   b->NewlyTransformed = b->NewlyPlaced = true;
   MakeCurrent(b);
   return b;
@@ -237,12 +232,36 @@ void VoxVisualTree::PurgeRemoved() {
   if (!CurrentVolume) CurrentToFirstKept();
 }
 
+bool VoxVisualTree::DropRow(VoxTreeBranch* row) {
+  if (!row || row == this || !Contains(row) || !row->ParentBranch) return false;
+  row->Walk([&](VoxTreeBranch& b) {
+    DestroyVolume(b.Volume);
+    b.Volume = nullptr;
+  });
+  VoxTreeBranch* parent = row->ParentBranch;
+  parent->ChildObjects.DelElement(parent->IndexOf(row));
+  if (!CurrentVolume) CurrentToFirstKept();
+  return true;
+}
+
 bool VoxVisualTree::ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target) {
   if (!target) target = this;
   if (!row || row == this || row->Contains(target)) return false;
   VoxTreeBranch* old = row->ParentBranch;
   if (!old || !old->Release(row)) return false;
   target->Adopt(row);
+  return true;
+}
+
+bool VoxVisualTree::MoveBeside(VoxTreeBranch* row, VoxTreeBranch* sibling, bool after) {
+  if (!row || !sibling || row == this || sibling == this || row == sibling || row->Contains(sibling)) return false;
+  VoxTreeBranch* old = row->ParentBranch;
+  VoxTreeBranch* parent = sibling->ParentBranch;
+  if (!old || !parent || !old->Release(row)) return false;
+  row->ParentBranch = parent;
+  row->SetParent(&parent->ChildObjects);
+  parent->ChildObjects.Insert(row, parent->IndexOf(sibling) + (after ? 1 : 0));
+  row->RefreshLevels();
   return true;
 }
 

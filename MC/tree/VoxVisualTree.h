@@ -54,9 +54,15 @@ class VoxVisualTree : public VoxTreeBranch {
   bool Undelete(VoxTreeBranch* row);
   // Frees the volumes of removed rows and drops the rows.
   void PurgeRemoved();
+  // Drops the row and what hangs below it at once, volumes freed (the undo
+  // of a step that made the row); false for the root or a row not in the tree.
+  bool DropRow(VoxTreeBranch* row);
   // Hangs the row under `target` (the root when null); refused when the
   // target lies below the row.
   bool ChangeParent(VoxTreeBranch* row, VoxTreeBranch* target);
+  // Hangs the row beside `sibling`, under the sibling's parent, just before
+  // it (or after it with `after`); refused when the sibling lies below the row.
+  bool MoveBeside(VoxTreeBranch* row, VoxTreeBranch* sibling, bool after);
 
   // Booleans into another row's volume, through the source's surface in the
   // target's lattice: mode 0 union, 1 subtraction, 2 intersection. MergeTo

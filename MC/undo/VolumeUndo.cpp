@@ -232,25 +232,25 @@ Volume_Undo::Volume_Undo(UndoStack& stack, std::function<std::vector<VolumeObjec
                          std::function<void(int)> selectTool)
     : stack_(stack), volumes_(std::move(volumes)), selectTool_(std::move(selectTool)) {}
 
-void Volume_Undo::Apply(BinStream& in) {
-  const std::vector<VolumeObject*> all = volumes_ ? volumes_() : std::vector<VolumeObject*>{};
+bool ApplyVolumeUndo(BinStream& in, const std::vector<VolumeObject*>& all, std::vector<VolumeObject*>& changed,
+                     int& tool, const std::function<void(int)>& selectTool) {
   const int64_t size = in.Size();
   BlockReader r(in, size);
   r.Enter("VOL3", size);
   const bool hiddenOnly = r.U32() == kVolumeHiddenOnly;
-  const int tool = r.I32();
+  tool = r.I32();
   r.U32(), r.I32();
   if (r.I32() != 0) {  // whole volumes: written by commands that have not landed
     Log("Volume_Undo::Apply(): a record with whole volumes is not read here");
-    return;
+    return false;
   }
   const int treeLength = r.I32();
-  if (treeLength < 0 || !r.Skip(treeLength)) return;
+  if (treeLength < 0 || !r.Skip(treeLength)) return false;
   r.U32();
   const int nameLength = r.I32();
-  if (nameLength < 0 || !r.Skip(nameLength)) return;
+  if (nameLength < 0 || !r.Skip(nameLength)) return false;
   const int volumeCount = r.I32();
-  if (!r.Ok() || volumeCount < 0 || all.empty()) return;
+  if (!r.Ok() || volumeCount < 0 || all.empty()) return false;
 
   // The whole record is read before anything changes: a damaged one has no effect.
   std::vector<std::pair<VolumeObject*, std::vector<CellState>>> parts;
@@ -280,10 +280,9 @@ void Volume_Undo::Apply(BinStream& in) {
   }
   if (!r.Ok() || (int)parts.size() != volumeCount) {
     Log("Volume_Undo::Apply(): %s; the record is left unapplied", r.Ok() ? "short record" : r.Error().c_str());
-    return;
+    return false;
   }
-  if (selectTool_) selectTool_(tool);
-  std::vector<VolumeObject*> changed;
+  if (selectTool) selectTool(tool);
   for (size_t i = 0; i < parts.size(); ++i) {
     VolumeObject* v = parts[i].first;
     v->SetTransform(heads[i].Transform);
@@ -292,6 +291,13 @@ void Volume_Undo::Apply(BinStream& in) {
     for (const CellState& c : parts[i].second) RestoreCell(*v, c, hiddenOnly);
   }
 
+  return true;
+}
+
+void Volume_Undo::Apply(BinStream& in) {
+  std::vector<VolumeObject*> changed;
+  int tool = 0;
+  if (!ApplyVolumeUndo(in, volumes_ ? volumes_() : std::vector<VolumeObject*>{}, changed, tool, selectTool_)) return;
   // What the cells held before went into their undo copies: that is the
   // inverse record.
   if (stack_.InverseWanted())

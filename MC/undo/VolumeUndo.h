@@ -28,6 +28,14 @@ void WriteVolumeUndo(BinStream& out, const std::vector<VolumeObject*>& volumes, 
 // refused it (the operation stays done).
 bool PushVolumeUndo(UndoStack& stack, const std::vector<VolumeObject*>& volumes, int tool);
 
+// Applies a record read from `in` to the volumes of `all` (each found by id,
+// then by name, else the first): every cell back as the record holds it,
+// the state it replaced left in the cells' undo copies. `changed` lists the
+// volumes touched, `tool` the record's tool index (also told to
+// `selectTool`). False, nothing changed, for a damaged record.
+bool ApplyVolumeUndo(BinStream& in, const std::vector<VolumeObject*>& all, std::vector<VolumeObject*>& changed,
+                     int& tool, const std::function<void(int)>& selectTool = {});
+
 class Volume_Undo : public BasicUndoMaker {
  public:
   // `volumes` lists the scene's volumes; a record finds its volume among

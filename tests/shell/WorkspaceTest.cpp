@@ -495,8 +495,11 @@ TEST_F(WorkspaceTest, AVoxelModesFileQuestionOffersItsDefaultThenTheLastChoice) 
   EXPECT_EQ(box->Edit, offered.filename().string());
   EXPECT_EQ(box->Listing.Folder(), offered.parent_path().string());
   // Only pictures are listed.
-  for (const FileListing::Entry& e : box->Listing.Entries())
-    if (!e.IsFolder) EXPECT_NE(e.Name.find_last_of('.'), std::string::npos) << e.Name;
+  for (const FileListing::Entry& e : box->Listing.Entries()) {
+    if (!e.IsFolder) {
+      EXPECT_NE(e.Name.find_last_of('.'), std::string::npos) << e.Name;
+    }
+  }
   std::ofstream(Home("mine.png")) << "picture";
   box->Edit = Home("mine.png");
   EXPECT_TRUE(box->Confirm());

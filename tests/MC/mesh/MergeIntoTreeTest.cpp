@@ -11,6 +11,8 @@
 #include "MC/brushes/VoxelModes.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeFill.h"
+#include "ClassEngine/streams/MemoryBinStream.h"
+#include "MC/undo/PartsUndo.h"
 #include "MC/undo/VolumeUndo.h"
 #include "../tree/TreeTestKit.h"
 #include "../undo/VolumePicture.h"
@@ -150,4 +152,76 @@ TEST_F(MergeTree, APlainMergeIsUndoneByteForByte) {
   EXPECT_FALSE(In(*target->Volume, 16, 0, 0));
   ASSERT_TRUE(stack.Redo());
   EXPECT_TRUE(SamePicture(VolumePicture(*target->Volume), united));
+}
+
+TEST_F(MergeTree, UndoOfASeparateMergeTakesItsRowsAwayAndRedoBringsThemBack) {
+  // Wired as the program wires it: the merge's record knows the rows it made.
+  stack.RegisterUndoMaker(std::make_unique<Parts_Undo>(stack, [this] { return &tree; }));
+  WireMergeUndo(tool, stack, [this] { return &tree; });
+  HoldAtOwnSize(tool, BlocksAndSlot());
+  tool.Merge.Settings.MergeToSeparateVolumes = true;
+  tool.Merge.Settings.RespectNegativeVolumes = true;
+  tool.Merge.Settings.CutThroughVolumes = true;
+  const std::string body = VolumePicture(*target->Volume), foot = VolumePicture(*child->Volume);
+  ASSERT_TRUE(tool.OnKey(keys::Enter));
+  ASSERT_EQ(stack.UndoPosition, 1) << "one merge, one record";
+  EXPECT_EQ(stack.UndoStatusText(), "(1) VPRT ");
+  VoxTreeBranch* left = tree.FindByName("left");
+  VoxTreeBranch* right = tree.FindByName("right");
+  ASSERT_TRUE(left && right);
+  const uintptr_t leftId = left->Volume->ObjectId, rightId = right->Volume->ObjectId;
+  const std::string leftPicture = VolumePicture(*left->Volume), rightPicture = VolumePicture(*right->Volume);
+  const std::string bodyCut = VolumePicture(*target->Volume), footCut = VolumePicture(*child->Volume);
+
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_TRUE(stack.Undo());
+    EXPECT_EQ(tree.FindByName("left"), nullptr) << "round " << round;
+    EXPECT_EQ(tree.FindByName("right"), nullptr);
+    EXPECT_EQ(tree.VolumeRowCount(), 2);
+    EXPECT_EQ(tree.VolumeList.size(), 2u) << "the parts' volumes are freed";
+    EXPECT_EQ(target->ChildObjects.NValues, 1);
+    EXPECT_TRUE(SamePicture(VolumePicture(*target->Volume), body));
+    EXPECT_TRUE(SamePicture(VolumePicture(*child->Volume), foot));
+    EXPECT_EQ(tree.CurrentVolume, target->Volume);
+    ExpectConsistent(tree);
+
+    ASSERT_TRUE(stack.Redo());
+    left = tree.FindByName("left");
+    right = tree.FindByName("right");
+    ASSERT_TRUE(left && right);
+    EXPECT_EQ(left->ParentBranch, target);
+    EXPECT_EQ(right->ParentBranch, target);
+    EXPECT_EQ(left->Volume->ObjectId, leftId) << "later records find the part by its id";
+    EXPECT_EQ(right->Volume->ObjectId, rightId);
+    EXPECT_TRUE(SamePicture(VolumePicture(*left->Volume), leftPicture));
+    EXPECT_TRUE(SamePicture(VolumePicture(*right->Volume), rightPicture));
+    EXPECT_TRUE(SamePicture(VolumePicture(*target->Volume), bodyCut));
+    EXPECT_TRUE(SamePicture(VolumePicture(*child->Volume), footCut));
+    EXPECT_TRUE(In(*left->Volume, -16, 0, 0));
+    ExpectConsistent(tree);
+  }
+  // A plain merge afterwards still writes a plain record.
+  tool.Merge.Settings.MergeToSeparateVolumes = false;
+  HoldAtOwnSize(tool, BlocksAndSlot());
+  ASSERT_TRUE(tool.OnKey(keys::Enter));
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_TRUE(SamePicture(VolumePicture(*target->Volume), bodyCut));
+  EXPECT_NE(tree.FindByName("left"), nullptr) << "the plain merge's undo leaves the rows";
+}
+
+TEST_F(MergeTree, ADamagedPartsRecordChangesNothing) {
+  stack.RegisterUndoMaker(std::make_unique<Parts_Undo>(stack, [this] { return &tree; }));
+  MemoryBinStream s;
+  WritePartsUndo(s, {target->Volume}, SCULP_MERGE, {(uint32_t)child->Volume->ObjectId});
+  const std::string body = VolumePicture(*target->Volume);
+  // Cut short in every place: the row stays and the body too.
+  for (int64_t keep : {int64_t(4), int64_t(5), int64_t(9), s.Size() / 2, s.Size() - 1}) {
+    MemoryBinStream cut;
+    cut.Write(s.GetData(), keep);
+    cut.SetReadPos(4);  // the stack reads the tag
+    stack.FindMaker(kPartsUndoTag)->Apply(cut);
+    EXPECT_NE(tree.BranchOf(child->Volume), nullptr) << keep;
+    EXPECT_EQ(tree.VolumeRowCount(), 2);
+    EXPECT_EQ(VolumePicture(*target->Volume), body);
+  }
 }

@@ -12,6 +12,7 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/render/RenderTool.h"
 #include "MC/render/VolumeRender.h"
+#include "ClassEngine/Enumerator.h"
 #include "interchange/IO.h"
 #include "interchange/Image.h"
 #include "render/Viewer.h"
@@ -31,6 +32,7 @@ struct RenderToolFixture : TempFolderTest {
     camera.Update();
     tool.SetScene([this] { return std::vector<VolumeObject*>{&sphere}; }, &camera, pivot);
     tool.Folder = (dir / "RenderedImages").string();
+    tool.Params.ViewSize = CustomRenderSize;
     tool.Params.ViewSizeX = 40, tool.Params.ViewSizeY = 30;
     tool.Params.MaxRenederSteps = 4;
   }
@@ -85,6 +87,62 @@ TEST_F(RenderToolFixture, IncrementalPictureGrowsWhileTheCameraStands) {
   EXPECT_EQ(tool.Incremental()->Rays(), 1) << "a changed setting starts again";
   tool.AddLight();
   EXPECT_EQ(tool.Params.Lights.NValues, 1);
+}
+
+TEST(RenderSize, ViewOrCustomSizeTimesTheMultipleOfAFinishedPicture) {
+  RenderParams p;
+  int w = 0, h = 0;
+  PictureSize(p, 641, 359, true, w, h);
+  EXPECT_EQ(w, 641);
+  EXPECT_EQ(h, 359) << "the whole view by default";
+  p.ViewSize = CustomRenderSize, p.ViewSizeX = 97, p.ViewSizeY = 61;
+  PictureSize(p, 641, 359, true, w, h);
+  EXPECT_EQ(w, 97);
+  EXPECT_EQ(h, 61);
+  p.RenderSize = 2;
+  PictureSize(p, 641, 359, true, w, h);
+  EXPECT_EQ(w, 291);
+  EXPECT_EQ(h, 183);
+  PictureSize(p, 641, 359, false, w, h);
+  EXPECT_EQ(w, 97) << "the viewport refines at the custom size itself";
+  // Sizes from a file are kept sane.
+  p.ViewSizeX = 0, p.ViewSizeY = 1 << 30, p.RenderSize = 99;
+  PictureSize(p, 641, 359, true, w, h);
+  EXPECT_EQ(w, kRenderSizeMultiples);
+  EXPECT_LE(h, kMaxPictureSide);
+  EXPECT_GT(h, kMaxPictureSide - kRenderSizeMultiples);
+  p.RenderSize = -5;
+  PictureSize(p, 641, 359, true, w, h);
+  EXPECT_EQ(w, 1);
+  Enumerator* sizes = RenderSizes();
+  ASSERT_EQ(sizes->GetStoredAmount(), kRenderSizeMultiples);
+  EXPECT_STREQ(sizes->Get(2), "3 x 3");
+  EXPECT_STREQ(RenderViewSizes()->Get(CustomRenderSize), "CustomRenderSize");
+}
+
+TEST_F(RenderToolFixture, StillsTakeTheCustomSizeOrTheViewTimesTheMultiple) {
+  tool.Params.ViewSizeX = 97, tool.Params.ViewSizeY = 61;
+  comms::cImage im;
+  ASSERT_TRUE(comms::cIO::LoadImage(tool.RenderStill(), im));
+  EXPECT_EQ(im.width, 97);
+  EXPECT_EQ(im.height, 61);
+  tool.Params.ViewSize = WholeScreen;
+  tool.Params.RenderSize = 1;
+  ASSERT_TRUE(comms::cIO::LoadImage(tool.RenderStill(), im));
+  EXPECT_EQ(im.width, 96) << "twice the camera's 48 x 32 view";
+  EXPECT_EQ(im.height, 64);
+  // The sphere stays in the middle at any size: the view is scaled, not cut.
+  EXPECT_GT(im.Pixel(48, 32)[1], im.Pixel(2, 2)[1]);
+  RenderParams back;
+  ASSERT_TRUE(back.ReadFromFile((tool.Folder + "/rparam.xml").c_str()));
+  EXPECT_EQ(back.ViewSize, WholeScreen);
+  EXPECT_EQ(back.RenderSize, 1);
+  tool.Params.ViewSize = CustomRenderSize;
+  tool.IncrementalRender = true;
+  tool.FrameUpdate();
+  ASSERT_NE(tool.Incremental(), nullptr);
+  EXPECT_EQ(tool.Incremental()->Width(), 97);
+  EXPECT_EQ(tool.Incremental()->Height(), 61);
 }
 
 }  // namespace

@@ -4,13 +4,11 @@
 // density steps, and the tree's way through the volume stream.
 #include <gtest/gtest.h>
 
-#include "ClassEngine/streams/MemoryBinStream.h"
 #include "MC/brushes/BrushTestKit.h"
-#include "MC/file/VolumeStream.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/tree/VolumeHiding.h"
+#include "TreeStreamKit.h"
 #include "TreeTestKit.h"
-#include "paint/file/BlockCoding.h"
 
 namespace {
 
@@ -247,18 +245,8 @@ TEST(VolumeTree, TreeTravelsWithTheVolumeStream) {
   const comms::cMat4 m = Placement(33, 0.25f, 5, 6, 7);
   tree.TransformBranch(folder, &m.m[0][0]);
 
-  MemoryBinStream s;
-  {
-    BlockWriter w(s);
-    WriteVolumes(w, tree.Volumes(), false, tree.TreeXml());
-  }
-  BlockReader r(s, s.Size());
-  std::vector<std::unique_ptr<VolumeObject>> volumes;
-  std::string xml;
-  ASSERT_TRUE(ReadVolumes(r, volumes, &xml)) << r.Error();
-  ASSERT_FALSE(xml.empty());
   VoxVisualTree back;
-  back.TakeScene(std::move(volumes), xml);
+  ThroughVolumeStream(tree, back);
   ExpectConsistent(back);
   VoxTreeBranch* a2 = back.FindByName("Volume1");
   VoxTreeBranch* f2 = back.FindByName("Parts");
