@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <set>
 #include <string>
 
 #include "interface/TextTable.h"
@@ -197,4 +199,31 @@ TEST_F(TextFixture, SymgenListsTheCharactersOfEveryLanguage) {
   std::string line;
   std::getline(log, line);
   EXPECT_NE(line.find(" symbols, hash:"), std::string::npos);
+}
+
+// The shipped words: each item holds one key with its words, and no key is
+// given twice (a merge of two lists once ran items together, and the table
+// kept only one of each pair).
+TEST(ShippedWords, EachItemHoldsOneKeyAndNoKeyComesTwice) {
+  const std::string here = __FILE__;
+  std::ifstream file(here.substr(0, here.rfind("/tests/")) + "/data/Languages/English.xml");
+  ASSERT_TRUE(file);
+  const std::string text((std::istreambuf_iterator<char>(file)), {});
+  std::set<std::string> keys;
+  size_t at = 0, items = 0;
+  while ((at = text.find("<TextItem>", at)) != std::string::npos) {
+    const size_t end = text.find("</TextItem>", at);
+    ASSERT_NE(end, std::string::npos);
+    const std::string item = text.substr(at, end - at);
+    size_t ids = 0, words = 0;
+    for (size_t p = item.find("<ID>"); p != std::string::npos; p = item.find("<ID>", p + 1)) ++ids;
+    for (size_t p = item.find("<Text>"); p != std::string::npos; p = item.find("<Text>", p + 1)) ++words;
+    EXPECT_EQ(ids, 1u) << item;
+    EXPECT_EQ(words, 1u) << item;
+    const size_t k = item.find("<ID>") + 4;
+    const std::string key = item.substr(k, item.find("</ID>") - k);
+    EXPECT_TRUE(keys.insert(key).second) << key << " is given twice";
+    ++items, at = end;
+  }
+  EXPECT_GT(items, 500u);
 }
