@@ -128,13 +128,27 @@ PaintStroke::~PaintStroke() { Release(); }
 void PaintStroke::Begin() { End(); }
 
 void PaintStroke::End() {
-  if (OnEnd && (!backups_.empty() || !maps_.empty())) OnEnd(*this);
+  if (OnEnd && partTouched_) OnEnd(*this);
   Release();
+}
+
+bool PaintStroke::Checkpoint() {
+  if (!partTouched_) return false;
+  if (OnEnd) OnEnd(*this);
+  for (auto& b : backups_) kept_.push_back(std::move(b));
+  backups_.clear();
+  partFaces_.clear();
+  for (PixelMap* m : maps_) m->KeepUndoAtCheckpoint();
+  partTouched_ = false;
+  return true;
 }
 
 void PaintStroke::Release() {
   for (PaintFace& f : scene_.Faces) f.Backup = nullptr;
   backups_.clear();
+  kept_.clear();
+  partFaces_.clear();
+  partTouched_ = false;
   for (PixelMap* m : maps_) m->ClearUndo();
   maps_.clear();
 }
@@ -142,7 +156,9 @@ void PaintStroke::Release() {
 void PaintStroke::PrepareFace(int face, bool backup) {
   PaintFace& F = scene_.Faces[face];
   FaceLayer* fl = scene_.GetFaceLayer(face, scene_.CurrentLayer, true);
-  if (!backup || !fl || (F.Backup && F.Backup->LayerID == scene_.CurrentLayer)) return;
+  if (!backup || !fl) return;
+  // Once a part; the face's Backup keeps the stroke's start of this layer.
+  if (!partFaces_.insert((int64_t)face << 32 | (uint32_t)scene_.CurrentLayer).second) return;
   auto b = std::make_unique<FaceBackup>();
   b->Face = face;
   b->LayerID = scene_.CurrentLayer;
@@ -151,7 +167,7 @@ void PaintStroke::PrepareFace(int face, bool backup) {
     b->Normals.resize(F.SampleCount());
     for (int i = 0; i < F.SampleCount(); ++i) b->Normals[i] = F.Grid[i].Normal;
   }
-  F.Backup = b.get();
+  if (!F.Backup || F.Backup->LayerID != scene_.CurrentLayer) F.Backup = b.get();
   backups_.push_back(std::move(b));
 }
 
@@ -347,6 +363,7 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
       }
     }
   }
+  if (backup && (!backups_.empty() || !maps_.empty())) partTouched_ = true;
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
   std::vector<int> stateBefore;
