@@ -63,6 +63,8 @@ class PaintStroke {
 
   BasicPenShape* Pen = nullptr;                   // the dab's shape; null paints a flat disc
   const GlobalModificator* Modificator = nullptr;  // none by default
+  const BrushMaskSource* Mask = nullptr;          // none by default
+  BasicPenShape* Strip = nullptr;                 // none by default
   bool IslandOnly = false;                        // stroke mode 9
   bool RejectOccluded = true;                     // faces hidden behind others stay untouched
   // What the last dab did, for tests and the benchmark.

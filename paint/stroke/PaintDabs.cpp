@@ -97,6 +97,12 @@ DabResult PaintDabs::Dab(const PenHit& given) {
   f.DabColor[3] = 1;
   DabAmounts amounts(*pen, hit.Pressure, rnd_);
   Stroke.Pen = pen;
+  Stroke.Mask = GeneralPen::Mask;
+  Stroke.Strip = GeneralPen::CurrentStrip;
+  if (Stroke.Strip) {
+    f.StripAspect = Stroke.Strip->GetAspect();
+    f.StripPhase = GeneralPen::StripPhase;
+  }
   DabResult r;
   if (Kind == PaintKind::Smudge) {
     // Gather what lies under the pen where the dab starts, then lay it here.
@@ -111,6 +117,9 @@ DabResult PaintDabs::Dab(const PenHit& given) {
     const SampleFunction& fn = Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_;
     r = Stroke.ApplyStroke(fn, f, hit.Face, true);
   }
+  // The next dab goes on along the strip where this one ended.
+  if (Stroke.Strip && hit.Mirror == 0 && f.EndRadius > 0)
+    GeneralPen::StripPhase += f.SegmentLength / f.EndRadius / f.StripAspect;
   track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;

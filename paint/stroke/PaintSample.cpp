@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "paint/BrushMaskSource.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenConditions.h"
 #include "paint/PenShapes.h"
@@ -25,7 +26,8 @@ uint32_t PackColor(const float rgb[3], uint32_t alpha) {
 }
 
 bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float freeze, uint32_t composite,
-                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out) {
+                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out,
+                      float stripScale) {
   const StrokeFrame& f = *ctx.Frame;
   if (s.PenX * s.PenX + s.PenY * s.PenY >= 1) return false;
   const float nv = Dot(s.Normal, f.ViewDir);
@@ -41,6 +43,17 @@ bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float fre
     out.Color[3] *= 1 - freeze;
   }
   if (BasicPenShape::FadeOnEdge) out.W *= std::fabs(nv);
+  if (ctx.Mask) {
+    const float p[3] = {s.Position.x, s.Position.y, s.Position.z};
+    out.W *= ctx.Mask->At(p);
+  }
+  if (ctx.Strip) {
+    // Across the strip is its x, along it its y.
+    float c2[4] = {1, 1, 1, 1}, w2[4] = {1, 1, 0, 0};
+    ctx.Strip->Sample(s.StripY, s.StripX, c2, w2);
+    for (int i = 0; i < 4; i++) out.Color[i] *= c2[i];
+    for (int i = 0; i < 3; i++) out.Weights[i] *= w2[i] * stripScale;
+  }
   if (GeneralPen::ConditionMode != 0) {
     ConditionInput in;
     in.Composite[0] = (uint8_t)(composite >> 16), in.Composite[1] = (uint8_t)(composite >> 8),
@@ -126,7 +139,8 @@ float PaintSample::Vertex(const StrokeContext& ctx, VertexSample& s, float radiu
   if (ctx.Modificator) ctx.Modificator->Evaluate(s.Position * ctx.UnitScale, s.Normal, s.UVX, s.UVY, fill);
   PenWeights pw;
   const float height = ctx.CurrentLayer > 0 ? Dot(dest.Offset, n) : 0;
-  if (!SamplePenWeights(ctx, s, mv.Freeze, mv.Color, dest.Color, dest.Opacity, height, 0, pw)) return 0;
+  // On micro-vertices the strip's weights follow the pressure's share (q) too.
+  if (!SamplePenWeights(ctx, s, mv.Freeze, mv.Color, dest.Color, dest.Opacity, height, 0, pw, q)) return 0;
   if (GeneralPen::DrawDepth) {
     const float d = DabDepth(ctx, pw, scaled, fill);
     if (ctx.CurrentLayer > 0) dest.Offset = dest.Offset * (1 - pw.Weights[2]);

@@ -22,6 +22,14 @@ using comms::cVec3;
 
 namespace {
 
+// Samples of the face's current layer painted more than half over.
+int PaintedSamples(PaintScene& s, int face) {
+  int n = 0;
+  FaceLayer* fl = s.GetFaceLayer(face, s.CurrentLayer, false);
+  for (int i = 0; fl && i < s.Faces[face].SampleCount(); i++) n += fl->Data[i].Opacity > 0.5f;
+  return n;
+}
+
 float Dist(ScreenPoint a, ScreenPoint b) { return std::hypot(a.X - b.X, a.Y - b.Y); }
 
 // Distance of p from the segment a-b.
@@ -258,12 +266,7 @@ TEST_F(StrokeModeFixture, AMirrorAlongTheViewLandsOnTheFarSide) {
   }
   EXPECT_GT(front, 3);
   EXPECT_EQ(back, front);
-  auto painted = [&](int face) {
-    int n = 0;
-    FaceLayer* fl = box.GetFaceLayer(face, box.CurrentLayer, false);
-    for (int i = 0; fl && i < box.Faces[face].SampleCount(); i++) n += fl->Data[i].Opacity > 0.5f;
-    return n;
-  };
+  auto painted = [&](int face) { return PaintedSamples(box, face); };
   EXPECT_GT(painted(1), 10);
   EXPECT_EQ(painted(0), painted(1));
   tool->SetScene(&scene, &cam);
@@ -298,12 +301,7 @@ TEST_F(StrokeModeFixture, TheIslandModeStopsAtTheSeam) {
     MoveTo(200, 240), Button(true);
     for (float x = 230; x <= 440; x += 30) MoveTo(x, 238);
     Button(false);
-    auto painted = [&](int face) {
-      int n = 0;
-      FaceLayer* fl = cut.GetFaceLayer(face, cut.CurrentLayer, false);
-      for (int i = 0; fl && i < cut.Faces[face].SampleCount(); i++) n += fl->Data[i].Opacity > 0.5f;
-      return n;
-    };
+    auto painted = [&](int face) { return PaintedSamples(cut, face); };
     EXPECT_GT(painted(0), 10);
     if (mode == kStrokeIsland)
       EXPECT_EQ(painted(1), 0);
