@@ -12,6 +12,7 @@
 #include "paint/OnePenStyle.h"
 #include "paint/layers/OneLayerInfo.h"
 #include "paint/stroke/PaintSample.h"
+#include "OneVertexSample.h"
 #include "interchange/Image.h"
 
 using comms::cVec3;
@@ -27,26 +28,12 @@ comms::cImage Picture() {
   return img;
 }
 
-struct StyledVertex : ::testing::Test {
-  GeneralPenSaver saved;
+struct StyledVertex : ::testing::Test, OneVertexSample {
   OnePenStyle style;
-  StrokeFrame frame;
-  StrokeContext ctx;
-  MicroVertex mv;
-  LayerMicroVertex dest, backup;
-  OneLayerInfo layer;
-  VertexSample s;
 
   void SetUp() override {
-    GeneralPen::Reset();
-    GeneralPen::DrawDepth = GeneralPen::DrawColor = GeneralPen::DrawSpecular = false;
     style.Project = [](const float p[3], float& sx, float& sy) { return sx = p[0], sy = p[1], true; };
     OnePenStyle::Active = &style;
-    frame.SetStrokeMode(kStrokeConstant);
-    frame.PenRadius = 1;
-    ctx.Frame = &frame, ctx.CurrentLayer = 1, ctx.UnitScale = 1;
-    mv.BaseNormal = mv.Normal = cVec3(0, 0, 1);
-    s.Vertex = &mv, s.Dest = &dest, s.Backup = &backup, s.Layer = &layer, s.Normal = mv.Normal;
   }
   void TearDown() override { OnePenStyle::Active = nullptr; }
   void At(float x, float y) {

@@ -6,6 +6,7 @@
 // Every expected value is worked out by hand from the 3 x 5 strip below.
 #include <gtest/gtest.h>
 
+#include "OneVertexSample.h"
 #include "PaintMeshes.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
@@ -72,24 +73,13 @@ TEST(Strip, ASamplesPlaceAlongAndAcross) {
 }
 
 TEST(Strip, MultipliesTheSamplesColourAndWeights) {
-  GeneralPenSaver saved;
-  GeneralPen::Reset();
+  OneVertexSample one;
+  auto& [saved, frame, ctx, mv, dest, backup, layer, s] = one;
   GeneralPen::DrawDepth = GeneralPen::DrawColor = true;
-  GeneralPen::DrawSpecular = false;
   GeneralPen::DeepDegree = 0.5f;
   StripPen strip;
   strip.SetImage(StripImage());
-  StrokeFrame frame;
-  frame.SetStrokeMode(kStrokeConstant);
-  frame.PenRadius = 1;
-  StrokeContext ctx;
-  ctx.Frame = &frame, ctx.CurrentLayer = 1, ctx.UnitScale = 1, ctx.Strip = &strip;
-  MicroVertex mv;
-  mv.BaseNormal = mv.Normal = cVec3(0, 0, 1);
-  LayerMicroVertex dest, backup;
-  OneLayerInfo layer;
-  VertexSample s;
-  s.Vertex = &mv, s.Dest = &dest, s.Backup = &backup, s.Layer = &layer, s.Normal = mv.Normal;
+  ctx.Strip = &strip;
   s.StripX = 0, s.StripY = 1;  // column 2, row 2: depth 0.24
   // q = scaled / radius = 0.5: the strip's weights halve on micro-vertices.
   PaintSample().Vertex(ctx, s, 1, 0.5f);
