@@ -11,7 +11,9 @@
   X(PenRadius, 5.f) X(PenRotation, 0.f) X(DeepDegree, 0.5f) X(ColorOpacity, 1.f)              \
   X(SpecularDegree, 0.f) X(SpecularOpacity, 1.f) X(Falloff, 0.f) X(FocalShift, 0.f)            \
   X(MeasureScale, 1.f)                                                                         \
-  X(BSpilnes, false) X(CurrentPenPtr, nullptr) X(DrawDepth, true) X(DrawColor, true)           \
+  X(BSpilnes, false) X(CurrentPenPtr, nullptr) X(Mask, nullptr) X(DrawDepth, true)             \
+  X(CurrentStrip, nullptr)                                                                     \
+  X(DrawColor, true)                                                                           \
   X(DrawSpecular, true) X(IgnoreBackfaces, true) X(AbsoluteDepth, false) X(DepthLimit, 0.f)    \
   X(EnableFarPlane, false) X(PenPressure, 1.f) X(PrevPressure, 1.f) X(StrokeRadius, 20.f)      \
   X(PrevStrokeRadius, 20.f) X(StripPhase, 0.f) X(ConditionMode, 0) X(AverageColor, 128.f)      \

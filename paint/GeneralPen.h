@@ -8,6 +8,7 @@
 #include "ClassEngine/MemberClasses.h"
 
 class BasicPenShape;
+class BrushMaskSource;
 
 // Stroke modes of the pressure combo; the combo's entry and the stored value differ.
 enum PenStrokeMode : int {
@@ -37,6 +38,11 @@ struct GeneralPen {
   static inline float MeasureScale = 1.f;
   static inline bool BSpilnes = false;
   static inline BasicPenShape* CurrentPenPtr = nullptr;
+  // The stencil and material mask over the view that holds every pen back
+  // (painting and sculpting alike); null for none.
+  static inline const BrushMaskSource* Mask = nullptr;
+  // The strip laid along the stroke (a StripPen), null for none.
+  static inline BasicPenShape* CurrentStrip = nullptr;
 
   static inline bool DrawDepth = true, DrawColor = true, DrawSpecular = true;
   static inline bool IgnoreBackfaces = true;

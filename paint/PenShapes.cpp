@@ -183,6 +183,15 @@ float StripPen::GetDepthClamped(float x, float y) {
   return GetDepth(x, y) * std::sqrt(1.f - x * x);  // the strip fades at its sides
 }
 
+void StripPen::Sample(float x, float y, float outColor[4], float outWeights[4]) {
+  const float u = (std::clamp(x, -1.f, 1.f) + 1) / 2;
+  const float along = (y + 1) / 2, v = along - std::floor(along);
+  image_.ReadColor(outColor, u, v);
+  outWeights[0] = image_.ReadDepth(u, v);
+  outWeights[1] = image_.Specular.empty() ? 1.f : image_.ReadSpecular(u, v);
+  outWeights[2] = 0, outWeights[3] = 0;
+}
+
 float StripPen::GetAspect() {
   return image_.Empty() ? 1.f : (float)image_.Height / (float)image_.Width;
 }

@@ -150,6 +150,10 @@ class StripPen : public PatternPen {
   MV_CLASS(StripPen, PatternPen) {}
   float GetDepthClamped(float x, float y) override;
   float GetAspect() override;
+  // x across the strip (-1..1, held at the sides), y along it: the image
+  // repeats every 2 of y. No falloff and no focal shift: a strip is laid
+  // whole along the stroke, its weights multiplying the pen's.
+  void Sample(float x, float y, float outColor[4], float outWeights[4]) override;
 };
 
 // A built-in radial pen by its word in scripts: cone simple sharp sphere

@@ -31,23 +31,28 @@ void StrokeSpacer::Begin() {
   GeneralPen::StripPhase = 0;
 }
 
-void StrokeSpacer::MakeDab(const SurfaceHit& hit, float sx, float sy) {
-  if (!hooks_->CanMoveTo(hit.Pos)) return;
-  onDab_(Dab{hit, sx, sy, 0});
+void DabWithMirrors(StrokeSurface& surface, const SurfaceHit& hit, float sx, float sy, const float origin[3],
+                    const std::function<void(const Dab&)>& onDab) {
+  onDab(Dab{hit, sx, sy, 0});
   ++GeneralPen::MoveCounter;
   // Mirror copies: every non-zero combination of the enabled axes; the
   // all-zero case was the main dab.
   for (int m = 1; m < 8; ++m) {
     if ((m & GeneralPen::Symmetry) != m) continue;
     float p[3];
-    MirrorPoint(hit.Pos, m, SymmetryOrigin, p);
+    MirrorPoint(hit.Pos, m, origin, p);
     float msx, msy;
-    surface_.Project(p, msx, msy);
+    surface.Project(p, msx, msy);
     SurfaceHit mh;
-    if (!surface_.Pick(msx, msy, mh)) continue;
-    onDab_(Dab{mh, msx, msy, m});
+    if (!surface.PickNear(msx, msy, p, mh)) continue;
+    onDab(Dab{mh, msx, msy, m});
     ++GeneralPen::MoveCounter;
   }
+}
+
+void StrokeSpacer::MakeDab(const SurfaceHit& hit, float sx, float sy) {
+  if (!hooks_->CanMoveTo(hit.Pos)) return;
+  DabWithMirrors(surface_, hit, sx, sy, SymmetryOrigin, onDab_);
   lastDab_ = hit;
   lastSx_ = sx, lastSy_ = sy;  // the next move is measured from the last dab
   hasDab_ = true;

@@ -21,6 +21,10 @@ class StrokeSurface {
   virtual bool Pick(float sx, float sy, SurfaceHit& hit) = 0;
   // Screen position of a world point.
   virtual void Project(const float world[3], float& sx, float& sy) = 0;
+  // The surface under a screen point nearest to the world point `near`
+  // (which lies on that point's ray): a dab mirrored to the far side of the
+  // mesh lands on the far surface. By default the first surface.
+  virtual bool PickNear(float sx, float sy, const float* /*near*/, SurfaceHit& hit) { return Pick(sx, sy, hit); }
 };
 
 // The tool's hooks on the stroke; the default tool changes nothing.
@@ -40,6 +44,12 @@ struct Dab {
 // Mirror of a point or direction about the symmetry planes through `origin`.
 void MirrorPoint(const float in[3], int mirror, const float origin[3], float out[3]);
 void MirrorVector(const float in[3], int mirror, float out[3]);
+
+// The dab of `hit` first (mirror 0), then one for each copy that
+// GeneralPen::Symmetry enables and that lands on the surface, each at the
+// surface nearest to the mirrored point.
+void DabWithMirrors(StrokeSurface& surface, const SurfaceHit& hit, float sx, float sy, const float origin[3],
+                    const std::function<void(const Dab&)>& onDab);
 
 class StrokeSpacer {
  public:

@@ -43,6 +43,7 @@ PenProfile PenProfile::Current() {
   p.Pen = GeneralPen::CurrentPenPtr;
   p.Radial = !p.Pen || dynamic_cast<RadialPenShape*>(p.Pen) || typeid(*p.Pen) == typeid(BasicPenShape);
   p.Falloff = GeneralPen::Falloff;
+  p.Mask = GeneralPen::Mask;
   return p;
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 #include <algorithm>
 
+#include "paint/BrushMaskSource.h"
 #include "paint/PenShapes.h"
 
 class VolumeObject;
@@ -31,14 +32,6 @@ class BrushField {
   // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
   // numbers Value gives, for one virtual call per row of a cell.
   virtual void Row(float x0, float y, float z, float out[9]) const;
-};
-
-// What multiplies a brush at a point (object space): a stencil or material
-// pattern laid over the view. Without one the factor is 1.
-class BrushMaskSource {
- public:
-  virtual ~BrushMaskSource() = default;
-  virtual float At(const float p[3]) const = 0;
 };
 
 // What the brushes read of the pen: its profile Alpha(u, v) on -1..1 (1 with

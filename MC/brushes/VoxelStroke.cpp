@@ -223,7 +223,7 @@ int VoxelSculptStroke::ApplyTool(const StrokeSample& a, const StrokeSample& b, c
   const float pressure = b.Pressure;
   PenProfile pen = PenProfile::Current();
   pen.Handed = handed;
-  pen.Mask = Mask;
+  if (Mask) pen.Mask = Mask;  // the stroke's own mask, else the pen's
   {
     // The pen frame in the carve's (u, v) frame at the pair's end.
     float t[3], bb[3];

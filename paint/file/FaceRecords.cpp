@@ -96,7 +96,7 @@ bool DecodeFaceRecord(const FaceLayout& layout, const FaceContext& c, const uint
     v.Color = 0, v.Opacity = 0;
     frozen += v.Freeze > 0.999f, free += v.Freeze < 0.001f;
   }
-  f.FreezeState = free == (int)n ? 0 : frozen == (int)n ? 2 : 1;
+  f.FreezeState = FreezeStateOf(free, frozen, (int)n);
   const uint32_t layers = GetU32(p);
   p += 4;
   for (uint32_t k = 0; k < layers; k++) {

@@ -212,7 +212,7 @@ bool SceneReader::EarliestFaces(uint32_t tag, uint32_t grid, uint32_t faces) {
       LayerMicroVertex& lv = *new (&data[k]) LayerMicroVertex;
       lv.Offset = position, lv.Color = GetU32(p + 24), lv.Opacity = 1, lv.Emboss = 0;
     }
-    f.FreezeState = free == (int)n ? 0 : frozen == (int)n ? 2 : 1;
+    f.FreezeState = FreezeStateOf(free, frozen, (int)n);
     if (i % (faces / 30 + 1) == 0) ReportProgress("LOADING_PROGRESS", i, faces);
   }
   return r_.Ok();

@@ -139,6 +139,20 @@ void PixelMap::PruneAll() {
   for (auto& [key, tile] : Tiles) PruneEmpty(tile);
 }
 
+void PixelMap::KeepUndoAtCheckpoint() {
+  for (auto& [key, tile] : Tiles) {
+    const LayerTile* start = tile->UndoLayerTile;
+    if (!start) continue;
+    const uint32_t id = start->LayerID;
+    for (int i = tile->OtherLayerUndo.GetAmount() - 1; i >= 0; i--)
+      if (tile->OtherLayerUndo[i]->LayerID == id) delete tile->OtherLayerUndo[i], tile->OtherLayerUndo.Del(i, 1);
+    const LayerTile* now = tile->FindLayer((int)id);
+    LayerTile* copy = now ? new LayerTile(*now) : new LayerTile;
+    copy->LayerID = id;
+    tile->OtherLayerUndo.Add(copy);
+  }
+}
+
 void PixelMap::ClearUndo() {
   for (auto& [key, tile] : Tiles) {
     delete tile->UndoLayerTile;

@@ -71,6 +71,12 @@ class PixelMap {
   void PruneAll();
   // Drops the undo copies of the tiles (an undo point has stored them).
   void ClearUndo();
+  // A part of a stroke in several parts has been recorded: each tile keeps
+  // its copy from the stroke's start (later dabs still measure against it)
+  // and takes a copy of its layer as it stands now into OtherLayerUndo, in
+  // place of an earlier part's, so the next part's record, which writes the
+  // start copy first and the other copies after it, restores this state.
+  void KeepUndoAtCheckpoint();
   // Re-sorts each tile's LayerTiles by LayerOrder.
   void ResortLayers();
 

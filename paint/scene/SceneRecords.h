@@ -99,6 +99,10 @@ struct FaceTexels {
   static void Free(FaceTexels* t);
 };
 
+// A face's FreezeState from the counts of its samples below 0.001 (free)
+// and above 0.999 (frozen) out of n: 0 all free, 2 all frozen, else 1.
+inline uint8_t FreezeStateOf(int free, int frozen, int n) { return free == n ? 0 : frozen == n ? 2 : 1; }
+
 struct PaintFace {
   uint8_t Flags = 0;
   uint8_t SeamBits = 0;     // bit 0 top row, 1 right column, 2 bottom row, 3 left column

@@ -128,13 +128,27 @@ PaintStroke::~PaintStroke() { Release(); }
 void PaintStroke::Begin() { End(); }
 
 void PaintStroke::End() {
-  if (OnEnd && (!backups_.empty() || !maps_.empty())) OnEnd(*this);
+  if (OnEnd && partTouched_) OnEnd(*this);
   Release();
+}
+
+bool PaintStroke::Checkpoint() {
+  if (!partTouched_) return false;
+  if (OnEnd) OnEnd(*this);
+  for (auto& b : backups_) kept_.push_back(std::move(b));
+  backups_.clear();
+  partFaces_.clear();
+  for (PixelMap* m : maps_) m->KeepUndoAtCheckpoint();
+  partTouched_ = false;
+  return true;
 }
 
 void PaintStroke::Release() {
   for (PaintFace& f : scene_.Faces) f.Backup = nullptr;
   backups_.clear();
+  kept_.clear();
+  partFaces_.clear();
+  partTouched_ = false;
   for (PixelMap* m : maps_) m->ClearUndo();
   maps_.clear();
 }
@@ -142,7 +156,9 @@ void PaintStroke::Release() {
 void PaintStroke::PrepareFace(int face, bool backup) {
   PaintFace& F = scene_.Faces[face];
   FaceLayer* fl = scene_.GetFaceLayer(face, scene_.CurrentLayer, true);
-  if (!backup || !fl || (F.Backup && F.Backup->LayerID == scene_.CurrentLayer)) return;
+  if (!backup || !fl) return;
+  // Once a part; the face's Backup keeps the stroke's start of this layer.
+  if (!partFaces_.insert((int64_t)face << 32 | (uint32_t)scene_.CurrentLayer).second) return;
   auto b = std::make_unique<FaceBackup>();
   b->Face = face;
   b->LayerID = scene_.CurrentLayer;
@@ -151,7 +167,7 @@ void PaintStroke::PrepareFace(int face, bool backup) {
     b->Normals.resize(F.SampleCount());
     for (int i = 0; i < F.SampleCount(); ++i) b->Normals[i] = F.Grid[i].Normal;
   }
-  F.Backup = b.get();
+  if (!F.Backup || F.Backup->LayerID != scene_.CurrentLayer) F.Backup = b.get();
   backups_.push_back(std::move(b));
 }
 
@@ -183,7 +199,8 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
 float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
                             SampleRect& reached) {
   PaintFace& F = scene_.Faces[face];
-  if (!F.Grid) return 0;
+  // A wholly frozen face takes no paint: every weight would be 0.
+  if (!F.Grid || (F.FreezeState == 2 && !all)) return 0;
   FaceLayer* fl = scene_.GetFaceLayer(face, ctx.CurrentLayer, true);
   if (!fl) return 0;
   const StrokeFrame& f = *ctx.Frame;
@@ -212,6 +229,8 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
     if (!measure(startPosition(i), pp)) return;
     reached.Add(x, y);
     s.PenX = pp.x, s.PenY = pp.y;
+    if (ctx.Strip && !all)
+      f.StripPlace(pp.v, pp.t, pp.r, Cross(f.DirectionAt(pp.t), mv.BaseNormal).Normalized(), s.StripX, s.StripY);
     s.X = x, s.Y = y;
     s.Position = mv.Position, s.Normal = mv.Normal;
     s.Vertex = &mv, s.Dest = &dest[i], s.Backup = &back[i];
@@ -247,8 +266,16 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
           for (int x = 4 * ci; x < 4 * ci + 4; x++) visit(x, y);
       }
   } else {
+    // Every sample is measured here, so the face's freeze state is counted
+    // on the way (one thread owns the face).
+    int free = 0, frozen = 0;
     for (int y = 0; y < Ny; y++)
-      for (int x = 0; x < Nx; x++) visit(x, y);
+      for (int x = 0; x < Nx; x++) {
+        const float fz = F.Grid[y * Nx + x].Freeze;
+        free += fz < 0.001f, frozen += fz > 0.999f;
+        visit(x, y);
+      }
+    F.FreezeState = FreezeStateOf(free, frozen, Nx * Ny);
   }
   std::atomic_ref<int64_t>(LastSamples).fetch_add(measured, std::memory_order_relaxed);
   return sum;
@@ -267,6 +294,8 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
   PixelSample s;
   s.Layer = info;
   const PenMeasure measure(f, us, all, true);
+  // Across the strip on texels: the stroke's direction crossed with the pen's axis.
+  const cVec3 stripSide = ctx.Strip ? Cross(f.DirectionAt(0.5f), f.AxisZ).Normalized() : cVec3();
   float sum = 0;
   int64_t measured = 0;
   // One texel whose pixel is (tile, index).
@@ -276,6 +305,7 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     LayerTile* layer = tile->CurrentLayerTile;
     if (!layer || (int)layer->LayerID != ctx.CurrentLayer) return;
     s.PenX = pp.x, s.PenY = pp.y;
+    if (ctx.Strip && !all) f.StripPlace(pp.v, pp.t, pp.r, stripSide, s.StripX, s.StripY);
     s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
     s.Position = t.Position, s.Normal = t.Normal;
     s.Pixel = &tile->Pixels[index];
@@ -347,12 +377,14 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
       }
     }
   }
+  if (backup && (!backups_.empty() || !maps_.empty())) partTouched_ = true;
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
   std::vector<int> stateBefore;
   for (auto& [tile, map] : prepared_) stateBefore.push_back(tile->DirtyState), tile->DirtyState = 0;
   StrokeContext ctx;
-  ctx.Frame = &frame, ctx.Scene = &scene_, ctx.Pen = Pen, ctx.Modificator = Modificator;
+  ctx.Frame = &frame, ctx.Scene = &scene_, ctx.Pen = Pen, ctx.Modificator = Modificator, ctx.Mask = Mask;
+  ctx.Strip = Strip;
   ctx.CurrentLayer = scene_.CurrentLayer, ctx.UnitScale = scene_.UnitScale;
   // Workers take the next piece as they come free; each piece's sum has its
   // own slot, and the sums are added piece by piece afterwards, so the wear

@@ -8,6 +8,7 @@
 #pragma once
 #include <functional>
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 #include "paint/layers/LayerRecords.h"
@@ -44,16 +45,26 @@ class PaintStroke {
   void ApplyToAllFaces(const SampleFunction& fn, const StrokeFrame& frame, bool backup = true);
   // Releases the backups and the tiles' undo copies, after OnEnd.
   void End();
-  // Called by End while Backups() and the tiles' undo copies still hold the
-  // stroke's start, when the stroke touched anything: where its undo record
-  // is written. Empty: the stroke is kept without one.
+  // Ends one part of a stroke in several parts (the line and curve modes):
+  // OnEnd records the part, and the stroke goes on. Later dabs still measure
+  // against the state at the stroke's start, while what they touch is backed
+  // up again as it stands now, so each part's record undoes that part alone.
+  // False when nothing was touched since the last part.
+  bool Checkpoint();
+  // Called by End and Checkpoint while Backups() and the tiles' undo copies
+  // hold the state before the part (the whole stroke, without parts), when
+  // it touched anything: where its undo record is written. Empty: the
+  // stroke is kept without one.
   std::function<void(PaintStroke&)> OnEnd;
+  // The faces of this part as they were before it.
   const std::vector<std::unique_ptr<FaceBackup>>& Backups() const { return backups_; }
   // The maps whose tiles hold undo copies of this stroke.
   const std::vector<PixelMap*>& BackedUpMaps() const { return maps_; }
 
   BasicPenShape* Pen = nullptr;                   // the dab's shape; null paints a flat disc
   const GlobalModificator* Modificator = nullptr;  // none by default
+  const BrushMaskSource* Mask = nullptr;          // none by default
+  BasicPenShape* Strip = nullptr;                 // none by default
   bool IslandOnly = false;                        // stroke mode 9
   bool RejectOccluded = true;                     // faces hidden behind others stay untouched
   // What the last dab did, for tests and the benchmark.
@@ -88,6 +99,11 @@ class PaintStroke {
 
   PaintScene& scene_;
   std::vector<std::unique_ptr<FaceBackup>> backups_;
+  // Backups of earlier parts: the faces' Backup may point into them.
+  std::vector<std::unique_ptr<FaceBackup>> kept_;
+  // (face, layer) pairs backed up in this part.
+  std::unordered_set<int64_t> partFaces_;
+  bool partTouched_ = false;  // a dab of this part backed something up
   std::vector<PixelMap*> maps_;  // maps whose tiles hold undo copies
   std::vector<std::pair<PixelTile*, PixelMap*>> prepared_;  // tiles this dab may touch
   // A share of one dab's walk: a face's grid, or some of its texel blocks

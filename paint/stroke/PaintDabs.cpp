@@ -7,6 +7,7 @@
 #include "paint/PenDab.h"
 #include "paint/PenShapes.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/stroke/StrokeFlood.h"
 
 using comms::cVec3;
 
@@ -18,14 +19,25 @@ void PaintDabs::Begin(uint32_t seed) {
   smudge_.Reset();
   GeneralPen::StripPhase = 0;
   active_ = true, dabs_ = 0;
-  for (Track& t : tracks_) t.HasLast = false;
+  island_.clear();
+  BreakPath();
 }
 
 void PaintDabs::End() {
   if (!active_) return;
   Stroke.End();
   active_ = false;
+  BreakPath();
+}
+
+void PaintDabs::BreakPath() {
   for (Track& t : tracks_) t.HasLast = false;
+  breakNext_ = true;
+}
+
+bool PaintDabs::Checkpoint() {
+  BreakPath();
+  return active_ && Stroke.Checkpoint();
 }
 
 void PaintDabs::Replay(const StrokeRecord& record) {
@@ -35,10 +47,23 @@ void PaintDabs::Replay(const StrokeRecord& record) {
   End();
 }
 
-DabResult PaintDabs::Dab(const PenHit& hit) {
+DabResult PaintDabs::Dab(const PenHit& given) {
   if (!active_) Begin();
+  PenHit hit = given;
+  if (breakNext_) hit.NewTrack = true, breakNext_ = false;
+  if (hit.NewTrack)
+    for (Track& t : tracks_) t.HasLast = false;
   if (Recording) Recording->Hits.push_back(hit);
   Track& track = tracks_[hit.Mirror & 7];
+  Stroke.IslandOnly = GeneralPen::StrokeMode == kStrokeIsland;
+  if (Stroke.IslandOnly) {
+    // Off the island the stroke began on, the pen paints nothing.
+    if (island_.empty()) UVIslandOf(scene_, hit.Face, island_);
+    if (hit.Face < 0 || hit.Face >= (int)island_.size() || !island_[hit.Face]) {
+      track.HasLast = false;
+      return DabResult::Nothing;
+    }
+  }
   const bool hasLast = track.HasLast;
   const PenHit& last = track.Last;
   BasicPenShape* pen = GeneralPen::CurrentPenPtr ? GeneralPen::CurrentPenPtr : &plainPen_;
@@ -72,6 +97,12 @@ DabResult PaintDabs::Dab(const PenHit& hit) {
   f.DabColor[3] = 1;
   DabAmounts amounts(*pen, hit.Pressure, rnd_);
   Stroke.Pen = pen;
+  Stroke.Mask = GeneralPen::Mask;
+  Stroke.Strip = GeneralPen::CurrentStrip;
+  if (Stroke.Strip) {
+    f.StripAspect = Stroke.Strip->GetAspect();
+    f.StripPhase = GeneralPen::StripPhase;
+  }
   DabResult r;
   if (Kind == PaintKind::Smudge) {
     // Gather what lies under the pen where the dab starts, then lay it here.
@@ -86,6 +117,9 @@ DabResult PaintDabs::Dab(const PenHit& hit) {
     const SampleFunction& fn = Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_;
     r = Stroke.ApplyStroke(fn, f, hit.Face, true);
   }
+  // The next dab goes on along the strip where this one ended.
+  if (Stroke.Strip && hit.Mirror == 0 && f.EndRadius > 0)
+    GeneralPen::StripPhase += f.SegmentLength / f.EndRadius / f.StripAspect;
   track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;

@@ -26,6 +26,7 @@ struct PenHit {
   float Pressure = 1;
   comms::cVec3 ViewDir{0, 0, -1};
   int Mirror = 0;  // 0 the pen's own dab, else its copy mirrored in axes x + 2y + 4z
+  bool NewTrack = false;  // every copy's track starts afresh here (a new part)
 };
 
 enum class PaintKind { Paint, Erase, Smudge };
@@ -53,6 +54,12 @@ class PaintDabs {
   // One dab from the previous hit to this one (the first is a single point).
   DabResult Dab(const PenHit& hit);
   void End();
+  // The next hit starts a new track (a single point), in the same stroke.
+  void BreakPath();
+  // Ends one part of a stroke in several parts: the part is recorded
+  // (PaintStroke::Checkpoint), the stroke stays open and the next hit starts
+  // a new track. False when the part touched nothing.
+  bool Checkpoint();
   bool Active() const { return active_; }
   int Dabs() const { return dabs_; }
   // Runs a recorded stroke from Begin to End.
@@ -73,5 +80,8 @@ class PaintDabs {
     float LastRadius = 0;
   };
   Track tracks_[8];
+  bool breakNext_ = false;  // the next hit is marked NewTrack
+  // The island stroke mode: faces of the island of the stroke's first face.
+  std::vector<uint8_t> island_;
   int dabs_ = 0;
 };

@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "paint/BrushMaskSource.h"
 #include "paint/GeneralPen.h"
+#include "paint/OnePenStyle.h"
 #include "paint/PenConditions.h"
 #include "paint/PenShapes.h"
 #include "paint/layers/OneLayerInfo.h"
@@ -25,7 +27,8 @@ uint32_t PackColor(const float rgb[3], uint32_t alpha) {
 }
 
 bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float freeze, uint32_t composite,
-                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out) {
+                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out,
+                      float stripScale) {
   const StrokeFrame& f = *ctx.Frame;
   if (s.PenX * s.PenX + s.PenY * s.PenY >= 1) return false;
   const float nv = Dot(s.Normal, f.ViewDir);
@@ -41,6 +44,17 @@ bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float fre
     out.Color[3] *= 1 - freeze;
   }
   if (BasicPenShape::FadeOnEdge) out.W *= std::fabs(nv);
+  if (ctx.Mask) {
+    const float p[3] = {s.Position.x, s.Position.y, s.Position.z};
+    out.W *= ctx.Mask->At(p);
+  }
+  if (ctx.Strip) {
+    // Across the strip is its x, along it its y.
+    float c2[4] = {1, 1, 1, 1}, w2[4] = {1, 1, 0, 0};
+    ctx.Strip->Sample(s.StripY, s.StripX, c2, w2);
+    for (int i = 0; i < 4; i++) out.Color[i] *= c2[i];
+    for (int i = 0; i < 3; i++) out.Weights[i] *= w2[i] * stripScale;
+  }
   if (GeneralPen::ConditionMode != 0) {
     ConditionInput in;
     in.Composite[0] = (uint8_t)(composite >> 16), in.Composite[1] = (uint8_t)(composite >> 8),
@@ -59,11 +73,29 @@ bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float fre
 
 namespace {
 
+// The active pen style at a sample: each slot's channels, or unset.
+struct StyleAt {
+  bool Depth = false, Color = false, Specular = false;
+  float D[4], C[4], S[4];
+  float DepthMean = 0;
+};
+StyleAt ReadStyle(const SampleCommon& s) {
+  StyleAt out;
+  const OnePenStyle* style = OnePenStyle::Active;
+  if (!style) return out;
+  const float p[3] = {s.Position.x, s.Position.y, s.Position.z};
+  out.Depth = style->Read(OnePenStyle::kDepth, p, out.D);
+  out.Color = style->Read(OnePenStyle::kColor, p, out.C);
+  out.Specular = style->Read(OnePenStyle::kSpecular, p, out.S);
+  out.DepthMean = style->Slots[OnePenStyle::kDepth].Mean;
+  return out;
+}
+
 // Steps shared by both forms once depth is written: the colour mix into R and
 // its weight a. B, D: backup and destination colours; O: destination coverage.
 // False when the colour block does not run.
 bool MixColor(const StrokeContext& ctx, const PenWeights& pw, float q, const float B[4], const float D[4], float O,
-              float R[4], float& a, const float* fill) {
+              float R[4], float& a, const float* fill, const StyleAt& style) {
   const StrokeFrame& f = *ctx.Frame;
   std::copy(B, B + 4, R);
   a = 0;
@@ -74,6 +106,10 @@ bool MixColor(const StrokeContext& ctx, const PenWeights& pw, float q, const flo
   a = std::min(a, 1.0f);
   float S[3];
   for (int i = 0; i < 3; i++) S[i] = (f.UsePenColor ? f.DabColor[i] : 1.0f) * 255.0f * pw.Color[i];
+  if (style.Color) {
+    for (int i = 0; i < 3; i++) S[i] *= style.C[i] / 256.0f;
+    a *= style.C[3] / 255.0f;
+  }
   if (ctx.Modificator) ctx.Modificator->ModifyColor(S, a, fill);
   if (ctx.CurrentLayer > 0) O *= 1 - pw.Weights[2];
   const float rest = (1 - a) * O, total = rest + a;
@@ -91,9 +127,10 @@ bool MixColor(const StrokeContext& ctx, const PenWeights& pw, float q, const flo
 
 // The new specular from the backup's and the destination's.
 float MixSpecular(const StrokeContext& ctx, const PenWeights& pw, float q, float backup, float dest,
-                  const float* fill) {
+                  const float* fill, const StyleAt& style) {
   const StrokeFrame& f = *ctx.Frame;
   float s = GeneralPen::SpecularDegree * 255.0f * pw.Weights[1];
+  if (style.Specular) s *= style.S[0] / 255.0f;
   if (ctx.Modificator) ctx.Modificator->ModifySpecular(s, 1, fill);
   s = std::min(s, 255.0f);
   float t = pw.W * pw.Color[3] * GeneralPen::SpecularOpacity;
@@ -104,10 +141,11 @@ float MixSpecular(const StrokeContext& ctx, const PenWeights& pw, float q, float
 }
 
 // Depth of this dab at the sample, before the absolute or relative rule.
-float DabDepth(const StrokeContext& ctx, const PenWeights& pw, float scaled, const float* fill) {
+float DabDepth(const StrokeContext& ctx, const PenWeights& pw, float scaled, const float* fill, const StyleAt& style) {
   const StrokeFrame& f = *ctx.Frame;
   float d = pw.W * pw.Weights[0] * GeneralPen::DeepDegree *
             (f.DepthFollowsRadius ? scaled : f.PenRadius / ctx.UnitScale);
+  if (style.Depth) d *= (style.D[0] - style.DepthMean) / 256.0f;
   if (ctx.Modificator) ctx.Modificator->ModifyDepth(d, fill);
   return d;
 }
@@ -126,9 +164,11 @@ float PaintSample::Vertex(const StrokeContext& ctx, VertexSample& s, float radiu
   if (ctx.Modificator) ctx.Modificator->Evaluate(s.Position * ctx.UnitScale, s.Normal, s.UVX, s.UVY, fill);
   PenWeights pw;
   const float height = ctx.CurrentLayer > 0 ? Dot(dest.Offset, n) : 0;
-  if (!SamplePenWeights(ctx, s, mv.Freeze, mv.Color, dest.Color, dest.Opacity, height, 0, pw)) return 0;
+  // On micro-vertices the strip's weights follow the pressure's share (q) too.
+  if (!SamplePenWeights(ctx, s, mv.Freeze, mv.Color, dest.Color, dest.Opacity, height, 0, pw, q)) return 0;
+  const StyleAt style = ReadStyle(s);
   if (GeneralPen::DrawDepth) {
-    const float d = DabDepth(ctx, pw, scaled, fill);
+    const float d = DabDepth(ctx, pw, scaled, fill, style);
     if (ctx.CurrentLayer > 0) dest.Offset = dest.Offset * (1 - pw.Weights[2]);
     if (GeneralPen::AbsoluteDepth && ctx.CurrentLayer > 0) {
       if (std::fabs(Dot(dest.Offset, n)) < std::fabs(d)) dest.Offset = n * d;
@@ -139,9 +179,9 @@ float PaintSample::Vertex(const StrokeContext& ctx, VertexSample& s, float radiu
   }
   float B[4], D[4], R[4], a;
   UnpackColor(backup.Color, B), UnpackColor(dest.Color, D);
-  if (!MixColor(ctx, pw, q, B, D, dest.Opacity, R, a, fill)) return pw.W;
+  if (!MixColor(ctx, pw, q, B, D, dest.Opacity, R, a, fill, style)) return pw.W;
   uint32_t spec = dest.Color >> 24;
-  if (GeneralPen::DrawSpecular) spec = Byte(MixSpecular(ctx, pw, q, B[3], D[3], fill));
+  if (GeneralPen::DrawSpecular) spec = Byte(MixSpecular(ctx, pw, q, B[3], D[3], fill, style));
   dest.Color = PackColor(R, spec);
   if (!s.Layer || !s.Layer->LockTransparency)
     dest.Opacity = std::max(dest.Opacity, (1 - a) * backup.Opacity + a * a);
@@ -158,8 +198,9 @@ float PaintSample::Pixel(const StrokeContext& ctx, PixelSample& s, float radius,
   const float freeze = s.Pixel->Freeze / 65535.0f;
   if (!SamplePenWeights(ctx, s, freeze, s.Pixel->Color, dest.Color, (dest.Color >> 24) / 255.0f, dest.Depth, 0, pw))
     return 0;
+  const StyleAt style = ReadStyle(s);
   if (GeneralPen::DrawDepth) {
-    const float d = DabDepth(ctx, pw, scaled, fill);
+    const float d = DabDepth(ctx, pw, scaled, fill, style);
     if (ctx.CurrentLayer > 0) dest.Depth *= 1 - pw.Weights[2];
     if (GeneralPen::AbsoluteDepth) {
       if (std::fabs(dest.Depth) < std::fabs(d)) dest.Depth = d;
@@ -170,8 +211,8 @@ float PaintSample::Pixel(const StrokeContext& ctx, PixelSample& s, float radius,
   float B[4], D[4], R[4], a;
   UnpackColor(backup.Color, B), UnpackColor(dest.Color, D);
   float O = D[3] / 255.0f;
-  if (!MixColor(ctx, pw, q, B, D, O, R, a, fill)) return pw.W;
-  if (GeneralPen::DrawSpecular) dest.Specular = (uint8_t)Byte(MixSpecular(ctx, pw, q, backup.Specular, dest.Specular, fill));
+  if (!MixColor(ctx, pw, q, B, D, O, R, a, fill, style)) return pw.W;
+  if (GeneralPen::DrawSpecular) dest.Specular = (uint8_t)Byte(MixSpecular(ctx, pw, q, backup.Specular, dest.Specular, fill, style));
   uint32_t alpha;
   const bool lock = s.Layer && s.Layer->LockTransparency;
   if (!lock)

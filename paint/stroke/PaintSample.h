@@ -14,7 +14,8 @@ class PaintSample : public SampleFunction {
 
 // The pen's say at a sample, shared by the paint sample and the tools' own:
 // w, the colour and the four weights (depth, specular, erase, spare) after the
-// pen shape, the freeze factor, the edge fade and the condition. False when
+// pen shape, the freeze factor, the edge fade, the mask, the strip (whose
+// weights are further scaled by `stripScale`) and the condition. False when
 // the sample is out of the pen or a back face the stroke skips.
 struct PenWeights {
   float W = 1;
@@ -25,7 +26,8 @@ struct PenWeights {
 // `freeze` 0..1; `composite` the sample's composite colour, `layerColor` and
 // `layerOpacity` the current layer's, `height` its depth along the normal.
 bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float freeze, uint32_t composite,
-                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out);
+                      uint32_t layerColor, float layerOpacity, float height, float cavity, PenWeights& out,
+                      float stripScale = 1);
 
 // 0xAARRGGBB to r, g, b, a floats 0..255 and back (bytes rounded and clamped).
 void UnpackColor(uint32_t c, float out[4]);

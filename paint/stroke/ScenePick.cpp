@@ -7,10 +7,11 @@
 
 using comms::cVec3;
 
-bool PickPaintSurface(const PaintScene& s, const cVec3& origin, const cVec3& dir, SurfaceHit& hit) {
-  float best = 1e30f;
-  int bestFace = -1;
-  cVec3 bestNormal;
+namespace {
+// Calls meet(t, face, normal) for every triangle of the visible faces the ray
+// crosses in front of its origin.
+template <class Meet>
+void RayMeetings(const PaintScene& s, const cVec3& origin, const cVec3& dir, Meet&& meet) {
   for (int f = 0; f < (int)s.Faces.size(); f++) {
     const PaintFace& face = s.Faces[f];
     if (!face.Visible) continue;
@@ -33,13 +34,42 @@ bool PickPaintSurface(const PaintScene& s, const cVec3& origin, const cVec3& dir
       const float v = Dot(dir, q) * inv;
       if (v < 0 || u + v > 1) continue;
       const float t = Dot(e2, q) * inv;
-      if (t > 0 && t < best) best = t, bestFace = f, bestNormal = Cross(e1, e2);
+      if (t > 0) meet(t, f, Cross(e1, e2));
     }
   }
-  if (bestFace < 0) return false;
-  const cVec3 p = origin + dir * best, nrm = bestNormal.Normalized();
+}
+
+void FillHit(const cVec3& p, const cVec3& normal, int face, SurfaceHit& hit) {
+  const cVec3 nrm = normal.Normalized();
   hit.Pos[0] = p.x, hit.Pos[1] = p.y, hit.Pos[2] = p.z;
   hit.Normal[0] = nrm.x, hit.Normal[1] = nrm.y, hit.Normal[2] = nrm.z;
-  hit.Face = bestFace;
+  hit.Face = face;
+}
+}  // namespace
+
+bool PickPaintSurface(const PaintScene& s, const cVec3& origin, const cVec3& dir, SurfaceHit& hit) {
+  float best = 1e30f;
+  int bestFace = -1;
+  cVec3 bestNormal;
+  RayMeetings(s, origin, dir, [&](float t, int f, const cVec3& n) {
+    if (t < best) best = t, bestFace = f, bestNormal = n;
+  });
+  if (bestFace < 0) return false;
+  FillHit(origin + dir * best, bestNormal, bestFace, hit);
+  return true;
+}
+
+bool PickPaintSurfaceNear(const PaintScene& s, const cVec3& origin, const cVec3& dir, const cVec3& near,
+                          SurfaceHit& hit) {
+  float best = 1e30f;
+  int bestFace = -1;
+  cVec3 bestPoint, bestNormal;
+  RayMeetings(s, origin, dir, [&](float t, int f, const cVec3& n) {
+    const cVec3 p = origin + dir * t, d = p - near;
+    const float dist = Dot(d, d);
+    if (dist < best) best = dist, bestFace = f, bestPoint = p, bestNormal = n;
+  });
+  if (bestFace < 0) return false;
+  FillHit(bestPoint, bestNormal, bestFace, hit);
   return true;
 }

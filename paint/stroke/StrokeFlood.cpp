@@ -50,7 +50,47 @@ float PointTriangle2(const cVec3& p, const cVec3& a, const cVec3& b, const cVec3
   return len2(ap - ab * (vb * den) - ac * (vc * den));
 }
 
+// Whether face g carries the same UV as f's corner `a` at a's vertex: the
+// edge between them is no seam.
+bool SameUVAt(const PaintScene& s, const FaceCorner& a, int g) {
+  const int m = s.FaceCornerMap.Entries(g) - 1;
+  const int* d = s.FaceCornerMap.Of(g);
+  bool same = false;
+  for (int k = 0; k < m; k++) {
+    const FaceCorner& o = s.Corners[d[k]];
+    if (o.Vertex == a.Vertex) {
+      const float du = o.UV.x - a.UV.x, dv = o.UV.y - a.UV.y;
+      same = du * du + dv * dv < 1e-10f;
+    }
+  }
+  return same;
+}
+
+// Calls fn(g, a) for every face g across an edge of f, a the edge's first corner in f.
+template <class Fn>
+void AcrossEdges(const PaintScene& s, int f, Fn&& fn) {
+  const int n = s.FaceCornerMap.Entries(f) - 1;
+  const int* c = s.FaceCornerMap.Of(f);
+  for (int e = 0; e < n; e++) {
+    const FaceCorner &a = s.Corners[c[e]], &b = s.Corners[c[e + 1]];
+    s.EdgeMap.ForEach(EdgeKey(a.Vertex, b.Vertex), [&](int g) {
+      if (g != f) fn(g, a);
+    });
+  }
+}
+
 }  // namespace
+
+void UVIslandOf(const PaintScene& s, int face, std::vector<uint8_t>& in) {
+  in.assign(s.Faces.size(), 0);
+  if (face < 0 || face >= (int)s.Faces.size()) return;
+  std::vector<int> queue{face};
+  in[face] = 1;
+  for (size_t head = 0; head < queue.size(); head++)
+    AcrossEdges(s, queue[head], [&](int g, const FaceCorner& a) {
+      if (!in[g] && SameUVAt(s, a, g)) in[g] = 1, queue.push_back(g);
+    });
+}
 
 void FloodUnderPen(PaintScene& s, const StrokeFrame& frame, int picked, bool island, std::vector<int>& faces) {
   faces.clear();
@@ -70,33 +110,14 @@ void FloodUnderPen(PaintScene& s, const StrokeFrame& frame, int picked, bool isl
   };
   s.Faces[picked].Visited = 1;
   faces.push_back(picked);
-  for (size_t head = 0; head < faces.size(); head++) {
-    const int f = faces[head];
-    const int n = s.FaceCornerMap.Entries(f) - 1;
-    const int* c = s.FaceCornerMap.Of(f);
-    for (int e = 0; e < n; e++) {
-      const FaceCorner &a = s.Corners[c[e]], &b = s.Corners[c[e + 1]];
-      s.EdgeMap.ForEach(EdgeKey(a.Vertex, b.Vertex), [&](int g) {
-        if (g == f || s.Faces[g].Visited) return;
-        if (island) {  // the other face must carry the same UVs on this edge
-          bool same = false;
-          const int m = s.FaceCornerMap.Entries(g) - 1;
-          const int* d = s.FaceCornerMap.Of(g);
-          for (int k = 0; k < m; k++) {
-            const FaceCorner& o = s.Corners[d[k]];
-            if (o.Vertex == a.Vertex) {
-              const float du = o.UV.x - a.UV.x, dv = o.UV.y - a.UV.y;
-              same = du * du + dv * dv < 1e-10f;
-            }
-          }
-          if (!same) return;
-        }
-        if (!accept(g)) return;
-        s.Faces[g].Visited = 1;
-        faces.push_back(g);
-      });
-    }
-  }
+  for (size_t head = 0; head < faces.size(); head++)
+    AcrossEdges(s, faces[head], [&](int g, const FaceCorner& a) {
+      if (s.Faces[g].Visited) return;
+      if (island && !SameUVAt(s, a, g)) return;
+      if (!accept(g)) return;
+      s.Faces[g].Visited = 1;
+      faces.push_back(g);
+    });
   for (int f : faces) s.Faces[f].Visited = 0;
 }
 

@@ -4,6 +4,7 @@
 // hundred faces of millions. Per-pixel faces are then pruned by their fan
 // triangles, which keeps huge faces near but outside the pen from being walked.
 #pragma once
+#include <cstdint>
 #include <vector>
 
 class PaintScene;
@@ -14,6 +15,11 @@ struct StrokeFrame;
 // walk to the faces reachable without crossing a UV seam.
 void FloodUnderPen(PaintScene& scene, const StrokeFrame& frame, int pickedFace, bool island,
                    std::vector<int>& faces);
+
+// Marks (1) in `inIsland`, sized to the faces, every face reachable from
+// `face` across edges without a UV seam: the island the island stroke mode
+// keeps to.
+void UVIslandOf(const PaintScene& scene, int face, std::vector<uint8_t>& inIsland);
 
 // Drops the faces with a block directory none of whose fan triangles comes
 // closer than R = largest radius (to the rim of the pen) + segment length to the segment's midpoint.

@@ -77,3 +77,14 @@ void StrokeFrame::PointOrCurvePoint(const cVec3& p, cVec3& outVector, float& out
 float StrokeFrame::PressureAt(float t) const {
   return PrevPressure + (PenPressure - PrevPressure) * std::clamp(t, 0.0f, 1.0f);
 }
+
+comms::cVec3 StrokeFrame::DirectionAt(float t) const {
+  comms::cVec3 d = AxisX;
+  if (IsCurved) {
+    t = std::clamp(t, 0.0f, 1.0f);
+    d = CurveB + CurveC * (2 * t);
+  } else if (!SinglePoint) {
+    d = SegmentEnd - SegmentStart;
+  }
+  return Dot(d, d) > 0 ? d.Normalized() : AxisX;
+}

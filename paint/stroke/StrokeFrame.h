@@ -19,6 +19,7 @@ struct StrokeFrame {
   float MaxRadius = 1e30f;         // the largest radius the options allow
   float SegmentLength = 0;
   float StripAspect = 1, StripWidth = 1;
+  float StripPhase = 0;  // where along the strip this dab begins
   // The pen radius before pressure, paint units: the depth scale when depth
   // does not follow the radius.
   float PenRadius = 1;
@@ -54,6 +55,15 @@ struct StrokeFrame {
     return r < 1e-10f ? 1e-10f : r > MaxRadius ? MaxRadius : r;
   }
   float PressureAt(float t) const;
+  // The unit direction of the stroke at t (the pen's x axis for a point).
+  comms::cVec3 DirectionAt(float t) const;
+  // Where a sample at `v` from the stroke (parameter t, radius r) lies on
+  // the strip: along it (x) and across it, `side` being the direction
+  // across (the stroke's direction crossed with the surface normal).
+  void StripPlace(const comms::cVec3& v, float t, float r, const comms::cVec3& side, float& x, float& y) const {
+    x = t * SegmentLength / EndRadius / StripAspect + StripPhase;
+    y = Dot(v, side) * StripWidth / r;
+  }
   // The largest of the two radii.
   float MaxDabRadius() const { return StartRadius > EndRadius ? StartRadius : EndRadius; }
 

@@ -9,6 +9,7 @@
 #include "paint/stroke/StrokeFrame.h"
 
 class BasicPenShape;
+class BrushMaskSource;
 class OneLayerInfo;
 class PaintScene;
 
@@ -32,6 +33,8 @@ struct StrokeContext {
   PaintScene* Scene = nullptr;
   BasicPenShape* Pen = nullptr;  // null: the plain round weight 1
   const GlobalModificator* Modificator = nullptr;
+  const BrushMaskSource* Mask = nullptr;  // stencil and material over the view; null: none
+  BasicPenShape* Strip = nullptr;         // the strip along the stroke; null: none
   int CurrentLayer = 0;
   float UnitScale = 1;
 };

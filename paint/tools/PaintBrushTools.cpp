@@ -8,6 +8,8 @@
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/stroke/ScenePick.h"
+#include "platform/Keys.h"
+#include "render/Render.h"
 #include "render/SurfaceRing.h"
 #include "render/Viewer.h"
 
@@ -52,6 +54,75 @@ void PaintBrushTool::Project(const float world[3], float& sx, float& sy) {
   sx = p.x, sy = p.y;
 }
 
+bool PaintBrushTool::PickNear(float sx, float sy, const float* near, SurfaceHit& hit) {
+  if (!scene_ || !camera_) return false;
+  cVec3 origin, dir;
+  camera_->PixelRay(sx, sy, origin, dir);
+  return PickPaintSurfaceNear(*scene_, origin, dir, cVec3(near[0], near[1], near[2]), hit);
+}
+
+namespace {
+bool PathMode() { return GeneralPen::StrokeMode == kStrokeLines || GeneralPen::StrokeMode == kStrokeCurves; }
+}  // namespace
+
+void PaintBrushTool::BeginDabs() {
+  if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
+  dabs_->Stroke.OnEnd = [this](PaintStroke& s) {
+    if (OnStrokeEnd && scene_) OnStrokeEnd(*scene_, s);
+  };
+  dabs_->Kind = kind_;
+  dabs_->Recording = Recording;
+  dabs_->Begin(++strokes_);
+}
+
+void PaintBrushTool::DabAt(const Dab& d) {
+  if (!camera_ || !dabs_) return;
+  PaintPenPoint at;
+  if (!PenAt(d.ScreenX, d.ScreenY, at)) return;
+  PenHit h;
+  h.Pos = cVec3(d.Hit.Pos[0], d.Hit.Pos[1], d.Hit.Pos[2]);
+  h.Face = d.Hit.Face;
+  h.WorldRadius = at.WorldRadius;
+  h.Pressure = GeneralPen::IgnorePressure ? 1.0f : GeneralPen::PenPressure;
+  // A mirrored copy (GeneralPen::Symmetry) looks along the mirrored view.
+  const float forward[3] = {camera_->Forward.x, camera_->Forward.y, camera_->Forward.z};
+  float mirrored[3];
+  MirrorVector(forward, d.Mirror, mirrored);
+  h.ViewDir = cVec3(mirrored[0], mirrored[1], mirrored[2]);
+  h.Mirror = d.Mirror;
+  if (dabs_->Dab(h) == DabResult::InvisibleLayer) message_ = "PAINT_INVIS_LAYER";
+}
+
+float PaintBrushTool::PathSpacing() const {
+  const BasicPenShape* pen = GeneralPen::CurrentPenPtr;
+  return PathStep(GeneralPen::PenRadius, pen ? pen->UseSpacing : true, pen ? pen->Spacing : 10.f);
+}
+
+void PaintBrushTool::ApplyPath(const std::vector<ScreenPoint>& path) {
+  if (!scene_ || !camera_ || path.empty()) return;
+  if (!multiPart_) BeginDabs(), multiPart_ = true;
+  dabs_->BreakPath();
+  const float origin[3] = {0, 0, 0};
+  for (const ScreenPoint& p : path) {
+    SurfaceHit hit;
+    // Off the mesh the path breaks; the next hit starts a new track.
+    if (!Pick(p.X, p.Y, hit)) {
+      dabs_->BreakPath();
+      continue;
+    }
+    DabWithMirrors(*this, hit, p.X, p.Y, origin, [this](const Dab& d) { DabAt(d); });
+  }
+  if (dabs_->Checkpoint()) ChangedSinceSave = 1;
+}
+
+std::vector<ScreenPoint> PaintBrushTool::PreviewPath() const {
+  if (lineDown_) return LinePath(lineStart_, lineEnd_, PathSpacing());
+  if (curveNodes_.empty() || GeneralPen::StrokeMode != kStrokeCurves) return {};
+  std::vector<ScreenPoint> nodes = curveNodes_;
+  nodes.push_back({Pointer().X, Pointer().Y});
+  return CurvePath(nodes, PathSpacing(), GeneralPen::BSpilnes);
+}
+
 bool PaintBrushTool::OnLMBDown() {
   message_ = "";
   if (!scene_ || !camera_) return false;
@@ -60,39 +131,48 @@ bool PaintBrushTool::OnLMBDown() {
   PaintPenPoint pen;
   if (!PenAt(ptr.X, ptr.Y, pen)) return false;  // off the mesh the view may navigate
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
-  if (!dabs_) dabs_ = std::make_unique<PaintDabs>(*scene_);
-  dabs_->Stroke.OnEnd = [this](PaintStroke& s) {
-    if (OnStrokeEnd && scene_) OnStrokeEnd(*scene_, s);
-  };
-  dabs_->Kind = kind_;
-  dabs_->Recording = Recording;
-  dabs_->Begin(++strokes_);
-  spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) {
-    if (!camera_) return;
-    PaintPenPoint at;
-    if (!PenAt(d.ScreenX, d.ScreenY, at)) return;
-    PenHit h;
-    h.Pos = cVec3(d.Hit.Pos[0], d.Hit.Pos[1], d.Hit.Pos[2]);
-    h.Face = d.Hit.Face;
-    h.WorldRadius = at.WorldRadius;
-    h.Pressure = GeneralPen::IgnorePressure ? 1.0f : GeneralPen::PenPressure;
-    // A mirrored copy (GeneralPen::Symmetry) looks along the mirrored view.
-    const float forward[3] = {camera_->Forward.x, camera_->Forward.y, camera_->Forward.z};
-    float mirrored[3];
-    MirrorVector(forward, d.Mirror, mirrored);
-    h.ViewDir = cVec3(mirrored[0], mirrored[1], mirrored[2]);
-    h.Mirror = d.Mirror;
-    if (dabs_->Dab(h) == DabResult::InvisibleLayer) message_ = "PAINT_INVIS_LAYER";
-  });
+  if (GeneralPen::StrokeMode == kStrokeLines) {
+    lineDown_ = true;
+    lineStart_ = lineEnd_ = {ptr.X, ptr.Y};
+    return true;
+  }
+  if (GeneralPen::StrokeMode == kStrokeCurves) {
+    curveNodes_.push_back({ptr.X, ptr.Y});
+    return true;
+  }
+  Finish();
+  BeginDabs();
+  spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) { DabAt(d); });
   spacer_->Begin();
   spacer_->Step(ptr.X, ptr.Y, pen.WorldRadius);
   moved_ = false;
   return true;
 }
 
+bool PaintBrushTool::OnKey(int key) {
+  if (GeneralPen::StrokeMode == kStrokeCurves && !curveNodes_.empty()) {
+    if (key == keys::Enter) {
+      const std::vector<ScreenPoint> path = CurvePath(curveNodes_, PathSpacing(), GeneralPen::BSpilnes);
+      curveNodes_.clear();
+      ApplyPath(path);
+      return true;
+    }
+    if (key == keys::Esc) {
+      curveNodes_.clear();
+      return true;
+    }
+  }
+  return false;
+}
+
 bool PaintBrushTool::OnMouseMove() {
-  if (!Stroking()) return false;
-  moved_ = true;
+  if (lineDown_) {
+    lineEnd_ = {Pointer().X, Pointer().Y};
+    return true;
+  }
+  if (!Stroking() || !spacer_) return false;
+  // In the points mode a click is one dab; dragging adds none.
+  moved_ = GeneralPen::StrokeMode != kStrokePoints;
   return true;
 }
 
@@ -105,9 +185,18 @@ void PaintBrushTool::Step() {
   moved_ = false;
 }
 
-void PaintBrushTool::FrameUpdate() { Step(); }
+void PaintBrushTool::FrameUpdate() {
+  // A line or curve stroke ends when the mode changes.
+  if (GeneralPen::StrokeMode != kStrokeCurves) curveNodes_.clear();
+  if (GeneralPen::StrokeMode != kStrokeLines) lineDown_ = false;
+  if (multiPart_ && !PathMode()) Finish();
+  Step();
+}
 
 void PaintBrushTool::Finish() {
+  lineDown_ = false;
+  curveNodes_.clear();
+  multiPart_ = false;
   if (!Stroking()) return;
   Step();
   dabs_->End();
@@ -116,7 +205,14 @@ void PaintBrushTool::Finish() {
 }
 
 bool PaintBrushTool::OnLMBUp() {
-  if (!Stroking()) return false;
+  if (lineDown_) {
+    lineDown_ = false;
+    lineEnd_ = {Pointer().X, Pointer().Y};
+    ApplyPath(LinePath(lineStart_, lineEnd_, PathSpacing()));
+    return true;
+  }
+  if (GeneralPen::StrokeMode == kStrokeCurves && !curveNodes_.empty()) return true;
+  if (!Stroking() || !spacer_) return false;
   Finish();
   return true;
 }
@@ -129,6 +225,9 @@ void PaintBrushTool::OnSceneReset() {
 }
 
 bool PaintBrushTool::DrawBrushCursor(comms::cRender& render) const {
+  const std::vector<ScreenPoint> path = PreviewPath();
+  for (size_t i = 1; i < path.size(); i++)
+    render.DrawLine(path[i - 1].X, path[i - 1].Y, path[i].X, path[i].Y, 0, 0xffffc040u, 0xffffc040u);
   PaintPenPoint pen;
   if (!camera_ || !PenAt(Pointer().X, Pointer().Y, pen)) return false;
   DrawSurfaceRing(render, *camera_, pen.Pos, pen.Normal, pen.WorldRadius, 0xff40c0ffu);

@@ -5,11 +5,18 @@
 // picked on the mesh) -> PaintDabs (GeneralPen's radius, pressure, frame) ->
 // ApplyStroke -> samples -> composition -> UpdateDirtyFaces / PixelMap::Update
 // in the frame. The brush cursor is a ring on the surface under the pointer.
+// In the line stroke mode a drag draws a straight line from the press to the
+// release, previewed while dragging; in the curve mode clicks lay the nodes
+// of a curve that Enter applies. Each line or curve is laid with the pen's
+// spacing as one part of a stroke that stays open (one undo record a part,
+// later parts measured against the stroke's start) until the tool or the
+// mode changes.
 #pragma once
 #include <functional>
 #include <memory>
 
 #include "paint/GeneralPen.h"
+#include "paint/StrokePath.h"
 #include "paint/StrokeSpacer.h"
 #include "paint/stroke/PaintDabs.h"
 #include "shell/tools/BasicTool.h"
@@ -50,20 +57,29 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   void EndStroke() { Finish(); }
   // The last refusal ("PAINT_INVIS_LAYER"), empty when none.
   const char* Message() const { return message_; }
-  // The ring of the pen on the surface under the pointer; false off the mesh.
+  // The ring of the pen on the surface under the pointer, and the line or
+  // curve being drawn; false off the mesh.
   bool DrawBrushCursor(comms::cRender& render) const;
+  // The screen path the line or curve would be laid along now (the pointer
+  // as the curve's next node); empty when none is being drawn.
+  std::vector<ScreenPoint> PreviewPath() const;
+  // Nodes of the curve being built.
+  const std::vector<ScreenPoint>& CurveNodes() const { return curveNodes_; }
 
   const char* GetRoomName() override { return "Paint"; }
   bool UsesPenSettings() override { return true; }
   bool OnLMBDown() override;
   bool OnLMBUp() override;
   bool OnMouseMove() override;
+  // In the curve mode Enter applies the curve and Esc drops its nodes.
+  bool OnKey(int key) override;
   void FrameUpdate() override;
   void Deactivate() override;
   void OnSceneReset() override;
 
   // StrokeSurface: picks through the camera; projects to view pixels.
   bool Pick(float sx, float sy, SurfaceHit& hit) override;
+  bool PickNear(float sx, float sy, const float* near, SurfaceHit& hit) override;
   void Project(const float world[3], float& sx, float& sy) override;
 
  protected:
@@ -72,6 +88,14 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
  private:
   void Step();
   void Finish();
+  // Dabs and the stroke for a new press.
+  void BeginDabs();
+  // One dab (or mirrored copy) the stroke step or a path asks for.
+  void DabAt(const Dab& d);
+  // Lays the dabs of a line or curve as one part of the open stroke.
+  void ApplyPath(const std::vector<ScreenPoint>& path);
+  // The screen distance between dabs of a line or curve.
+  float PathSpacing() const;
 
   PaintScene* scene_ = nullptr;
   const comms::cViewer* camera_ = nullptr;
@@ -82,6 +106,10 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   const char* message_ = "";
   bool moved_ = false;
   uint32_t strokes_ = 0;
+  bool multiPart_ = false;  // a line or curve stroke is open
+  bool lineDown_ = false;   // a line is being dragged
+  ScreenPoint lineStart_, lineEnd_;
+  std::vector<ScreenPoint> curveNodes_;
 };
 
 // The default paint tool.

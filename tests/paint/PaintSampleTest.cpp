@@ -9,6 +9,7 @@
 #include "paint/PenShapes.h"
 #include "paint/layers/OneLayerInfo.h"
 #include "paint/stroke/PaintSample.h"
+#include "OneVertexSample.h"
 
 using comms::cVec3;
 
@@ -23,28 +24,9 @@ class EraseOnlyPen : public BasicPenShape {
   }
 };
 
-// One micro-vertex facing +z, seen from above, on layer 1; the frame scales
-// nothing by pressure and the depth unit is 1.
-struct OneVertex : ::testing::Test {
-  GeneralPenSaver saved;
-  StrokeFrame frame;
-  StrokeContext ctx;
-  MicroVertex mv;
-  LayerMicroVertex dest, backup;
-  OneLayerInfo layer;
-  VertexSample s;
+struct OneVertex : ::testing::Test, OneVertexSample {
   PaintSample paint;
 
-  void SetUp() override {
-    GeneralPen::Reset();
-    GeneralPen::DrawDepth = GeneralPen::DrawColor = GeneralPen::DrawSpecular = false;
-    frame.SetStrokeMode(kStrokeConstant);
-    frame.PenRadius = 1;
-    ctx.Frame = &frame, ctx.CurrentLayer = 1, ctx.UnitScale = 1;
-    mv.BaseNormal = mv.Normal = cVec3(0, 0, 1);
-    s.Vertex = &mv, s.Dest = &dest, s.Backup = &backup, s.Layer = &layer;
-    s.Normal = mv.Normal;  // the walk hands the sample a copy of the normal
-  }
   float Run(float px = 0, float py = 0) {
     s.PenX = px, s.PenY = py;
     return paint.Vertex(ctx, s, 1, 1);

@@ -444,3 +444,42 @@ TEST(StrokeWalk, ADabsPartialCompositionIsTheWholeOne) {
       }
   EXPECT_GT(raised, 50);
 }
+
+// The walk counts each face's freeze as it measures every sample: a face
+// frozen wholly, partly or not at all gets that state, and a face known to
+// be wholly frozen is not walked again.
+TEST(StrokeWalk, FreezeStateFollowsTheFreezeOfTheSamples) {
+  PenState pen;
+  SheetStroke s(4, 3);
+  const int n = 8;  // level 3: every sample is measured
+  ASSERT_EQ(s.scene.Faces[5].Nx, n);
+  for (int i = 0; i < n * n; i++) {
+    s.scene.Faces[5].Grid[i].Freeze = 1.0f;                    // wholly frozen
+    s.scene.Faces[6].Grid[i].Freeze = (i % n) < 3 ? 1.0f : 0;  // its left columns
+  }
+  // Stale states, as a freeze tool that did not tell would leave them (a
+  // face said to be wholly frozen is not walked, so not set right either).
+  s.scene.Faces[5].FreezeState = 0, s.scene.Faces[6].FreezeState = 0, s.scene.Faces[9].FreezeState = 1;
+  s.stroke.Begin();
+  s.stroke.ApplyStroke(PaintSample(), DabAt(s.scene, cVec3(2.0f, 1.5f, 0), 1.2f), SheetFace(4, 2.0f, 1.5f));
+  EXPECT_EQ(s.scene.Faces[5].FreezeState, 2);
+  EXPECT_EQ(s.scene.Faces[6].FreezeState, 1);
+  EXPECT_EQ(s.scene.Faces[9].FreezeState, 0);
+  // The frozen face took no depth; the partly frozen one only where free.
+  FaceLayer* frozen = s.scene.GetFaceLayer(5, s.scene.CurrentLayer, false);
+  for (int i = 0; frozen && i < n * n; i++) EXPECT_EQ(frozen->Data[i].Offset.Length(), 0.f) << i;
+  FaceLayer* part = s.scene.GetFaceLayer(6, s.scene.CurrentLayer, false);
+  ASSERT_NE(part, nullptr);
+  for (int y = 0; y < n; y++) {
+    EXPECT_EQ(part->Data[y * n + 1].Offset.Length(), 0.f);
+    EXPECT_GT(part->Data[y * n + 4].Offset.Length(), 0.f);
+  }
+  // Known wholly frozen, the face is not measured at all by the next dab.
+  const int64_t before = s.stroke.LastSamples;
+  s.scene.Faces[5].FreezeState = 0;
+  s.stroke.ApplyStroke(PaintSample(), DabAt(s.scene, cVec3(2.0f, 1.5f, 0), 1.2f), SheetFace(4, 2.0f, 1.5f));
+  EXPECT_EQ(s.stroke.LastSamples, before);  // state 0: measured again, same count
+  s.stroke.ApplyStroke(PaintSample(), DabAt(s.scene, cVec3(2.0f, 1.5f, 0), 1.2f), SheetFace(4, 2.0f, 1.5f));
+  EXPECT_EQ(s.stroke.LastSamples, before - n * n);
+  s.stroke.End();
+}
