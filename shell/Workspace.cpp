@@ -205,10 +205,13 @@ void Workspace::MakeDocks() {
   panel->SetContent(rows);
   DockableHeader* header = docks_->Float(panel, float(w) - ui.Px(320), y0 + ui.Px(40), ui.Px(300), ui.Px(420));
   docks_->Drop(header, {docks_->DockRoot(), 3, {}});
-  // The pen's values with their ramp buttons float over the view's lower left.
+  // The pen's values with their ramp buttons: a tab beside the navigation,
+  // so nothing covers the model at the start.
   BaseWidget* values = BuildPenValuesPanel(ui.Px(270));
-  docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(270),
-                values->H + ui.Px(DockableHeader::kCaption));
+  DockableHeader* valuesHeader =
+      docks_->Float(values, x0 + ui.Px(12), float(h) - values->H - ui.Px(DockableHeader::kCaption + 40), ui.Px(270),
+                    values->H + ui.Px(DockableHeader::kCaption));
+  docks_->Drop(valuesHeader, {header, -1, {}});
   if (view_.Tree()) MakeVoxelLayersWindow(*docks_, intf_.Tree(), view_, ui.Px(300), ui.Px(240));
   Tools().Hooks().LoadRoomLayout = [this](int room) {
     HotKeyRoom() = room;

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 
+#include "ClassEngine/DataFolder.h"
 #include "interface/TextTable.h"
 
 namespace fs = std::filesystem;
@@ -205,8 +206,7 @@ TEST_F(TextFixture, SymgenListsTheCharactersOfEveryLanguage) {
 // given twice (a merge of two lists once ran items together, and the table
 // kept only one of each pair).
 TEST(ShippedWords, EachItemHoldsOneKeyAndNoKeyComesTwice) {
-  const std::string here = __FILE__;
-  std::ifstream file(here.substr(0, here.rfind("/tests/")) + "/data/Languages/English.xml");
+  std::ifstream file(comms::DataFilePath("Languages/English.xml"));
   ASSERT_TRUE(file);
   const std::string text((std::istreambuf_iterator<char>(file)), {});
   std::set<std::string> keys;

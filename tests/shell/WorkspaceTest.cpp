@@ -175,6 +175,14 @@ TEST_F(WorkspaceTest, HoldingARampButtonGrowsThePenEveryFrameUntilLetGo) {
   GeneralPen::PenRadius = 10;
   BaseWidget* plus = TheWidgetTree().Root().FindWidget("$PEN_RADIUS_PLUS");
   ASSERT_NE(plus, nullptr);
+  // The values are a tab of the docked header on the right: shown first.
+  BaseWidget* tab = plus;
+  while (tab->ParentWidget() && !dynamic_cast<DockableHeader*>(tab->ParentWidget())) tab = tab->ParentWidget();
+  auto* header = dynamic_cast<DockableHeader*>(tab->ParentWidget());
+  ASSERT_NE(header, nullptr);
+  ASSERT_TRUE(header->ShowTab(tab->Name.cpchar()));
+  program_->TheShell().RunFrames(1);
+  ASSERT_TRUE(plus->Visible());
   auto event = [&](PlatformEvent::Type type, int key = -1) {
     PlatformEvent e;
     e.type = type;
