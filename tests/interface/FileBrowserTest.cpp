@@ -5,6 +5,8 @@
 // a save replaces a file.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -19,7 +21,10 @@ namespace fs = std::filesystem;
 namespace {
 
 struct Folder {
-  fs::path root = fs::temp_directory_path() / "morvane_file_browser";
+  // One folder per test and process: ctest runs the tests side by side.
+  fs::path root = fs::temp_directory_path() /
+                  ("morvane_file_browser_" + std::to_string(getpid()) + "_" +
+                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
   Folder() {
     fs::remove_all(root);
     fs::create_directories(root / "Sub");
