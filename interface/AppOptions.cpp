@@ -252,6 +252,10 @@ ClassArray<SliderState>& AppOptions::SliderStates() {
   static auto* list = new ClassArray<SliderState>;
   return *list;
 }
+ClassArray<CameraShortcut>& AppOptions::CameraShortcuts() {
+  static auto* list = new ClassArray<CameraShortcut>;
+  return *list;
+}
 ClassArray<FolderState>& AppOptions::FolderStates() {
   static auto* list = new ClassArray<FolderState>;
   return *list;
@@ -287,6 +291,7 @@ void AppOptions::RegisterOwnMembers() {
   AddStatic("ClassArray.WindowPos", WindowStates(), "WindowStates");
   AddStatic("ClassArray.SliderState", SliderStates(), "SliderStates");
   AddStatic("ClassArray.FolderState", FolderStates(), "FolderStates");
+  AddStatic("ClassArray.CameraShortcut", CameraShortcuts(), "CameraShortcuts");
 }
 
 void OptForm::RegisterOwnMembers() {

@@ -61,6 +61,32 @@ class WindowPos : public BaseClass {
   }
 };
 
+// A stored view of the camera: its pivot, distance, turn and lens.
+class CameraShortcut : public BaseClass {
+ public:
+  _str Name;
+  float Center[3] = {0, 0, 0};
+  float ToEye = 100;
+  float Orient[4] = {0, 0, 0, 1};  // x, y, z, w
+  float Fov = 67.5f;
+  bool Perspective = true;
+  float OrthoScale = 2000;
+  MV_CLASS(CameraShortcut, BaseClass) {
+    Member("_str", Name, "Name");
+    Member("_float", Center[0], "CenterX");
+    Member("_float", Center[1], "CenterY");
+    Member("_float", Center[2], "CenterZ");
+    Member("_float", ToEye, "ToEye");
+    Member("_float", Orient[0], "OrientX");
+    Member("_float", Orient[1], "OrientY");
+    Member("_float", Orient[2], "OrientZ");
+    Member("_float", Orient[3], "OrientW");
+    Member("_float", Fov, "Fov");
+    Member("_bool", Perspective, "Perspective");
+    Member("_float", OrthoScale, "OrthoScale");
+  }
+};
+
 // Values of the "_index" options (their enumerators carry these names).
 enum WheelAction : int {
   WHEEL_CHANGE_RADIUS,
@@ -171,6 +197,7 @@ class AppOptions : public OptionStatics {
   static ClassArray<WindowPos>& WindowStates();
   static ClassArray<SliderState>& SliderStates();
   static ClassArray<FolderState>& FolderStates();
+  static ClassArray<CameraShortcut>& CameraShortcuts();
   // The folder and scroll states of the widgets into the lists, and back.
   static void CaptureWidgetStates();
   static void RestoreWidgetStates();

@@ -85,6 +85,7 @@ bool LoadOptions() {
   AppOptions::WindowStates().Clear();
   AppOptions::SliderStates().Clear();
   AppOptions::FolderStates().Clear();
+  AppOptions::CameraShortcuts().Clear();
   const std::string path = UserFilePath("Options.xml");
   XmlNode tree;
   bool good = false;

@@ -26,6 +26,7 @@
 #include "paint/scene/PaintScene.h"
 #include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
+#include "shell/CameraViews.h"
 #include "shell/Interface.h"
 #include "shell/SurfaceModeCommands.h"
 #include "shell/RecentFiles.h"
@@ -396,6 +397,23 @@ void Workspace::RegisterCommands() {
   RegisterCommand("VIEW_GRID", {[this] { shell_.Settings().ShowGrid = !shell_.Settings().ShowGrid; }, {}});
   RegisterCommand("VIEW_WIREFRAME", {[this] { shell_.Settings().Wireframe = !shell_.Settings().Wireframe; }, {}});
   RegisterCommand("VIEW_FULLSCREEN", {[this] { shell_.SetFullScreenWanted(!shell_.Window().IsFullScreen()); }, {}});
+  // Stored views of the camera, kept in the options.
+  auto haveViews = [] { return AppOptions::CameraShortcuts().GetAmount() > 0; };
+  RegisterCommand("VIEW_STORE_CAMERA", {[this] {
+                                          StoreCameraView(view_.Camera());
+                                          SaveOptions();
+                                        },
+                                        {}});
+  RegisterCommand("VIEW_NEXT_CAMERA", {[this] {
+                                         if (NextCameraView(view_.Camera(), cameraView_)) shell_.FrameIn(0);
+                                       },
+                                       haveViews});
+  RegisterCommand("VIEW_FORGET_CAMERAS", {[this] {
+                                            AppOptions::CameraShortcuts().Clear();
+                                            cameraView_ = -1;
+                                            SaveOptions();
+                                          },
+                                          haveViews});
   // The layout commands: one page, every room's page with the options, and hot keys.
   RegisterCommand("LAYOUT_SAVE_PAGE", {[this] {
                                          DocksLayout layout;
@@ -470,6 +488,8 @@ void Workspace::BuildMenu() {
   bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
                                       {"EDIT_HOTKEYS", ""}}});
   bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
+                                      {"VIEW_STORE_CAMERA", ""}, {"VIEW_NEXT_CAMERA", ""}, {"VIEW_FORGET_CAMERAS", ""},
+                                      {"", ""},
                                       {"LAYOUT_RESET_PAGE", ""}, {"LAYOUT_RESET_ALL_PAGES", ""}, {"LAYOUT_SAVE_PAGE", ""},
                                       {"LAYOUT_LOAD_PAGE", ""}, {"LAYOUT_SAVE_WORKSPACE", ""},
                                       {"LAYOUT_LOAD_WORKSPACE", ""}, {"LAYOUT_SAVE_HOTKEYS", ""},

@@ -65,6 +65,7 @@ class Workspace {
   // The voxel menu's whole-volume commands; their parameters last the run.
   VolumeCommands volumeCommands_;
   WidgetHandle menu_;
+  int cameraView_ = -1;  // the stored camera view shown last
   float menuWidth_ = 0;
   std::unique_ptr<Docks> docks_;
   // Once a frame (a widget of layer 2): keeps the navigation's view size,

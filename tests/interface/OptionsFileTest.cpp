@@ -116,6 +116,11 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
   place->Width = 221, place->Height = 207, place->PopupX = 413, place->PopupY = 377;
   place->EnableTopmost = false;
   AppOptions::WindowStates().Add(place);
+  auto* view = new CameraShortcut;
+  view->Name = "Three quarters";
+  view->Center[1] = -4.5f, view->ToEye = 230, view->Orient[1] = 0.38f, view->Orient[3] = 0.92f;
+  view->Perspective = false, view->Fov = 40;
+  AppOptions::CameraShortcuts().Add(view);
   AppOptions::CaptureWidgetStates();
   const auto saved = Values();
   // Texture handles need a renderer to name their files; all else must move.
@@ -131,6 +136,7 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
   HotKeyList().Clear();
   AppOptions::RecentFiles().Clear();
   AppOptions::WindowStates().Clear();
+  AppOptions::CameraShortcuts().Clear();
   SetScrollPosition("TOOL_PARAM1", 0);
   SetFolderOpen("OPT_THEME", true);
   EXPECT_TRUE(LoadOptions());
@@ -151,6 +157,16 @@ TEST_F(OptionsFileTest, EveryOptionSurvivesSaveAndLoad) {
   EXPECT_EQ(back.PopupX, 413.0f);
   EXPECT_EQ(back.PopupY, 377.0f);
   EXPECT_FALSE(back.EnableTopmost);
+  ASSERT_EQ(AppOptions::CameraShortcuts().GetAmount(), 1);
+  const CameraShortcut& v = *AppOptions::CameraShortcuts()[0];
+  EXPECT_STREQ(v.Name.cpchar(), "Three quarters");
+  EXPECT_EQ(v.Center[1], -4.5f);
+  EXPECT_EQ(v.ToEye, 230.f);
+  EXPECT_EQ(v.Orient[1], 0.38f);
+  EXPECT_EQ(v.Orient[3], 0.92f);
+  EXPECT_FALSE(v.Perspective);
+  EXPECT_EQ(v.Fov, 40.f);
+  AppOptions::CameraShortcuts().Clear();
   SetFolderOpen("OPT_THEME", true);
 }
 

@@ -520,3 +520,33 @@ TEST_F(WorkspaceTest, AVoxelModesFileQuestionOffersItsDefaultThenTheLastChoice) 
   EXPECT_EQ(box->Listing.Folder() + "/", Home(""));
   EXPECT_EQ(Workspace::ExtensionsOfMasks("*.tga;*.BMP;*.*"), (std::vector<std::string>{"tga", "bmp"}));
 }
+
+TEST_F(WorkspaceTest, AStoredViewBringsTheCameraBackAndIsKeptInTheOptions) {
+  AppOptions::CameraShortcuts().Clear();
+  const Command* store = FindCommand("VIEW_STORE_CAMERA");
+  const Command* next = FindCommand("VIEW_NEXT_CAMERA");
+  const Command* forget = FindCommand("VIEW_FORGET_CAMERAS");
+  ASSERT_TRUE(store && next && forget);
+  EXPECT_FALSE(next->Enabled()) << "nothing stored yet";
+  comms::cFreeViewer& camera = program_->View().Camera();
+  camera.Rotate(40, 10);
+  camera.Update();
+  const comms::cVec3 stored = camera.Pos;
+  store->Run();
+  ASSERT_EQ(AppOptions::CameraShortcuts().GetAmount(), 1);
+  EXPECT_STREQ(AppOptions::CameraShortcuts()[0]->Name.cpchar(), "View 1");
+  // Kept in the options file at once.
+  AppOptions::CameraShortcuts().Clear();
+  ASSERT_TRUE(LoadOptions());
+  ASSERT_EQ(AppOptions::CameraShortcuts().GetAmount(), 1);
+  camera.Rotate(-90, 30);
+  camera.Pan(25, -10);
+  camera.Update();
+  EXPECT_GT((camera.Pos - stored).Length(), 1.f);
+  ASSERT_TRUE(next->Enabled());
+  next->Run();
+  EXPECT_LT((camera.Pos - stored).Length(), 1e-3f);
+  forget->Run();
+  EXPECT_EQ(AppOptions::CameraShortcuts().GetAmount(), 0);
+  EXPECT_FALSE(next->Enabled());
+}
