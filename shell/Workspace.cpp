@@ -485,8 +485,8 @@ void Workspace::BuildMenu() {
                         "FILE_QUIT"})
     file.Items.push_back({c, ""});
   bar->Menus.push_back(file);
-  bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"EDIT_OPTIONS", ""},
-                                      {"EDIT_HOTKEYS", ""}}});
+  bar->Menus.push_back({"MENU_EDIT", {{"EDIT_UNDO", ""}, {"EDIT_REDO", ""}, {"", ""}, {"PEN_RADIUS_NARROWER", ""},
+                                      {"PEN_RADIUS_WIDER", ""}, {"", ""}, {"EDIT_OPTIONS", ""}, {"EDIT_HOTKEYS", ""}}});
   bar->Menus.push_back({"MENU_VIEW", {{"VIEW_GRID", ""}, {"VIEW_WIREFRAME", ""}, {"VIEW_FULLSCREEN", ""}, {"", ""},
                                       {"VIEW_STORE_CAMERA", ""}, {"VIEW_NEXT_CAMERA", ""}, {"VIEW_FORGET_CAMERAS", ""},
                                       {"", ""},
