@@ -22,7 +22,7 @@ const VoxModeInfo kModes[kVoxModeCount] = {
     {22, "SCULP_WRAP", "*Adjust", true},     {23, "SCULPT_AXIAL", "*Adjust", true},
     {24, "SCULPT_BARELIEF", "*Adjust", true}, {25, "SCULPT_LOGO", "*Objects", true},
     {26, "SCULPT_CUTNCLONE", "*Objects", true}, {27, "SCULPT_RECTSPLIT", "*Objects", true},
-    {28, "SCULP_MERGE", "*Objects", false},   {29, "SCULP_SKETCH", "*Objects", true},
+    {28, "SCULP_MERGE", "*Objects", true},   {29, "SCULP_SKETCH", "*Objects", true},
     {30, "SCULP_CURVES", "*Objects", false},  {31, "SCULP_SPSTROKE", "*Objects", false},
     {32, "SCULP_FREESP", "*Objects", false},  {33, "SCULP_TUBE", "*Objects", false},
     {34, "SCULP_MUSCLE", "*Objects", false},  {35, "SCULP_PRIM", "*Objects", false},

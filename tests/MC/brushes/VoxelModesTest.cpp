@@ -171,7 +171,7 @@ TEST(VoxelModeDirection, LaterModesSayTheyAreNotAvailable) {
   FillVolume(v, SphereShape(0, 0, 0, 10));
   VoxelBrushSettings settings;
   VoxelSculptStroke stroke(settings);
-  for (int tool : {SCULP_MERGE, SCULP_PRIM, SCULP_CURVES, SCULP_CLOTH, SCULP_TUBE}) {
+  for (int tool : {SCULP_PRIM, SCULP_CURVES, SCULP_CLOTH, SCULP_TUBE}) {
     stroke.Tool = tool;
     const VolumeSnapshot before = Snapshot(v);
     EXPECT_FALSE(stroke.Begin(v, OnSphere(0, 0, 10, 3), 1));
