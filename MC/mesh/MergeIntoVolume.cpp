@@ -296,7 +296,8 @@ bool RasteriseCell(VoxelCell* cell, const CellKey& key, const SpanColumns& col, 
 
 }  // namespace
 
-void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo) {
+bool MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo,
+                     const std::function<bool(int64_t done, int64_t total)>& stop) {
   StageTimer steps;
   if (!collector.Rays[0].empty() || !collector.Rays[1].empty() || !collector.Rays[2].empty())
     collector.BuildAllSpans();
@@ -329,13 +330,20 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
   const SpanColumns columns(collector);
   std::vector<uint8_t> changed(cells.size(), 0);
   const int threads = UsingProcessors();
-  RunSection(threads, [&](int t) {
-    for (size_t i = (size_t)t; i < cells.size(); i += (size_t)threads)
-      changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
-  });
+  // In parts, so that a long merge can say how far it is and be stopped; the
+  // cells of a part are dealt to the threads as a whole merge would deal them.
+  const size_t part = std::max<size_t>(1, stop ? (cells.size() + 19) / 20 : cells.size());
+  for (size_t from = 0; from < cells.size(); from += part) {
+    const size_t to = std::min(cells.size(), from + part);
+    RunSection(threads, [&](int t) {
+      for (size_t i = from + (size_t)t; i < to; i += (size_t)threads)
+        changed[i] = RasteriseCell(cells[i].cell, cells[i].key, columns, mode, band) ? 1 : 0;
+    });
+    for (size_t i = from; i < to; ++i)
+      if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
+    if (stop && stop(int64_t(to), int64_t(cells.size()))) return false;
+  }
   steps.End("Merge2-2");
-  for (size_t i = 0; i < cells.size(); ++i)
-    if (changed[i]) target.MarkDirty(cells[i].key.x, cells[i].key.y, cells[i].key.z, false);
 
   if (mode == kMergeIntersect) {
     std::vector<CellKey> outside;
@@ -354,6 +362,7 @@ void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mod
     }
   }
   steps.End("Merge2-3");
+  return true;
 }
 
 bool IsNegativePart(const std::string& name) { return name.find("_negative") != std::string::npos; }

@@ -3,6 +3,8 @@
 // comes from the distances to the nearest crossing along the three axes, so
 // only cells near a crossing are computed; deep cells come out uniform.
 #pragma once
+#include <cstdint>
+#include <functional>
 #include <string>
 
 #include "MC/mesh/TriangleCollector.h"
@@ -15,7 +17,11 @@ enum MergeMode { kMergeUnion = 0, kMergeSubtract = 1, kMergeIntersect = 2 };
 // (max), subtraction (min with the complement) or intersection (min; cells
 // away from the mesh are emptied). Changed cells are marked dirty; the caller
 // updates the surface. Cells flagged kCellMark are left as they are.
-void MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo);
+// `stop`, when given, is told how many of the cells are done after each
+// part of the work; true stops there and the call returns false, leaving the
+// cells done so far changed (restore them from their undo copies).
+bool MergeIntoVolume(TriangleCollector& collector, VolumeObject& target, int mode, bool keepUndo,
+                     const std::function<bool(int64_t done, int64_t total)>& stop = nullptr);
 
 // Merges a mesh transformed by `matrix` (row vectors, into the volume's
 // lattice; null for none). With respectNegative, parts whose name holds

@@ -5,6 +5,7 @@
 #include "MC/mcubes/WeldedMesh.h"
 #include "MC/mesh/MergeIntoVolume.h"
 
+#include <algorithm>
 #include <vector>
 
 void CollectSurface(VolumeObject& volume, const float* m, float offset, TriangleCollector& collector) {
@@ -26,9 +27,12 @@ void CollectSurface(VolumeObject& volume, const float* m, float offset, Triangle
                           &moved[surface.Indices[t + 2] * 3]);
 }
 
-void OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo) {
+bool OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo,
+                   const OffsetProgress& progress) {
   TriangleCollector collector;
   CollectSurface(volume, nullptr, distance, collector);
+  // Reading the surface is the first tenth of the way; the merge the rest.
+  if (progress && progress(1, 10)) return false;
   if (clearFirst && keepUndo) {
     // Every cell is about to be emptied: each keeps its copy for the record.
     std::vector<CellKey> keys;
@@ -36,13 +40,21 @@ void OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFir
     for (const CellKey& k : keys) volume.GetCell(k.x, k.y, k.z, false, true);
   }
   if (clearFirst) volume.ClearVoxels();
-  MergeIntoVolume(collector, volume, mode, keepUndo);
+  std::function<bool(int64_t, int64_t)> stop;
+  if (progress && keepUndo)
+    stop = [&](int64_t done, int64_t total) { return progress(1 + 9 * done / std::max<int64_t>(1, total), 10); };
+  if (!MergeIntoVolume(collector, volume, mode, keepUndo, stop)) {
+    volume.RestoreUndoCopies();
+    volume.UpdateSurface();
+    return false;
+  }
+  return true;
 }
 
-void ExtrudeVO(VolumeObject& volume, float extrusion, bool keepUndo) {
-  OffsetSurface(volume, extrusion, kMergeUnion, true, keepUndo);
+bool ExtrudeVO(VolumeObject& volume, float extrusion, bool keepUndo, const OffsetProgress& progress) {
+  return OffsetSurface(volume, extrusion, kMergeUnion, true, keepUndo, progress);
 }
 
-void MakeSurfHull(VolumeObject& volume, float edgeThickness, bool keepUndo) {
-  OffsetSurface(volume, -edgeThickness, kMergeSubtract, false, keepUndo);
+bool MakeSurfHull(VolumeObject& volume, float edgeThickness, bool keepUndo, const OffsetProgress& progress) {
+  return OffsetSurface(volume, -edgeThickness, kMergeSubtract, false, keepUndo, progress);
 }

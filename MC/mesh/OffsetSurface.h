@@ -2,8 +2,14 @@
 // back: extrusion (the solid grown outward) and the surface hull (a wall of
 // chosen thickness left inside the old surface).
 #pragma once
+#include <cstdint>
+#include <functional>
 
 class TriangleCollector;
+class VolumeObject;
+
+// Told how far a long offset is (done of total); true stops it.
+using OffsetProgress = std::function<bool(int64_t done, int64_t total)>;
 class VolumeObject;
 
 // Adds the volume's surface (updated first) to the collector, each vertex
@@ -13,11 +19,14 @@ void CollectSurface(VolumeObject& volume, const float* matrix, float offset, Tri
 
 // Every surface vertex moves `distance` voxels outward (negative: inward);
 // the moved triangles merge with `mode` (see MergeIntoVolume.h), into an
-// emptied volume when clearFirst.
-void OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo = false);
+// emptied volume when clearFirst. With `progress`, a stop there gives the
+// volume back as it was (it needs keepUndo) and returns false.
+bool OffsetSurface(VolumeObject& volume, float distance, int mode, bool clearFirst, bool keepUndo = false,
+                   const OffsetProgress& progress = nullptr);
 
 // The solid replaced by its outer offset.
-void ExtrudeVO(VolumeObject& volume, float extrusion, bool keepUndo = false);
+bool ExtrudeVO(VolumeObject& volume, float extrusion, bool keepUndo = false, const OffsetProgress& progress = nullptr);
 
 // The inner offset subtracted: a hollow shell with walls `edgeThickness` thick.
-void MakeSurfHull(VolumeObject& volume, float edgeThickness, bool keepUndo = false);
+bool MakeSurfHull(VolumeObject& volume, float edgeThickness, bool keepUndo = false,
+                  const OffsetProgress& progress = nullptr);

@@ -44,10 +44,15 @@ bool VolumeCommands::Run(const std::string& word, VolumeObject& volume, const st
     MakeVoxHull(volume, (int)std::ceil(Hull.EdgeThickness) + 1, true);
   } else if (word == "MakeSurfHull") {
     if (!asked(Hull, "EnterHullParams")) return false;
-    MakeSurfHull(volume, Hull.EdgeThickness, true);
+    // Esc stops it and gives the volume back as it was.
+    if (!MakeSurfHull(volume, Hull.EdgeThickness, true,
+                      [](int64_t done, int64_t total) { return ReportProgress("MakeSurfHull", done, total); }))
+      return false;
   } else if (word == "ExtrudeVO") {
     if (!asked(Extrude, "EnterExtrudeParams")) return false;
-    ExtrudeVO(volume, Extrude.Extrusion, true);
+    if (!ExtrudeVO(volume, Extrude.Extrusion, true,
+                   [](int64_t done, int64_t total) { return ReportProgress("ExtrudeVO", done, total); }))
+      return false;
   } else if (word == "MergeCloud") {
     std::unique_ptr<BasicCloud> reader = ReaderFor(path);
     if (!reader || !asked(Cloud, "PointsCloudParams")) return false;

@@ -11,6 +11,7 @@
 #include "ClassEngine/Progress.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/mesh/OffsetSurface.h"
 #include "MC/mesh/VolumeCommands.h"
 #include "MC/undo/VolumeUndo.h"
 #include "../undo/VolumePicture.h"
@@ -144,4 +145,39 @@ TEST_F(VolumeCommandsFixture, CloudPointsBecomeSpheresAndEscStopsKeepingWhatWasM
   EXPECT_GE(commands.CloudPoints, 1);
   EXPECT_LT(commands.CloudPoints, all);
   EXPECT_GT(stopped.CellCount(), 0);
+}
+
+TEST_F(VolumeCommandsFixture, SurfaceHullAndExtrusionShowHowFarTheyAreAndEscGivesTheVolumeBack) {
+  Answer(true, [](BaseClass&) {});
+  const std::string before = VolumePicture(volume);
+  for (const std::string word : {"MakeSurfHull", "ExtrudeVO"}) {
+    SCOPED_TRACE(word);
+    // Esc after the third report: nothing is left changed and nothing recorded.
+    int reports = 0;
+    SetProgressHandler([&](const char* key, int64_t, int64_t) {
+      EXPECT_EQ(std::string(key), word);
+      return ++reports == 3;
+    });
+    EXPECT_FALSE(commands.Run(word, volume, {}));
+    EXPECT_EQ(reports, 3);
+    EXPECT_TRUE(SamePicture(VolumePicture(volume), before));
+    EXPECT_EQ(volume.UndoCopies, 0);
+    EXPECT_EQ(stack.UndoPosition, 0);
+  }
+  // Run through, the reports climb to the whole, and the result is the one
+  // a run without a bar gives.
+  VolumeObject quiet;
+  FillVolume(quiet, SphereShape(0.3f, -0.2f, 0.1f, 14.3f));
+  MakeSurfHull(quiet, commands.Hull.EdgeThickness);
+  quiet.UpdateSurface();
+  int64_t last = 0, total = 0;
+  SetProgressHandler([&](const char*, int64_t done, int64_t all) {
+    EXPECT_GE(done, last);
+    last = done, total = all;
+    return false;
+  });
+  ASSERT_TRUE(commands.Run("MakeSurfHull", volume, {}));
+  EXPECT_EQ(last, total);
+  EXPECT_TRUE(SamePicture(VolumePicture(volume), VolumePicture(quiet)));
+  ExpectUndoneByteForByte(before);
 }
