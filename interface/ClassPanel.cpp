@@ -2,6 +2,8 @@
 // ClassPanel.h. Row behaviour (edits, entries, pickers) is in ClassRow.cpp.
 #include "interface/ClassPanel.h"
 
+#include "ClassEngine/TextLookup.h"
+
 #include <cstring>
 #include <string>
 
@@ -90,7 +92,11 @@ void BuildCompoundRows(BaseWidget* parent, float rect[4], BaseClass* obj);
 void BuildFolder(BaseWidget* parent, float rect[4], const RowName& rn, BaseClass* obj, const char* member) {
   UiContext& ui = Ui();
   std::string key = std::string(member ? member : "") + "@" + obj->GetClassName();
-  auto* folder = new WidgetsFolder(key.c_str(), Text(rn.label.c_str()), rect[2], true);
+  // A named object (a list's element) is titled by its own name.
+  const _str* own = obj->IsNamed() ? obj->GetObjectName() : nullptr;
+  const char* ownWords = own && !own->IsEmpty() ? LookupText(own->cpchar()) : nullptr;
+  const char* title = ownWords ? ownWords : own && !own->IsEmpty() ? own->cpchar() : Text(rn.label.c_str());
+  auto* folder = new WidgetsFolder(key.c_str(), title, rect[2], true);
   folder->X = rect[0];
   folder->Y = rect[1] + rect[3];
   parent->AddChild(folder);

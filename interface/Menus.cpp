@@ -19,6 +19,8 @@ TextMenu::TextMenu() {
 void TextMenu::SetItems(const std::vector<std::string>& items) {
   Items = items;
   H = Ui().Px(kItemHeight) * float(std::max<size_t>(1, Items.size()));
+  // Wide enough for its longest item.
+  for (const std::string& item : Items) W = std::max(W, Ui().TextWidth(item.c_str()) + Ui().Px(16));
 }
 
 void TextMenu::FitColumns(float height, float columnW) {

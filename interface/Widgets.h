@@ -106,6 +106,7 @@ class TextMenu : public BaseWidget {
   int Rows = 0;  // items per column; 0: one column of them all
   MV_CLASS(TextMenu, BaseWidget) {}
   TextMenu();
+  // Takes the items; the list grows to hold them, as wide as the longest.
   void SetItems(const std::vector<std::string>& items);
   // Wraps the items into columns of at most `height` pixels, each `columnW`
   // wide, and sizes the list to them.

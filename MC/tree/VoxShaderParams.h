@@ -52,6 +52,9 @@ class ExShaderParam : public BaseClass {
     Member("_bool", BoolParam, "BoolParam");
     Member("_str", Texture, "Texture");
   }
+  // Its panel's title: the short name the shader gives the variable.
+  _str* GetObjectName() override { return ShortName.IsEmpty() ? &ID : &ShortName; }
+  bool IsNamed() override { return true; }
   // The panel shows only the value rows that the kind uses.
   int GetAmountOfEditableElements(void* ptr, int flags) override;
   int GetEditableElementIndex(int row, void* ptr, int flags) override;
