@@ -4,6 +4,7 @@
 // button reaching the renderer. The pictures need the headless GL context;
 // they skip, saying why, without it.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -46,12 +47,18 @@ struct StartedView {
 class ViewSettings : public ::testing::Test {
  protected:
   void SetUp() override {
-    home_ = std::filesystem::temp_directory_path() / "morvane-view-settings";
+    // A folder per test and process: ctest runs the cases side by side.
+    home_ = std::filesystem::temp_directory_path() /
+            ("morvane-view-settings-" + std::to_string(getpid()) + "-" +
+             ::testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::remove_all(home_);
     setenv("MORVANE_HOME", home_.c_str(), 1);
     fake_.SetClientSize(241, 163);  // odd sizes: a shifted row shows
   }
-  void TearDown() override { std::filesystem::remove_all(home_); }
+  void TearDown() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(home_, ignored);
+  }
 
   // Starts the shell with the settings file `settings`.
   bool Start(Shell& shell, const std::string& settings) {

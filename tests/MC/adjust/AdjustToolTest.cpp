@@ -9,6 +9,7 @@
 
 #include <cmath>
 
+#include "../brushes/ToolTableKit.h"
 #include "AdjustTestKit.h"
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/adjust/Measure.h"
@@ -52,12 +53,8 @@ struct AdjustFixture : ::testing::Test {
     GeneralPen::PenRadius = 30.f;
     cam.ViewRect = comms::cRect{0, 0, 641, 479};
     cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
-    ToolProviders providers;
-    RegisterVoxelTools(providers);
-    RegisterStandardTools(table, providers);
-    tool = FindVoxelTool(table);
+    tool = CurrentVoxelTool(table);
     ASSERT_NE(tool, nullptr);
-    table.SetCurrentTool("VOX_SCULPT_TOOL");
     MakeSphere(volume, 28.f);
     tool->SetScene(&volume, &cam);
     // The undo hook: it keeps what the edit made, then takes the record's

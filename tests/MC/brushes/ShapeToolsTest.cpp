@@ -12,6 +12,7 @@
 #include <sstream>
 #include <vector>
 
+#include "ToolTableKit.h"
 #include "BrushTestKit.h"
 #include "FrontCamera.h"
 #include "ClassEngine/DataFolder.h"
@@ -60,12 +61,8 @@ struct ShapeToolFixture : ::testing::Test {
     GeneralPen::CurrentPenPtr = &pen;
     GeneralPen::DeepDegree = 0.5f;
     GeneralPen::PenRadius = 30.f;
-    ToolProviders providers;
-    RegisterVoxelTools(providers);
-    RegisterStandardTools(table, providers);
-    tool = FindVoxelTool(table);
+    tool = CurrentVoxelTool(table);
     ASSERT_NE(tool, nullptr);
-    table.SetCurrentTool("VOX_SCULPT_TOOL");
     row = tree.AddVolume(nullptr, nullptr, "Head");
     volume = row->Volume;
     volume->ClearVoxels();

@@ -5,6 +5,7 @@
 // surface tool outside surface mode writes the voxels at pen-up.
 #include <gtest/gtest.h>
 
+#include "ToolTableKit.h"
 #include "BrushTestKit.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "render/Viewer.h"
@@ -29,12 +30,8 @@ struct SurfaceSwitch : ::testing::Test {
     GeneralPen::PenRadius = 40.f;
     cam.ViewRect = comms::cRect{0, 0, 640, 480};
     cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
-    ToolProviders providers;
-    RegisterVoxelTools(providers);
-    RegisterStandardTools(table, providers);
-    tool = FindVoxelTool(table);
+    tool = CurrentVoxelTool(table);
     ASSERT_NE(tool, nullptr);
-    table.SetCurrentTool("VOX_SCULPT_TOOL");
     FillVolume(volume, SphereShape(0, 0, 0, 28));
     volume.UpdateSurface();
     tool->SetScene(&volume, &cam);

@@ -11,6 +11,7 @@
 #include <vector>
 #include <tuple>
 
+#include "ToolTableKit.h"
 #include "BrushTestKit.h"
 #include "ClassEngine/xml/ErrorCollector.h"
 #include "ClassEngine/xml/XmlNode.h"
@@ -67,12 +68,8 @@ struct ToolFixture : ::testing::Test {
     GeneralPen::CurrentPenPtr = &pen;
     GeneralPen::DeepDegree = 0.5f;
     GeneralPen::PenRadius = 30.f;
-    ToolProviders providers;
-    RegisterVoxelTools(providers);
-    RegisterStandardTools(table, providers);
-    tool = FindVoxelTool(table);
+    tool = CurrentVoxelTool(table);
     ASSERT_NE(tool, nullptr);
-    table.SetCurrentTool("VOX_SCULPT_TOOL");
     ASSERT_EQ(table.CurrentTool(), tool);
     MakeSphere(volume);
     tool->SetScene(&volume, &cam);

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "../brushes/ToolTableKit.h"
 #include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Threader.h"
 #include "ClassEngine/UserPaths.h"
@@ -64,12 +65,8 @@ struct ObjectTools : UserFolderTest {
     GeneralPen::PenRadius = 30.f;
     cam.ViewRect = comms::cRect{0, 0, 640, 480};
     cam.SetHome(comms::cVec3(0, 0, 0), 100.f, comms::cQuat());
-    ToolProviders providers;
-    RegisterVoxelTools(providers);
-    RegisterStandardTools(table, providers);
-    tool = FindVoxelTool(table);
+    tool = CurrentVoxelTool(table);
     ASSERT_NE(tool, nullptr);
-    table.SetCurrentTool("VOX_SCULPT_TOOL");
     FillVolume(volume, SphereShape(0, 0, 0, 28));
     volume.UpdateSurface();
     volume.DropUndoCopies();
