@@ -323,8 +323,12 @@ bool VoxTreePanel::MenuPicked() {
   bool done = RunCommand ? RunCommand(row, command, target, message)
                          : RunVoxTreeCommand(*Tree, &row, command, target, -1, &message);
   if (!done && !message.empty() && ShowMessage) ShowMessage(message);
-  if (done) Changed();
-  return done;
+  if (!done) return false;
+  // Rows a command consumed (deleted, moved or combined into another) go
+  // now, with their volumes, so their memory comes back.
+  if (Tree) Tree->PurgeRemoved();
+  Changed();
+  return true;
 }
 
 void VoxTreePanel::DrawRow(const Row& r, int index, bool current) {

@@ -260,9 +260,12 @@ TEST_F(VoxTreePanelFixture, TheContextMenuRunsRowCommandsAndTheirTargetLists) {
   EXPECT_EQ(std::count(targets.begin(), targets.end(), "Parts"), 0) << "a folder takes no boolean";
   const int at = int(std::find(targets.begin(), targets.end(), "Volume1") - targets.begin());
   ASSERT_LT(at, int(targets.size()));
+  const size_t volumes = tree.VolumeList.size();
   EXPECT_TRUE(panel->PickMenuItem(at));
-  EXPECT_TRUE(copy->Removed);
-  EXPECT_EQ(RowOf(copy), -1);
+  // The consumed row goes at once, with its volume.
+  EXPECT_EQ(tree.FindByName("Volume2_copy"), nullptr);
+  EXPECT_EQ(tree.VolumeList.size(), volumes - 1);
+  EXPECT_NE(tree.CurrentVolume, nullptr);
 
   // A refused command shows its reason.
   std::string shown;
