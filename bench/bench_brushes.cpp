@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "BrushBench.h"
 #include "ClassEngine/Threader.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/mcubes/VolumeFill.h"
@@ -15,15 +16,7 @@
 namespace {
 constexpr float kSphere = 200.f;
 
-VolumeObject& Sphere() {
-  static VolumeObject* v = [] {
-    auto* vol = new VolumeObject;
-    FillVolume(*vol, SphereShape(0, 0, 0, kSphere));
-    vol->UpdateSurface();
-    return vol;
-  }();
-  return *v;
-}
+VolumeObject& Sphere() { return SphereVolume(kSphere); }
 
 PenPoint Top(float x, float radius) {
   PenPoint p;
@@ -33,12 +26,7 @@ PenPoint Top(float x, float radius) {
   return p;
 }
 
-void SetUp() {
-  ThreadOptions::MaxProcessorsToBeUsed = 2;
-  static SimplePen pen;
-  GeneralPen::CurrentPenPtr = &pen;
-  GeneralPen::DeepDegree = 0.5f;
-}
+void SetUp() { BrushBenchSetUp(); }
 
 // One click of the carve tool, then the frame's surface update.
 void BM_DabToRenderGroups(benchmark::State& state) {

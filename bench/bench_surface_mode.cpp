@@ -7,6 +7,7 @@
 
 #include <cmath>
 
+#include "BrushBench.h"
 #include "ClassEngine/Threader.h"
 #include "MC/brushes/VoxelStroke.h"
 #include "MC/mcubes/VolumeFill.h"
@@ -18,15 +19,7 @@
 namespace {
 constexpr float kSphere = 260.f;
 
-VolumeObject& Sphere() {
-  static VolumeObject* v = [] {
-    auto* vol = new VolumeObject;
-    FillVolume(*vol, SphereShape(0, 0, 0, kSphere));
-    vol->UpdateSurface();
-    return vol;
-  }();
-  return *v;
-}
+VolumeObject& Sphere() { return SphereVolume(kSphere); }
 
 int64_t Triangles(VolumeObject& v) {
   int64_t n = 0;
@@ -44,12 +37,7 @@ PenPoint Top(float radius) {
   return p;
 }
 
-void SetUp() {
-  ThreadOptions::MaxProcessorsToBeUsed = 2;
-  static SimplePen pen;
-  GeneralPen::CurrentPenPtr = &pen;
-  GeneralPen::DeepDegree = 0.5f;
-}
+void SetUp() { BrushBenchSetUp(); }
 
 void Dab(benchmark::State& state, int tool, bool surfaceMode) {
   SetUp();

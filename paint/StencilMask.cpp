@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "interchange/Image.h"
+#include "interchange/PictureGreen.h"
 #include "render/Viewer.h"
 
 void StencilMask::ProjectThrough(const comms::cViewer& camera) {
@@ -16,21 +17,12 @@ void StencilMask::ProjectThrough(const comms::cViewer& camera) {
 }
 
 bool StencilMask::GreenPlane(const comms::cImage& picture, Plane& out) {
-  const int bpp = comms::cImage::BytesPerPixel(picture.format);
-  const int channels = comms::cImage::Channels(picture.format);
-  if (picture.format < 1 || picture.format > 4 || picture.width <= 0 || picture.height <= 0 ||
-      picture.data.size() < (size_t)picture.width * picture.height * bpp)
-    return false;
-  // Green sits in the middle of three or four channels in either order; a
-  // grey picture (with or without alpha) has its grey first.
-  const int channel = channels >= 3 ? 1 : 0;
+  if (!PictureReadable(picture)) return false;
   out.W = picture.width, out.H = picture.height;
   out.V.resize((size_t)out.W * out.H);
   // Rows of a picture are stored bottom-up; the plane keeps the top first.
-  for (int y = 0; y < out.H; y++) {
-    const uint8_t* row = picture.data.data() + (size_t)(out.H - 1 - y) * out.W * bpp;
-    for (int x = 0; x < out.W; x++) out.V[(size_t)y * out.W + x] = row[x * bpp + channel] / 255.0f;
-  }
+  for (int y = 0; y < out.H; y++)
+    for (int x = 0; x < out.W; x++) out.V[(size_t)y * out.W + x] = PictureGreen(picture, x, out.H - 1 - y) / 255.0f;
   return true;
 }
 

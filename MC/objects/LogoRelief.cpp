@@ -6,7 +6,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/AtomicFileWriter.h"
-#include "MC/objects/PictureGreen.h"
+#include "interchange/PictureGreen.h"
 #include "interchange/IO.h"
 #include "interchange/Mesh.h"
 #include "interchange/MeshCodecs.h"

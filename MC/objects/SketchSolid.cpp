@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "MC/brushes/CellJobs.h"
-#include "MC/objects/PictureGreen.h"
+#include "interchange/PictureGreen.h"
 
 namespace {
 

@@ -12,13 +12,11 @@
 #include <sstream>
 #include <vector>
 
+#include "../tree/TreeStreamKit.h"
 #include "ToolTableKit.h"
 #include "BrushTestKit.h"
 #include "FrontCamera.h"
 #include "ClassEngine/DataFolder.h"
-#include "ClassEngine/streams/MemoryBinStream.h"
-#include "MC/file/VolumeStream.h"
-#include "paint/file/BlockCoding.h"
 #include "MC/brushes/ReplayCommand.h"
 #include "MC/brushes/DrawnShapeTools.h"
 #include "MC/brushes/HideTools.h"
@@ -218,17 +216,9 @@ TEST_F(ShapeToolFixture, HiddenSpaceTravelsWithTheSceneAndStaysHidden) {
   VolumeObject* companion = HiddenSpaceOf(&tree, *volume, false);
   ASSERT_NE(companion, nullptr);
   const VolumeSnapshot hidden = Snapshot(*companion), kept = Snapshot(*volume);
-  MemoryBinStream s;
-  {
-    BlockWriter w(s);
-    WriteVolumes(w, tree.Volumes(), false, tree.TreeXml());
-  }
-  BlockReader r(s, s.Size());
-  std::vector<std::unique_ptr<VolumeObject>> volumes;
-  std::string xml;
-  ASSERT_TRUE(ReadVolumes(r, volumes, &xml)) << r.Error();
   VoxVisualTree back;
-  back.TakeScene(std::move(volumes), xml);
+  ThroughVolumeStream(tree, back);
+  if (HasFatalFailure()) return;
   VoxTreeBranch* head = back.FindByName("Head");
   ASSERT_TRUE(head && head->Volume);
   EXPECT_EQ(back.CurrentVolume, head->Volume) << "the hidden space never becomes current";

@@ -1,5 +1,6 @@
 // The green sample of a picture's pixel on the 0..255 scale, as the relief
-// and sketch tools read their pictures (grey pictures give their grey).
+// and sketch tools and the stencil read their pictures (grey pictures give
+// their grey).
 #pragma once
 #include "interchange/Image.h"
 
