@@ -418,32 +418,23 @@ TEST(SurfaceModeRoundTrip, AnEditWrittenIntoTheVoxelsComesBackWithinATenthOfAVox
   }
 }
 
-TEST(SurfaceStroke, OutsideSurfaceModeTheVoxelsFollowAtPenUpAndRestoreExactly) {
-  GeneralPenSaver saved;
-  for (int tool : {SCULPT_DRAW, SCULP_MOVE, SCULP_SFEXTRUDE, SCULP_FOLLOW}) {
-    VolumeObject v;
-    MakeScene(v, false);
-    const VolumeSnapshot voxels = Snapshot(v);
-    const SurfaceBytes surface = SurfaceOf(v);
-    StrokeFront(v, tool, {{-4, 0}, {0, 1}, {4, 0}}, 8.f);
-    EXPECT_FALSE(Snapshot(v) == voxels) << "tool " << tool << ": pen-up writes the surface into the voxels";
-    EXPECT_FALSE(v.SurfaceChanged);
-    ExpectClosed(v, "after pen-up");
-    // Every touched cell still holds its copy: the rollback is exact.
-    v.RestoreUndoCopies();
-    v.UpdateSurface();
-    EXPECT_TRUE(Snapshot(v) == voxels) << "tool " << tool;
-    EXPECT_TRUE(SurfaceOf(v) == surface) << "tool " << tool;
+// A volume whose edits are recorded on an undo stack of its own.
+struct VolumeOnAStack {
+  UndoTestFolder folder;
+  UndoStack stack{folder.Path};
+  VolumeObject volume;
+  VolumeOnAStack() {
+    stack.FreeBytes = [] { return (int64_t)1 << 40; };
+    stack.RegisterUndoMaker(
+        std::make_unique<Volume_Undo>(stack, [this] { return std::vector<VolumeObject*>{&volume}; }));
   }
-}
+};
 
 TEST(SurfaceStroke, UndoInSurfaceModeGivesBackTrianglesAndOldVertices) {
   GeneralPenSaver saved;
-  UndoTestFolder folder;
-  UndoStack stack{folder.Path};
-  stack.FreeBytes = [] { return (int64_t)1 << 40; };
-  VolumeObject v;
-  stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack, [&v] { return std::vector<VolumeObject*>{&v}; }));
+  VolumeOnAStack on;
+  VolumeObject& v = on.volume;
+  UndoStack& stack = on.stack;
   MakeScene(v, false);
   v.SurfaceMode = true;
   auto oldCounts = [&] {
@@ -599,17 +590,21 @@ TEST(SurfaceStroke, HiddenCellsAreLeftAlone) {
   EXPECT_FALSE(after == start) << "the visible cells under the pen moved";
 }
 
+// Outside surface mode pen-up writes the moved surface into the voxels, and
+// the stroke's record takes it back to every byte.
 TEST(SurfaceStroke, UndoRecordOfAStrokeWrittenIntoTheVoxelsRestoresEveryByte) {
   GeneralPenSaver saved;
-  UndoTestFolder folder;
-  UndoStack stack{folder.Path};
-  stack.FreeBytes = [] { return (int64_t)1 << 40; };
-  VolumeObject v;
-  stack.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack, [&v] { return std::vector<VolumeObject*>{&v}; }));
+  VolumeOnAStack on;
+  VolumeObject& v = on.volume;
+  UndoStack& stack = on.stack;
   MakeScene(v, false);
-  for (int tool : {SCULPT_DRAW, SCULP_MOVE, SCULP_PLANE2}) {
+  for (int tool : {SCULPT_DRAW, SCULP_MOVE, SCULP_PLANE2, SCULP_SFEXTRUDE, SCULP_FOLLOW}) {
     const std::string before = VolumePicture(v);
+    const VolumeSnapshot voxels = Snapshot(v);
     StrokeFront(v, tool, {{-4, 0}, {0, 2}, {4, 0}}, 8.f);
+    EXPECT_FALSE(Snapshot(v) == voxels) << "tool " << tool << ": pen-up writes the surface into the voxels";
+    EXPECT_FALSE(v.SurfaceChanged);
+    ExpectClosed(v, "after pen-up");
     ASSERT_TRUE(PushVolumeUndo(stack, {&v}, tool));
     v.UpdateSurface();
     const std::string after = VolumePicture(v);
