@@ -35,6 +35,7 @@
 #include "shell/Viewport.h"
 #include "shell/VoxelLayers.h"
 #include "shell/WorkspaceFile.h"
+#include "topology/simplify/SimplifyMesh.h"
 
 namespace {
 // The default bindings: command, key name, Ctrl, Alt, Shift.
@@ -360,6 +361,8 @@ void Workspace::RegisterCommands() {
     tool->AskKeepScale = [this] {
       return ShowDialog(intf_.Tree(), "KEEP_SCALE_QUESTION", "SCULP_MERGE", nullptr, {"YES", "NO"}) == 1;
     };
+    // A mesh finer than the lattice is simplified before it is merged.
+    tool->Merge.Simplifier = [](comms::cMesh& mesh, int target) { return SimplifyMesh(mesh, target); };
     // The merge tool's button for a mesh of one's own: the browser, then the mesh held.
     tool->Merge.Settings.ObjectAsked = [this, tool] {
       AskPath("MergeObject", [tool](const std::string& p) {

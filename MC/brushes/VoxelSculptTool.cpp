@@ -264,7 +264,8 @@ int VoxelSculptTool::GetEditableElementIndex(int row, void* ptr, int flags) {
     const int index = BasicTool::GetEditableElementIndex(i, ptr, flags);
     if (index < 0) return -1;
     const char* id = GetElementID(index);
-    if (Mode != SCULP_MERGE && id && std::string(id) == "MergeSettings") continue;
+    if (Mode != SCULP_MERGE && id && (std::string(id) == "MergeSettings" || std::string(id) == "MergeParams"))
+      continue;
     if (shown++ == row) return index;
   }
 }

@@ -48,8 +48,10 @@ class VoxelSculptTool : public BasicTool {
     Member("_index", Mode, "VOXMODES", GetEnumerator("VOXMODES"));
     Member(Settings, "VoxelBrushSettings");
     Member(Merge.Settings, "MergeSettings");
+    Member(Merge.Simplification, "MergeParams");
   }
-  // The panel's rows: "MergeSettings" only while the mode is SCULP_MERGE.
+  // The panel's rows: "MergeSettings" and "MergeParams" only while the mode
+  // is SCULP_MERGE.
   int GetAmountOfEditableElements(void* ptr, int flags) override;
   int GetEditableElementIndex(int row, void* ptr, int flags) override;
   VoxelSculptTool();

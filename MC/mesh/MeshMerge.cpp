@@ -2,6 +2,7 @@
 #include "MC/mesh/MeshMerge.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "MC/mcubes/VolumeObject.h"
@@ -61,6 +62,50 @@ void RegisterMergeClasses() {
 int MergeModeOf(bool invert, bool intersectHeld) {
   if (!invert) return kMergeUnion;
   return intersectHeld ? kMergeIntersect : kMergeSubtract;
+}
+
+int MergeTargetTriangles(const comms::cMesh& mesh, const float* matrix, float degree) {
+  double area = 0;
+  int triangles = 0;
+  auto placed = [&](int i) {
+    const comms::cMeshVec3& p = mesh.positions[size_t(i)];
+    if (!matrix) return std::array<double, 3>{p.x, p.y, p.z};
+    std::array<double, 3> q;
+    for (int a = 0; a < 3; ++a) q[size_t(a)] = p.x * matrix[a] + p.y * matrix[4 + a] + p.z * matrix[8 + a] + matrix[12 + a];
+    return q;
+  };
+  mesh.ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell* c) {
+    for (int k = 1; k + 1 < h.a; ++k) {
+      const auto a = placed(c[0].a), b = placed(c[k].a), d = placed(c[k + 1].a);
+      const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v[3] = {d[0] - a[0], d[1] - a[1], d[2] - a[2]};
+      const double n[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
+      area += std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]) / 2;
+      ++triangles;
+    }
+  });
+  const double lattice = std::max(2 * area, 4.0);
+  if (triangles <= lattice) return triangles;
+  const double kept = triangles - std::clamp(double(degree), 0.0, 1.0) * (triangles - lattice);
+  return (int)std::lround(kept);
+}
+
+const comms::cMesh& MeshMerge::MeshToMerge(const float* matrix) {
+  mergedTriangles_ = 0;
+  mesh_->ForEachPolygon([&](size_t, const comms::cPolyCell& h, const comms::cPolyCell*) {
+    mergedTriangles_ += std::max(h.a - 2, 0);
+  });
+  if (!Simplification.PerformSimplification || !Simplifier) return *mesh_;
+  const int target = MergeTargetTriangles(*mesh_, matrix, Simplification.SimpDegree);
+  if (target >= mergedTriangles_) return *mesh_;
+  if (!simplified_ || simplifiedTarget_ != target) {
+    auto copy = std::make_unique<comms::cMesh>(*mesh_);
+    const bool whole = Simplifier(*copy, target);
+    simplified_ = std::move(copy);
+    // A run stopped by the user serves this merge only.
+    simplifiedTarget_ = whole ? target : -1;
+  }
+  mergedTriangles_ = simplified_->PolygonCount();
+  return *simplified_;
 }
 
 MeshMerge::MeshMerge() {
@@ -135,6 +180,8 @@ bool MeshMerge::SetMesh(std::unique_ptr<comms::cMesh> mesh) {
   const float s = far > 0 ? kPreviewRadius / far : 1.0f;
   for (auto& p : mesh->positions) p = {(p.x - c[0]) * s, (p.y - c[1]) * s, (p.z - c[2]) * s};
   mesh_ = std::move(mesh);
+  simplified_.reset();
+  simplifiedTarget_ = -1;
   MergeSettings rest;
   Settings.MrgYaw = rest.MrgYaw, Settings.MrgPitch = rest.MrgPitch, Settings.MrgRoll = rest.MrgRoll;
   Settings.ShiftX = rest.ShiftX, Settings.ShiftY = rest.ShiftY, Settings.ShiftZ = rest.ShiftZ;
@@ -174,6 +221,7 @@ bool MeshMerge::Merge(VolumeObject& volume, int mode, const std::vector<std::vec
     Settings.MrgYaw = yaw, Settings.MrgPitch = pitch, Settings.MrgRoll = roll;
   }
   Multiply(placed, volume.InverseTransform, placed);
+  const comms::cMesh& mesh = MeshToMerge(placed);
   for (const std::vector<float>& mirror : copies) {
     if (mirror.size() != 9) continue;
     const float mirror4[16] = {mirror[0], mirror[1], mirror[2], 0, mirror[3], mirror[4], mirror[5], 0,
@@ -181,13 +229,13 @@ bool MeshMerge::Merge(VolumeObject& volume, int mode, const std::vector<std::vec
     float m[16];
     Multiply(placed, mirror4, m);
     if (Settings.MergeAsSkin) {
-      MergeMeshSkin(volume, *mesh_, m, mode, Settings.InSkinThickness, Settings.OutSkinThickness, -1, keepUndo);
+      MergeMeshSkin(volume, mesh, m, mode, Settings.InSkinThickness, Settings.OutSkinThickness, -1, keepUndo);
     } else if (Settings.MergeToSeparateVolumes && separate) {
-      std::vector<SeparatePart> parts = MergeMeshSeparate(volume, below, *mesh_, m, Settings.RespectNegativeVolumes,
+      std::vector<SeparatePart> parts = MergeMeshSeparate(volume, below, mesh, m, Settings.RespectNegativeVolumes,
                                                           Settings.CutThroughVolumes, keepUndo);
       for (SeparatePart& p : parts) separate->push_back(std::move(p));
     } else {
-      MergeMesh(volume, *mesh_, m, mode, Settings.RespectNegativeVolumes, -1, keepUndo);
+      MergeMesh(volume, mesh, m, mode, Settings.RespectNegativeVolumes, -1, keepUndo);
     }
   }
   return true;

@@ -67,7 +67,11 @@ class MergeSettings : public BaseClass {
 // on each call, so a changed folder shows).
 std::vector<std::string> MergeSamplePaths();
 
-// The merge dialog's simplification of the mesh before the merge.
+// The simplification of the mesh before it goes into the voxels. A mesh finer
+// than the lattice can show only costs time in the merge: SimpDegree 1 brings
+// it down to about what the lattice shows (MergeTargetTriangles), smaller
+// degrees remove proportionally fewer triangles, 0 none. A mesh already
+// coarser than that is merged as it is.
 class MergeParams : public BaseClass {
  public:
   bool PerformSimplification = false;
@@ -95,6 +99,19 @@ class ExtrudeParams : public BaseClass {
 // Registers the classes above for their panels and dialogs (idempotent).
 void RegisterMergeClasses();
 
+// The triangle count a simplification of `mesh` aims at before a merge
+// through `matrix` (row vectors into the lattice; null for none): about two
+// triangles per voxel square of the placed surface at degree 1, the full
+// count at degree 0, and in between in proportion. Never more than the mesh
+// has.
+int MergeTargetTriangles(const comms::cMesh& mesh, const float* matrix, float degree);
+
+// Reduces a mesh in place towards `targetTriangles`, keeping its parts (the
+// objects and their names) and leaving every part as closed as it was.
+// False when it was stopped before the end: the mesh is then reduced part
+// way, still whole.
+using MeshSimplifier = std::function<bool(comms::cMesh& mesh, int targetTriangles)>;
+
 // 0 union; with the tool's invert state 1 subtraction, 2 intersection when
 // the intersect key is held too.
 int MergeModeOf(bool invert, bool intersectHeld);
@@ -102,6 +119,11 @@ int MergeModeOf(bool invert, bool intersectHeld);
 class MeshMerge {
  public:
   MergeSettings Settings;
+  // Shown in the panel below the settings: simplify the mesh before merging.
+  MergeParams Simplification;
+  // What simplifies; the program sets it at start-up. Without it the mesh
+  // is always merged as it is.
+  MeshSimplifier Simplifier;
 
   MeshMerge();
   ~MeshMerge();
@@ -124,12 +146,24 @@ class MeshMerge {
   // its InverseTransform) once per mirror copy (3 x 3 matrices, identity
   // first; empty means the identity only). Separate volumes, one per part
   // and copy, go to `separate` with `below` cut through as the settings say.
-  // With jitters set, the turn of this merge is drawn from `seed`. False
+  // With jitters set, the turn of this merge is drawn from `seed`. With
+  // Simplification.PerformSimplification (and a Simplifier) a simplified
+  // copy of the mesh is merged; the held mesh and its preview stay as they
+  // are, and the copy is kept for the next merge at the same target. False
   // when no mesh is held.
   bool Merge(VolumeObject& volume, int mode, const std::vector<std::vector<float>>& mirrors,
              std::vector<SeparatePart>* separate = nullptr, const std::vector<VolumeObject*>& below = {},
              bool keepUndo = false, uint32_t seed = 1);
 
+  // The triangles of the last merge's mesh (simplified or not).
+  int MergedTriangles() const { return mergedTriangles_; }
+
  private:
+  // The mesh to merge through `matrix`: the held one, or its simplified copy.
+  const comms::cMesh& MeshToMerge(const float* matrix);
+
   std::unique_ptr<comms::cMesh> mesh_;
+  std::unique_ptr<comms::cMesh> simplified_;
+  int simplifiedTarget_ = -1;
+  int mergedTriangles_ = 0;
 };

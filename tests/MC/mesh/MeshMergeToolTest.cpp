@@ -120,9 +120,11 @@ TEST(MeshMergeTool, VoxelToolMergesOnEnterWithTheSymmetryAndShowsItsSettingsInTh
   };
   ASSERT_TRUE(tool.SelectMode(SCULP_GROW));
   EXPECT_EQ(rowsNamed("MergeSettings"), 0);
+  EXPECT_EQ(rowsNamed("MergeParams"), 0);
   EXPECT_EQ(rowsNamed("VoxelBrushSettings"), 1);
   ASSERT_TRUE(tool.SelectMode(SCULP_MERGE));
   EXPECT_EQ(rowsNamed("MergeSettings"), 1);
+  EXPECT_EQ(rowsNamed("MergeParams"), 1);
 
   VolumeObject v;
   tool.SetScene(&v, nullptr);
