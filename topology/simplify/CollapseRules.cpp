@@ -130,16 +130,27 @@ void HalfEdgeMesh::FindBest(int v) {
   if (V.edge < 0 || Fixed(v)) return;
   const Quadric form = FormOf(v);
   const float factor = ValenceFactor(V.valence);
-  float best = FLT_MAX;
+  // The cheapest legal half-edge, the first round the vertex among equal
+  // costs. Candidates are sorted first, so that legality, the dear part, is
+  // mostly tested once.
+  struct Candidate {
+    float cost;
+    int h;
+  } c[kMaxRing];
+  int n = 0;
   const int start = V.edge;
   int h = start;
-  for (int guard = 0; h >= 0 && guard <= 65536; ++guard) {
+  do {
+    if (n == kMaxRing) return;  // too busy a vertex to look at
     const float* q = verts_[size_t(Head(h))].pos;
-    const float cost =
-        float(form.Weigh(double(q[0]) - V.pos[0], double(q[1]) - V.pos[1], double(q[2]) - V.pos[2])) * factor;
-    if (cost < best && IsLegal(v, h)) best = cost, V.best = h;
+    c[n] = {float(form.Weigh(double(q[0]) - V.pos[0], double(q[1]) - V.pos[1], double(q[2]) - V.pos[2])) * factor, h};
+    for (int k = n++; k > 0 && c[k].cost < c[k - 1].cost; --k) std::swap(c[k], c[k - 1]);
     h = NextOut(h);
-    if (h == start) break;
-  }
-  if (V.best >= 0) V.cost = best;
+  } while (h >= 0 && h != start);
+  for (int k = 0; k < n; ++k)
+    if (IsLegal(v, c[k].h)) {
+      V.best = c[k].h;
+      V.cost = c[k].cost;
+      return;
+    }
 }
