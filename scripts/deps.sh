@@ -18,7 +18,7 @@ testdata=(
   glmark2-data openscad-testing-data minetest-data libcgal-demo assimp-testmodels imagemagick
   clang libclang-rt-dev
 )
-peers=(libopenvdb-dev libtbb-dev libboost-dev)
+peers=(libopenvdb-dev libtbb-dev libboost-dev libmeshoptimizer-dev)
 
 want=("${packages[@]}")
 for arg in "$@"; do
