@@ -23,6 +23,7 @@
 
 #include "topology/simplify/DecimationParams.h"
 #include "topology/simplify/Quadric.h"
+#include "topology/simplify/SimpSlider.h"
 #include "topology/simplify/VertexHeap.h"
 
 namespace comms {
@@ -66,6 +67,9 @@ class HalfEdgeMesh {
   // 1024 collapses; true stops the run (the shell's handler: Esc). Empty:
   // ReportProgress.
   std::function<bool(const char* caption, int64_t done, int64_t total)> Progress;
+  // When set, every collapse is appended here, for a SimpSlider over
+  // BuiltIndices().
+  CollapseLog* Record = nullptr;
   // Shows the dialog of `params` under `titleKey`; false when declined.
   // Empty: Simplify(ratio, true) runs with the last ratio used.
   std::function<bool(BaseClass& params, const char* titleKey)> Ask;
@@ -95,6 +99,8 @@ class HalfEdgeMesh {
   const std::vector<HalfEdge>& HalfEdges() const { return edges_; }
   const std::vector<Face>& Faces() const { return faces_; }
   int Collapses() const { return collapses_; }
+  // Three vertex indices per triangle, as built.
+  const std::vector<uint32_t>& BuiltIndices() const { return indices_; }
   int LiveFaces() const { return (int)faces_.size() - removedFaces_; }
   // True when the last Simplify stopped because Progress said so.
   bool Stopped() const { return stopped_; }

@@ -84,6 +84,18 @@ void HalfEdgeMesh::Collapse(int v, int h) {
   unlink(h, 0);
   if (t >= 0) unlink(t, 1);
   auto live = [&](int g) { return g >= 0 && faces_[size_t(edges_[size_t(g)].face)].edge >= 0; };
+  if (Record) {
+    // Half-edge 3t + k is corner k of triangle t.
+    CollapseRecord r;
+    r.from = v, r.to = w;
+    r.removed[0] = edges_[size_t(h)].face;
+    r.removed[1] = t >= 0 ? edges_[size_t(t)].face : -1;
+    r.firstCorner = (int)Record->corners.size();
+    for (int g : scratch_)
+      if (live(g)) Record->corners.push_back(g);
+    r.cornerCount = (int)Record->corners.size() - r.firstCorner;
+    Record->records.push_back(r);
+  }
   for (int s = 0; s < 2; ++s) {
     const int x = third[s];
     if (x < 0) continue;
