@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "ClassEngine/Log.h"
 #include "SimplifyKit.h"
 
 namespace {
@@ -51,6 +52,21 @@ TEST(SimplifiedSurface, NinetyPercentLessStaysClosedAndNear) {
   EXPECT_LT(apart, 0.5);
 }
 
+TEST(SimplifiedSurface, AsFarAsItGoesStillClosed) {
+  HalfEdgeMesh m;
+  m.AddSurface(simptest::SphereSurface(9.7f));
+  ASSERT_TRUE(m.Build());
+  float ratio = 0.999f;
+  ASSERT_TRUE(m.Simplify(ratio, false));
+  EXPECT_FALSE(m.Stopped());
+  comms::cMesh out;
+  m.Extract(out);
+  const MeshTopology t = Analyse(simptest::Welded(out));
+  ExpectClosed(t);
+  EXPECT_EQ(t.Euler(), 2);
+  EXPECT_LT(t.faces, 40);  // the heap ran dry near a tetrahedron's worth
+}
+
 TEST(SimplifiedSurface, SameBytesWithOneAndTwoThreads) {
   const comms::cMesh one = Reduce(0.8f, 1), two = Reduce(0.8f, 2);
   ASSERT_EQ(one.positions.size(), two.positions.size());
@@ -69,7 +85,9 @@ TEST(SimplifiedSurface, StopHookEndsTheRunWithAWholeMesh) {
     EXPECT_LT(done, total);
     return ++polls == 3;
   };
+  const size_t mark = LogMark();
   const comms::cMesh out = Reduce(0.9f, 0, &m);
+  EXPECT_NE(LogTextSince(mark).find("Simp: "), std::string::npos);
   EXPECT_TRUE(m.Stopped());
   EXPECT_EQ(m.Collapses(), 2050);
   EXPECT_EQ(caption.rfind("#", 0), 0u) << caption;
