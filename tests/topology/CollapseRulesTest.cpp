@@ -94,3 +94,30 @@ TEST(CollapseRules, FlatMeshLosesItsShortestEdgeFirst) {
     }
   EXPECT_EQ(gone, 1);
 }
+
+TEST(CollapseRules, PinchesAndFinsStayPut) {
+  // Two grids touching at one corner (a pinch), and a third triangle on an
+  // inner edge of the first (a fin): what they touch never moves, the rest
+  // still simplifies, and every triangle left is whole.
+  simptest::Tris t = simptest::Grid({0, 1, 2, 3}, {0, 1, 2, 3});
+  const simptest::Tris second = simptest::Grid({3, 4, 5, 6}, {3, 4, 5, 6});
+  const uint32_t base = (uint32_t)t.p.size() / 3;
+  t.p.insert(t.p.end(), second.p.begin(), second.p.end());
+  for (uint32_t i : second.i) t.i.push_back(i == 0 ? 15 : i + base);  // its (3, 3) is the first's
+  t.p.insert(t.p.end(), {1.5f, 1.5f, 1});
+  t.i.insert(t.i.end(), {5, 10, (uint32_t)t.p.size() / 3 - 1});  // on the inner edge 5-10
+  HalfEdgeMesh m;
+  t.Add(m);
+  ASSERT_TRUE(m.Build());
+  float ratio = 1;
+  m.Simplify(ratio, false);
+  EXPECT_GT(m.Collapses(), 0);
+  for (int v : {15, 5, 10}) {
+    EXPECT_GE(m.Vertices()[v].edge, 0) << v;
+    EXPECT_EQ(m.Vertices()[v].best, -1) << v;
+  }
+  comms::cMesh out;
+  m.Extract(out);
+  EXPECT_TRUE(out.IsConsistent());
+  EXPECT_EQ(Analyse(simptest::Welded(out)).degenerate, 0);
+}
