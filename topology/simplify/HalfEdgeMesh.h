@@ -63,15 +63,18 @@ class HalfEdgeMesh {
   bool StrongRegularisation = false;
   // Threads of the cost passes; 0: the program's worker count.
   int Threads = 0;
-  // Told the progress caption and the collapses done and aimed at, every
-  // 1024 collapses; true stops the run (the shell's handler: Esc). Empty:
-  // ReportProgress.
+  // Told the progress caption and the collapses done and aimed at after
+  // collapse 2, 1026, 2050, ...; true stops the run there (the shell's
+  // handler: Esc held). The caption, "#%dk->%dk, (%.01fs) %s" with the
+  // thousands of faces before and now, the seconds and the words of
+  // "EscToStop", is renewed every 8192 collapses; its '#' tells the text
+  // table it is ready-made. Empty: ReportProgress.
   std::function<bool(const char* caption, int64_t done, int64_t total)> Progress;
   // When set, every collapse is appended here, for a SimpSlider over
   // BuiltIndices().
   CollapseLog* Record = nullptr;
   // Shows the dialog of `params` under `titleKey`; false when declined.
-  // Empty: Simplify(ratio, true) runs with the last ratio used.
+  // Empty: Simplify(ratio, true) runs with the last share asked for.
   std::function<bool(BaseClass& params, const char* titleKey)> Ask;
 
   // Appends a triangle list (3 indices per triangle into `positions`, xyz
@@ -85,9 +88,10 @@ class HalfEdgeMesh {
   // triangle was added.
   bool Build();
   // Removes the fraction `ratio` of the faces (0..1), or with `ask` the
-  // share the dialog gives (ratio's value is offered; a zero share or a
-  // declined dialog changes nothing). On return ratio holds the share in
-  // percent. False when nothing was run.
+  // share the dialog gives (it offers the last share asked for; a zero share
+  // or a declined dialog changes nothing). The run ends early when no legal
+  // collapse is left or Progress says stop. On return ratio holds the share
+  // in percent. False when nothing was run.
   bool Simplify(float& ratio, bool ask);
   // The surviving vertices and triangles, one object per added surface,
   // all with the one material "VoxMtl"; vertices are renumbered densely in
@@ -108,7 +112,13 @@ class HalfEdgeMesh {
   Quadric FormOf(int v) const;
   // The cost of collapsing v along its outgoing half-edge h, legal or not.
   float CostOf(int v, int h) const;
-  // May v collapse into the head of its outgoing half-edge h?
+  // May v collapse into the head w of its outgoing half-edge h? Both must
+  // be on a boundary or both inside (and two boundary vertices only along
+  // their boundary edge); the neighbours they share must be exactly the third
+  // vertices of the edge's triangles, and no triangle across the outer rim
+  // of v's fan may have w opposite (so a tetrahedron stays); each third
+  // vertex must keep a triangle more than the least it needs; and no
+  // triangle of v that stays may turn over.
   bool IsLegal(int v, int h) const;
   // The head of h (the origin of its next).
   int Head(int h) const { return edges_[edges_[h].next].vertex; }
