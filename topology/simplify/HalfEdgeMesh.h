@@ -117,8 +117,8 @@ class HalfEdgeMesh {
   // their boundary edge); the neighbours they share must be exactly the third
   // vertices of the edge's triangles, and no triangle across the outer rim
   // of v's fan may have w opposite (so a tetrahedron stays); each third
-  // vertex must keep a triangle more than the least it needs; and no
-  // triangle of v that stays may turn over.
+  // vertex, which loses an edge, must keep at least 3 (2 on a boundary);
+  // and no triangle of v that stays may turn over.
   bool IsLegal(int v, int h) const;
   // The head of h (the origin of its next).
   int Head(int h) const { return edges_[edges_[h].next].vertex; }
