@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "ClassEngine/Log.h"
@@ -65,6 +66,38 @@ TEST(SimplifiedSurface, AsFarAsItGoesStillClosed) {
   ExpectClosed(t);
   EXPECT_EQ(t.Euler(), 2);
   EXPECT_LT(t.faces, 40);  // the heap ran dry near a tetrahedron's worth
+}
+
+TEST(SimplifiedSurface, ATorusAndANoisyBlobKeepTheirTopology) {
+  struct Case {
+    const char* name;
+    std::unique_ptr<DensityShape> shape;
+    int euler;
+  };
+  Case cases[2] = {{"torus", std::make_unique<TorusShape>(0.2f, 0.1f, -0.3f, 17.5f, 6.2f), 0},
+                   {"blob", std::make_unique<NoiseShape>(0.f, 0.f, 0.f, 18.f, 5.f, 9.f, 7u), 2}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    VolumeObject v;
+    FillVolume(v, *c.shape);
+    v.UpdateSurface();
+    WeldedMeshBuilder in;
+    v.ExtractWeldedAll(in);
+    ASSERT_EQ(Analyse(in).Euler(), c.euler);
+    HalfEdgeMesh m;
+    m.AddSurface(in);
+    ASSERT_TRUE(m.Build());
+    float ratio = 0.95f;
+    m.Simplify(ratio, false);
+    comms::cMesh out;
+    m.Extract(out);
+    const WeldedMeshBuilder w = simptest::Welded(out);
+    const MeshTopology t = Analyse(w);
+    ExpectClosed(t);
+    EXPECT_EQ(t.Euler(), c.euler);
+    EXPECT_LE(t.faces, Analyse(in).faces / 20 + 2);
+    EXPECT_LT(simptest::TwoSidedDistance(in, w), 1.0);
+  }
 }
 
 TEST(SimplifiedSurface, SameBytesWithOneAndTwoThreads) {
