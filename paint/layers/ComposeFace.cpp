@@ -154,13 +154,15 @@ void GridNormals(PaintScene& scene, int face, int x0, int y0, int x1, int y1) {
   PaintFace& f = scene.Faces[face];
   if (!f.Grid) return;
   x0 = std::max(x0, 0), y0 = std::max(y0, 0), x1 = std::min(x1, (int)f.Nx), y1 = std::min(y1, (int)f.Ny);
+  FaceSides sides;
+  if (x0 == 0 || y0 == 0 || x1 == f.Nx || y1 == f.Ny) scene.GetFaceSides(face, sides);
   for (int y = y0; y < y1; y++)
     for (int x = x0; x < x1; x++) {
       // Inside the grid directly; across a side through the neighbour.
       auto at = [&](int i, int j) {
         if (i >= 0 && j >= 0 && i < f.Nx && j < f.Ny) return f.Grid[j * f.Nx + i].Position;
         MicroVertex scratch;
-        return scene.GetMicroVertex(face, i, j, &scratch).Vertex->Position;
+        return scene.MicroVertexBeside(face, sides, i, j, &scratch)->Position;
       };
       const comms::cVec3 l = at(x - 1, y), r = at(x + 1, y), u = at(x, y - 1), d = at(x, y + 1);
       const comms::cVec3 n = comms::Cross(r - l, d - u);
