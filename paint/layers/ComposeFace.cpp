@@ -120,6 +120,24 @@ void ComposeLayers(PaintFace& f, FaceBlend& t, const Entry* list, int count, flo
 }
 }  // namespace
 
+void PrefetchFaceSamples(const PaintScene& scene, int faceIndex) {
+  if (faceIndex < 0 || faceIndex >= (int)scene.Faces.size()) return;
+  const PaintFace& f = scene.Faces[faceIndex];
+  const size_t n = (size_t)f.SampleCount();
+  auto lines = [](const void* p, size_t bytes) {
+    for (size_t at = 0; at < bytes && at < 4096; at += 64) __builtin_prefetch((const char*)p + at);
+  };
+  if (f.Grid) lines(f.Grid, n * sizeof(MicroVertex));
+  for (const FaceLayer& l : f.LayerList)
+    if (l.Data) lines(l.Data, n * sizeof(LayerMicroVertex));
+}
+
+void PrefetchFaceLayers(const PaintScene& scene, int faceIndex) {
+  if (faceIndex < 0 || faceIndex >= (int)scene.Faces.size()) return;
+  const PaintFace& f = scene.Faces[faceIndex];
+  if (f.LayerList.GetAmount() > 0) __builtin_prefetch(&f.LayerList[0]);
+}
+
 void ComposeFace(PaintScene& scene, int faceIndex) {
   const PaintFace& f = scene.Faces[faceIndex];
   ComposeFaceSamples(scene, faceIndex, 0, 0, f.Nx, f.Ny);
