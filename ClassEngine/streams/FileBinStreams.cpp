@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -186,7 +187,18 @@ bool FILE_ReadBinStream::ReadFromFile(const char* name) {
     Clear();
     return false;
   }
+  ::posix_fadvise(fd_, 0, 0, POSIX_FADV_SEQUENTIAL);
   return true;
+}
+
+// The disk reads the next buffers while the caller works on this one: the
+// system is asked for them ahead of need, and fetches them in the background.
+void FILE_ReadBinStream::ReadAhead(int64_t from) {
+  constexpr int64_t kAhead = 4 * kFileStreamBuffer;
+  const int64_t start = std::max(from, advised_), end = std::min(from + kAhead, size_);
+  if (end - start < kFileStreamBuffer && end < size_) return;  // asked for enough already
+  if (end > start) ::posix_fadvise(fd_, start, end - start, POSIX_FADV_WILLNEED);
+  advised_ = std::max(advised_, end);
 }
 
 int64_t FILE_ReadBinStream::Take(uint8_t* out, int64_t size) {
@@ -222,6 +234,7 @@ int64_t FILE_ReadBinStream::Take(uint8_t* out, int64_t size) {
     if (n <= 0) break;
     bufferPos_ = 0;
     bufferFill_ = n;
+    ReadAhead(position_ + moved + n);
   }
   return moved;
 }
@@ -242,6 +255,7 @@ void FILE_ReadBinStream::SetReadPos(int64_t pos) {
   if (fd_ < 0) return;
   position_ = pos;
   bufferPos_ = bufferFill_ = 0;
+  advised_ = 0;
   ::lseek(fd_, pos, SEEK_SET);
 }
 
@@ -250,5 +264,5 @@ void FILE_ReadBinStream::Clear() {
   fd_ = -1;
   std::free(buffer_);
   buffer_ = nullptr;
-  position_ = size_ = bufferPos_ = bufferFill_ = 0;
+  position_ = size_ = bufferPos_ = bufferFill_ = advised_ = 0;
 }

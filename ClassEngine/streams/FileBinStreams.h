@@ -104,10 +104,13 @@ class FILE_ReadBinStream : public FileReadSide {
   // Moves up to `size` bytes through the buffer, copying them to `out` when
   // it is not null; returns the count moved.
   int64_t Take(uint8_t* out, int64_t size);
+  // Asks the system to fetch the bytes from `from` on ahead of their reading.
+  void ReadAhead(int64_t from);
 
   uint8_t* buffer_ = nullptr;
   int64_t bufferPos_ = 0;
   int64_t bufferFill_ = 0;
+  int64_t advised_ = 0;  // the end of what was asked for ahead
 };
 
 class BinStreamCounter : public BinStream {

@@ -8,6 +8,13 @@ class PaintScene;
 // (base + depth), colour with specular in the alpha byte, and coverage.
 void ComposeFace(PaintScene& scene, int face);
 
+// Asks the memory for the face's grid and layer samples ahead of their use:
+// the faces of a loaded scene lie scattered, and composing a face waits on
+// them far longer than it computes.
+void PrefetchFaceSamples(const PaintScene& scene, int face);
+// The face's list of layer entries only, a step before PrefetchFaceSamples.
+void PrefetchFaceLayers(const PaintScene& scene, int face);
+
 // The samples x0 <= x < x1, y0 <= y < y1 only (clipped to the grid): a dab
 // recomposes what it touched. Each sample's result is the whole face's.
 void ComposeFaceSamples(PaintScene& scene, int face, int x0, int y0, int x1, int y1);

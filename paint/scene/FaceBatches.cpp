@@ -72,6 +72,8 @@ void FillFace(PaintScene& scene, int face, FaceBatchVertex* vertices, uint32_t* 
   const float padX = 3.0f / std::max(width, 1024), padY = 3.0f / std::max(height, 1024);
   const uint32_t W = (uint32_t)nx + 2;
   MicroVertex scratch;
+  FaceSides sides;
+  scene.GetFaceSides(face, sides);
   for (int y = -1; y <= ny; y++)
     for (int x = -1; x <= nx; x++) {
       const float s = (x + 0.5f) / nx, t = (y + 0.5f) / ny;
@@ -84,9 +86,7 @@ void FillFace(PaintScene& scene, int face, FaceBatchVertex* vertices, uint32_t* 
       if (y >= ny && (f.SeamBits & 4)) out = Lerp(pad[3], pad[2], sc);
       if (x < 0 && (f.SeamBits & 8)) out = Lerp(pad[0], pad[3], tc);
       p.x += out.x * padX, p.y += out.y * padY;
-      const MicroVertex& v = x >= 0 && y >= 0 && x < nx && y < ny
-                                 ? f.Grid[y * nx + x]
-                                 : *scene.GetMicroVertex(face, x, y, &scratch).Vertex;
+      const MicroVertex& v = *scene.MicroVertexBeside(face, sides, x, y, &scratch);
       *vertices++ = {v.Position, p, ColourWord(v), NormalWord(v)};
     }
   // The split of each quad follows the shorter UV diagonal: rows run right to

@@ -32,6 +32,38 @@ void FromEdge(int k, int t, int d, int nx, int ny, int& x, int& y) {
   }
 }
 
+// Side e of `face` (its grid not empty): the neighbour across it and the
+// neighbour's edge that meets it; false where positions beyond clamp.
+bool CrossSide(const PaintScene& s, int face, int e, int& next, int& k, bool& reversed) {
+  next = s.Faces[face].Neighbour[kNeighbourSlot[e]];
+  if (next < 0 || !s.FaceCornerMap.IsQuad(face) || !s.FaceCornerMap.IsQuad(next)) return false;
+  const PaintFace& g = s.Faces[next];
+  if (g.Nx == 0 || g.Ny == 0) return false;
+  // Which edge of the neighbour is ours, and does it run the same way?
+  const int* fc = s.FaceCornerMap.Of(face);
+  const int* gc = s.FaceCornerMap.Of(next);
+  const int a = s.Corners[fc[e]].Vertex, b = s.Corners[fc[e + 1]].Vertex;
+  k = -1;
+  reversed = true;
+  for (int i = 0; i < 4 && k < 0; i++) {
+    int p = s.Corners[gc[i]].Vertex, q = s.Corners[gc[i + 1]].Vertex;
+    if (p == b && q == a) k = i, reversed = true;
+    else if (p == a && q == b) k = i, reversed = false;
+  }
+  return k >= 0;
+}
+
+// (x, y) outside side e of an nx by ny grid, into the gx by gy grid of the
+// neighbour whose edge k meets it.
+void Cross(int e, int k, bool reversed, int nx, int ny, int gx, int gy, int& x, int& y) {
+  int t, d;
+  ToEdge(e, x, y, nx, ny, t, d);
+  const int lenF = (e & 1) ? ny : nx, lenG = (k & 1) ? gy : gx;
+  if (lenF != lenG) t = (int)((long long)t * lenG / lenF);
+  if (reversed) t = lenG - 1 - t;
+  FromEdge(k, t, d, gx, gy, x, y);
+}
+
 }  // namespace
 
 CrossedVertex PaintScene::GetMicroVertex(int face, int x, int y, MicroVertex* scratch) {
@@ -43,28 +75,10 @@ CrossedVertex PaintScene::GetMicroVertex(int face, int x, int y, MicroVertex* sc
     if (nx == 0 || ny == 0) break;
     int e = y < 0 ? 0 : x >= nx ? 1 : y >= ny ? 2 : x < 0 ? 3 : -1;
     if (e < 0) break;
-    const int next = f.Neighbour[kNeighbourSlot[e]];
-    if (next < 0 || !FaceCornerMap.IsQuad(face) || !FaceCornerMap.IsQuad(next)) break;
-    const PaintFace& g = Faces[next];
-    if (g.Nx == 0 || g.Ny == 0) break;
-    // Which edge of the neighbour is ours, and does it run the same way?
-    const int* fc = FaceCornerMap.Of(face);
-    const int* gc = FaceCornerMap.Of(next);
-    const int a = Corners[fc[e]].Vertex, b = Corners[fc[e + 1]].Vertex;
-    int k = -1;
-    bool reversed = true;
-    for (int i = 0; i < 4 && k < 0; i++) {
-      int p = Corners[gc[i]].Vertex, q = Corners[gc[i + 1]].Vertex;
-      if (p == b && q == a) k = i, reversed = true;
-      else if (p == a && q == b) k = i, reversed = false;
-    }
-    if (k < 0) break;
-    int t, d;
-    ToEdge(e, x, y, nx, ny, t, d);
-    const int lenF = (e & 1) ? ny : nx, lenG = (k & 1) ? g.Ny : g.Nx;
-    if (lenF != lenG) t = (int)((long long)t * lenG / lenF);
-    if (reversed) t = lenG - 1 - t;
-    FromEdge(k, t, d, g.Nx, g.Ny, x, y);
+    int next, k;
+    bool reversed;
+    if (!CrossSide(*this, face, e, next, k, reversed)) break;
+    Cross(e, k, reversed, nx, ny, Faces[next].Nx, Faces[next].Ny, x, y);
     face = next;
   }
   PaintFace& f = Faces[face];
@@ -81,4 +95,40 @@ CrossedVertex PaintScene::GetMicroVertex(int face, int x, int y, MicroVertex* sc
   out.X = x, out.Y = y;
   out.Vertex = &f.Grid[y * f.Nx + x];
   return out;
+}
+
+void PaintScene::GetFaceSides(int face, FaceSides& sides) const {
+  sides = FaceSides();
+  const PaintFace& f = Faces[face];
+  if (f.Nx == 0 || f.Ny == 0) return;
+  for (int e = 0; e < 4; e++) {
+    int next, k;
+    bool reversed;
+    if (CrossSide(*this, face, e, next, k, reversed)) sides.Face[e] = next, sides.Edge[e] = k, sides.Reversed[e] = reversed;
+  }
+}
+
+// One step across a side lands inside the neighbour (the position is one
+// row deep and along the side), so the walk of GetMicroVertex ends there.
+const MicroVertex* PaintScene::MicroVertexBeside(int face, const FaceSides& sides, int x, int y,
+                                                 MicroVertex* scratch) {
+  PaintFace& f = Faces[face];
+  const int nx = f.Nx, ny = f.Ny;
+  if (nx == 0 || ny == 0 || !f.Grid) return GetMicroVertex(face, x, y, scratch).Vertex;
+  if (x >= 0 && y >= 0 && x < nx && y < ny) return &f.Grid[y * nx + x];
+  const bool alongX = x >= 0 && x < nx, alongY = y >= 0 && y < ny;
+  const int e = y == -1 && alongX ? 0 : x == nx && alongY ? 1 : y == ny && alongX ? 2 : x == -1 && alongY ? 3 : -1;
+  if (e < 0) return GetMicroVertex(face, x, y, scratch).Vertex;
+  if (sides.Edge[e] < 0) {
+    x = x < 0 ? 0 : x >= nx ? nx - 1 : x;
+    y = y < 0 ? 0 : y >= ny ? ny - 1 : y;
+    return &f.Grid[y * nx + x];
+  }
+  PaintFace& g = Faces[sides.Face[e]];
+  Cross(e, sides.Edge[e], sides.Reversed[e], nx, ny, g.Nx, g.Ny, x, y);
+  if (!g.Grid) {
+    if (scratch) *scratch = MicroVertex();
+    return scratch;
+  }
+  return &g.Grid[y * g.Nx + x];
 }

@@ -44,6 +44,17 @@ struct CrossedVertex {
   int Nx = 0, Ny = 0;
 };
 
+// Where the sides of one face lead, worked out once for callers that reach
+// just outside a face many times (its normals, its batch): per side the
+// neighbour, which of the neighbour's edges meets it (-1 when the side does
+// not cross, and positions beyond it clamp to the face) and whether that
+// edge runs the other way.
+struct FaceSides {
+  int Face[4] = {-1, -1, -1, -1};
+  int Edge[4] = {-1, -1, -1, -1};
+  bool Reversed[4] = {false, false, false, false};
+};
+
 // Warnings of the loading stages.
 enum SceneWarnings { WARN_SHARED_SURFACES = 1 };
 
@@ -125,6 +136,11 @@ class PaintScene {
   // outside the grid. A face without grid gives `scratch` filled with the
   // default sample, or null when scratch is null.
   CrossedVertex GetMicroVertex(int face, int x, int y, MicroVertex* scratch);
+  // The sides of a face with a grid, for MicroVertexBeside.
+  void GetFaceSides(int face, FaceSides& sides) const;
+  // GetMicroVertex's record for (x, y), which lies inside the grid or in the
+  // first row or column outside one side of it; `sides` are the face's.
+  const MicroVertex* MicroVertexBeside(int face, const FaceSides& sides, int x, int y, MicroVertex* scratch);
   // fn(face) over all faces (0), DirtyFaces (1) or StrokeFaces (2), spread
   // over the thread pool: worker i takes faces i, i + N, ...
   void ForEachFace(int mode, const std::function<void(int face)>& fn, float progressBase = 0,

@@ -6,6 +6,7 @@
 
 #include "ClassEngine/Log.h"
 #include "ClassEngine/Progress.h"
+#include "ClassEngine/Threader.h"
 #include "paint/layers/ComposeFace.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
@@ -277,7 +278,14 @@ void PaintScene::ComputeGridNormals(int face) {
 }
 
 void PaintScene::ComposeAll() {
-  ForEachFace(0, [&](int f) { ComposeFace(*this, f); }, 0, 50);
+  // A worker's next face is `threads` on: its samples are fetched while
+  // this one composes, and the list of the face after it.
+  const int threads = std::max(1, UsingProcessors());
+  ForEachFace(0, [&](int f) {
+    PrefetchFaceLayers(*this, f + 2 * threads);
+    PrefetchFaceSamples(*this, f + threads);
+    ComposeFace(*this, f);
+  }, 0, 50);
   ForEachFace(0, [&](int f) { ComputeGridNormals(f); }, 50, 50);
   for (int t = 0; t < RenderTargets.GetAmount(); t++) UpdatePixelMap(t);
   Log("Faces: done");

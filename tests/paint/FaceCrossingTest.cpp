@@ -97,3 +97,39 @@ TEST(FaceCrossing, TurnedAndMirroredNeighboursMapAlongTheSharedEdge) {
   EXPECT_EQ(s.GetMicroVertex(1, 0, 0, &scratch).Vertex->Color, 0x00808080u);
   EXPECT_EQ(s.GetMicroVertex(1, 0, 0, nullptr).Vertex, nullptr);
 }
+
+TEST(FaceCrossing, TheSidesWorkedOutOnceLeadWhereTheWalkDoes) {
+  // Turned, mirrored and open sides, grids of unequal size, and a neighbour
+  // without a grid: every position of the first ring, and some beyond it,
+  // give the very record GetMicroVertex gives.
+  comms::cMesh m;
+  for (int y = 0; y <= 1; y++)
+    for (int x = 0; x <= 4; x++) m.positions.push_back({(float)x, (float)y, 0});
+  AddQuad(m, 0, 1, 6, 5);
+  AddQuad(m, 7, 6, 1, 2);  // turned twice
+  AddQuad(m, 2, 7, 8, 3);  // runs clockwise
+  AddQuad(m, 3, 8, 9, 4);
+  PaintScene s;
+  ASSERT_TRUE(ImportMeshIntoScene(s, m, PaintImportMode::MicroVertex, Grid(2)).ok);
+  s.Faces[2].AllocateGrid(6, 3);  // unequal to its neighbours'
+  s.Faces[3].AllocateGrid(0, 0);  // a grid size and no grid: the default sample
+  s.Faces[3].Nx = s.Faces[3].Ny = 4;
+  for (int f = 0; f < 3; f++) {
+    FaceSides sides;
+    s.GetFaceSides(f, sides);
+    const int nx = s.Faces[f].Nx, ny = s.Faces[f].Ny;
+    for (int y = -2; y <= ny + 1; y++)
+      for (int x = -2; x <= nx + 1; x++) {
+        MicroVertex a, b;
+        a.Color = b.Color = 7;
+        const MicroVertex* walked = s.GetMicroVertex(f, x, y, &a).Vertex;
+        const MicroVertex* beside = s.MicroVertexBeside(f, sides, x, y, &b);
+        if (walked == &a) {
+          ASSERT_EQ(beside, &b) << "face " << f << " at " << x << ", " << y;
+          EXPECT_EQ(b.Color, 0x00808080u);
+        } else {
+          ASSERT_EQ(beside, walked) << "face " << f << " at " << x << ", " << y;
+        }
+      }
+  }
+}

@@ -195,3 +195,87 @@ TEST(LayerComposition, AnEmptyLayerTileComposesAsAnAbsentOne) {
   }
   EXPECT_EQ(without->Pixels[37].Color & 0xffffff, 0x40a0ffu);
 }
+
+namespace {
+// One sample of a face, its layers bottom first through SampleBlend: the
+// definition the face composition must give bit for bit.
+void ReferenceSample(PaintScene& scene, int face, int s, MicroVertex& out) {
+  PaintFace& f = scene.Faces[face];
+  SampleBlend blend((uint32_t)face * 2654435761u + (uint32_t)s);
+  comms::cVec3 D, base;
+  int i = 0, k = 0;  // place in the face's list, place among the layers taken
+  for (const FaceLayer& l : f.LayerList) {
+    const OneLayerInfo& info = *l.Info;
+    const bool blendIt = info.Visible && info.ColorOp < ColorOps::LOP_NORMALMAP;
+    const bool bottom = i++ == 0 && l.LayerID == 0;
+    if (!blendIt && !bottom) continue;
+    const LayerMicroVertex* mask = nullptr;
+    for (const FaceLayer& m : f.LayerList)
+      if (info.LinkedLayer >= 0 && m.LayerID == info.LinkedLayer && m.Info->Visible) mask = m.Data;
+    const float m = LinkMask(info, mask != nullptr, mask ? mask[s].Opacity : 0);
+    const LayerMicroVertex& v = l.Data[s];
+    if (k++ == 0 && l.LayerID == 0) {
+      base = v.Offset;
+    } else if (blendIt) {
+      comms::cVec3 d = v.Offset * (info.DepthTransparency * m);
+      const float emboss = info.EmbossPower != 0 ? info.EmbossPower * v.Opacity * 2 / scene.UnitScale : 0;
+      d += f.Grid[s].BaseNormal * emboss;
+      D = ApplyDepthOp(info.DepthOp, D, d, f.Grid[s].BaseNormal, scene.UnitScale);
+    }
+    if (blendIt) blend.Add(info, v.Color, (float)(v.Color >> 24), v.Opacity, m, false);
+  }
+  float c[4] = {blend.A[0], blend.A[1], blend.A[2], std::clamp(blend.Specular, 0.0f, 255.0f)};
+  out.Color = PackColor(c);
+  out.Opacity = std::min(blend.Coverage, 1.0f);
+  out.Position = base + D;
+}
+}  // namespace
+
+TEST(LayerComposition, AFaceComposesBitForBitAsItsSamplesOneByOne) {
+  // Layers of every kind over a 4 x 4 grid: plain, each mode, Dissolve,
+  // corrections, masks straight and inverse, emboss, each depth mode, hidden.
+  PaintScene scene;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(1, 1), PaintImportMode::MicroVertex,
+                                  paintmeshes::Grid(2)).ok);
+  const PaintFace& f = scene.Faces[0];
+  ASSERT_EQ(f.SampleCount(), 16);
+  std::vector<int> ids;
+  for (int op = 0; op < ColorOps::kCount; op++) {
+    const int id = scene.NewLayer(false);
+    OneLayerInfo* info = scene.GetLayerByID(id);
+    info->ColorOp = op;
+    info->DepthOp = op % DepthOps::kCount;
+    info->ColorTransparency = 0.25f + 0.05f * (float)(op % 10);
+    info->DepthTransparency = 0.5f + 0.02f * (float)op;
+    info->EmbossPower = op % 4 == 1 ? 0.7f : 0;
+    if (op % 5 == 2) info->Contrast = 0.3f, info->Brightness = -12;
+    if (op % 6 == 3) info->SpecContrast = 0.5f, info->SpecBrightness = 9;
+    if (op % 7 == 4 && !ids.empty()) info->LinkedLayer = ids.back(), info->InverseLinkage = op % 2;
+    info->Visible = op != 8;
+    ids.push_back(id);
+    FaceLayer* fl = scene.GetFaceLayer(0, id, true);
+    for (int s = 0; s < 16; s++) {
+      fl->Data[s].Color = (uint32_t)((op + 1) * 2654435761u ^ s * 40503u);
+      fl->Data[s].Opacity = (float)((s * 7 + op) % 11) / 10.0f;
+      fl->Data[s].Offset = comms::cVec3(0.01f * (float)s, -0.02f * (float)op, 0.003f * (float)(s ^ op));
+    }
+  }
+  std::vector<MicroVertex> want(16);
+  for (int s = 0; s < 16; s++) ReferenceSample(scene, 0, s, want[s]);
+  auto check = [&](const char* how) {
+    for (int s = 0; s < 16; s++) {
+      const MicroVertex& got = scene.Faces[0].Grid[s];
+      ASSERT_EQ(got.Color, want[s].Color) << how << " sample " << s;
+      ASSERT_EQ(got.Opacity, want[s].Opacity) << how << " sample " << s;
+      ASSERT_EQ(got.Position.x, want[s].Position.x) << how << " sample " << s;
+      ASSERT_EQ(got.Position.y, want[s].Position.y) << how << " sample " << s;
+      ASSERT_EQ(got.Position.z, want[s].Position.z) << how << " sample " << s;
+    }
+  };
+  ComposeFace(scene, 0);
+  check("whole face");
+  for (int s = 0; s < 16; s++) scene.Faces[0].Grid[s].Color = 0, scene.Faces[0].Grid[s].Position = comms::cVec3();
+  for (int y = 0; y < 4; y++)
+    for (int x = 0; x < 4; x++) ComposeFaceSamples(scene, 0, x, y, x + 1, y + 1);
+  check("one sample at a time");
+}
