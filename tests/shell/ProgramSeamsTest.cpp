@@ -7,11 +7,15 @@
 // stroke in the window leaves the same samples as the same stroke headless.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
+#include "MC/adjust/AdjustHandlers.h"
+#include "MC/brushes/VoxelModes.h"
+#include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/render/RenderTool.h"
@@ -22,6 +26,8 @@
 #include "interchange/IO.h"
 #include "interface/AppOptions.h"
 #include "interface/OptionsFile.h"
+#include "interface/VoxTreePanel.h"
+#include "interface/WidgetTree.h"
 #include "paint/SceneChanges.h"
 #include "paint/file/SceneFile.h"
 #include "render/EglContext.h"
@@ -435,4 +441,87 @@ TEST_F(ProgramSeams, RenderRoomShowsItsRefiningPicture) {
   if (const char* dir = std::getenv("MORVANE_TEST_PICTURES")) std::filesystem::copy_file(after, std::string(dir) + "/render-room-window.png", std::filesystem::copy_options::overwrite_existing);
   std::filesystem::remove(before);
   std::filesystem::remove(after);
+}
+
+TEST_F(ProgramSeams, ALayerDeletedFromItsMenuOrMovedByTheGizmoComesBackWithCtrlZ) {
+  Program& p = Run("", 1280, 720);
+  p.TheShell().RunFrames(2);
+  VoxVisualTree* tree = p.View().Tree();
+  ASSERT_NE(tree, nullptr);
+  VoxTreeBranch* first = tree->BranchOf(p.View().Volume());
+  ASSERT_NE(first, nullptr);
+  VoxTreeBranch* ear = tree->AddVolume(first, nullptr, "Ear");
+  FillVolume(*ear->Volume, SphereShape(70, 0, 0, 12));
+  ear->Volume->UpdateSurface();
+  ear->Volume->DropUndoCopies();
+  tree->MakeCurrent(first);
+  const uintptr_t earId = ear->Volume->ObjectId;
+  auto key = [&](int k, bool down) {
+    PlatformEvent e;
+    e.type = down ? PlatformEvent::Type::KeyDown : PlatformEvent::Type::KeyUp;
+    e.key = k;
+    fake.Push(e);
+    p.TheShell().RunFrames(1);
+  };
+  auto ctrl = [&](char letter) {
+    key(keys::Control, true);
+    key(keys::A + (letter - 'A'), true);
+    key(keys::A + (letter - 'A'), false);
+    key(keys::Control, false);
+  };
+  auto earBack = [&] {
+    VoxTreeBranch* b = tree->FindByName("Ear");
+    return b && b->ParentBranch == first && b->Volume && b->Volume->ObjectId == earId &&
+           b->Volume->GetVoxel(70, 0, 0) >= kSurfaceLevel;
+  };
+
+  // The row's menu deletes it; Ctrl+Z brings it back, Ctrl+Y takes it again.
+  auto* panel = dynamic_cast<VoxTreePanel*>(TheWidgetTree().Root().FindWidget("VOXEL_LAYERS"));
+  ASSERT_NE(panel, nullptr);
+  ASSERT_TRUE(panel->OpenMenu(*ear, 10, 10));
+  const std::vector<std::string>& words = panel->MenuCommands();
+  const auto del = std::find(words.begin(), words.end(), "DelVoxTree");
+  ASSERT_NE(del, words.end());
+  ASSERT_TRUE(panel->PickMenuItem(int(del - words.begin())));
+  p.TheShell().RunFrames(1);
+  EXPECT_EQ(tree->FindByName("Ear"), nullptr);
+  EXPECT_EQ(tree->VolumeList.size(), 1u);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 1) << TheUndoStack().LastError();
+  ctrl('Z');
+  EXPECT_TRUE(earBack()) << "after Ctrl+Z";
+  ctrl('Y');
+  EXPECT_EQ(tree->FindByName("Ear"), nullptr) << "after Ctrl+Y";
+  ctrl('Z');
+  ASSERT_TRUE(earBack()) << "after the second Ctrl+Z";
+
+  // A drag of the gizmo's x arrow moves the volume and the ear; one Ctrl+Z
+  // puts both matrices back exactly.
+  VoxelSculptTool* tool = FindVoxelTool(Tools());
+  ASSERT_NE(tool, nullptr);
+  ASSERT_EQ(Tools().CurrentTool(), tool);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_TRANSFORM));
+  auto* gizmo = dynamic_cast<TransformHandler*>(tool->Handler());
+  ASSERT_NE(gizmo, nullptr);
+  gizmo->Activate(*tool);
+  ear = tree->FindByName("Ear");
+  float body[16], earAt[16];
+  std::memcpy(body, first->Volume->Transform, sizeof body);
+  std::memcpy(earAt, ear->Volume->Transform, sizeof earAt);
+  // Along the x arrow as the view shows it, from 60% of its length outwards.
+  const comms::cFreeViewer& cam = p.View().Camera();
+  const float size = gizmo->Gizmo.WorldSize(cam);
+  auto onArrow = [&](float t) { return cam.ProjectToView(gizmo->Gizmo.Centre + comms::cVec3(size * t, 0, 0)); };
+  const comms::cVec3 from = onArrow(0.6f), mid = onArrow(0.9f), to = onArrow(1.2f);
+  Mouse(PlatformEvent::Type::MouseMove, from.x + 0.5f, from.y + 0.5f);
+  Mouse(PlatformEvent::Type::ButtonDown, from.x + 0.5f, from.y + 0.5f);
+  Mouse(PlatformEvent::Type::MouseMove, mid.x + 0.5f, mid.y + 0.5f);
+  Mouse(PlatformEvent::Type::MouseMove, to.x + 0.5f, to.y + 0.5f);
+  Mouse(PlatformEvent::Type::ButtonUp, to.x + 0.5f, to.y + 0.5f);
+  EXPECT_GT(first->Volume->Transform[12], body[12] + 1.f);
+  EXPECT_GT(ear->Volume->Transform[12], earAt[12] + 1.f);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 1) << "the delete's record went with its second undo";
+  ctrl('Z');
+  EXPECT_EQ(std::memcmp(first->Volume->Transform, body, sizeof body), 0);
+  EXPECT_EQ(std::memcmp(ear->Volume->Transform, earAt, sizeof earAt), 0);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 0);
 }
