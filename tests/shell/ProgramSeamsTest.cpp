@@ -6,6 +6,7 @@
 // their volume, by the recent list, a drop and the open command; a mouse
 // stroke in the window leaves the same samples as the same stroke headless.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -524,4 +525,54 @@ TEST_F(ProgramSeams, ALayerDeletedFromItsMenuOrMovedByTheGizmoComesBackWithCtrlZ
   EXPECT_EQ(std::memcmp(first->Volume->Transform, body, sizeof body), 0);
   EXPECT_EQ(std::memcmp(ear->Volume->Transform, earAt, sizeof earAt), 0);
   EXPECT_EQ(TheUndoStack().UndoPosition, 0);
+}
+
+TEST_F(ProgramSeams, AStillShowsItsPictureGrowingWithTheRaysLineAndStopsOnEsc) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
+  ASSERT_NE(tool, nullptr);
+  Tools().SetCurrentTool("RenderTool");
+  p.TheShell().RunFrames(2);
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("morvane-still-" + std::to_string(getpid()));
+  tool->Folder = folder.string();
+  tool->Params.MaxRenederSteps = 50;
+  auto show = tool->ShowProgress;
+  ASSERT_TRUE(show) << "the room shows a still while it renders";
+  std::vector<std::string> lines;
+  const std::string shot = (folder / "window.png").string();
+  comms::cImage window, picture;
+  tool->ShowProgress = [&](const VolumeRender& pic, const std::string& line) {
+    lines.push_back(line);
+    if (pic.Rays() == 3) fake.SetKeyDown(keys::Esc, true);
+    const bool stop = show(pic, line);
+    if (pic.Rays() == 2) {
+      // What the window shows now, beside the picture itself.
+      EXPECT_EQ(p.View().WriteScreenshot(shot), shot);
+      EXPECT_TRUE(comms::cIO::LoadImage(shot, window));
+      pic.Picture(picture, false);
+    }
+    return stop;
+  };
+  const std::string file = tool->RenderStill();
+  fake.SetKeyDown(keys::Esc, false);
+  EXPECT_EQ(lines, (std::vector<std::string>{"Press ESC to stop. Rays: 1", "Press ESC to stop. Rays: 2",
+                                             "Press ESC to stop. Rays: 3"}))
+      << "Esc stops after the frame it came in";
+  EXPECT_TRUE(std::filesystem::exists(file)) << "the picture reached is saved";
+  ASSERT_EQ(window.width, picture.width);
+  ASSERT_EQ(window.height, picture.height);
+  // The window is the picture, but for the line's letters near its top.
+  const int w = window.width, h = window.height;
+  int lettered = 0, elsewhere = 0;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int d = 0;
+      for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(int(window.Pixel(x, y)[c]) - int(picture.Pixel(x, y)[c])));
+      if (d <= 24) continue;
+      ++(y >= h * 3 / 4 ? lettered : elsewhere);  // rows go bottom-up: the line's band is at the end
+    }
+  EXPECT_GT(lettered, 50) << "the rays line is drawn";
+  EXPECT_LT(elsewhere, w * h / 1000) << "the rest is the picture; see " << shot;
+  if (!HasFailure()) std::filesystem::remove_all(folder);
 }
