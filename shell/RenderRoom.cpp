@@ -63,6 +63,8 @@ void StartRenderRoom(ViewportSeams& viewport) {
   const float* pivot = &viewport.Camera().m_Center.x;
   tool->SetScene([&viewport] { return viewport.Tree() ? viewport.Tree()->VisibleVolumes() : std::vector<VolumeObject*>(); },
                  &viewport.Camera(), pivot);
+  // The frames are summed on the graphics card once the view has its renderer.
+  tool->Device = [&viewport] { return viewport.Renderer(); };
   auto shown = std::make_shared<ShownPicture>();
   // A still or a sequence runs inside its command, frames held: after each
   // of its frames the window shows the picture so far and its line, answers
@@ -91,4 +93,12 @@ void StartRenderRoom(ViewportSeams& viewport) {
       return true;
     return previous && previous(render, camera);
   };
+}
+
+void StopRenderRoom() {
+  auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
+  if (!tool) return;
+  tool->SetScene(nullptr, nullptr, nullptr);
+  tool->Device = nullptr;
+  tool->ShowProgress = nullptr;
 }

@@ -1,7 +1,8 @@
 // The render room in the window: the render tool sees the layer tree's
 // visible volumes through the view's camera, and while it is the current
 // tool with IncrementalRender on, its refining picture takes the place of the
-// 3D view, with the "rays" line over it. A still or a sequence shows its
+// 3D view, with the "rays" line over it. The frames are drawn on the
+// graphics card through the view's renderer. A still or a sequence shows its
 // picture growing frame by frame with its line, and Esc stops it (the
 // picture reached is saved).
 #pragma once
@@ -19,6 +20,9 @@ struct cRect;
 // After the other rooms: links the render tool to the viewport and wraps the
 // viewport's room drawing so the picture shows in the render room.
 void StartRenderRoom(ViewportSeams& viewport);
+// Before the view goes: the tool lets go of the view, its renderer and the
+// pictures it holds on it.
+void StopRenderRoom();
 
 // The picture's texture on the device, made again when the picture grew.
 struct ShownPicture {

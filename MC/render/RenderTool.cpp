@@ -38,6 +38,8 @@ std::unique_ptr<VolumeRender> RenderTool::MakeRender(int width, int height) cons
   r->SetScene(volumes_());
   const cVec3 pivot = Pivot();
   r->SetEye(VolumeRender::EyeOf(*camera_, std::max((pivot - camera_->Pos).Length(), 1e-3f)));
+  if (Device)
+    if (comms::cRender* device = Device()) r->UseDevice(device);
   return r;
 }
 

@@ -18,6 +18,7 @@
 class VolumeObject;
 class VolumeRender;
 namespace comms {
+class cRender;
 class cViewer;
 }
 
@@ -56,6 +57,10 @@ class RenderTool : public BasicTool {
   // Milliseconds of a steady clock, for the minutes a sequence has left;
   // the system's unless set.
   std::function<uint64_t()> ClockMs;
+  // The graphics device the frames are drawn on when there is one (the
+  // window's renderer); null, or a device that lacks what the frames need,
+  // leaves them to the processor.
+  std::function<comms::cRender*()> Device;
 
   void AddLight();
   void Render();

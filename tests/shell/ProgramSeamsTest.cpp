@@ -434,6 +434,7 @@ TEST_F(ProgramSeams, RenderRoomShowsItsRefiningPicture) {
   p.TheShell().RunFrames(6);
   ASSERT_NE(tool->Incremental(), nullptr);
   EXPECT_EQ(tool->Incremental()->Rays(), 3);
+  EXPECT_TRUE(tool->Incremental()->OnDevice()) << "the frames are summed on the graphics card";
   ASSERT_EQ(p.View().WriteScreenshot(after), after);
   comms::cImage a, b;
   ASSERT_TRUE(comms::cIO::LoadImage(before, a));
@@ -544,6 +545,7 @@ TEST_F(ProgramSeams, AStillShowsItsPictureGrowingWithTheRaysLineAndStopsOnEsc) {
   comms::cImage window, picture;
   tool->ShowProgress = [&](const VolumeRender& pic, const std::string& line) {
     lines.push_back(line);
+    EXPECT_TRUE(pic.OnDevice()) << "the window's renderer sums the frames";
     if (pic.Rays() == 3) fake.SetKeyDown(keys::Esc, true);
     const bool stop = show(pic, line);
     if (pic.Rays() == 2) {
