@@ -30,13 +30,17 @@ bool Shell::ProgressBar(int current, int total, const char* text) {
     seams_.DrawProgressBox(percent, text ? text : "");
     seams_.EndScene();
   }
+  PumpOneMessage();
+  seams_.BeginScene();
+  return true;
+}
+
+void Shell::PumpOneMessage() {
   // One message, no nested frame: the window answers, the scene stays put.
   frameForbidden_ = true;
   PlatformEvent e;
   if (platform_.PollEvent(e)) HandleEvent(e);
   frameForbidden_ = false;
-  seams_.BeginScene();
-  return true;
 }
 
 bool ProgressBar(int current, int total, const char* text) {

@@ -36,6 +36,7 @@ Program::Program(Platform& platform, const ProgramMode& mode)
 }
 
 Program::~Program() {
+  StopRenderRoom();  // its pictures may live on the view's renderer
   shell_.SetAskInWindow(nullptr);
   workspace_.reset();
   interface_.reset();

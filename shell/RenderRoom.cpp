@@ -10,21 +10,30 @@
 #include "MC/tree/VoxVisualTree.h"
 #include "interchange/Image.h"
 #include "interface/UiContext.h"
+#include "platform/Keys.h"
 #include "render/Render.h"
+#include "shell/Shell.h"
 #include "shell/Viewport.h"
 #include "shell/tools/ToolTable.h"
 
 using namespace comms;
 
 bool DrawRenderPicture(cRender& render, cFreeViewer& camera, RenderTool& tool, ShownPicture& shown, const cRect* free) {
+  if (const VolumeRender* running = tool.Running())
+    return DrawRenderPicture(render, camera, *running, tool.RunningLine(), shown, free);
   if (!tool.Incremental()) return false;
-  const VolumeRender& picture = *tool.Incremental();
-  if (picture.Rays() != shown.rays) {
+  return DrawRenderPicture(render, camera, *tool.Incremental(), RaysLine(tool.Incremental()->Rays()), shown, free);
+}
+
+bool DrawRenderPicture(cRender& render, cFreeViewer& camera, const VolumeRender& picture, const std::string& line,
+                       ShownPicture& shown, const cRect* free) {
+  if (picture.Rays() != shown.rays || &picture != shown.picture) {
     cImage image;
     picture.Picture(image, false);
     render.FreeTexture(shown.texture);
     shown.texture = render.CreateTexture(image, render.GetSamplerState(kFilterLinear, 1, 1, 1));
     shown.rays = picture.Rays();
+    shown.picture = &picture;
   }
   if (shown.shader < 0) shown.shader = render.GetShaderID("hud_smooth", kVfPosColorTex2, "#define SCREEN_SPACE");
   if (shown.texture < 0 || shown.shader < 0) return false;
@@ -42,7 +51,7 @@ bool DrawRenderPicture(cRender& render, cFreeViewer& camera, RenderTool& tool, S
   ui.Render = &render;
   ui.ResetClip();
   const float tx = free ? std::max(x, free->left) : x, ty = free ? std::max(y, free->top) : y;
-  ui.DrawText(tx + ui.Px(8), ty + ui.Px(6), RaysLine(picture.Rays()).c_str(), 0xffffffffu);
+  ui.DrawText(tx + ui.Px(8), ty + ui.Px(6), line.c_str(), 0xffffffffu);
   render.Flush2D();
   ui.Render = before;
   return true;
@@ -54,7 +63,27 @@ void StartRenderRoom(ViewportSeams& viewport) {
   const float* pivot = &viewport.Camera().m_Center.x;
   tool->SetScene([&viewport] { return viewport.Tree() ? viewport.Tree()->VisibleVolumes() : std::vector<VolumeObject*>(); },
                  &viewport.Camera(), pivot);
+  // The frames are summed on the graphics card once the view has its renderer.
+  tool->Device = [&viewport] { return viewport.Renderer(); };
   auto shown = std::make_shared<ShownPicture>();
+  // A still or a sequence runs inside its command, frames held: after each
+  // of its frames the window shows the picture so far and its line, answers
+  // one message, and Esc stops it.
+  tool->ShowProgress = [shown, &viewport](const VolumeRender& picture, const std::string& line) {
+    if (cRender* render = viewport.Renderer()) {
+      viewport.BeginScene();
+      viewport.DrawBackground();
+      cRect free;
+      const bool hasFree = viewport.FreeArea && viewport.FreeArea(free);
+      DrawRenderPicture(*render, viewport.Camera(), picture, line, *shown, hasFree ? &free : nullptr);
+      viewport.EndScene();
+    }
+    Shell* shell = TheShell();
+    if (!shell) return false;
+    shell->PumpOneMessage();
+    viewport.BeginScene();
+    return shell->IsKeyDownNow(keys::Esc);
+  };
   auto previous = viewport.DrawRoomScene;
   viewport.DrawRoomScene = [tool, shown, previous, &viewport](cRender& render, cFreeViewer& camera) {
     cRect free;
@@ -64,4 +93,12 @@ void StartRenderRoom(ViewportSeams& viewport) {
       return true;
     return previous && previous(render, camera);
   };
+}
+
+void StopRenderRoom() {
+  auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
+  if (!tool) return;
+  tool->SetScene(nullptr, nullptr, nullptr);
+  tool->Device = nullptr;
+  tool->ShowProgress = nullptr;
 }

@@ -65,6 +65,9 @@ class Shell {
   void SetAskInWindow(std::function<int(const SystemDialog&)> ask) { askInWindow_ = std::move(ask); }
   // Returns whether it drew (at most every 500 ms).
   bool ProgressBar(int current, int total, const char* text);
+  // Inside a long operation: one waiting message is handled, no frame runs,
+  // so the window answers while the scene stays put.
+  void PumpOneMessage();
   bool IsKeyDownNow(int key) const;
 
   void SetFullScreenWanted(bool on) { settings_.FullScreen = on; }

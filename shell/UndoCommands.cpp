@@ -8,6 +8,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "MC/undo/PartsUndo.h"
+#include "MC/undo/RowsUndo.h"
 #include "MC/undo/VolumeUndo.h"
 #include "interface/HotKeys.h"
 #include "paint/SceneChanges.h"
@@ -49,8 +50,20 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
         if (voxels) voxels->SelectMode(tool);
       }));
 
+  // A step on the layer tree's rows; afterwards the brushes work on the
+  // volume current then.
+  stack.RegisterUndoMaker(std::make_unique<Rows_Undo>(
+      stack, [v] { return v->Tree(); },
+      [voxels](int tool) {
+        if (voxels) voxels->SelectMode(tool);
+      },
+      [voxels, v] {
+        if (voxels) voxels->SetScene(v->Volume(), &v->Camera());
+      }));
+
   UndoStack* s = &stack;
   if (voxels) {
+    voxels->OnRowsStep = [s](RowsStep& step) { step.Push(*s); };
     voxels->OnStrokeEnd = [s, voxels](VolumeObject& volume) { PushVolumeUndo(*s, {&volume}, voxels->Mode); };
     // A merge into separate volumes: one record takes the rows it added away too.
     WireMergeUndo(*voxels, stack, [v] { return v->Tree(); });

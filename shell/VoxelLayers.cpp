@@ -7,11 +7,13 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/tree/VoxTreeMenu.h"
 #include "MC/tree/VoxVisualTree.h"
+#include "MC/undo/RowsUndo.h"
 #include "interface/Dialogs.h"
 #include "interface/Docks.h"
 #include "interface/VoxTreePanel.h"
 #include "interface/WidgetTree.h"
 #include "paint/GeneralPen.h"
+#include "paint/undo/UndoStack.h"
 #include "shell/Viewport.h"
 #include "shell/tools/ToolTable.h"
 
@@ -52,6 +54,7 @@ VoxTreePanel* MakeVoxelLayersWindow(Docks& docks, WidgetTree& tree, ViewportSeam
   panel->RunCommand = [&view](VoxTreeBranch& row, const std::string& command, VoxTreeBranch* target,
                               std::string& message) {
     VoxVisualTree* t = view.Tree();
+    if (t && command == "DelVoxTree") return DeleteRowUndoable(TheUndoStack(), *t, &row);
     return t && RunVoxTreeCommand(*t, &row, command, target, SymmetryAxis(), &message);
   };
   panel->ShowMessage = [&tree](const std::string& key) { ShowDialog(tree, key.c_str(), "MORVANE_TITLE", nullptr, {"OK"}); };

@@ -4,11 +4,13 @@
 // picks and gizmo drags and calls the operations of this folder; the edits
 // end through VoxelSculptTool::EndEdit, so each is one undo record.
 #pragma once
+#include <memory>
 #include <string>
 
 #include "MC/adjust/TransformGizmo.h"
 #include "MC/adjust/TransposeSet.h"
 #include "MC/brushes/VoxelModeHandler.h"
+#include "MC/undo/RowsUndo.h"
 
 class VolumeObject;
 
@@ -38,7 +40,8 @@ class MeasureHandler : public VoxelModeHandler {
 
 // SCULPT_TRANSFORM: the gizmo moves, turns and scales the current volume's
 // transform, through the layer tree when there is one so the rows below
-// follow.
+// follow; each drag is one undo step (through OnRowsStep) that puts every
+// matrix of those rows back.
 class TransformHandler : public VoxelModeHandler {
  public:
   TransformGizmo Gizmo;
@@ -54,6 +57,8 @@ class TransformHandler : public VoxelModeHandler {
   void Apply(VoxelSculptTool& tool, const comms::cMat4& by);
   comms::cMat4 applied_;
   int hover_ = -1;
+  std::unique_ptr<RowsStep> step_;  // the drag's undo step, while one runs
+  bool moved_ = false;
 };
 
 // SCULPT_TRANSPOSE: a drag on the surface selects vertices by TRN_MODE and

@@ -1,5 +1,8 @@
 // The transform gizmo of the voxel room (SCULPT_TRANSFORM, see AdjustHandlers.h).
 #include "MC/adjust/AdjustHandlers.h"
+
+#include <cstring>
+
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/tree/VoxVisualTree.h"
@@ -32,6 +35,13 @@ bool TransformHandler::OnLMBDown(VoxelSculptTool& tool) {
   // Off the handles the press is left to the view.
   if (!Gizmo.Begin(*tool.Camera(), Pointer().X, Pointer().Y)) return false;
   applied_ = cMat4();
+  moved_ = false;
+  step_.reset();
+  VoxVisualTree* tree = tool.Tree ? tool.Tree() : nullptr;
+  if (VoxTreeBranch* row = tree ? tree->BranchOf(tool.Volume()) : nullptr; row && tool.OnRowsStep) {
+    step_ = std::make_unique<RowsStep>(*tree);
+    step_->NotePlaces(row);
+  }
   return true;
 }
 
@@ -44,6 +54,7 @@ bool TransformHandler::OnMouseMove(VoxelSculptTool& tool) {
   // The volume already carries `applied_`: only the rest is added.
   Apply(tool, applied_.Inverse() * delta);
   applied_ = delta;
+  moved_ |= std::memcmp(delta.Data(), cMat4().Data(), sizeof(float) * 16) != 0;
   return true;
 }
 
@@ -52,6 +63,8 @@ bool TransformHandler::OnLMBUp(VoxelSculptTool& tool) {
   Gizmo.End();
   hover_ = -1;
   Place(tool);
+  if (step_ && moved_ && tool.OnRowsStep) tool.OnRowsStep(*step_);
+  step_.reset();
   ChangedSinceSave = 1;
   return true;
 }

@@ -18,6 +18,7 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
 #include "MC/tree/VoxVisualTree.h"
+#include "MC/undo/RowsUndo.h"
 #include "interchange/Mesh.h"
 #include "paint/GeneralPen.h"
 #include "paint/SceneChanges.h"
@@ -202,11 +203,23 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     cut.Offset = tool.Settings.SplitBorderWidth;
     if (mode == SCULPT_RECTSPLIT) {
       VoxVisualTree* tree = TreeOf(tool);
-      VoxTreeBranch* row = tree ? AddSplitLayer(*tree, tree->BranchOf(volume)) : nullptr;
+      if (!tree) return false;
+      RowsStep step(*tree);  // before the new layer is current
+      VoxTreeBranch* row = AddSplitLayer(*tree, tree->BranchOf(volume));
       if (!row) return false;
       cut.Target = row->Volume;
       for (const SymmetryCopy& c : copies) CutByShape(*volume, shape, MirroredView(view, c.M), cut);
-      EndEditOf(tool, {volume, row->Volume});
+      if (tool.OnRowsStep) {
+        // One step: undo takes the cells back and the layer away.
+        step.NoteNew(row);
+        step.NoteCells({volume, row->Volume}, mode);
+        tool.OnRowsStep(step);
+        volume->UpdateSurface();
+        row->Volume->UpdateSurface();
+        ChangedSinceSave = 1;
+      } else {
+        EndEditOf(tool, {volume, row->Volume});
+      }
       tree->MakeCurrent(row);
       tool.SetScene(row->Volume, camera);
       tool.SelectMode(SCULPT_TRANSFORM);

@@ -25,6 +25,7 @@
 
 class VolumeObject;
 class VoxVisualTree;
+class RowsStep;
 class PressureSource;
 namespace comms {
 class cRender;
@@ -92,6 +93,10 @@ class VoxelSculptTool : public BasicTool {
   // merge back.
   // Without a hook the copies are dropped.
   std::function<void(const std::vector<VolumeObject*>&)> OnMergeEnd;
+  // A step that changed rows of the layer tree (the layer a split made, rows
+  // the gizmo moved), with its cells: the place where its one undo record is
+  // written. Without a hook the step is kept without a record.
+  std::function<void(RowsStep&)> OnRowsStep;
   // With MergeToSeparateVolumes: the volumes below the current one (cut by
   // negative parts with CutThroughVolumes), and the taker of the new part
   // volumes (the layer tree hangs them under the current volume's row).

@@ -4,6 +4,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -29,6 +31,18 @@ std::string RaysLine(int rays) {
   char text[64];
   snprintf(text, sizeof(text), "Press ESC to stop. Rays: %d", rays);
   return text;
+}
+
+std::string SequenceLine(int frame, int frames, int minutesLeft, int rays) {
+  char text[128];
+  snprintf(text, sizeof(text), "Frame %04d/%d (%d min left). Press ESC to stop. Rays: %d", frame, frames, minutesLeft,
+           rays);
+  return text;
+}
+
+int MinutesLeft(double elapsedMinutes, double done, int frames) {
+  if (done <= 0 || frames <= 0) return 0;
+  return std::max(0, (int)std::lround(elapsedMinutes * ((double)frames / done - 1.0)));
 }
 
 std::string NumberedFileName(const std::string& stem, const std::string& ext, bool dontOverwrite) {

@@ -14,6 +14,12 @@ class VolumeRender;
 int RenderFrames(VolumeRender& render, int maxFrames, const std::function<bool(int rays)>& stop = nullptr);
 // "Press ESC to stop. Rays: %d".
 std::string RaysLine(int rays);
+// The line of a sequence: "Frame %04d/%d (%d min left). Press ESC to stop. Rays: %d".
+std::string SequenceLine(int frame, int frames, int minutesLeft, int rays);
+// Minutes a sequence still needs: the minutes it took so far times (all its
+// frames over the frames done, minus 1), to the nearest minute; `done` may
+// count part of a frame. 0 before anything is done.
+int MinutesLeft(double elapsedMinutes, double done, int frames);
 // "%s%06d.<ext>" for number 0, or with dontOverwrite the first number whose
 // file does not exist yet.
 std::string NumberedFileName(const std::string& stem, const std::string& ext, bool dontOverwrite);

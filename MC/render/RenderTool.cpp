@@ -1,6 +1,7 @@
 // The render room's tool (see RenderTool.h).
 #include "MC/render/RenderTool.h"
 
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 
@@ -37,6 +38,8 @@ std::unique_ptr<VolumeRender> RenderTool::MakeRender(int width, int height) cons
   r->SetScene(volumes_());
   const cVec3 pivot = Pivot();
   r->SetEye(VolumeRender::EyeOf(*camera_, std::max((pivot - camera_->Pos).Length(), 1e-3f)));
+  if (Device)
+    if (comms::cRender* device = Device()) r->UseDevice(device);
   return r;
 }
 
@@ -60,8 +63,26 @@ std::string RenderTool::RenderStill() {
   PictureSize(Params, (int)camera_->ViewWidth(), (int)camera_->ViewHeight(), true, w, h);
   auto r = MakeRender(w, h);
   if (!r) return "";
-  RenderFrames(*r, std::max(1, Params.MaxRenederSteps), StopRequested);
+  RunFrames(*r, RaysLine);
   return SaveNumbered(*r, "render");
+}
+
+uint64_t RenderTool::NowMs() const {
+  if (ClockMs) return ClockMs();
+  using namespace std::chrono;
+  return (uint64_t)duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+bool RenderTool::RunFrames(VolumeRender& r, const std::function<std::string(int rays)>& line) {
+  bool stopped = false;
+  running_ = &r;
+  RenderFrames(r, std::max(1, Params.MaxRenederSteps), [&](int rays) {
+    runningLine_ = line(rays);
+    stopped = (ShowProgress && ShowProgress(r, runningLine_)) || (StopRequested && StopRequested(rays));
+    return stopped;
+  });
+  running_ = nullptr;
+  return stopped;
 }
 
 std::vector<std::string> RenderTool::RenderTurn() {
@@ -70,6 +91,8 @@ std::vector<std::string> RenderTool::RenderTurn() {
   comms::cViewer turned = *camera_;
   const cVec3 pivot = Pivot();
   const comms::cViewer* saved = camera_;
+  const uint64_t start = NowMs();
+  const int steps = std::max(1, Params.MaxRenederSteps);
   for (int i = 0; i < NumFinalFrames; ++i) {
     // The eye turns about the vertical through the pivot.
     const float a = 6.2831853f * (float)i / (float)NumFinalFrames, c = std::cos(a), s = std::sin(a);
@@ -82,10 +105,10 @@ std::vector<std::string> RenderTool::RenderTurn() {
     auto r = MakeRender(w, h);
     camera_ = saved;
     if (!r) break;
-    bool stopped = false;
-    RenderFrames(*r, std::max(1, Params.MaxRenederSteps), [&](int rays) {
-      stopped = StopRequested && StopRequested(rays);
-      return stopped;
+    // Frames done count the part of this one its rays make.
+    const bool stopped = RunFrames(*r, [&](int rays) {
+      const double minutes = double(NowMs() - start) / 60000.0;
+      return SequenceLine(i + 1, NumFinalFrames, MinutesLeft(minutes, i + double(rays) / steps, NumFinalFrames), rays);
     });
     const std::string name = SaveNumbered(*r, SequenceName.cpchar());
     if (name.empty()) break;

@@ -18,6 +18,7 @@
 class VolumeObject;
 class VolumeRender;
 namespace comms {
+class cRender;
 class cViewer;
 }
 
@@ -49,6 +50,17 @@ class RenderTool : public BasicTool {
   // Asked after each frame of a still or a sequence: true stops (Esc); the
   // picture reached is still saved.
   std::function<bool(int rays)> StopRequested;
+  // Told after each frame of a still or a sequence, with the picture so far
+  // and the line to show over it (RaysLine, or SequenceLine in a sequence);
+  // true stops as StopRequested does. The window shows the picture growing.
+  std::function<bool(const VolumeRender& picture, const std::string& line)> ShowProgress;
+  // Milliseconds of a steady clock, for the minutes a sequence has left;
+  // the system's unless set.
+  std::function<uint64_t()> ClockMs;
+  // The graphics device the frames are drawn on when there is one (the
+  // window's renderer); null, or a device that lacks what the frames need,
+  // leaves them to the processor.
+  std::function<comms::cRender*()> Device;
 
   void AddLight();
   void Render();
@@ -60,6 +72,10 @@ class RenderTool : public BasicTool {
   // The viewport's picture while IncrementalRender is on (null before the
   // first frame), and its frame count.
   const VolumeRender* Incremental() const { return incremental_.get(); }
+  // The picture of the still or sequence frame being rendered (null when
+  // none is), and its line as last shown.
+  const VolumeRender* Running() const { return running_; }
+  const std::string& RunningLine() const { return runningLine_; }
 
   const char* GetRoomName() override { return "Render"; }
   const char* GetHintId() override { return "RenderTool"; }
@@ -74,7 +90,14 @@ class RenderTool : public BasicTool {
   const comms::cViewer* camera_ = nullptr;
   const float* pivot_ = nullptr;
   comms::cVec3 Pivot() const;
+  // Adds the frames of `r` as the running picture, telling ShowProgress
+  // and StopRequested; `line` makes the line of the rays so far. True
+  // when stopped.
+  bool RunFrames(VolumeRender& r, const std::function<std::string(int rays)>& line);
+  uint64_t NowMs() const;
   std::unique_ptr<VolumeRender> incremental_;
+  const VolumeRender* running_ = nullptr;
+  std::string runningLine_;
   std::vector<float> seenCamera_;
 };
 

@@ -90,6 +90,7 @@ VolumeRender::VolumeRender(const RenderParams& params, int width, int height, ui
 }
 
 int VolumeRender::SetScene(const std::vector<VolumeObject*>& volumes) {
+  DropDevice();  // its buffers hold the last scene
   WeldedMeshBuilder mesh;
   for (VolumeObject* v : volumes) {
     v->UpdateSurface();
@@ -112,6 +113,7 @@ int VolumeRender::SetScene(const std::vector<VolumeObject*>& volumes) {
 }
 
 void VolumeRender::SetTriangles(const std::vector<float>& corners) {
+  DropDevice();
   pos_ = corners;
   index_.resize(corners.size() / 3);
   for (size_t i = 0; i < index_.size(); ++i) index_[i] = (uint32_t)i;
@@ -165,6 +167,7 @@ void VolumeRender::Restart() {
   std::fill(accum_.begin(), accum_.end(), 0.f);
   frames_ = 0;
   BuildLights();
+  if (device_) ClearDeviceSum();
 }
 
 void VolumeRender::BuildLights() {
@@ -190,7 +193,7 @@ void VolumeRender::BuildLights() {
   }
 }
 
-void VolumeRender::RenderShadowMap(const cVec3& dir) {
+void VolumeRender::PlaceShadowMap(const cVec3& dir) {
   sDir_ = dir;
   const cVec3 helper = std::abs(dir.y) < 0.9f ? cVec3(0, 1, 0) : cVec3(1, 0, 0);
   sRight_ = comms::Cross(helper, dir).Normalized();
@@ -203,6 +206,10 @@ void VolumeRender::RenderShadowMap(const cVec3& dir) {
   }
   sScale_ = (shadowSize_ - 2) / std::max({mx[0] - mn[0], mx[1] - mn[1], 1e-6f});
   sOffsetX_ = 1 - mn[0] * sScale_, sOffsetY_ = 1 - mn[1] * sScale_;
+}
+
+void VolumeRender::RenderShadowMap(const cVec3& dir) {
+  PlaceShadowMap(dir);
   const int nv = (int)pos_.size() / 3;
   std::vector<Corner> c(nv);
   std::vector<float> height(nv);
@@ -349,21 +356,26 @@ void VolumeRender::RenderFrame() {
   }
   float jx = 0, jy = 0;
   if (params_.Use_AA && frames_ > 0) jx = random_.Signed() * 0.5f, jy = random_.Signed() * 0.5f;
-  if (!params_.WithoutShadow) RenderShadowMap(dir);
-  RasterFrame(sx, sy, jx, jy);
-  ShadeFrame(dir, color, ambient, sx, sy);
+  if (device_) {
+    DeviceFrame(dir, color, ambient, sx, sy, jx, jy);
+  } else {
+    if (!params_.WithoutShadow) RenderShadowMap(dir);
+    RasterFrame(sx, sy, jx, jy);
+    ShadeFrame(dir, color, ambient, sx, sy);
+  }
   ++frames_;
 }
 
 void VolumeRender::Picture(comms::cImage& out, bool alpha) const {
   out.Create(width_, height_, 4);
   const float n = (float)std::max(frames_, 1);
+  const std::vector<float>& sum = Sum();
   for (int y = 0; y < height_; ++y) {
     // The backdrop: a soft vertical gradient, lighter at the top.
     const float t = (float)y / std::max(1, height_ - 1);
     const cVec3 bg = cVec3(0.36f, 0.37f, 0.40f) * (1 - t) + cVec3(0.16f, 0.16f, 0.18f) * t;
     for (int x = 0; x < width_; ++x) {
-      const float* a = &accum_[((size_t)y * width_ + x) * 4];
+      const float* a = &sum[((size_t)y * width_ + x) * 4];
       const float cover = a[3] / n;
       cVec3 c(a[0] / n, a[1] / n, a[2] / n);
       if (alpha)

@@ -4,9 +4,11 @@
 // one, and with the eye moved on the lens for depth of field (the plane in
 // focus stays put). Frames add into a float picture; the mean is the result.
 // Rows are split between threads in fixed bands, so the picture is the same
-// whatever the thread count.
+// whatever the thread count. With a graphics device (UseDevice) the same
+// frames, from the same random draws, are drawn and summed on the card.
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,7 @@ class VolumeObject;
 namespace comms {
 class cViewer;
 class cImage;
+class cRender;
 }  // namespace comms
 
 class VolumeRender {
@@ -30,6 +33,15 @@ class VolumeRender {
     float FocusDistance = 100;
   };
   VolumeRender(const RenderParams& params, int width, int height, uint32_t seed = 1);
+  ~VolumeRender();
+
+  // Draws the frames through `device` from now on: the shadow map into a
+  // float target, then the frame, added into a float picture on the card.
+  // False when the device lacks a shader, a float target or a depth target;
+  // the processor goes on drawing then. Null goes back to the processor. The
+  // picture starts again either way.
+  bool UseDevice(comms::cRender* device);
+  bool OnDevice() const { return device_ != nullptr; }
 
   // The triangles of the volumes in scene space; returns the triangle count.
   int SetScene(const std::vector<VolumeObject*>& volumes);
@@ -67,7 +79,19 @@ class VolumeRender {
     float Scatter;
     float Power;
   };
+  struct Device;
+  struct DeviceFree {
+    void operator()(Device* d) const;
+  };
   void BuildLights();
+  // The shadow map's frame for light direction `dir`: its axes, scale and offsets.
+  void PlaceShadowMap(const comms::cVec3& dir);
+  void DeviceFrame(const comms::cVec3& lightDir, const comms::cVec3& lightColor, bool ambient, float shiftX,
+                   float shiftY, float jitterX, float jitterY);
+  // The sum of the frames, rgba per pixel, rows from the top.
+  const std::vector<float>& Sum() const;
+  void ClearDeviceSum();
+  void DropDevice();
   // Depth from the light along -dir over the scene box.
   void RenderShadowMap(const comms::cVec3& dir);
   float Shadow(const comms::cVec3& p) const;
@@ -95,4 +119,6 @@ class VolumeRender {
   float sScale_ = 1, sOffsetX_ = 0, sOffsetY_ = 0;
   std::vector<float> accum_;  // rgba per pixel
   int frames_ = 0;
+  std::unique_ptr<Device, DeviceFree> device_;
+  mutable std::vector<float> deviceSum_;  // the card's sum, as last read
 };

@@ -6,12 +6,17 @@
 // their volume, by the recent list, a drop and the open command; a mouse
 // stroke in the window leaves the same samples as the same stroke headless.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 
+#include "MC/adjust/AdjustHandlers.h"
+#include "MC/brushes/VoxelModes.h"
+#include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/render/RenderTool.h"
@@ -22,6 +27,8 @@
 #include "interchange/IO.h"
 #include "interface/AppOptions.h"
 #include "interface/OptionsFile.h"
+#include "interface/VoxTreePanel.h"
+#include "interface/WidgetTree.h"
 #include "paint/SceneChanges.h"
 #include "paint/file/SceneFile.h"
 #include "render/EglContext.h"
@@ -427,6 +434,7 @@ TEST_F(ProgramSeams, RenderRoomShowsItsRefiningPicture) {
   p.TheShell().RunFrames(6);
   ASSERT_NE(tool->Incremental(), nullptr);
   EXPECT_EQ(tool->Incremental()->Rays(), 3);
+  EXPECT_TRUE(tool->Incremental()->OnDevice()) << "the frames are summed on the graphics card";
   ASSERT_EQ(p.View().WriteScreenshot(after), after);
   comms::cImage a, b;
   ASSERT_TRUE(comms::cIO::LoadImage(before, a));
@@ -435,4 +443,138 @@ TEST_F(ProgramSeams, RenderRoomShowsItsRefiningPicture) {
   if (const char* dir = std::getenv("MORVANE_TEST_PICTURES")) std::filesystem::copy_file(after, std::string(dir) + "/render-room-window.png", std::filesystem::copy_options::overwrite_existing);
   std::filesystem::remove(before);
   std::filesystem::remove(after);
+}
+
+TEST_F(ProgramSeams, ALayerDeletedFromItsMenuOrMovedByTheGizmoComesBackWithCtrlZ) {
+  Program& p = Run("", 1280, 720);
+  p.TheShell().RunFrames(2);
+  VoxVisualTree* tree = p.View().Tree();
+  ASSERT_NE(tree, nullptr);
+  VoxTreeBranch* first = tree->BranchOf(p.View().Volume());
+  ASSERT_NE(first, nullptr);
+  VoxTreeBranch* ear = tree->AddVolume(first, nullptr, "Ear");
+  FillVolume(*ear->Volume, SphereShape(70, 0, 0, 12));
+  ear->Volume->UpdateSurface();
+  ear->Volume->DropUndoCopies();
+  tree->MakeCurrent(first);
+  const uintptr_t earId = ear->Volume->ObjectId;
+  auto key = [&](int k, bool down) {
+    PlatformEvent e;
+    e.type = down ? PlatformEvent::Type::KeyDown : PlatformEvent::Type::KeyUp;
+    e.key = k;
+    fake.Push(e);
+    p.TheShell().RunFrames(1);
+  };
+  auto ctrl = [&](char letter) {
+    key(keys::Control, true);
+    key(keys::A + (letter - 'A'), true);
+    key(keys::A + (letter - 'A'), false);
+    key(keys::Control, false);
+  };
+  auto earBack = [&] {
+    VoxTreeBranch* b = tree->FindByName("Ear");
+    return b && b->ParentBranch == first && b->Volume && b->Volume->ObjectId == earId &&
+           b->Volume->GetVoxel(70, 0, 0) >= kSurfaceLevel;
+  };
+
+  // The row's menu deletes it; Ctrl+Z brings it back, Ctrl+Y takes it again.
+  auto* panel = dynamic_cast<VoxTreePanel*>(TheWidgetTree().Root().FindWidget("VOXEL_LAYERS"));
+  ASSERT_NE(panel, nullptr);
+  ASSERT_TRUE(panel->OpenMenu(*ear, 10, 10));
+  const std::vector<std::string>& words = panel->MenuCommands();
+  const auto del = std::find(words.begin(), words.end(), "DelVoxTree");
+  ASSERT_NE(del, words.end());
+  ASSERT_TRUE(panel->PickMenuItem(int(del - words.begin())));
+  p.TheShell().RunFrames(1);
+  EXPECT_EQ(tree->FindByName("Ear"), nullptr);
+  EXPECT_EQ(tree->VolumeList.size(), 1u);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 1) << TheUndoStack().LastError();
+  ctrl('Z');
+  EXPECT_TRUE(earBack()) << "after Ctrl+Z";
+  ctrl('Y');
+  EXPECT_EQ(tree->FindByName("Ear"), nullptr) << "after Ctrl+Y";
+  ctrl('Z');
+  ASSERT_TRUE(earBack()) << "after the second Ctrl+Z";
+
+  // A drag of the gizmo's x arrow moves the volume and the ear; one Ctrl+Z
+  // puts both matrices back exactly.
+  VoxelSculptTool* tool = FindVoxelTool(Tools());
+  ASSERT_NE(tool, nullptr);
+  ASSERT_EQ(Tools().CurrentTool(), tool);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_TRANSFORM));
+  auto* gizmo = dynamic_cast<TransformHandler*>(tool->Handler());
+  ASSERT_NE(gizmo, nullptr);
+  gizmo->Activate(*tool);
+  ear = tree->FindByName("Ear");
+  float body[16], earAt[16];
+  std::memcpy(body, first->Volume->Transform, sizeof body);
+  std::memcpy(earAt, ear->Volume->Transform, sizeof earAt);
+  // Along the x arrow as the view shows it, from 60% of its length outwards.
+  const comms::cFreeViewer& cam = p.View().Camera();
+  const float size = gizmo->Gizmo.WorldSize(cam);
+  auto onArrow = [&](float t) { return cam.ProjectToView(gizmo->Gizmo.Centre + comms::cVec3(size * t, 0, 0)); };
+  const comms::cVec3 from = onArrow(0.6f), mid = onArrow(0.9f), to = onArrow(1.2f);
+  Mouse(PlatformEvent::Type::MouseMove, from.x + 0.5f, from.y + 0.5f);
+  Mouse(PlatformEvent::Type::ButtonDown, from.x + 0.5f, from.y + 0.5f);
+  Mouse(PlatformEvent::Type::MouseMove, mid.x + 0.5f, mid.y + 0.5f);
+  Mouse(PlatformEvent::Type::MouseMove, to.x + 0.5f, to.y + 0.5f);
+  Mouse(PlatformEvent::Type::ButtonUp, to.x + 0.5f, to.y + 0.5f);
+  EXPECT_GT(first->Volume->Transform[12], body[12] + 1.f);
+  EXPECT_GT(ear->Volume->Transform[12], earAt[12] + 1.f);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 1) << "the delete's record went with its second undo";
+  ctrl('Z');
+  EXPECT_EQ(std::memcmp(first->Volume->Transform, body, sizeof body), 0);
+  EXPECT_EQ(std::memcmp(ear->Volume->Transform, earAt, sizeof earAt), 0);
+  EXPECT_EQ(TheUndoStack().UndoPosition, 0);
+}
+
+TEST_F(ProgramSeams, AStillShowsItsPictureGrowingWithTheRaysLineAndStopsOnEsc) {
+  Program& p = Run();
+  p.TheShell().RunFrames(2);
+  auto* tool = dynamic_cast<RenderTool*>(Tools().FindTool("RenderTool"));
+  ASSERT_NE(tool, nullptr);
+  Tools().SetCurrentTool("RenderTool");
+  p.TheShell().RunFrames(2);
+  const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("morvane-still-" + std::to_string(getpid()));
+  tool->Folder = folder.string();
+  tool->Params.MaxRenederSteps = 50;
+  auto show = tool->ShowProgress;
+  ASSERT_TRUE(show) << "the room shows a still while it renders";
+  std::vector<std::string> lines;
+  const std::string shot = (folder / "window.png").string();
+  comms::cImage window, picture;
+  tool->ShowProgress = [&](const VolumeRender& pic, const std::string& line) {
+    lines.push_back(line);
+    EXPECT_TRUE(pic.OnDevice()) << "the window's renderer sums the frames";
+    if (pic.Rays() == 3) fake.SetKeyDown(keys::Esc, true);
+    const bool stop = show(pic, line);
+    if (pic.Rays() == 2) {
+      // What the window shows now, beside the picture itself.
+      EXPECT_EQ(p.View().WriteScreenshot(shot), shot);
+      EXPECT_TRUE(comms::cIO::LoadImage(shot, window));
+      pic.Picture(picture, false);
+    }
+    return stop;
+  };
+  const std::string file = tool->RenderStill();
+  fake.SetKeyDown(keys::Esc, false);
+  EXPECT_EQ(lines, (std::vector<std::string>{"Press ESC to stop. Rays: 1", "Press ESC to stop. Rays: 2",
+                                             "Press ESC to stop. Rays: 3"}))
+      << "Esc stops after the frame it came in";
+  EXPECT_TRUE(std::filesystem::exists(file)) << "the picture reached is saved";
+  ASSERT_EQ(window.width, picture.width);
+  ASSERT_EQ(window.height, picture.height);
+  // The window is the picture, but for the line's letters near its top.
+  const int w = window.width, h = window.height;
+  int lettered = 0, elsewhere = 0;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int d = 0;
+      for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(int(window.Pixel(x, y)[c]) - int(picture.Pixel(x, y)[c])));
+      if (d <= 24) continue;
+      ++(y >= h * 3 / 4 ? lettered : elsewhere);  // rows go bottom-up: the line's band is at the end
+    }
+  EXPECT_GT(lettered, 50) << "the rays line is drawn";
+  EXPECT_LT(elsewhere, w * h / 1000) << "the rest is the picture; see " << shot;
+  if (!HasFailure()) std::filesystem::remove_all(folder);
 }

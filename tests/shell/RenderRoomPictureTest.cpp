@@ -3,7 +3,10 @@
 // left tells how many frames it holds.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <filesystem>
 
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -120,4 +123,27 @@ TEST_F(RenderRoomPicture, ACustomSizeIsFittedWithItsOwnProportions) {
   EXPECT_NEAR(p->Args[1], 0, 0.01);
   EXPECT_NEAR(p->Args[3], 480, 0.01);
   EXPECT_NEAR(p->Args[2] - p->Args[0], 480.0 * 31 / 77, 0.01);
+}
+
+TEST_F(RenderRoomPicture, AStillOrASequenceShowsThePictureItIsRenderingWithItsLine) {
+  tool.IncrementalRender = false;
+  tool.NumFinalFrames = 2;
+  tool.Params.MaxRenederSteps = 2;
+  tool.Folder = (std::filesystem::temp_directory_path() / ("morvane-turn-" + std::to_string(getpid()))).string();
+  int shownFrames = 0;
+  tool.ShowProgress = [&](const VolumeRender& picture, const std::string& line) {
+    render.ClearCalls();
+    EXPECT_TRUE(DrawRenderPicture(render, camera, tool, shown));
+    EXPECT_EQ(shown.picture, &picture) << "the picture being rendered, not the refining one";
+    EXPECT_EQ(shown.rays, picture.Rays());
+    EXPECT_EQ(render.Count("CreateTexture"), 1) << "each frame is shown";
+    EXPECT_EQ(Glyphs(), Inked(line));
+    EXPECT_EQ(line.rfind("Frame 000", 0), 0u) << line;
+    ++shownFrames;
+    return false;
+  };
+  EXPECT_EQ(tool.RenderTurn().size(), 2u);
+  EXPECT_EQ(shownFrames, 4);
+  EXPECT_FALSE(DrawRenderPicture(render, camera, tool, shown)) << "afterwards only a refining picture shows";
+  std::filesystem::remove_all(tool.Folder);
 }

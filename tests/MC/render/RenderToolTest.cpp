@@ -10,6 +10,7 @@
 #include "MC/TempFolder.h"
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "MC/render/RenderFrames.h"
 #include "MC/render/RenderTool.h"
 #include "MC/render/VolumeRender.h"
 #include "ClassEngine/Enumerator.h"
@@ -67,6 +68,50 @@ TEST_F(RenderToolFixture, TurnWritesOnePicturePerStepAndStopsWhenAsked) {
   const auto files = tool.RenderTurn();
   EXPECT_EQ(files.size(), 2u) << "the picture reached when Esc came is still saved";
   EXPECT_EQ(std::filesystem::path(files.back()).filename(), "turn000004.png");
+}
+
+TEST_F(RenderToolFixture, AStillShowsEachFrameWithItsRaysAndKeepsThePictureWhenStopped) {
+  std::vector<std::string> lines;
+  std::vector<int> rays;
+  tool.ShowProgress = [&](const VolumeRender& picture, const std::string& line) {
+    EXPECT_EQ(tool.Running(), &picture) << "the picture being rendered is the tool's to show";
+    EXPECT_EQ(tool.RunningLine(), line);
+    lines.push_back(line);
+    rays.push_back(picture.Rays());
+    return picture.Rays() == 3;  // Esc after the third frame
+  };
+  const std::string file = tool.RenderStill();
+  EXPECT_EQ(lines, (std::vector<std::string>{"Press ESC to stop. Rays: 1", "Press ESC to stop. Rays: 2",
+                                             "Press ESC to stop. Rays: 3"}));
+  EXPECT_EQ(rays, (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(tool.Running(), nullptr);
+  comms::cImage im;
+  ASSERT_TRUE(comms::cIO::LoadImage(file, im)) << "the picture reached is saved";
+  EXPECT_GT(im.Pixel(20, 15)[1], im.Pixel(0, 0)[1]);
+}
+
+TEST_F(RenderToolFixture, ASequenceTellsItsFrameTheMinutesLeftAndTheRays) {
+  tool.NumFinalFrames = 3;
+  tool.Params.MaxRenederSteps = 2;
+  // Each look at the clock is a minute later than the last.
+  uint64_t minute = 0;
+  tool.ClockMs = [&] { return 60000 * minute++; };
+  std::vector<std::string> lines;
+  tool.ShowProgress = [&](const VolumeRender&, const std::string& line) {
+    lines.push_back(line);
+    return false;
+  };
+  EXPECT_EQ(tool.RenderTurn().size(), 3u);
+  // After m minutes with d frames of 3 done: m * (3 / d - 1) minutes left.
+  EXPECT_EQ(lines, (std::vector<std::string>{
+                       "Frame 0001/3 (5 min left). Press ESC to stop. Rays: 1",
+                       "Frame 0001/3 (4 min left). Press ESC to stop. Rays: 2",
+                       "Frame 0002/3 (3 min left). Press ESC to stop. Rays: 1",
+                       "Frame 0002/3 (2 min left). Press ESC to stop. Rays: 2",
+                       "Frame 0003/3 (1 min left). Press ESC to stop. Rays: 1",
+                       "Frame 0003/3 (0 min left). Press ESC to stop. Rays: 2",
+                   }));
+  EXPECT_EQ(MinutesLeft(7, 0, 3), 0) << "nothing done, nothing to tell";
 }
 
 TEST_F(RenderToolFixture, IncrementalPictureGrowsWhileTheCameraStands) {
