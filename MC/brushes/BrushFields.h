@@ -128,6 +128,11 @@ class CarveField final : public BrushField {
  private:
   // Value at p; Row inlines it.
   float At(const float p[3]) const;
+  // The values at (x0 + i, y, z), i < N, when both ends share their normal:
+  // each step is one loop over the points, so the compiler runs them side by
+  // side, and a single point (N = 1) takes the same arithmetic as a row.
+  template <int N>
+  void Lanes(float x0, float y, float z, float out[N]) const;
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;
