@@ -56,6 +56,43 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   return std::min(old, v);
 }
 
+// Merges nine field values into a row of old values, as Merge does point by
+// point, with the mode's choices and thresholds settled once. Returns whether
+// any value changed.
+class RowMerger {
+ public:
+  explicit RowMerger(const FieldOptions& o)
+      : o_(o), rounded_(o.Rounding > 0),
+        unionBelow_((0.5f - o.Rounding / o.Band) * 65535.f), cutAbove_((0.5f + o.Rounding / o.Band) * 65535.f) {}
+  bool operator()(uint16_t* old, const float row[9]) const {
+    uint16_t v[9];
+    for (int x = 0; x < 9; ++x) v[x] = ToScale(row[x]);
+    bool any = false;
+    for (int x = 0; x < 9; ++x) {
+      const uint16_t a = old[x], b = v[x];
+      uint16_t nv;
+      if (o_.Mode == kFieldUnion) {
+        nv = (!rounded_ || std::min(a, b) <= unionBelow_) ? std::max(a, b) : Rounded(a, b, true, o_);
+      } else if (o_.Absolute) {
+        nv = (uint16_t)std::max((int)a - (int)b, 0);
+      } else if (o_.Mode == kFieldSubtract) {
+        const uint16_t c = (uint16_t)(65535 - b);
+        nv = (!rounded_ || std::max(a, c) >= cutAbove_) ? std::min(a, c) : Rounded(a, c, false, o_);
+      } else {
+        nv = std::min(a, b);
+      }
+      any |= nv != a;
+      old[x] = nv;
+    }
+    return any;
+  }
+
+ private:
+  const FieldOptions& o_;
+  bool rounded_;
+  float unionBelow_, cutAbove_;
+};
+
 // The field on the probe lattice of the box (steps of 8 / n), each point
 // evaluated once though up to eight cells share it. Cells on different
 // threads may ask for the same point at once: both compute the same value.
@@ -193,6 +230,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   // The value no field can move: union cannot raise 65535, the other modes
   // cannot lower 0 (the rounded merge stays on that side too).
   const uint16_t fixed = o.Mode == kFieldUnion ? 65535 : 0;
+  const RowMerger merge(o);
   int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
     if (cell && cell->Voxels && !(cell->Flags & kCellLazyFill)) {
       std::memcpy(out, cell->Voxels, kCellVoxels * sizeof(uint16_t));
@@ -211,11 +249,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
         for (int x = 0; x < 9; ++x) open |= o9[x] != fixed;
         if (!open) continue;
         f.Row(bx, by + y, bz + z, row);
-        for (int x = 0; x < 9; ++x) {
-          const uint16_t nv = Merge(o9[x], ToScale(row[x]), o);
-          any |= nv != o9[x];
-          o9[x] = nv;
-        }
+        any |= merge(o9, row);
       }
     return any;
   }, o.Threads);

@@ -205,10 +205,10 @@ struct Footprint {
 }
 
 // The same steps as At, in the same order, for a frame that does not turn.
-template <int N>
+template <int N, bool Flat, bool Invert>
 void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   const SegmentFrame& f = f_;
-  const float w = w_, round = round_;
+  const float w = w_, round = round_, offset = offset_;
   float h[N], u[N], v[N], r2[N], R[N], H[N], rim[N], face[N], a[N];
   const float vy = y - f.S[1], vz = z - f.S[2];
   for (int i = 0; i < N; ++i) {
@@ -227,7 +227,8 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   }
   for (int i = 0; i < N; ++i) {
     rim[i] = (1.f - std::sqrt(r2[i])) * R[i] / w + 0.5f;
-    face[i] = flat_ ? 1.f : (invert_ ? h[i] + 2.f : 2.f - h[i]) / w + 0.5f;
+    // A flat carve has no fixed face: its value is never cut short there.
+    face[i] = Flat ? 1.f : (Invert ? h[i] + 2.f : 2.f - h[i]) / w + 0.5f;
   }
   // The pen is read only where the early answers (rim, face) do not hold.
   for (int i = 0; i < N; ++i) {
@@ -243,17 +244,15 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   }
   for (int i = 0; i < N; ++i) {
     const float a2 = a[i] - 0.1f * r2[i] * R[i];
-    float c = flat_ ? a2 * H[i] + offset_ : a2 * (H[i] < 0.f ? 0.f : H[i]);
+    float c = Flat ? a2 * H[i] + offset : a2 * (H[i] < 0.f ? 0.f : H[i]);
     c = c >= round ? c : (c > 0 ? c - (round - c) * (round - c) / round : c - round);
-    float m;
-    if (flat_) {
-      const float lo = h[i] + c, hi = c - h[i];
-      m = hi < lo ? hi : lo;
+    float lo, hi;
+    if (Flat) {
+      lo = h[i] + c, hi = c - h[i];
     } else {
-      const float top = invert_ ? c : 2.f, bottom = invert_ ? -2.f : -c;
-      const float lo = h[i] - bottom, hi = top - h[i];
-      m = hi < lo ? hi : lo;
+      lo = h[i] - (Invert ? -2.f : -c), hi = (Invert ? c : 2.f) - h[i];
     }
+    const float m = hi < lo ? hi : lo;
     // RoundedMin(m / w + 0.5, rim, w, round), spelled out.
     const float ma = m / w + 0.5f;
     const float A = (ma - 0.5f) * w, B = (rim[i] - 0.5f) * w;
@@ -263,6 +262,16 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
     const float value = (A >= round || B >= round) ? crease : arc;
     out[i] = rim[i] <= 0.f ? rim[i] : (face[i] <= 0.f ? face[i] : value);
   }
+}
+
+template <int N>
+void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
+  if (flat_)
+    Lanes<N, true, false>(x0, y, z, out);
+  else if (invert_)
+    Lanes<N, false, true>(x0, y, z, out);
+  else
+    Lanes<N, false, false>(x0, y, z, out);
 }
 
 float CarveField::Value(float x, float y, float z) const {

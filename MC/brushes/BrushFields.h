@@ -133,6 +133,8 @@ class CarveField final : public BrushField {
   // side, and a single point (N = 1) takes the same arithmetic as a row.
   template <int N>
   void Lanes(float x0, float y, float z, float out[N]) const;
+  template <int N, bool Flat, bool Invert>
+  void Lanes(float x0, float y, float z, float out[N]) const;
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;
