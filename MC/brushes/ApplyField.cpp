@@ -29,6 +29,8 @@ constexpr int kMaxWaves = 50;
 // workers would cost more than the probe (a small pen's drag runs many
 // operations per frame).
 constexpr size_t kParallelProbeCells = 128;
+// From a cell's centre to its corners, in voxels: 4 * sqrt(3).
+constexpr float kCellHalfDiagonal = 6.9282033f;
 
 // A field value on the 16-bit scale.
 inline uint16_t ToScale(float value) { return (uint16_t)(std::clamp(value, 0.f, 1.f) * 65535.f); }
@@ -133,13 +135,18 @@ class ProbeLattice {
 // side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
 // the neighbours behind it are queued.
 template <class Field>
-uint32_t ProbeCell(VolumeObject& vol, Field&& field, const CellKey& k, const FieldOptions& o, int n, uint32_t& mask) {
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, const CellKey& k, const FieldOptions& o,
+                   int n, uint32_t& mask) {
+  mask = 0;
+  // A field that is 0 all over the cell moves nothing (a change is probed
+  // against the old values, where 0 may still move something).
+  const float centre[3] = {k.x * 8 + 4.f, k.y * 8 + 4.f, k.z * 8 + 4.f};
+  if (!o.Compare && f.ZeroAround(centre, kCellHalfDiagonal)) return 0;
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
   auto side = [n](int i) { return i == 0 ? 0 : (i == n ? 2 : 1); };
   uint32_t best = 0;
-  mask = 0;
   for (int kz = 0; kz <= n; ++kz)
     for (int ky = 0; ky <= n; ++ky)
       for (int kx = 0; kx <= n; ++kx) {
@@ -200,7 +207,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
     for (size_t i = t; i < boxCells.size(); i += workers) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
-      boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
+      boxBest[i] = ProbeCell(vol, f, onLattice, k, o, boxProbe, boxMask[i]);
     }
   });
   for (size_t i = 0; i < boxCells.size(); ++i) {
@@ -218,7 +225,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       uint32_t mask;
       const uint32_t best =
-          ProbeCell(vol, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
+          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
       list(k, best, mask);
     }
     if (listed.size() == before) break;

@@ -66,6 +66,8 @@ void BrushField::Row(float x0, float y, float z, float out[9]) const {
   for (int i = 0; i < 9; ++i) out[i] = Value(x0 + (float)i, y, z);
 }
 
+bool BrushField::ZeroAround(const float*, float) const { return false; }
+
 float SphereField::Value(float x, float y, float z) const {
   const float d2 = (x - c_[0]) * (x - c_[0]) + (y - c_[1]) * (y - c_[1]) + (z - c_[2]) * (z - c_[2]);
   return (1.f - d2 / (r_ * r_)) / (w_ / r_) / 2.f + 0.5f;
@@ -292,6 +294,23 @@ void CarveField::Row(float x0, float y, float z, float out[9]) const {
   }
   float p[3] = {x0, y, z};
   for (int i = 0; i < 9; ++i, p[0] += 1.f) out[i] = At(p);
+}
+
+bool CarveField::ZeroAround(const float c[3], float radius) const {
+  // With one normal and one radius the rim term, (R - |q'|) / W + 0.5, and the
+  // slab's fixed face, (2 - h) / W + 0.5 (h + 2 inverted), change by at most
+  // 1 / W per voxel, and the value never exceeds either. Half a voxel more
+  // covers the rounding of the arithmetic.
+  if (!f_.SameNormal || f_.A.R != f_.B.R) return false;
+  float t, q[3];
+  f_.Project(c, t, q);
+  const float h = Dot(f_.N, q);
+  float qq[3];
+  for (int i = 0; i < 3; ++i) qq[i] = q[i] - h * f_.N[i];
+  const float reach = (radius + 0.5f) / w_;
+  if ((f_.A.R - std::sqrt(Dot(qq, qq))) / w_ + 0.5f + reach <= 0.f) return true;
+  if (flat_) return false;
+  return (invert_ ? h + 2.f : 2.f - h) / w_ + 0.5f + reach <= 0.f;
 }
 
 DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,

@@ -32,6 +32,9 @@ class BrushField {
   // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
   // numbers Value gives, for one virtual call per row of a cell.
   virtual void Row(float x0, float y, float z, float out[9]) const;
+  // True when Value is 0 or below everywhere within `radius` of `c`, so a
+  // probe there may pass over the points; false when the field cannot tell.
+  virtual bool ZeroAround(const float c[3], float radius) const;
 };
 
 // What the brushes read of the pen: its profile Alpha(u, v) on -1..1 (1 with
@@ -124,6 +127,7 @@ class CarveField final : public BrushField {
              float flatOffset = 0.f);
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
+  bool ZeroAround(const float c[3], float radius) const override;
 
  private:
   // Value at p; Row inlines it.

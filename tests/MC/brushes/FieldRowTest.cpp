@@ -145,6 +145,36 @@ TEST(FieldRow, CarveOfAStraightPenIsItsFormulaPointByPoint) {
   EXPECT_EQ(checked, 4 * 9 * 5 * 12 * 31) << "the dab, flat, masked and inverted cases were all checked";
 }
 
+TEST(FieldRow, CarveIsZeroWhereItSaysSo) {
+  SimplePen pen;
+  int passed = 0, kept = 0;
+  for (const CarveCase& c : Cases()) {
+    PenProfile profile;
+    profile.Pen = &pen;
+    profile.Falloff = c.falloff;
+    CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+    // Cells around the operation: where the field says it is 0 all over a
+    // cell, every lattice point of the cell agrees.
+    for (int cz = -1; cz <= 4; ++cz)
+      for (int cy = -4; cy <= 3; ++cy)
+        for (int cx = -4; cx <= 3; ++cx) {
+          const float centre[3] = {cx * 8 + 4.f, cy * 8 + 4.f, cz * 8 + 4.f};
+          if (!f.ZeroAround(centre, 6.9282033f)) {
+            ++kept;
+            continue;
+          }
+          ++passed;
+          for (int z = 0; z <= 8; ++z)
+            for (int y = 0; y <= 8; ++y)
+              for (int x = 0; x <= 8; ++x)
+                ASSERT_LE(f.Value((float)(cx * 8 + x), (float)(cy * 8 + y), (float)(cz * 8 + z)), 0.f)
+                    << c.name << " in cell " << cx << " " << cy << " " << cz;
+        }
+  }
+  EXPECT_GT(passed, 100) << "cells beyond the pen are passed over";
+  EXPECT_GT(kept, 100) << "cells the pen reaches are not";
+}
+
 TEST(FieldRow, CarveThroughRowsLeavesTheVoxelsOfCarveThroughValues) {
   SimplePen pen;
   for (const CarveCase& c : Cases()) {
