@@ -59,40 +59,57 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
 }
 
 // Merges nine field values into a row of old values, as Merge does point by
-// point, with the mode's choices and thresholds settled once. Returns whether
-// any value changed.
+// point, with the mode's choices and thresholds settled once: the plain min
+// or max for every point, then the rounded merge for the few points near
+// both surfaces. Returns whether any value changed.
 class RowMerger {
  public:
   explicit RowMerger(const FieldOptions& o)
       : o_(o), rounded_(o.Rounding > 0),
-        unionBelow_((0.5f - o.Rounding / o.Band) * 65535.f), cutAbove_((0.5f + o.Rounding / o.Band) * 65535.f) {}
+        // On integers, m <= t is m <= floor(t) and m >= t is m >= ceil(t).
+        unionBelow_(rounded_ ? (int)std::floor((0.5f - o.Rounding / o.Band) * 65535.f) : INT_MAX),
+        cutAbove_(rounded_ ? (int)std::ceil((0.5f + o.Rounding / o.Band) * 65535.f) : INT_MIN) {}
   bool operator()(uint16_t* old, const float row[9]) const {
-    uint16_t v[9];
-    for (int x = 0; x < 9; ++x) v[x] = ToScale(row[x]);
-    bool any = false;
-    for (int x = 0; x < 9; ++x) {
-      const uint16_t a = old[x], b = v[x];
-      uint16_t nv;
-      if (o_.Mode == kFieldUnion) {
-        nv = (!rounded_ || std::min(a, b) <= unionBelow_) ? std::max(a, b) : Rounded(a, b, true, o_);
-      } else if (o_.Absolute) {
-        nv = (uint16_t)std::max((int)a - (int)b, 0);
-      } else if (o_.Mode == kFieldSubtract) {
-        const uint16_t c = (uint16_t)(65535 - b);
-        nv = (!rounded_ || std::max(a, c) >= cutAbove_) ? std::min(a, c) : Rounded(a, c, false, o_);
-      } else {
-        nv = std::min(a, b);
-      }
-      any |= nv != a;
-      old[x] = nv;
-    }
-    return any;
+    if (o_.Mode == kFieldUnion) return Union(old, row);
+    if (o_.Absolute) return Plain(old, row, [](int a, int b) { return std::max(a - b, 0); });
+    if (o_.Mode == kFieldSubtract) return Subtract(old, row);
+    return Plain(old, row, [](int a, int b) { return std::min(a, b); });
   }
 
  private:
+  template <class Pick>
+  static bool Plain(uint16_t* old, const float row[9], Pick pick) {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], nv = pick(a, ToScale(row[x]));
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
+  bool Union(uint16_t* old, const float row[9]) const {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], b = ToScale(row[x]);
+      const int nv = std::min(a, b) <= unionBelow_ ? std::max(a, b) : Rounded((uint16_t)a, (uint16_t)b, true, o_);
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
+  bool Subtract(uint16_t* old, const float row[9]) const {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], c = 65535 - ToScale(row[x]);
+      const int nv = std::max(a, c) >= cutAbove_ ? std::min(a, c) : Rounded((uint16_t)a, (uint16_t)c, false, o_);
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
   const FieldOptions& o_;
   bool rounded_;
-  float unionBelow_, cutAbove_;
+  int unionBelow_, cutAbove_;
 };
 
 // The field on the probe lattice of the box (steps of 8 / n), each point
