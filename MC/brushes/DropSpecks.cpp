@@ -8,7 +8,9 @@
 #include "MC/brushes/DropSpecks.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "MC/brushes/CellJobs.h"
@@ -37,10 +39,19 @@ constexpr int kFaces[6][3] = {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 
 uint64_t InsidePlane(const VoxelCell* cell, int z) {
   if (!cell) return 0;
   if (!cell->Voxels || (cell->Flags & kCellLazyFill)) return cell->Fill >= kSurfaceLevel ? ~0ull : 0;
+  static_assert(kSurfaceLevel == 0x8000, "inside is the top bit of a value");
+  static_assert(std::endian::native == std::endian::little, "the first of four values is the low word");
   uint64_t bits = 0;
   for (int y = 0; y < 8; ++y) {
     const uint16_t* row = cell->Voxels + LatticeIndex(0, y, z);
-    for (int x = 0; x < 8; ++x) bits |= (uint64_t)(row[x] >= kSurfaceLevel) << (y * 8 + x);
+    // The top bits of four values at a time, gathered into four bits by one
+    // multiplication (no two products land on the same bit).
+    for (int half = 0; half < 2; ++half) {
+      uint64_t four;
+      std::memcpy(&four, row + 4 * half, sizeof four);
+      const uint64_t tops = (four >> 15) & 0x0001000100010001ull;
+      bits |= ((tops * 0x0001000200040008ull) >> 48 & 0xF) << (y * 8 + 4 * half);
+    }
   }
   return bits;
 }
