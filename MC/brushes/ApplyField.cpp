@@ -29,6 +29,8 @@ constexpr int kMaxWaves = 50;
 // workers would cost more than the probe (a small pen's drag runs many
 // operations per frame).
 constexpr size_t kParallelProbeCells = 128;
+// From a cell's centre to its corners, in voxels: 4 * sqrt(3).
+constexpr float kCellHalfDiagonal = 6.9282033f;
 
 // A field value on the 16-bit scale.
 inline uint16_t ToScale(float value) { return (uint16_t)(std::clamp(value, 0.f, 1.f) * 65535.f); }
@@ -55,6 +57,60 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   }
   return std::min(old, v);
 }
+
+// Merges nine field values into a row of old values, as Merge does point by
+// point, with the mode's choices and thresholds settled once: the plain min
+// or max for every point, then the rounded merge for the few points near
+// both surfaces. Returns whether any value changed.
+class RowMerger {
+ public:
+  explicit RowMerger(const FieldOptions& o)
+      : o_(o), rounded_(o.Rounding > 0),
+        // On integers, m <= t is m <= floor(t) and m >= t is m >= ceil(t).
+        unionBelow_(rounded_ ? (int)std::floor((0.5f - o.Rounding / o.Band) * 65535.f) : INT_MAX),
+        cutAbove_(rounded_ ? (int)std::ceil((0.5f + o.Rounding / o.Band) * 65535.f) : INT_MIN) {}
+  bool operator()(uint16_t* old, const float row[9]) const {
+    if (o_.Mode == kFieldUnion) return Union(old, row);
+    if (o_.Absolute) return Plain(old, row, [](int a, int b) { return std::max(a - b, 0); });
+    if (o_.Mode == kFieldSubtract) return Subtract(old, row);
+    return Plain(old, row, [](int a, int b) { return std::min(a, b); });
+  }
+
+ private:
+  template <class Pick>
+  static bool Plain(uint16_t* old, const float row[9], Pick pick) {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], nv = pick(a, ToScale(row[x]));
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
+  bool Union(uint16_t* old, const float row[9]) const {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], b = ToScale(row[x]);
+      const int nv = std::min(a, b) <= unionBelow_ ? std::max(a, b) : Rounded((uint16_t)a, (uint16_t)b, true, o_);
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
+  bool Subtract(uint16_t* old, const float row[9]) const {
+    int differs = 0;
+    for (int x = 0; x < 9; ++x) {
+      const int a = old[x], c = 65535 - ToScale(row[x]);
+      const int nv = std::max(a, c) >= cutAbove_ ? std::min(a, c) : Rounded((uint16_t)a, (uint16_t)c, false, o_);
+      differs |= nv ^ a;
+      old[x] = (uint16_t)nv;
+    }
+    return differs != 0;
+  }
+  const FieldOptions& o_;
+  bool rounded_;
+  int unionBelow_, cutAbove_;
+};
 
 // The field on the probe lattice of the box (steps of 8 / n), each point
 // evaluated once though up to eight cells share it. Cells on different
@@ -96,13 +152,18 @@ class ProbeLattice {
 // side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
 // the neighbours behind it are queued.
 template <class Field>
-uint32_t ProbeCell(VolumeObject& vol, Field&& field, const CellKey& k, const FieldOptions& o, int n, uint32_t& mask) {
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, const CellKey& k, const FieldOptions& o,
+                   int n, uint32_t& mask) {
+  mask = 0;
+  // A field that is 0 all over the cell moves nothing (a change is probed
+  // against the old values, where 0 may still move something).
+  const float centre[3] = {k.x * 8 + 4.f, k.y * 8 + 4.f, k.z * 8 + 4.f};
+  if (!o.Compare && f.ZeroAround(centre, kCellHalfDiagonal)) return 0;
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
   auto side = [n](int i) { return i == 0 ? 0 : (i == n ? 2 : 1); };
   uint32_t best = 0;
-  mask = 0;
   for (int kz = 0; kz <= n; ++kz)
     for (int ky = 0; ky <= n; ++ky)
       for (int kx = 0; kx <= n; ++kx) {
@@ -163,7 +224,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
     for (size_t i = t; i < boxCells.size(); i += workers) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
-      boxBest[i] = ProbeCell(vol, onLattice, k, o, boxProbe, boxMask[i]);
+      boxBest[i] = ProbeCell(vol, f, onLattice, k, o, boxProbe, boxMask[i]);
     }
   });
   for (size_t i = 0; i < boxCells.size(); ++i) {
@@ -181,7 +242,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       uint32_t mask;
       const uint32_t best =
-          ProbeCell(vol, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
+          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
       list(k, best, mask);
     }
     if (listed.size() == before) break;
@@ -193,6 +254,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   // The value no field can move: union cannot raise 65535, the other modes
   // cannot lower 0 (the rounded merge stays on that side too).
   const uint16_t fixed = o.Mode == kFieldUnion ? 65535 : 0;
+  const RowMerger merge(o);
   int changed = RunCellJobs(vol, listed, [&](const CellKey& k, const VoxelCell* cell, uint16_t* out) {
     if (cell && cell->Voxels && !(cell->Flags & kCellLazyFill)) {
       std::memcpy(out, cell->Voxels, kCellVoxels * sizeof(uint16_t));
@@ -211,11 +273,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
         for (int x = 0; x < 9; ++x) open |= o9[x] != fixed;
         if (!open) continue;
         f.Row(bx, by + y, bz + z, row);
-        for (int x = 0; x < 9; ++x) {
-          const uint16_t nv = Merge(o9[x], ToScale(row[x]), o);
-          any |= nv != o9[x];
-          o9[x] = nv;
-        }
+        any |= merge(o9, row);
       }
     return any;
   }, o.Threads);

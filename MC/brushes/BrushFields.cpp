@@ -66,6 +66,8 @@ void BrushField::Row(float x0, float y, float z, float out[9]) const {
   for (int i = 0; i < 9; ++i) out[i] = Value(x0 + (float)i, y, z);
 }
 
+bool BrushField::ZeroAround(const float*, float) const { return false; }
+
 float SphereField::Value(float x, float y, float z) const {
   const float d2 = (x - c_[0]) * (x - c_[0]) + (y - c_[1]) * (y - c_[1]) + (z - c_[2]) * (z - c_[2]);
   return (1.f - d2 / (r_ * r_)) / (w_ / r_) / 2.f + 0.5f;
@@ -204,14 +206,111 @@ struct Footprint {
   return RoundedMin(m / w_ + 0.5f, rim, w_, round_);
 }
 
+// The same steps as At, in the same order, for a frame that does not turn.
+template <int N, bool Flat, bool Invert>
+void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
+  const SegmentFrame& f = f_;
+  const float w = w_, round = round_, offset = offset_;
+  float h[N], u[N], v[N], r2[N], R[N], H[N], rim[N], face[N], a[N];
+  const float vy = y - f.S[1], vz = z - f.S[2];
+  for (int i = 0; i < N; ++i) {
+    const float vx = (x0 + (float)i) - f.S[0];
+    const float d = (f.Dir[0] * vx + f.Dir[1] * vy + f.Dir[2] * vz) / f.L;
+    const float t = d < 0.f ? 0.f : (1.f < d ? 1.f : d);
+    const float q0 = vx - f.Dir[0] * t * f.L, q1 = vy - f.Dir[1] * t * f.L, q2 = vz - f.Dir[2] * t * f.L;
+    R[i] = f.A.R + (f.B.R - f.A.R) * t;
+    H[i] = f.A.H + (f.B.H - f.A.H) * t;
+    const float hi = f.N[0] * q0 + f.N[1] * q1 + f.N[2] * q2;
+    const float qq0 = q0 - hi * f.N[0], qq1 = q1 - hi * f.N[1], qq2 = q2 - hi * f.N[2];
+    h[i] = hi;
+    u[i] = (f.T[0] * qq0 + f.T[1] * qq1 + f.T[2] * qq2) / R[i];
+    v[i] = -(f.Bt[0] * qq0 + f.Bt[1] * qq1 + f.Bt[2] * qq2) / R[i];
+    r2[i] = u[i] * u[i] + v[i] * v[i];
+  }
+  for (int i = 0; i < N; ++i) {
+    rim[i] = (1.f - std::sqrt(r2[i])) * R[i] / w + 0.5f;
+    // A flat carve has no fixed face: its value is never cut short there.
+    face[i] = Flat ? 1.f : (Invert ? h[i] + 2.f : 2.f - h[i]) / w + 0.5f;
+  }
+  // The pen is read only where the early answers (rim, face) do not hold.
+  for (int i = 0; i < N; ++i) {
+    a[i] = 0.f;
+    if (rim[i] <= 0.f || face[i] <= 0.f) continue;
+    const float ai = r2[i] < 1.f ? pen_.Alpha(u[i], -v[i]) * R[i] : 0.f;
+    if (pen_.Mask) {
+      const float p[3] = {x0 + (float)i, y, z};
+      a[i] = pen_.BrushMask(p) * ai;
+    } else {
+      a[i] = ai;
+    }
+  }
+  for (int i = 0; i < N; ++i) {
+    const float a2 = a[i] - 0.1f * r2[i] * R[i];
+    float c = Flat ? a2 * H[i] + offset : a2 * (H[i] < 0.f ? 0.f : H[i]);
+    c = c >= round ? c : (c > 0 ? c - (round - c) * (round - c) / round : c - round);
+    float lo, hi;
+    if (Flat) {
+      lo = h[i] + c, hi = c - h[i];
+    } else {
+      lo = h[i] - (Invert ? -2.f : -c), hi = (Invert ? c : 2.f) - h[i];
+    }
+    const float m = hi < lo ? hi : lo;
+    // RoundedMin(m / w + 0.5, rim, w, round), spelled out.
+    const float ma = m / w + 0.5f;
+    const float A = (ma - 0.5f) * w, B = (rim[i] - 0.5f) * w;
+    const float uu = round - A, vv = round - B;
+    const float arc = (round - std::sqrt(uu * uu + vv * vv)) / w + 0.5f;
+    const float crease = rim[i] < ma ? rim[i] : ma;
+    const float value = (A >= round || B >= round) ? crease : arc;
+    out[i] = rim[i] <= 0.f ? rim[i] : (face[i] <= 0.f ? face[i] : value);
+  }
+}
+
+template <int N>
+void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
+  if (flat_)
+    Lanes<N, true, false>(x0, y, z, out);
+  else if (invert_)
+    Lanes<N, false, true>(x0, y, z, out);
+  else
+    Lanes<N, false, false>(x0, y, z, out);
+}
+
 float CarveField::Value(float x, float y, float z) const {
+  if (f_.SameNormal) {
+    float out[1];
+    Lanes<1>(x, y, z, out);
+    return out[0];
+  }
   const float p[3] = {x, y, z};
   return At(p);
 }
 
 void CarveField::Row(float x0, float y, float z, float out[9]) const {
+  if (f_.SameNormal) {
+    Lanes<8>(x0, y, z, out);
+    Lanes<1>(x0 + 8.f, y, z, out + 8);
+    return;
+  }
   float p[3] = {x0, y, z};
   for (int i = 0; i < 9; ++i, p[0] += 1.f) out[i] = At(p);
+}
+
+bool CarveField::ZeroAround(const float c[3], float radius) const {
+  // With one normal and one radius the rim term, (R - |q'|) / W + 0.5, and the
+  // slab's fixed face, (2 - h) / W + 0.5 (h + 2 inverted), change by at most
+  // 1 / W per voxel, and the value never exceeds either. Half a voxel more
+  // covers the rounding of the arithmetic.
+  if (!f_.SameNormal || f_.A.R != f_.B.R) return false;
+  float t, q[3];
+  f_.Project(c, t, q);
+  const float h = Dot(f_.N, q);
+  float qq[3];
+  for (int i = 0; i < 3; ++i) qq[i] = q[i] - h * f_.N[i];
+  const float reach = (radius + 0.5f) / w_;
+  if ((f_.A.R - std::sqrt(Dot(qq, qq))) / w_ + 0.5f + reach <= 0.f) return true;
+  if (flat_) return false;
+  return (invert_ ? h + 2.f : 2.f - h) / w_ + 0.5f + reach <= 0.f;
 }
 
 DisplaceField::DisplaceField(VolumeObject& volume, const BrushEnd& a, const BrushEnd& b, bool invert, bool useProfile,

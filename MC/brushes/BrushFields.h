@@ -32,6 +32,9 @@ class BrushField {
   // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
   // numbers Value gives, for one virtual call per row of a cell.
   virtual void Row(float x0, float y, float z, float out[9]) const;
+  // True when Value is 0 or below everywhere within `radius` of `c`, so a
+  // probe there may pass over the points; false when the field cannot tell.
+  virtual bool ZeroAround(const float c[3], float radius) const;
 };
 
 // What the brushes read of the pen: its profile Alpha(u, v) on -1..1 (1 with
@@ -124,10 +127,18 @@ class CarveField final : public BrushField {
              float flatOffset = 0.f);
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
+  bool ZeroAround(const float c[3], float radius) const override;
 
  private:
   // Value at p; Row inlines it.
   float At(const float p[3]) const;
+  // The values at (x0 + i, y, z), i < N, when both ends share their normal:
+  // each step is one loop over the points, so the compiler runs them side by
+  // side, and a single point (N = 1) takes the same arithmetic as a row.
+  template <int N>
+  void Lanes(float x0, float y, float z, float out[N]) const;
+  template <int N, bool Flat, bool Invert>
+  void Lanes(float x0, float y, float z, float out[N]) const;
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;

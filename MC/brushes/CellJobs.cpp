@@ -21,6 +21,12 @@ std::vector<CellKey> CellsOfBox(const float mn[3], const float mx[3]) {
   return keys;
 }
 
+namespace {
+// Bits of a computed cell's status beside kCellBelow and kCellAbove.
+constexpr uint8_t kChanged = 0x40, kUniform = 0x80;
+static_assert(((kChanged | kUniform) & (kCellBelow | kCellAbove)) == 0);
+}  // namespace
+
 int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
                 const std::function<bool(const CellKey&, const VoxelCell*, uint16_t*)>& compute, int threads) {
   if (keys.empty()) return 0;
@@ -45,9 +51,20 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
   // the deep cells of a cut (every row evaluated) would all go to one thread
   // and the air above it (rows passed over) to the other.
   const int workers = std::clamp(std::min(threads > 0 ? threads : UsingProcessors(), (int)n), 1, kMaxThreads);
+  // A changed cell's status (which sides of the surface its values lie on,
+  // and whether they are all equal) is found here too, as RefreshStatus would.
   RunSection(workers, [&](int t) {
-    for (size_t i = t; i < n; i += workers)
-      changedOf[i] = compute(keys[i], cellOf[i], base + i * kCellVoxels) ? 1 : 0;
+    for (size_t i = t; i < n; i += workers) {
+      uint16_t* out = base + i * kCellVoxels;
+      if (!compute(keys[i], cellOf[i], out)) continue;
+      const uint16_t first = out[0];
+      bool below = false, above = false, uniform = true;
+      for (int v = 0; v < kCellVoxels && !(below && above); ++v) {
+        (out[v] >= kSurfaceLevel ? above : below) = true;
+        uniform &= out[v] == first;
+      }
+      changedOf[i] = (uint8_t)(kChanged | (below ? kCellBelow : 0) | (above ? kCellAbove : 0) | (uniform ? kUniform : 0));
+    }
   });
 
   int count = 0;
@@ -57,10 +74,19 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
     if (!changed[i]) continue;
     const CellKey& k = keys[i];
     VoxelCell* cell = volume.GetCell(k.x, k.y, k.z, true, true);  // undo copy at first touch
-    if (!cell->Voxels) cell->Voxels = (uint16_t*)volume.vpool.Allocate();
-    std::memcpy(cell->Voxels, base + i * kCellVoxels, kCellVoxels * sizeof(uint16_t));
-    cell->Flags &= ~kCellLazyFill;
-    cell->RefreshStatus(true, false);
+    const uint16_t* values = base + i * kCellVoxels;
+    const uint8_t status = changed[i];
+    if (status & kUniform) {
+      // All equal: the cell keeps the one value and no array.
+      if (cell->Voxels) volume.vpool.Free(cell->Voxels);
+      cell->Voxels = nullptr;
+    } else {
+      if (!cell->Voxels) cell->Voxels = (uint16_t*)volume.vpool.Allocate();
+      std::memcpy(cell->Voxels, values, kCellVoxels * sizeof(uint16_t));
+    }
+    cell->Fill = values[0];
+    cell->Flags = (uint8_t)((cell->Flags & ~(kCellLazyFill | kCellStale | kCellUniform | kCellBelow | kCellAbove)) |
+                            (status & (kCellBelow | kCellAbove)));
     volume.MarkDirty(k.x, k.y, k.z, false);
     done.push_back(k);
     doneSet.Set(k.x, k.y, k.z, 1);

@@ -153,5 +153,77 @@ TEST(DropSpecks, LowersOnlyCrumbsSmallerThanACellThatFloatFree) {
   EXPECT_EQ(DropSpecks(v, all), 0) << "a second pass finds nothing";
 }
 
+// The rule point by point: an inside point of the region's surface cells is
+// lowered when its group (by face contact, within those cells) touches no
+// inside point beyond them and holds at most 512 points.
+std::set<std::tuple<int, int, int>> SpeckPointsByTheRule(VolumeObject& v, const std::vector<CellKey>& cells) {
+  std::set<std::tuple<int, int, int>> region;
+  for (const CellKey& k : cells) {
+    VoxelCell** c = v.Cells.Find(k.x, k.y, k.z);
+    if (c && (*c)->HasSurfaceCrossing() && (*c)->Voxels) region.insert({k.x, k.y, k.z});
+  }
+  auto inRegion = [&](int x, int y, int z) { return region.count({x >> 3, y >> 3, z >> 3}) > 0; };
+  auto inside = [&](int x, int y, int z) { return v.GetVoxel(x, y, z) >= kSurfaceLevel; };
+  std::set<std::tuple<int, int, int>> seen, lowered;
+  for (const auto& [cx, cy, cz] : region)
+    for (int l = 0; l < 512; ++l) {
+      const std::tuple<int, int, int> p{cx * 8 + (l & 7), cy * 8 + ((l >> 3) & 7), cz * 8 + (l >> 6)};
+      if (!inside(std::get<0>(p), std::get<1>(p), std::get<2>(p)) || seen.count(p)) continue;
+      std::vector<std::tuple<int, int, int>> group{p};
+      seen.insert(p);
+      bool touchesBeyond = false;
+      for (size_t i = 0; i < group.size(); ++i) {
+        const auto [x, y, z] = group[i];
+        const int steps[6][3] = {{1, 0, 0}, {-1, 0, 0}, {0, 1, 0}, {0, -1, 0}, {0, 0, 1}, {0, 0, -1}};
+        for (const auto& d : steps) {
+          const int nx = x + d[0], ny = y + d[1], nz = z + d[2];
+          if (!inside(nx, ny, nz)) continue;
+          if (!inRegion(nx, ny, nz)) {
+            touchesBeyond = true;
+          } else if (seen.insert({nx, ny, nz}).second) {
+            group.push_back({nx, ny, nz});
+          }
+        }
+      }
+      if (!touchesBeyond && group.size() <= 512) lowered.insert(group.begin(), group.end());
+    }
+  return lowered;
+}
+
+TEST(DropSpecks, LowersExactlyTheEnclosedGroupsOfAtMostACell) {
+  // Crumbs of many sizes around and inside a carved sphere: free, touching
+  // the body, side by side, and in the cavity the carve left.
+  auto build = [](VolumeObject& v) {
+    FillVolume(v, SphereShape(0, 0, 0, 30));
+    BrushEnd hollow;
+    hollow.R = 14;
+    BrushSegment(v, hollow, hollow, kFieldSubtract, 1);
+    uint32_t seed = 7;
+    auto next = [&] { return (seed = seed * 1664525u + 1013904223u) >> 8; };
+    for (int i = 0; i < 60; ++i) {
+      BrushEnd e;
+      const float dir[3] = {(float)(next() % 200) - 100.f, (float)(next() % 200) - 100.f, (float)(next() % 200) - 100.f};
+      const float len = std::sqrt(dir[0] * dir[0] + dir[1] * dir[1] + dir[2] * dir[2]) + 1e-3f;
+      const float at = i % 3 == 0 ? 0.f : 31.f + (float)(next() % 12);  // in the cavity, or outside
+      for (int k = 0; k < 3; ++k) e.P[k] = dir[k] / len * at + (i % 3 == 0 ? (float)(next() % 16) - 8.f : 0.f);
+      e.R = 0.6f + (float)(next() % 60) / 10.f;
+      BrushSegment(v, e, e, kFieldUnion, 1);
+    }
+    v.DropUndoCopies();
+  };
+  VolumeObject v, expected;
+  build(v);
+  build(expected);
+  std::vector<CellKey> all;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*&) { all.push_back(k); });
+  const auto points = SpeckPointsByTheRule(expected, all);
+  ASSERT_GT(points.size(), 20u) << "some crumbs float free";
+  CellCache cache;
+  for (const auto& [x, y, z] : points) expected.PutVoxel(x, y, z, 24576, &cache);
+  EXPECT_EQ(DropSpecks(v, all), (int)points.size());
+  EXPECT_EQ(Snapshot(v), Snapshot(expected));
+  EXPECT_GT(InsideCount(v), 50000) << "the body stays";
+}
+
 INSTANTIATE_TEST_SUITE_P(TenFortyHundred, PenSize, ::testing::Values(10.f, 40.f, 100.f));
 }  // namespace
