@@ -1,6 +1,6 @@
 // A seeded random walk through everything the undo stack holds: paint strokes
 // on a grid scene and on a per-pixel scene (several layers), layer commands
-// (add, delete, reorder, blend mode), voxel strokes of several modes, undo and
+// (add, delete, reorder, blend mode, a dragged opacity), voxel strokes of several modes, undo and
 // redo, in any order. Afterwards undo goes back to the start and redo forward
 // to the end; the pictures of both scenes and the volume must match byte for
 // byte. Used by the short test and by the long run in bench/.
@@ -18,6 +18,7 @@
 #include "paint/stroke/PaintDabs.h"
 #include "paint/undo/LayersUndo.h"
 #include "paint/undo/PaintStrokeUndo.h"
+#include "paint/undo/UndoGesture.h"
 #include "paint/undo/UndoStack.h"
 #include "tests/paint/PaintMeshes.h"
 #include "tests/paint/undo/PaintPicture.h"
@@ -158,7 +159,7 @@ class UndoSequence {
     LayerStack& panel = grid_.LayerPanel;
     const int n = grid_.Layers.GetAmount();
     grid_.CurrentLayer = grid_.Layers[rnd_.Next() % n]->LayerID;
-    switch (rnd_.Next() % 5) {
+    switch (rnd_.Next() % 6) {
       case 0:
         if (n < 6) panel.AddLayer();
         return "add layer";
@@ -171,6 +172,17 @@ class UndoSequence {
       case 3:
         panel.MoveCurrentDown();
         return "move layer down";
+      case 4: {
+        // A slider dragged along the opacity row: many changes, one step.
+        OneLayerInfo* info = grid_.GetLayerByID(grid_.CurrentLayer);
+        OpenUndoGesture();
+        for (int i = 1 + rnd_.Next() % 6; i > 0; --i) {
+          info->ColorTransparency = rnd_.Range(0.f, 1.f);
+          info->OnChange(nullptr, nullptr, nullptr, "ColorTransparency");
+        }
+        CloseUndoGesture();
+        return "opacity drag";
+      }
       default: {
         // As a row of the layer panel does it: the value first, then the
         // panel hears of it and records the layer as it was.
