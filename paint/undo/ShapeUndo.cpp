@@ -197,11 +197,12 @@ void RecomputeVertexNormals(PaintScene& scene, const std::vector<int>& vertices)
     const int n = scene.Corners[corner].Normal;
     return n >= 0 && n < (int)marked.size() ? n : -1;
   };
-  const std::vector<int> faces = FacesOn(scene, moved);
-  for (int f : faces) {
+  // A moved vertex turns the faces around it, and so the normals of all
+  // their corners.
+  for (int f : FacesOn(scene, moved)) {
     const int* c = scene.FaceCornerMap.Of(f);
     for (int i = 0; i < CornerCount(scene, f); ++i)
-      if (int n = normalOf(c[i]); n >= 0 && moved[scene.Corners[c[i]].Vertex]) marked[n] = 1;
+      if (int n = normalOf(c[i]); n >= 0) marked[n] = 1;
   }
   for (size_t n = 0; n < marked.size(); ++n)
     if (marked[n]) scene.Normals[n] = cVec3();

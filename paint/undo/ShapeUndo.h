@@ -5,9 +5,9 @@
 // "VERT", moved vertices: u32 n, then n times u32 vertex index and the
 // position (vec3). It belongs to the tools that move vertices: applied while
 // the current tool's MovesVertices says false, the step is passed over and
-// the next one is undone (or redone) in its place. Applying it recomputes
-// the vertex normals of the corners on the moved vertices and marks their
-// faces out of date.
+// the next one is undone (or redone) in its place. Applying it marks the
+// faces on the moved vertices out of date and recomputes the normals of
+// their corners.
 //
 // "FFUN", whole faces (a change of a face's grid resolution): u32 n, then per
 // face u32 face, u32 Nx, u32 Ny, the face record's first word (Flags,
@@ -33,8 +33,8 @@ constexpr uint32_t kFullFaceUndoTag = FourCC("FFUN");
 // The present positions of `vertices` (indices outside the mesh are left out).
 void WriteVertUndo(BinStream& out, PaintScene& scene, const std::vector<int>& vertices);
 bool PushVertUndo(UndoStack& stack, PaintScene& scene, const std::vector<int>& vertices);
-// Recomputes, from the faces around them, the normals that corners on a
-// vertex of `vertices` refer to.
+// Recomputes, from the faces around them, the normals of every corner of a
+// face that has a vertex of `vertices`.
 void RecomputeVertexNormals(PaintScene& scene, const std::vector<int>& vertices);
 
 // The present state of `faces` (indices outside the mesh are left out).
