@@ -27,9 +27,10 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
   stack.ClearUndo();
   stack.RemoveUndoMakers();  // those of an earlier program hold its scene
   PaintScene& scene = ThePaintScene();
-  stack.RegisterUndoMaker(std::make_unique<SurfaceUndo>(stack, scene));
+  // The records of tools ask the tool that is current when they apply.
   ToolTable* current = &tools;
   ActiveToolFn activeTool = [current] { return current->CurrentTool(); };
+  stack.RegisterUndoMaker(std::make_unique<SurfaceUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<PlanePicUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<FreezeUndo>(stack, scene, activeTool));
   stack.RegisterUndoMaker(std::make_unique<LayersUndo>(stack, scene));
