@@ -6,6 +6,7 @@
 #include "interface/Callbacks.h"
 #include "interface/TextTable.h"
 #include "interface/UiContext.h"
+#include "paint/undo/UndoGesture.h"
 #include "platform/Keys.h"
 
 int CursorShape(int id) {
@@ -119,8 +120,11 @@ bool WidgetTree::OnPointer(int message, float x, float y, float wheel) {
   if (message == kEvLUp && hooks_.CameraDragging && hooks_.CameraDragging()) {
     ui.LeftHeld = false;
     ClearPressed(root_.get());
+    CloseUndoGesture();
     return false;
   }
+  // What a row changes from the press to the release is one undo step.
+  if (message == kEvLDown || message == kEvLDouble) OpenUndoGesture();
   ui.PrevX = ui.PointerX, ui.PrevY = ui.PointerY;
   ui.PointerX = x, ui.PointerY = y;
   ui.Message = message;
@@ -155,6 +159,7 @@ bool WidgetTree::OnPointer(int message, float x, float y, float wheel) {
   if (message == kEvLUp) {
     ClearPressed(root_.get());
     pressed_.clear();
+    CloseUndoGesture();
   }
   g.StopFlag = false;
   bool down = message == kEvLDown || message == kEvRDown || message == kEvMDown;

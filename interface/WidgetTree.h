@@ -1,8 +1,8 @@
 // The interface tree's two hosts in one object: the router that turns layer
 // events into tree events (hit list, Pressed, key focus, navigation, the
-// current tool's keys) and the frame that lays the tree out and draws it in
-// passes (normal, then OnTop), with scissors for clipping widgets and the
-// bottom hint line.
+// current tool's keys, one undo gesture from a press to its release) and the
+// frame that lays the tree out and draws it in passes (normal, then OnTop),
+// with scissors for clipping widgets and the bottom hint line.
 #pragma once
 #include <functional>
 #include <string>

@@ -16,6 +16,8 @@
 #include "paint/tools/PaintBrushTools.h"
 #include "paint/undo/PaintStrokeUndo.h"
 #include "paint/undo/LayersUndo.h"
+#include "paint/undo/MaskUndo.h"
+#include "paint/undo/ShapeUndo.h"
 #include "paint/undo/UndoStack.h"
 #include "shell/SceneCommands.h"
 #include "shell/Viewport.h"
@@ -26,9 +28,16 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
   stack.ClearUndo();
   stack.RemoveUndoMakers();  // those of an earlier program hold its scene
   PaintScene& scene = ThePaintScene();
+  // The records of tools ask the tool that is current when they apply.
+  ToolTable* current = &tools;
+  ActiveToolFn activeTool = [current] { return current->CurrentTool(); };
   stack.RegisterUndoMaker(std::make_unique<SurfaceUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<PlanePicUndo>(stack, scene));
+  stack.RegisterUndoMaker(std::make_unique<FreezeUndo>(stack, scene, activeTool));
   stack.RegisterUndoMaker(std::make_unique<LayersUndo>(stack, scene));
+  stack.RegisterUndoMaker(std::make_unique<VertUndo>(stack, scene, activeTool));
+  stack.RegisterUndoMaker(std::make_unique<PolyHideUndo>(stack, scene));
+  stack.RegisterUndoMaker(std::make_unique<FullFaceUndo>(stack, scene));
   scene.LayerPanel.Settle();
   VoxelSculptTool* voxels = FindVoxelTool(tools);
   ViewportSeams* v = &view;

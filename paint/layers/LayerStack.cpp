@@ -8,6 +8,7 @@
 #include "paint/layers/LayerOps.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/undo/LayersUndo.h"
+#include "paint/undo/UndoGesture.h"
 
 namespace {
 // Every layer's ID: what a merge of several layers may change.
@@ -172,10 +173,19 @@ void LayerStack::Settle() {
   if (Scene) settled_ = LayerStackBytes(*Scene);
 }
 
+LayerStack::~LayerStack() { ForgetGestureRecord(this); }
+
 void LayerStack::LayerChanged(OneLayerInfo* layer) {
   if (!Scene || !layer) return;
-  RecordPanelEdit(*Scene, settled_, layer->LayerID);
-  Settle();
+  // A slider dragged along the row changes the layer at every step of the
+  // pointer: one record for the whole drag, of the stack as it was settled
+  // before the press.
+  const int id = layer->LayerID;
+  RecordWhenGestureEnds(this, [this, id] {
+    if (!Scene) return;
+    RecordPanelEdit(*Scene, settled_, id);
+    Settle();
+  });
   Scene->RebuildLayerOrder();  // a new name shows in the mask list
   RecomposeLayer(*Scene, layer->LayerID);
   // Layers masked by this one change with it.

@@ -39,6 +39,7 @@ class LayerStack : public BaseClass {
     Method(&LayerStack::CopyRedToBlue, "COPY_RED_TO_BLUE");
   }
   LayerStack() { Layers.SetParentOnly(this); }
+  ~LayerStack() override;
   LayerStack(const LayerStack&) = delete;
   LayerStack& operator=(const LayerStack&) = delete;
 
@@ -66,7 +67,8 @@ class LayerStack : public BaseClass {
   void CopyBlueToRed();
   void CopyRedToBlue();
   // A row of `layer` changed (the row has written already): record the
-  // layer as it was settled, then recompose what it covers.
+  // layer as it was settled (at the end of the pointer's gesture, so a drag
+  // is one step), then recompose what it covers.
   void LayerChanged(OneLayerInfo* layer);
   // Takes the present members as what the next row edit is undone to. The
   // commands and undo settle after they change the stack; so should code

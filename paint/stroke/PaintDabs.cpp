@@ -7,6 +7,7 @@
 #include "paint/PenDab.h"
 #include "paint/PenShapes.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/stroke/PickState.h"
 #include "paint/stroke/StrokeFlood.h"
 
 using comms::cVec3;
@@ -120,6 +121,7 @@ DabResult PaintDabs::Dab(const PenHit& given) {
   // The next dab goes on along the strip where this one ended.
   if (Stroke.Strip && hit.Mirror == 0 && f.EndRadius > 0)
     GeneralPen::StripPhase += f.SegmentLength / f.EndRadius / f.StripAspect;
+  ThePickState().Note(hit.Mirror, hit.Pos, f.ViewDir, f.AxisY, hit.Face, hit.Pressure, (uint32_t)GeneralPen::StrokeMode);
   track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;

@@ -5,7 +5,8 @@
 // and amounts from GeneralPen with the pen's random variation, the pen frame
 // along the motion, the colour jitter, then ApplyStroke with the sample of the
 // chosen tool (the paint sample, the eraser, or the smudge with its gathering
-// pass). The tools of the paint room and the replay scripts share it.
+// pass); each dab notes where the pen stood (PickState). The tools of the
+// paint room and the replay scripts share it.
 #pragma once
 #include <cstdint>
 #include <vector>

@@ -11,6 +11,7 @@
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/stroke/ApplyStroke.h"
+#include "paint/stroke/PickState.h"
 #include "paint/undo/SampleCoding.h"
 #include "paint/undo/UndoStack.h"
 
@@ -22,6 +23,11 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
   BlockReader r(in, size);
   r.Enter(tag == kSurfaceUndoTag ? "MESH" : "SUPL", size);
   const uint32_t flag = tag == kSurfaceUndoTag ? r.U32() : 1;
+  PickState picks;
+  if (tag == kSurfaceUndoTag && !ReadPickState(r, picks)) {
+    Log("SurfaceUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
+    return;
+  }
   const int currentLayer = r.I32();
   const uint32_t textLength = r.U32();
   if (!r.Skip(textLength)) return;  // layer text: written by layer records
@@ -48,7 +54,7 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
     {
       BlockWriter w(inverse);
       w.U32(tag);
-      if (tag == kSurfaceUndoTag) w.U32(1);
+      if (tag == kSurfaceUndoTag) w.U32(1), PutPickState(w, ThePickState());  // as they stand
       w.I32(currentLayer), w.U32(0);
       if (tag == kSurfaceUndoTag) {
         w.U32((uint32_t)faces.size());
@@ -79,6 +85,8 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
   }
   // Normals come back as they were: neighbours the stroke reached keep theirs.
   for (const FaceEntry& e : faces) RestoreNormals(scene, e);
+  // The pen stands where the record says, so a line goes on from there.
+  if (tag == kSurfaceUndoTag) ThePickState() = picks;
 }
 }  // namespace
 
@@ -90,7 +98,13 @@ bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& 
   const bool faces = !stroke.Backups().empty();
   BlockWriter w(out);
   w.U32(faces ? kSurfaceUndoTag : kPlanePicUndoTag);
-  if (faces) w.U32(1);  // undo writes a redo record
+  if (faces) {
+    w.U32(1);  // undo writes a redo record
+    // A new step: the picks' history moves back one step as it goes out.
+    PickState& picks = ThePickState();
+    picks.Roll();
+    PutPickState(w, picks);
+  }
   w.I32(scene.CurrentLayer);
   w.U32(0);  // no layer text: the stack of layers is as it was
   if (faces) {

@@ -1,10 +1,11 @@
 // The paint room's stroke records. A stroke collects the start state of what
 // it touched (a FaceBackup per grid face and layer, an undo copy per layer
 // tile) and at pen-up becomes one record: "MESH" when it reached grid faces
-// (their samples, then any tiles), "SUPL" when it painted tiles only.
-// Applying a record reads it whole first (a damaged one changes nothing),
-// writes the present state of the same faces and tiles as the inverse, puts
-// the samples back, prunes what was empty before, and recomposes.
+// (the pen's picks, the faces' samples, then any tiles), "SUPL" when it
+// painted tiles only. Applying a record reads it whole first (a damaged one
+// changes nothing), writes the present state of the same faces and tiles as
+// the inverse, puts the samples back, prunes what was empty before,
+// recomposes, and puts the pen's picks back.
 #pragma once
 #include <cstdint>
 

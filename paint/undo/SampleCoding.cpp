@@ -6,11 +6,44 @@
 #include "paint/file/BlockCoding.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/stroke/PickState.h"
 
 namespace {
 constexpr int kSampleBytes = 24;
 constexpr int kTileEntryBytes = 16 + 8 + kTilePixels * 12 + 2;
 }  // namespace
+
+void PutPickState(BlockWriter& w, const PickState& p) {
+  auto vecs = [&](const comms::cVec3* v, int n) {
+    for (int i = 0; i < n; ++i) w.Vec3(v[i]);
+  };
+  w.F32(p.PickValue);
+  w.Vec3(p.Pick0), w.Vec3(p.Pick1), w.Vec3(p.Pick2);
+  w.Vec3(p.PickDirection);
+  vecs(p.PickMirrors0, PickState::kCopies), vecs(p.PickMirrors1, PickState::kCopies);
+  vecs(p.PickMirrors2, PickState::kCopies), vecs(p.DirectionMirrors, PickState::kCopies);
+  w.U32(p.PickMode);
+  for (int32_t face : p.PickExtra) w.I32(face);
+  w.Vec3(p.PickUp);
+  vecs(p.UpMirrors, PickState::kCopies);
+}
+
+bool ReadPickState(BlockReader& r, PickState& p) {
+  if (!r.Fits(1, PickState::kRecordBytes, "pick state")) return false;
+  auto vecs = [&](comms::cVec3* v, int n) {
+    for (int i = 0; i < n; ++i) v[i] = r.Vec3();
+  };
+  p.PickValue = r.F32();
+  p.Pick0 = r.Vec3(), p.Pick1 = r.Vec3(), p.Pick2 = r.Vec3();
+  p.PickDirection = r.Vec3();
+  vecs(p.PickMirrors0, PickState::kCopies), vecs(p.PickMirrors1, PickState::kCopies);
+  vecs(p.PickMirrors2, PickState::kCopies), vecs(p.DirectionMirrors, PickState::kCopies);
+  p.PickMode = r.U32();
+  for (int32_t& face : p.PickExtra) face = r.I32();
+  p.PickUp = r.Vec3();
+  vecs(p.UpMirrors, PickState::kCopies);
+  return r.Ok();
+}
 
 void PutSamples(BlockWriter& w, const LayerMicroVertex* s, int n) {
   w.U32((uint32_t)n);

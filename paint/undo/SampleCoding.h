@@ -1,7 +1,7 @@
 // The coding of paint samples shared by the undo records: one face's samples
 // of one layer (with the composite's normals), one layer tile (with the
-// freeze values), each written field by field and read back with every count
-// checked against the face or the scene.
+// freeze values), the pen's picks, each written field by field and read back
+// with every count checked against the face or the scene.
 #pragma once
 #include <cstdint>
 #include <vector>
@@ -13,6 +13,7 @@ class BlockReader;
 class BlockWriter;
 class PaintScene;
 class PixelMap;
+struct PickState;
 
 // One face's samples of one layer; without samples the face had no entry.
 struct FaceEntry {
@@ -28,6 +29,10 @@ struct TileEntry {
   std::vector<LayerPixel> Pixels;  // kTilePixels
   std::vector<uint16_t> Freeze;     // kTilePixels or empty
 };
+
+// The pen's picks, 580 bytes in record order.
+void PutPickState(BlockWriter& w, const PickState& p);
+bool ReadPickState(BlockReader& r, PickState& p);
 
 void PutSamples(BlockWriter& w, const LayerMicroVertex* s, int n);
 void PutNormals(BlockWriter& w, const std::vector<comms::cVec3>& normals);

@@ -18,6 +18,7 @@
 #include "ClassEngine/UserPaths.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "paint/SceneChanges.h"
+#include "paint/undo/UndoGesture.h"
 
 namespace {
 int64_t FileSize(const std::string& path) {
@@ -242,6 +243,7 @@ void UndoStack::WritePlaceholder(int n) {
 
 bool UndoStack::Undo() {
   if (AllowsBackup && !AllowsBackup()) return false;
+  if (UndoGestureWaits()) return false;  // a drag under way becomes its step at the release
   if (BeforeApply) BeforeApply();
   if (UndoPosition == 0) return false;
   --UndoPosition;
@@ -260,6 +262,7 @@ bool UndoStack::Undo() {
 }
 
 bool UndoStack::Redo() {
+  if (UndoGestureWaits()) return false;
   if (BeforeApply) BeforeApply();
   ++UndoPosition;
   std::vector<uint8_t> bytes = ReadRecordFile(UndoPosition);

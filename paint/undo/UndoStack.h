@@ -57,7 +57,8 @@ class UndoStack {
   // folder is over the byte budget.
   void TrimUndoFolder(int minFreeMB);
   // Applies the newest undo record / the next redo record. False when there
-  // was nothing to do.
+  // was nothing to do, or while a drag's record waits for its release
+  // (UndoGesture.h).
   bool Undo();
   bool Redo();
   // Whether a record being applied wants its inverse written: not for

@@ -173,3 +173,66 @@ TEST_F(LayerPanelFixture, AStaleSettledStackRecordsNothing) {
   EXPECT_EQ(scene.Layers.GetAmount(), 3);
   EXPECT_EQ(scene.GetLayerByID(edited)->ColorOp, ColorOps::Screen);
 }
+
+TEST_F(LayerPanelFixture, ASliderDragAClickAndATypedValueAreOneUndoStepEach) {
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
+  SimpleSlider* slider = EditorIn<SimpleSlider>(Rows("ColorTransparency")[1]);
+  ASSERT_NE(slider, nullptr);
+  const float y = slider->AbsY + slider->H / 2;
+  auto at = [&](float t) { return slider->AbsX + slider->W * t; };
+  const std::string start = LayerStackBytes(scene);
+  const uint32_t red = scene.Faces[0].Grid[0].Color;
+
+  // A drag of many steps, press to release, through the router.
+  ui.tree.OnPointer(kEvLDown, at(0.9f), y);
+  for (int i = 0; i < 40; ++i) ui.tree.OnPointer(kEvMove, at(0.9f - 0.02f * i), y);
+  ui.tree.OnPointer(kEvLUp, at(0.12f), y);
+  ASSERT_NEAR(scene.GetLayerByID(top)->ColorTransparency, 0.12f, 0.01f);
+  EXPECT_EQ(stack.UndoPosition, 1);
+  const std::string dragged = LayerStackBytes(scene);
+  const uint32_t draggedColour = scene.Faces[0].Grid[0].Color;
+  ASSERT_NE(draggedColour, red);
+
+  // A single click, then a typed value.
+  ui.Click(at(0.5f), y);
+  EXPECT_EQ(stack.UndoPosition, 2);
+  const std::string clicked = LayerStackBytes(scene);
+  ASSERT_TRUE(Rows("ColorTransparency")[1]->CommitText("0.25"));
+  EXPECT_EQ(stack.UndoPosition, 3);
+
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), clicked);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), dragged);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), start) << "one undo takes the whole drag back";
+  EXPECT_EQ(scene.Faces[0].Grid[0].Color, red);
+  EXPECT_FALSE(stack.Undo());
+  ASSERT_TRUE(stack.Redo());
+  EXPECT_EQ(LayerStackBytes(scene), dragged);
+  EXPECT_EQ(scene.Faces[0].Grid[0].Color, draggedColour);
+}
+
+TEST_F(LayerPanelFixture, UndoWaitsWhileASliderIsHeld) {
+  PanelUndo undo(scene);
+  UndoStack& stack = undo.Stack;
+  SimpleSlider* slider = EditorIn<SimpleSlider>(Rows("ColorTransparency")[1]);
+  ASSERT_NE(slider, nullptr);
+  const float y = slider->AbsY + slider->H / 2;
+  const std::string start = LayerStackBytes(scene);
+  ui.tree.OnPointer(kEvLDown, slider->AbsX + slider->W * 0.3f, y);
+  ui.tree.OnPointer(kEvMove, slider->AbsX + slider->W * 0.4f, y);
+  const std::string held = LayerStackBytes(scene);
+  ASSERT_NE(held, start);
+  // Ctrl+Z with the button still down: the rows point into the layers an
+  // undo would replace, so nothing happens until the release.
+  EXPECT_FALSE(stack.Undo());
+  EXPECT_FALSE(stack.Redo());
+  EXPECT_EQ(LayerStackBytes(scene), held);
+  ui.tree.OnPointer(kEvMove, slider->AbsX + slider->W * 0.6f, y);
+  ui.tree.OnPointer(kEvLUp, slider->AbsX + slider->W * 0.6f, y);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(LayerStackBytes(scene), start);
+  EXPECT_FALSE(stack.Undo());
+}

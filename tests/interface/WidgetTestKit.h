@@ -7,6 +7,7 @@
 
 #include "interface/UiContext.h"
 #include "interface/WidgetTree.h"
+#include "paint/undo/UndoGesture.h"
 #include "render/NullRender.h"
 
 struct UiScope {
@@ -23,6 +24,7 @@ struct UiScope {
     Ui().LeftHeld = false;
     if (!Ui().Font.Ready()) Ui().LoadFont();
     Widgets() = WidgetGlobals();
+    CloseUndoGesture();  // a press an earlier test left down holds no edit back
   }
   ~UiScope() { Ui().Render = nullptr; }
   void Click(float x, float y) {

@@ -1,7 +1,8 @@
 // A seeded random walk through everything the undo stack holds: paint strokes
 // on a grid scene and on a per-pixel scene (several layers), layer commands
-// (add, delete, reorder, blend mode), voxel strokes of several modes, undo and
-// redo, in any order. Afterwards undo goes back to the start and redo forward
+// (add, delete, reorder, blend mode, a dragged opacity), the grid scene's
+// freeze mask, hidden faces, moved vertices and face resolutions, voxel
+// strokes of several modes, undo and redo, in any order. Afterwards undo goes back to the start and redo forward
 // to the end; the pictures of both scenes and the volume must match byte for
 // byte. Used by the short test and by the long run in bench/.
 #pragma once
@@ -16,9 +17,14 @@
 #include "paint/PenShapes.h"
 #include "paint/layers/OneLayerInfo.h"
 #include "paint/stroke/PaintDabs.h"
+#include "paint/layers/ComposeFace.h"
 #include "paint/undo/LayersUndo.h"
+#include "paint/undo/MaskUndo.h"
 #include "paint/undo/PaintStrokeUndo.h"
+#include "paint/undo/ShapeUndo.h"
+#include "paint/undo/UndoGesture.h"
 #include "paint/undo/UndoStack.h"
+#include "shell/tools/BasicTool.h"
 #include "tests/paint/PaintMeshes.h"
 #include "tests/paint/undo/PaintPicture.h"
 #include "tests/MC/undo/VolumePicture.h"
@@ -37,12 +43,21 @@ class UndoSequence {
     pixels_.RtSizeX = pixels_.RtSizeY = 64;
     ImportMeshIntoScene(pixels_, paintmeshes::CutSheet(), PaintImportMode::PerPixel, DPSettings());
     grid_.NewLayer(true);
+    // The vertex record holds positions: normals follow them, from the start.
+    std::vector<int> vertices;
+    for (int v = 0; v < (int)grid_.Vertices.size(); ++v) vertices.push_back(v);
+    RecomputeVertexNormals(grid_, vertices);
     pixels_.NewLayer(false);
     pixels_.NewLayer(false);
     // Grid strokes and layer commands go to the grid scene; tile records
     // come only from the per-pixel scene.
     stack_.RegisterUndoMaker(std::make_unique<SurfaceUndo>(stack_, grid_));
     stack_.RegisterUndoMaker(std::make_unique<LayersUndo>(stack_, grid_));
+    ActiveToolFn mover = [this] { return (BasicTool*)&mover_; };
+    stack_.RegisterUndoMaker(std::make_unique<FreezeUndo>(stack_, grid_, mover));
+    stack_.RegisterUndoMaker(std::make_unique<VertUndo>(stack_, grid_, mover));
+    stack_.RegisterUndoMaker(std::make_unique<PolyHideUndo>(stack_, grid_));
+    stack_.RegisterUndoMaker(std::make_unique<FullFaceUndo>(stack_, grid_));
     stack_.RegisterUndoMaker(std::make_unique<PlanePicUndo>(stack_, pixels_));
     stack_.RegisterUndoMaker(std::make_unique<Volume_Undo>(stack_, [this] {
       return std::vector<VolumeObject*>{&volume_};
@@ -69,7 +84,18 @@ class UndoSequence {
       std::string p = PaintPicture(s);
       return p.substr(0, p.find("|current"));
     };
-    return {samples(grid_), samples(pixels_), VolumePicture(volume_)};
+    return {samples(grid_) + ShapeOf(grid_), samples(pixels_), VolumePicture(volume_)};
+  }
+  // The faces' own bytes, the vertices, their normals and the corners' UVs.
+  static std::string ShapeOf(PaintScene& s) {
+    std::string out;
+    auto put = [&](const void* p, size_t n) { out.append((const char*)p, n); };
+    for (const PaintFace& f : s.Faces)
+      put(&f.Flags, 1), put(&f.FreezeState, 1), put(&f.Visible, 1), put(&f.Nx, 2), put(&f.Ny, 2);
+    for (const MeshVertex& v : s.Vertices) put(&v.Position, 12);
+    for (const comms::cVec3& n : s.Normals) put(&n, 12);
+    for (const FaceCorner& c : s.Corners) put(&c.UV, 8), put(&c.UV2, 8);
+    return out;
   }
 
   // One random step and the frame after it; returns its name, for messages.
@@ -82,10 +108,11 @@ class UndoSequence {
   }
   const char* StepOnly() {
     const int pick = rnd_.Next() % 100;
-    if (pick < 22) return GridStroke();
-    if (pick < 36) return PixelStroke();
-    if (pick < 52) return LayerCommand();
-    if (pick < 70) return VoxelStroke();
+    if (pick < 20) return GridStroke();
+    if (pick < 32) return PixelStroke();
+    if (pick < 46) return LayerCommand();
+    if (pick < 62) return VoxelStroke();
+    if (pick < 70) return ShapeStep();
     if (pick < 88) {
       if (stack_.Undo()) ++undos_;
       return "undo";
@@ -158,7 +185,7 @@ class UndoSequence {
     LayerStack& panel = grid_.LayerPanel;
     const int n = grid_.Layers.GetAmount();
     grid_.CurrentLayer = grid_.Layers[rnd_.Next() % n]->LayerID;
-    switch (rnd_.Next() % 5) {
+    switch (rnd_.Next() % 6) {
       case 0:
         if (n < 6) panel.AddLayer();
         return "add layer";
@@ -171,6 +198,17 @@ class UndoSequence {
       case 3:
         panel.MoveCurrentDown();
         return "move layer down";
+      case 4: {
+        // A slider dragged along the opacity row: many changes, one step.
+        OneLayerInfo* info = grid_.GetLayerByID(grid_.CurrentLayer);
+        OpenUndoGesture();
+        for (int i = 1 + rnd_.Next() % 6; i > 0; --i) {
+          info->ColorTransparency = rnd_.Range(0.f, 1.f);
+          info->OnChange(nullptr, nullptr, nullptr, "ColorTransparency");
+        }
+        CloseUndoGesture();
+        return "opacity drag";
+      }
       default: {
         // As a row of the layer panel does it: the value first, then the
         // panel hears of it and records the layer as it was.
@@ -209,6 +247,86 @@ class UndoSequence {
     return "voxel stroke";
   }
 
+  // The freeze tool, the hide tool, a tool that moves vertices and the local
+  // resolution tool on the grid scene, each after its record.
+  const char* ShapeStep() {
+    const int faces = (int)grid_.Faces.size();
+    switch (rnd_.Next() % 4) {
+      case 0: {
+        PushFreezeUndo(stack_, grid_);
+        for (int k = 1 + rnd_.Next() % 3; k > 0; --k) {
+          PaintFace& f = grid_.Faces[rnd_.Next() % faces];
+          const int mode = rnd_.Next() % 3;
+          int free = 0, frozen = 0;
+          for (int i = 0; i < f.SampleCount(); ++i) {
+            f.Grid[i].Freeze = mode == 0 ? 0.f : mode == 1 ? 1.f : (rnd_.Next() % 256) / 255.0f;
+            free += f.Grid[i].Freeze < 0.001f, frozen += f.Grid[i].Freeze > 0.999f;
+          }
+          f.FreezeState = FreezeStateOf(free, frozen, f.SampleCount());
+        }
+        return "freeze";
+      }
+      case 1:
+        PushPolyHideUndo(stack_, grid_);
+        for (int k = 1 + rnd_.Next() % 3; k > 0; --k) {
+          PaintFace& f = grid_.Faces[rnd_.Next() % faces];
+          f.Visible = !f.Visible;
+        }
+        return "hide";
+      case 2: {
+        std::vector<int> moved;
+        for (int k = 1 + rnd_.Next() % 3; k > 0; --k) moved.push_back(rnd_.Next() % (int)grid_.Vertices.size());
+        PushVertUndo(stack_, grid_, moved);
+        for (int v : moved) grid_.Vertices[v].Position += comms::cVec3(rnd_.Range(-.2f, .2f), rnd_.Range(-.2f, .2f), rnd_.Range(-.5f, .5f));
+        RecomputeVertexNormals(grid_, moved);
+        return "move vertices";
+      }
+      default: {
+        const int face = rnd_.Next() % faces;
+        PushFullFaceUndo(stack_, grid_, {face});
+        Resample(face, rnd_.Next() % 2 ? 2.f : 0.5f);
+        return "face resolution";
+      }
+    }
+  }
+
+  // The face's grid and layers sampled anew at `factor` times the size
+  // (nearest sample, 2 to 16 a side), composed, one level up or down, its
+  // corners moved a little in UV.
+  void Resample(int face, float factor) {
+    PaintFace& f = grid_.Faces[face];
+    const int ox = f.Nx, oy = f.Ny;
+    const int nx = std::clamp((int)(ox * factor), 2, 16), ny = std::clamp((int)(oy * factor), 2, 16);
+    auto from = [&](int i) { return std::min((i % nx) * ox / nx, ox - 1) + std::min((i / nx) * oy / ny, oy - 1) * ox; };
+    std::vector<MicroVertex> grid(f.Grid, f.Grid + ox * oy);
+    std::vector<std::pair<int, std::vector<LayerMicroVertex>>> layers;
+    for (const FaceLayer& l : f.LayerList) layers.push_back({l.LayerID, {l.Data, l.Data + ox * oy}});
+    for (int i = f.LayerList.GetAmount() - 1; i >= 0; --i) f.RemoveLayerAt(i);
+    grid_.MicroVertexCount += nx * ny - ox * oy;
+    f.AllocateGrid(nx, ny);
+    for (int i = 0; i < nx * ny; ++i) f.Grid[i] = grid[from(i)];
+    for (const auto& [id, data] : layers) {
+      FaceLayer* l = grid_.GetFaceLayer(face, id, true);
+      for (int i = 0; i < nx * ny; ++i) l->Data[i] = data[from(i)];
+    }
+    f.Flags = (uint8_t)(f.Flags + (factor > 1 ? 1 : -1));
+    const int* c = grid_.FaceCornerMap.Of(face);
+    for (int i = 0; i < 4; ++i) {
+      FaceCorner& k = grid_.Corners[c[i]];
+      k.UV.x += rnd_.Range(-0.01f, 0.01f);
+      k.UV2 = k.UV;
+    }
+    ComposeFace(grid_, face);
+    grid_.ComputeGridNormals(face);
+    grid_.MarkFaceDirty(face);
+  }
+
+  class MoverTool : public BasicTool {
+   public:
+    bool MovesVertices() override { return true; }
+  };
+
+  MoverTool mover_;
   Random rnd_;
   UndoTestFolder folder_;
   UndoStack stack_{folder_.Path};
