@@ -171,7 +171,7 @@ void PaintStroke::PrepareFace(int face, bool backup) {
   backups_.push_back(std::move(b));
 }
 
-void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) {
+void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all) {
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
   if (!map || !F.Texels) return;
@@ -185,7 +185,7 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
     prepared_.push_back({cur.Tile, map});
   };
   const FaceTexels& T = *F.Texels;
-  if (T.BlockCount == 0) {
+  if (T.BlockCount == 0 || all) {
     for (int i = 0; i < T.Count; i++) touch(T.Texels[i]);
     return;
   }
@@ -368,7 +368,7 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
     }
     if (F.Texels) {
       const int first = (int)reach_.size();
-      PrepareTiles(f, frame, backup);
+      PrepareTiles(f, frame, backup, all);
       if (all || F.Texels->BlockCount == 0) {
         pieces_.push_back({f, i, false, -1, -1});
       } else {

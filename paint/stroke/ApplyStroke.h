@@ -76,8 +76,9 @@ class PaintStroke {
  private:
   // Creates the face's layer entry and its backup before the workers run.
   void PrepareFace(int face, bool backup);
-  // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
-  void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
+  // Creates the layer tiles (and their undo copies) a per-pixel face will
+  // touch: those of the texel blocks in the pen's reach, or with `all` every one.
+  void PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all);
   // The samples of a grid a dab reached, x0 <= x < x1, y0 <= y < y1.
   struct SampleRect {
     int X0 = 1 << 30, Y0 = 1 << 30, X1 = 0, Y1 = 0;

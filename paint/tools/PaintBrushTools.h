@@ -10,7 +10,11 @@
 // of a curve that Enter applies. Each line or curve is laid with the pen's
 // spacing as one part of a stroke that stays open (one undo record a part,
 // later parts measured against the stroke's start) until the tool or the
-// mode changes.
+// mode changes. In the preview mode the drags are shown as tracks and paint
+// nothing until Enter lays them all as one part (Esc drops them). While the pen
+// draws shapes (GeneralPen::DrawShape, in the default stroke mode) a press and
+// drag draws a rectangle, lasso, contour, circle or spline over the view, and
+// the release paints everything under it in one go, as one undo record.
 #pragma once
 #include <functional>
 #include <memory>
@@ -18,6 +22,7 @@
 #include "paint/GeneralPen.h"
 #include "paint/StrokePath.h"
 #include "paint/StrokeSpacer.h"
+#include "paint/stroke/DrawnShape.h"
 #include "paint/stroke/PaintDabs.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
@@ -60,11 +65,15 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   // The ring of the pen on the surface under the pointer, and the line or
   // curve being drawn; false off the mesh.
   bool DrawBrushCursor(comms::cRender& render) const;
-  // The screen path the line or curve would be laid along now (the pointer
-  // as the curve's next node); empty when none is being drawn.
+  // The screen path the line, curve or preview track being drawn would be
+  // laid along now (the pointer as the curve's next node); empty when none.
   std::vector<ScreenPoint> PreviewPath() const;
   // Nodes of the curve being built.
   const std::vector<ScreenPoint>& CurveNodes() const { return curveNodes_; }
+  // The preview mode's tracks waiting for Enter (the last may be in drawing).
+  const std::vector<std::vector<ScreenPoint>>& PreviewTracks() const { return tracks_; }
+  // The area being drawn (its points empty when none).
+  const DrawnShape& AreaShape() const { return area_; }
 
   const char* GetRoomName() override { return "Paint"; }
   bool UsesPenSettings() override { return true; }
@@ -92,8 +101,13 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   void BeginDabs();
   // One dab (or mirrored copy) the stroke step or a path asks for.
   void DabAt(const Dab& d);
-  // Lays the dabs of a line or curve as one part of the open stroke.
-  void ApplyPath(const std::vector<ScreenPoint>& path);
+  // Lays the dabs of lines or curves as one part of the open stroke.
+  void ApplyPaths(const std::vector<std::vector<ScreenPoint>>& paths);
+  // Paints what lies under the finished area as one stroke.
+  void PaintArea();
+  // The pen's world radius near the area: at its middle, else at its first
+  // point on the mesh.
+  float AreaRadius() const;
   // The screen distance between dabs of a line or curve.
   float PathSpacing() const;
 
@@ -110,6 +124,10 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   bool lineDown_ = false;   // a line is being dragged
   ScreenPoint lineStart_, lineEnd_;
   std::vector<ScreenPoint> curveNodes_;
+  std::vector<std::vector<ScreenPoint>> tracks_;  // the preview mode's
+  bool trackDown_ = false;                        // the last track is being drawn
+  DrawnShape area_;
+  bool areaDown_ = false;  // an area is being drawn
 };
 
 // The default paint tool.
