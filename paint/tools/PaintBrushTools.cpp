@@ -3,7 +3,9 @@
 #include "paint/tools/PaintBrushTools.h"
 
 #include <cmath>
+#include <string>
 
+#include "ClassEngine/Enumerator.h"
 #include "paint/PenPressure.h"
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
@@ -335,7 +337,52 @@ bool PaintBrushTool::DrawBrushCursor(comms::cRender& render) const {
   return true;
 }
 
+const std::vector<PenPressEntry>& PaintPenPressEntries() {
+  static const std::vector<PenPressEntry> entries = {
+      {"PENPRESS_DEFAULT", kStrokeDefault, kShapeNone},      {"PENPRESS_SOFT", kStrokeSoft, kShapeNone},
+      {"PENPRESS_DOUBLESOFT", kStrokeDoubleSoft, kShapeNone}, {"PENPRESS_MIDDLENARROW", kStrokeMiddleNarrow, kShapeNone},
+      {"PENPRESS_CONSTANT", kStrokeConstant, kShapeNone},    {"PENPRESS_POINTS", kStrokePoints, kShapeNone},
+      {"PENPRESS_LINES", kStrokeLines, kShapeNone},          {"PENPRESS_CURVES", kStrokeCurves, kShapeNone},
+      {"PENPRESS_PREVIEW", kStrokePreview, kShapeNone},      {"DRAW_BY_RECT_HINT", kStrokeDefault, kShapeRectangle},
+      {"DRAW_BY_LASSO_HINT", kStrokeDefault, kShapeLasso},   {"DRAW_CONTOUR_HINT", kStrokeDefault, kShapeContour},
+      {"DRAW_BY_CIRCLE_HINT", kStrokeDefault, kShapeCircle}, {"DRAW_BY_SPLINE_HINT", kStrokeDefault, kShapeSpline},
+  };
+  return entries;
+}
+
+void RegisterPaintPenPress() {
+  Enumerator* list = GetEnumerator("PAINTPENPRESS");
+  if (list->GetStoredAmount() > 0) return;
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  for (size_t i = 0; i < entries.size(); i++) list->Add(entries[i].Name, (int)i);
+}
+
+int PaintPenPressEntryOf(int strokeMode, int drawShape) {
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  const int shape = strokeMode == kStrokeDefault ? drawShape : kShapeNone;
+  for (size_t i = 0; i < entries.size(); i++)
+    if (entries[i].StrokeMode == strokeMode && entries[i].DrawShape == shape) return (int)i;
+  return -1;
+}
+
+bool PaintBrushTool::OnChange(BaseClass*, void*, void*, const char* name) {
+  if (!name || std::string(name) != "PenPressureMode") return true;
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  if (PressEntry < 0 || PressEntry >= (int)entries.size()) return true;
+  // A change of shape frees the outline drawn so far.
+  if (GeneralPen::DrawShape != entries[PressEntry].DrawShape) area_.Clear(), areaDown_ = false;
+  GeneralPen::StrokeMode = entries[PressEntry].StrokeMode;
+  GeneralPen::DrawShape = entries[PressEntry].DrawShape;
+  return true;
+}
+
+void PaintBrushTool::Activate() {
+  BasicTool::Activate();
+  PressEntry = PaintPenPressEntryOf(GeneralPen::StrokeMode, GeneralPen::DrawShape);
+}
+
 void RegisterPaintTools(ToolProviders& providers) {
+  RegisterPaintPenPress();
   providers["StdPen"] = [] { return static_cast<BasicTool*>(new StdPenTool); };
   providers["EraserTool"] = [] { return static_cast<BasicTool*>(new EraserTool); };
   providers["SmudgeTool"] = [] { return static_cast<BasicTool*>(new SmudgeTool); };

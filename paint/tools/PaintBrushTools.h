@@ -20,6 +20,7 @@
 #include <memory>
 
 #include "paint/GeneralPen.h"
+#include "paint/PenMasks.h"
 #include "paint/StrokePath.h"
 #include "paint/StrokeSpacer.h"
 #include "paint/stroke/DrawnShape.h"
@@ -41,9 +42,35 @@ struct PaintPenPoint {
   float WorldRadius = 1;  // GeneralPen::PenRadius pixels at that depth
 };
 
+// The entries of the paint pen's pressure combo ("PAINTPENPRESS"), in order:
+// the stroke mode each sets and the drawn shape (0 none).
+struct PenPressEntry {
+  const char* Name;
+  int StrokeMode;
+  int DrawShape;
+};
+const std::vector<PenPressEntry>& PaintPenPressEntries();
+// Fills the enumerator "PAINTPENPRESS" (idempotent).
+void RegisterPaintPenPress();
+// The combo's entry that shows the pen's stroke mode and drawn shape; -1 when
+// the combo has none.
+int PaintPenPressEntryOf(int strokeMode, int drawShape);
+
 class PaintBrushTool : public BasicTool, public StrokeSurface {
  public:
-  MV_CLASS(PaintBrushTool, BasicTool) {}
+  // The pressure combo's entry (one for every paint tool, as the pen is one).
+  static inline int PressEntry = 0;
+  // The stencil, material and pen style rows (shared by every paint tool).
+  PenMaskPanel Masks;
+  MV_CLASS(PaintBrushTool, BasicTool) {
+    NextStatic();
+    Member("_index", PressEntry, "PenPressureMode", GetEnumerator("PAINTPENPRESS"));
+    Member(Masks, "PenMasks");
+  }
+  // A pick in the pressure combo sets the stroke mode and the drawn shape.
+  bool OnChange(BaseClass* cls, void* ptr, void* extra, const char* name) override;
+  // The combo shows the pen's stroke mode as it is now.
+  void Activate() override;
   explicit PaintBrushTool(PaintKind kind = PaintKind::Paint);
   ~PaintBrushTool() override;
 
