@@ -168,8 +168,8 @@ bool PaintBrushTool::OnLMBDown() {
   if (!scene_ || !camera_) return false;
   const ToolPointer& ptr = Pointer();
   if (ptr.Alt) return false;  // Alt with a button navigates the view
-  if (AreaMode()) {
-    // An area may start off the mesh.
+  if (AreaMode() && kind_ != PaintKind::Smudge) {
+    // An area may start off the mesh. The smudge has nothing to drag over an area.
     area_.Kind = GeneralPen::DrawShape;
     area_.BorderStyle = kPlainBorder;
     area_.Clear();
