@@ -562,6 +562,7 @@ TEST_F(WorkspaceTest, ThePensPanelChoosesAStencilAMaterialAndAStyleInTheBrowser)
   if (!testfiles::HaveConvert()) GTEST_SKIP() << "ImageMagick is not installed (scripts/deps.sh --tests)";
   PaintBrushTool* pen = FindPaintTool(Tools(), "StdPen");
   ASSERT_NE(pen, nullptr);
+  ASSERT_EQ(TheWidgetTree().Root().FindWidget("FILE_BROWSER"), nullptr) << "no browser is open yet";
   comms::cImage picture;
   // 41 x 31, dark in its 13 left columns.
   ASSERT_TRUE(testfiles::MagickImage("-size 41x31 xc:white -fill black", "-draw \"rectangle 0,0 12,30\"",
