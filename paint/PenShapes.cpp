@@ -9,6 +9,7 @@
 #include "ClassEngine/Log.h"
 #include "interchange/IO.h"
 #include "paint/GeneralPen.h"
+#include "paint/PenMasks.h"
 
 float PenFalloffFactor(float r2, float falloff) {
   return std::pow(std::max(0.f, 1.f - r2), 8.f * falloff * falloff);
@@ -212,6 +213,7 @@ void RegisterPenClasses() {
   add(PlanePen());
   add(PatternPen());
   add(StripPen());
+  add(PenMaskPanel());
 }
 
 void AdvanceStripPhase(BasicPenShape* pen, float travelled) {

@@ -8,13 +8,15 @@
 #include "interchange/PictureGreen.h"
 #include "render/Viewer.h"
 
-void StencilMask::ProjectThrough(const comms::cViewer& camera) {
-  Project = [&camera](const float p[3], float& sx, float& sy) {
+ViewProjection ProjectionThrough(const comms::cViewer& camera) {
+  return [&camera](const float p[3], float& sx, float& sy) {
     const comms::cVec3 s = camera.ProjectToView(comms::cVec3(p[0], p[1], p[2]));
     sx = s.x, sy = s.y;
     return std::isfinite(s.x) && std::isfinite(s.y);
   };
 }
+
+void StencilMask::ProjectThrough(const comms::cViewer& camera) { Project = ProjectionThrough(camera); }
 
 bool StencilMask::GreenPlane(const comms::cImage& picture, Plane& out) {
   if (!PictureReadable(picture)) return false;

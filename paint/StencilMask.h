@@ -16,10 +16,14 @@ class cImage;
 class cViewer;
 }  // namespace comms
 
+// A point to view pixels (x right, y down); false when it is behind the view.
+using ViewProjection = std::function<bool(const float p[3], float& sx, float& sy)>;
+// World points through the camera (which must outlive the projection).
+ViewProjection ProjectionThrough(const comms::cViewer& camera);
+
 class StencilMask : public BrushMaskSource {
  public:
-  // A point to view pixels (x right, y down); false when it is behind the view.
-  using Projection = std::function<bool(const float p[3], float& sx, float& sy)>;
+  using Projection = ViewProjection;
   Projection Project;
   bool InvMask = false;  // the stencil reads 1 - value
 

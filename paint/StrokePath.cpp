@@ -75,6 +75,11 @@ float PathStep(float radiusPixels, bool useSpacing, float spacing) {
 
 std::vector<ScreenPoint> LinePath(ScreenPoint a, ScreenPoint b, float step) { return CutByLength({a, b}, step); }
 
+std::vector<ScreenPoint> TrackPath(const std::vector<ScreenPoint>& track, float step) {
+  if (track.size() < 2) return track;
+  return CutByLength(track, step);
+}
+
 std::vector<ScreenPoint> CurvePath(const std::vector<ScreenPoint>& nodes, float step, bool bSpline) {
   if (nodes.size() < 2) return nodes;
   return CutByLength(bSpline ? BSplinePolyline(nodes) : CatmullRomPolyline(nodes), step);

@@ -1,4 +1,4 @@
-// The screen paths of the line and curve stroke modes: a straight line from
+// The screen paths of the line, curve and preview stroke modes: a straight line from
 // the press to the release, or a curve through the clicked points (Catmull-Rom,
 // or a uniform B-spline held at its ends when GeneralPen::BSpilnes is on).
 // Either is cut into points an equal screen distance apart, at least ten
@@ -16,6 +16,11 @@ float PathStep(float radiusPixels, bool useSpacing, float spacing);
 
 // `step` apart from a to b, both ends included; at least 11 points.
 std::vector<ScreenPoint> LinePath(ScreenPoint a, ScreenPoint b, float step);
+
+// The freehand track of the preview mode (the pointer's places while the
+// button was held), cut as a line along its polyline. Fewer than two points
+// stay as they are.
+std::vector<ScreenPoint> TrackPath(const std::vector<ScreenPoint>& track, float step);
 
 // The curve through (or, as a B-spline, guided by) the nodes, cut as above
 // by its length. One node gives that point; none gives nothing.

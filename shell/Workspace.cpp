@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 
+#include "ClassEngine/DataFolder.h"
 #include "ClassEngine/Log.h"
 #include "ClassEngine/UserPaths.h"
 #include "interface/AppOptions.h"
@@ -22,6 +23,7 @@
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mesh/ImportMeshVolume.h"
 #include "MC/undo/VolumeUndo.h"
+#include "paint/PenMasks.h"
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/undo/UndoStack.h"
@@ -105,6 +107,8 @@ Workspace::~Workspace() {
   intf_.Tree().Hooks().HotKeys = nullptr;
   intf_.Tree().Hooks().Navigation = nullptr;
   view_.FreeArea = nullptr;
+  PenMaskPanel::AskPicture = nullptr;
+  ThePenMasks().SetView(nullptr);
   Tools().Hooks().LoadRoomLayout = nullptr;
   if (TheDocks() == docks_.get()) TheDocks() = nullptr;
   if (RampInput() == &shell_.Window()) RampInput() = nullptr;
@@ -371,6 +375,13 @@ void Workspace::RegisterCommands() {
       }, MeshExtensions());
     };
   }
+  // The pen's pictures: the browser on the library's folder, laid over the view.
+  ThePenMasks().SetView(&view_.Camera());
+  PenMaskPanel::AskPicture = [this](const char* title, const std::string& folder,
+                                    const std::vector<std::string>& extensions,
+                                    std::function<void(const std::string&)> then) {
+    AskPath(title, std::move(then), extensions, false, comms::DataFilePath(folder));
+  };
   auto haveVolume = [] {
     VoxelSculptTool* tool = FindVoxelTool(Tools());
     return tool && tool->Volume();

@@ -185,9 +185,14 @@ struct Footprint {
     const float face = (invert_ ? fp.h + 2.f : 2.f - fp.h) / w_ + 0.5f;
     if (face <= 0.f) return face;
   }
+  // Where the stencil holds the pen back wholly the field leaves the volume
+  // alone: value 0 changes nothing in either merge, whereas the closed slab
+  // below would still take the rounded rim's bite out of the old surface.
+  const float k = pen_.Mask ? pen_.BrushMask(p) : 1.f;
+  if (k <= 0.f) return 0.f;
   const float a = inside ? pen_.Alpha(fp.u, -fp.v) * fp.R : 0.f;
   // Below the pen's profile the slab thins (and closes) smoothly; 0.1 rounds the rim.
-  const float a2 = (pen_.Mask ? pen_.BrushMask(p) : 1.f) * a - 0.1f * fp.r2 * fp.R;
+  const float a2 = k * a - 0.1f * fp.r2 * fp.R;
   // h is measured outward; the slab's "top" is on the outer side. Where the
   // cut is shallower than the rounding of its rim, it is drawn back out of the
   // old surface, so the rounded merge never eats into what the pen leaves.

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "MC/brushes/DrawnShape.h"
+#include "paint/stroke/DrawnShape.h"
 
 class VoxelSculptTool;
 class VolumeObject;

@@ -5,7 +5,7 @@
 // moves the surface's vertices under the shape. All work in the volume's
 // object space, with the shape read through a ShapeView.
 #pragma once
-#include "MC/brushes/DrawnShape.h"
+#include "paint/stroke/DrawnShape.h"
 #include "MC/brushes/ShapeView.h"
 
 class VolumeObject;

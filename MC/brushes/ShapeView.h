@@ -5,7 +5,7 @@
 #pragma once
 #include <array>
 
-#include "MC/brushes/DrawnShape.h"
+#include "paint/stroke/DrawnShape.h"
 
 class VolumeObject;
 namespace comms {

@@ -55,6 +55,14 @@ void VoxelSculptStroke::ToObject(const PenPoint& p, StrokeSample& s) const {
   s.Pressure = GeneralPen::IgnorePressure ? 1.f : p.Pressure;
 }
 
+float LatticeMask::At(const float p[3]) const {
+  if (!SceneMask) return 1.f;
+  if (!Volume) return SceneMask->At(p);
+  float scene[3];
+  Volume->PointToScene(p, scene);
+  return SceneMask->At(scene);
+}
+
 bool VoxelSculptStroke::Begin(VolumeObject& volume, const PenPoint& first, uint32_t seed) {
   message_.clear();
   const VoxModeInfo* info = FindVoxMode(Tool);
@@ -223,7 +231,12 @@ int VoxelSculptStroke::ApplyTool(const StrokeSample& a, const StrokeSample& b, c
   const float pressure = b.Pressure;
   PenProfile pen = PenProfile::Current();
   pen.Handed = handed;
-  if (Mask) pen.Mask = Mask;  // the stroke's own mask, else the pen's
+  if (Mask) {
+    pen.Mask = Mask;  // the stroke's own, in the lattice's space
+  } else if (pen.Mask) {
+    viewMask_.Volume = volume_, viewMask_.SceneMask = pen.Mask;
+    pen.Mask = &viewMask_;
+  }
   {
     // The pen frame in the carve's (u, v) frame at the pair's end.
     float t[3], bb[3];

@@ -15,9 +15,19 @@
 #include "ClassEngine/Random.h"
 #include "MC/brushes/SurfaceTools.h"
 #include "MC/brushes/VoxelBrushSettings.h"
+#include "paint/BrushMaskSource.h"
 
 class VolumeObject;
-class BrushMaskSource;
+
+// The view's stencil and material mask (GeneralPen::Mask) read scene points;
+// the fields hand lattice points of the volume, which this takes to the scene
+// first.
+class LatticeMask final : public BrushMaskSource {
+ public:
+  const VolumeObject* Volume = nullptr;
+  const BrushMaskSource* SceneMask = nullptr;
+  float At(const float p[3]) const override;
+};
 
 // One pen position in scene space: where the pen touches, the outward normal,
 // the world radius and the pressure.
@@ -53,7 +63,9 @@ class VoxelSculptStroke {
   bool Reproject = true;
   // The one-stamp flags of the pen: the stroke is a single stamp.
   bool SingleStamp = false;
-  // The stencil or material pattern over the view, or null. Not owned.
+  // A stencil or material pattern that reads lattice points, or null for
+  // the view's own (GeneralPen::Mask, read through the volume's transform).
+  // Not owned.
   const BrushMaskSource* Mask = nullptr;
 
   // Pen down. Returns false (with `Message()` set) for a tool that cannot
@@ -97,5 +109,6 @@ class VoxelSculptStroke {
   size_t pairIndex_ = 0;
   bool hasCubic_ = false;
   SurfaceStrokeState surface_;  // what the surface tools keep for the stroke
+  LatticeMask viewMask_;        // GeneralPen::Mask seen from the lattice
   float cubicBefore_[3], cubicAfter_[3];
 };

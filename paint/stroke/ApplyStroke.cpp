@@ -171,7 +171,7 @@ void PaintStroke::PrepareFace(int face, bool backup) {
   backups_.push_back(std::move(b));
 }
 
-void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) {
+void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all) {
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
   if (!map || !F.Texels) return;
@@ -185,7 +185,7 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup) 
     prepared_.push_back({cur.Tile, map});
   };
   const FaceTexels& T = *F.Texels;
-  if (T.BlockCount == 0) {
+  if (T.BlockCount == 0 || all) {
     for (int i = 0; i < T.Count; i++) touch(T.Texels[i]);
     return;
   }
@@ -265,6 +265,14 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
         for (int y = 4 * cj; y < 4 * cj + 4; y++)
           for (int x = 4 * ci; x < 4 * ci + 4; x++) visit(x, y);
       }
+    // The cells left out are not measured, but the face's freeze is counted
+    // over all its samples: one test each, far cheaper than a measure.
+    int free = 0, frozen = 0;
+    for (int i = 0; i < Nx * Ny; i++) {
+      const float fz = F.Grid[i].Freeze;
+      free += fz < 0.001f, frozen += fz > 0.999f;
+    }
+    F.FreezeState = FreezeStateOf(free, frozen, Nx * Ny);
   } else {
     // Every sample is measured here, so the face's freeze state is counted
     // on the way (one thread owns the face).
@@ -282,10 +290,11 @@ float PaintStroke::WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, 
 }
 
 float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all,
-                              const int* blocks, int count) {
+                              const int* blocks, int count, FreezeCount& freeze) {
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
-  if (!map || !F.Texels || !fn.HasPixelForm()) return 0;
+  // A wholly frozen face takes no paint: every weight would be 0.
+  if (!map || !F.Texels || !fn.HasPixelForm() || (F.FreezeState == 2 && !all)) return 0;
   const StrokeFrame& f = *ctx.Frame;
   const float us = ctx.UnitScale;
   const FaceTexels& T = *F.Texels;
@@ -300,6 +309,7 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
   int64_t measured = 0;
   // One texel whose pixel is (tile, index).
   auto visit = [&](const FaceTexel& t, PixelTile* tile, int index) {
+    freeze.Add(tile->Pixels[index].Freeze);
     PenPoint pp;
     if (!measure(t.Position * us, pp)) return;
     LayerTile* layer = tile->CurrentLayerTile;
@@ -322,17 +332,26 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     measured += count;
     for (uint32_t i = first; i < first + count; i++) {
       const FaceTexel& t = T.Texels[i];
-      if (map->FetchPixel(cur, t.X, t.Y, false, false, false)) visit(t, cur.Tile, cur.Index);
+      if (map->FetchPixel(cur, t.X, t.Y, false, false, false))
+        visit(t, cur.Tile, cur.Index);
+      else
+        freeze.Add(0);  // no tile yet: nothing frozen there
     }
   };
   // A block's texels share one tile: it is looked up once.
   auto walkBlock = [&](const FaceTexelBlock& b) {
     PixelTile* tile = map->FindTile(b.TileX, b.TileY);
-    if (!tile) return;
+    if (!tile) {
+      for (uint32_t i = 0; i < b.Count; i++) freeze.Add(0);
+      return;
+    }
     measured += b.Count;
     for (uint32_t i = b.First; i < b.First + b.Count; i++) {
       const FaceTexel& t = T.Texels[i];
-      if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) continue;  // a damaged directory
+      if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) {  // a damaged directory
+        freeze.Add(0);
+        continue;
+      }
       visit(t, tile, (t.Y & 15) * kTileSide + (t.X & 15));
     }
   };
@@ -368,7 +387,7 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
     }
     if (F.Texels) {
       const int first = (int)reach_.size();
-      PrepareTiles(f, frame, backup);
+      PrepareTiles(f, frame, backup, all);
       if (all || F.Texels->BlockCount == 0) {
         pieces_.push_back({f, i, false, -1, -1});
       } else {
@@ -391,14 +410,31 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   // does not depend on which worker took what.
   std::vector<float> sums(pieces_.size(), 0.0f);
   std::vector<SampleRect> reached(pieces_.size());
+  std::vector<FreezeCount> freezes(pieces_.size());
   OnFreeWorkers((int)pieces_.size(), [&](int k) {
     const WalkPiece& p = pieces_[k];
     sums[k] = p.Grid ? WalkGrid(fn, ctx, p.Face, all, reached[k])
-                     : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First);
+                     : WalkTexels(fn, ctx, p.Face, all, p.First < 0 ? nullptr : &reach_[p.First], p.Last - p.First,
+                                  freezes[k]);
   });
   std::vector<uint8_t> touched(faces.size(), 0);
   std::vector<float> faceSums(faces.size(), 0.0f);
-  for (size_t k = 0; k < pieces_.size(); k++) faceSums[pieces_[k].Place] += sums[k];
+  std::vector<FreezeCount> faceFreeze(faces.size());
+  for (size_t k = 0; k < pieces_.size(); k++) {
+    faceSums[pieces_[k].Place] += sums[k];
+    if (!pieces_[k].Grid) faceFreeze[pieces_[k].Place].Merge(freezes[k]);
+  }
+  // Texel faces: the pieces' counts, face by face. Every texel seen gives
+  // the state; fewer can still show that the state held was wrong.
+  for (size_t i = 0; i < faces.size(); i++) {
+    PaintFace& F = scene_.Faces[faces[i]];
+    const FreezeCount& c = faceFreeze[i];
+    if (F.Grid || !F.Texels || c.Seen == 0) continue;
+    if (c.Seen >= F.Texels->Count)
+      F.FreezeState = FreezeStateOf(c.Free, c.Frozen, c.Seen);
+    else if ((F.FreezeState == 0 && c.Free < c.Seen) || (F.FreezeState == 2 && c.Frozen < c.Seen))
+      F.FreezeState = 1;
+  }
   for (size_t i = 0; i < faces.size(); i++)
     if (faceSums[i] != 0) {
       PaintFace& F = scene_.Faces[faces[i]];

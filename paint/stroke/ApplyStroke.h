@@ -76,8 +76,9 @@ class PaintStroke {
  private:
   // Creates the face's layer entry and its backup before the workers run.
   void PrepareFace(int face, bool backup);
-  // Creates the layer tiles (and their undo copies) a per-pixel face will touch.
-  void PrepareTiles(int face, const StrokeFrame& frame, bool backup);
+  // Creates the layer tiles (and their undo copies) a per-pixel face will
+  // touch: those of the texel blocks in the pen's reach, or with `all` every one.
+  void PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all);
   // The samples of a grid a dab reached, x0 <= x < x1, y0 <= y < y1.
   struct SampleRect {
     int X0 = 1 << 30, Y0 = 1 << 30, X1 = 0, Y1 = 0;
@@ -89,10 +90,17 @@ class PaintStroke {
   // The face's grid; `reached` grows by every sample given to the sample
   // function, so that only those recompose.
   float WalkGrid(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, SampleRect& reached);
+  // How many texels a walk saw, and of those how many were free (Freeze 0)
+  // and wholly frozen (above 65,000).
+  struct FreezeCount {
+    int Seen = 0, Free = 0, Frozen = 0;
+    void Add(uint16_t freeze) { Seen++, Free += freeze == 0, Frozen += freeze > 65000; }
+    void Merge(const FreezeCount& o) { Seen += o.Seen, Free += o.Free, Frozen += o.Frozen; }
+  };
   // The texels of blocks[0 .. count) of the face's directory, or with
-  // blocks null every texel of the face.
+  // blocks null every texel of the face; `freeze` counts every texel seen.
   float WalkTexels(const SampleFunction& fn, const StrokeContext& ctx, int face, bool all, const int* blocks,
-                   int count);
+                   int count, FreezeCount& freeze);
   // Workers, composition and dirty marks over scene.StrokeFaces.
   void RunDab(const SampleFunction& fn, const StrokeFrame& frame, bool backup, bool all);
   void Release();

@@ -6,6 +6,7 @@
 #include "paint/GeneralPen.h"
 #include "paint/PenDab.h"
 #include "paint/PenShapes.h"
+#include "paint/layers/OneLayerInfo.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/stroke/PickState.h"
 #include "paint/stroke/StrokeFlood.h"
@@ -125,4 +126,35 @@ DabResult PaintDabs::Dab(const PenHit& given) {
   track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;
+}
+
+DabResult PaintDabs::Area(const BrushMaskSource& area, const std::vector<int>& faces, float worldRadius,
+                          const cVec3& viewDir) {
+  if (Kind == PaintKind::Smudge || faces.empty()) return DabResult::Nothing;
+  if (!active_) Begin();
+  const OneLayerInfo* info = scene_.GetLayerByID(scene_.CurrentLayer);
+  if (info && !info->Visible) return DabResult::InvisibleLayer;
+  BasicPenShape* pen = GeneralPen::CurrentPenPtr ? GeneralPen::CurrentPenPtr : &plainPen_;
+  GeneralPen::PrevPressure = GeneralPen::PenPressure = 1;
+  const float us = scene_.UnitScale;
+  GeneralPen::StrokeRadius = worldRadius;
+  StrokeFrame f;
+  f.SetSegment(cVec3(), cVec3(), worldRadius * us, worldRadius * us);
+  f.SinglePoint = true;
+  f.SetStrokeMode(kStrokeDefault);
+  f.PenRadius = worldRadius * us;
+  f.ViewDir = viewDir.Normalized();
+  f.IgnoreBackfaces = GeneralPen::IgnoreBackfaces;
+  f.AxisZ = f.ViewDir;
+  JitterColor(f.DabColor, rnd_);
+  f.DabColor[3] = 1;
+  Stroke.Pen = pen;
+  Stroke.Mask = &area;
+  Stroke.Strip = nullptr;
+  GeneralPen::MoveCounter++;
+  scene_.StrokeFaces = faces;
+  Stroke.ApplyToAllFaces(Kind == PaintKind::Erase ? (const SampleFunction&)erase_ : paint_, f, true);
+  Stroke.Mask = GeneralPen::Mask;
+  dabs_++;
+  return Stroke.LastTouchedFaces > 0 ? DabResult::Painted : DabResult::Nothing;
 }

@@ -63,6 +63,13 @@ class PaintDabs {
   bool Checkpoint();
   bool Active() const { return active_; }
   int Dabs() const { return dabs_; }
+  // Paints a whole area in one go as one part of the stroke: every sample of
+  // `faces` takes the pen's centre at the world radius `worldRadius`, looking
+  // along `viewDir`, held back by `area` (the drawn shape over the view, see
+  // PaintArea.h) instead of the pen's distance. No random variation. The
+  // smudge has no area form and does nothing.
+  DabResult Area(const BrushMaskSource& area, const std::vector<int>& faces, float worldRadius,
+                 const comms::cVec3& viewDir);
   // Runs a recorded stroke from Begin to End.
   void Replay(const StrokeRecord& record);
 

@@ -3,10 +3,13 @@
 #include "paint/tools/PaintBrushTools.h"
 
 #include <cmath>
+#include <string>
 
+#include "ClassEngine/Enumerator.h"
 #include "paint/PenPressure.h"
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/stroke/PaintArea.h"
 #include "paint/stroke/ScenePick.h"
 #include "platform/Keys.h"
 #include "render/Render.h"
@@ -62,7 +65,19 @@ bool PaintBrushTool::PickNear(float sx, float sy, const float* near, SurfaceHit&
 }
 
 namespace {
-bool PathMode() { return GeneralPen::StrokeMode == kStrokeLines || GeneralPen::StrokeMode == kStrokeCurves; }
+// The modes whose stroke stays open from one laid path to the next.
+bool PathMode() {
+  return GeneralPen::StrokeMode == kStrokeLines || GeneralPen::StrokeMode == kStrokeCurves ||
+         GeneralPen::StrokeMode == kStrokePreview;
+}
+// A press draws an area to paint in one go.
+bool AreaMode() {
+  return GeneralPen::StrokeMode == kStrokeDefault && GeneralPen::DrawShape >= kShapeRectangle &&
+         GeneralPen::DrawShape <= kShapeSpline;
+}
+// The DrawnShape border style whose distance is the plain distance to the
+// border (no arc), so the soft border fades evenly.
+constexpr int kPlainBorder = 2;
 }  // namespace
 
 void PaintBrushTool::BeginDabs() {
@@ -98,25 +113,50 @@ float PaintBrushTool::PathSpacing() const {
   return PathStep(GeneralPen::PenRadius, pen ? pen->UseSpacing : true, pen ? pen->Spacing : 10.f);
 }
 
-void PaintBrushTool::ApplyPath(const std::vector<ScreenPoint>& path) {
-  if (!scene_ || !camera_ || path.empty()) return;
+void PaintBrushTool::ApplyPaths(const std::vector<std::vector<ScreenPoint>>& paths) {
+  if (!scene_ || !camera_ || paths.empty()) return;
   if (!multiPart_) BeginDabs(), multiPart_ = true;
-  dabs_->BreakPath();
   const float origin[3] = {0, 0, 0};
-  for (const ScreenPoint& p : path) {
-    SurfaceHit hit;
-    // Off the mesh the path breaks; the next hit starts a new track.
-    if (!Pick(p.X, p.Y, hit)) {
-      dabs_->BreakPath();
-      continue;
+  for (const std::vector<ScreenPoint>& path : paths) {
+    dabs_->BreakPath();
+    for (const ScreenPoint& p : path) {
+      SurfaceHit hit;
+      // Off the mesh the path breaks; the next hit starts a new track.
+      if (!Pick(p.X, p.Y, hit)) {
+        dabs_->BreakPath();
+        continue;
+      }
+      DabWithMirrors(*this, hit, p.X, p.Y, origin, [this](const Dab& d) { DabAt(d); });
     }
-    DabWithMirrors(*this, hit, p.X, p.Y, origin, [this](const Dab& d) { DabAt(d); });
   }
   if (dabs_->Checkpoint()) ChangedSinceSave = 1;
 }
 
+float PaintBrushTool::AreaRadius() const {
+  const std::array<float, 4> box = area_.Box();
+  PaintPenPoint at;
+  if (PenAt((box[0] + box[2]) / 2, (box[1] + box[3]) / 2, at)) return at.WorldRadius;
+  for (const DrawnShape::Point& p : area_.Points())
+    if (PenAt(p[0], p[1], at)) return at.WorldRadius;
+  return GeneralPen::PenRadius;
+}
+
+void PaintBrushTool::PaintArea() {
+  if (!scene_ || !camera_) return;
+  const ViewProjection project = ProjectionThrough(*camera_);
+  std::vector<int> faces;
+  FacesUnderShape(*scene_, area_, project, faces);
+  const AreaMask mask(area_, project, GeneralPen::Mask, GeneralPen::ShapeSoftBorder);
+  Finish();
+  BeginDabs();
+  if (dabs_->Area(mask, faces, AreaRadius(), camera_->Forward) == DabResult::InvisibleLayer)
+    message_ = "PAINT_INVIS_LAYER";
+  Finish();
+}
+
 std::vector<ScreenPoint> PaintBrushTool::PreviewPath() const {
   if (lineDown_) return LinePath(lineStart_, lineEnd_, PathSpacing());
+  if (trackDown_ && !tracks_.empty()) return TrackPath(tracks_.back(), PathSpacing());
   if (curveNodes_.empty() || GeneralPen::StrokeMode != kStrokeCurves) return {};
   std::vector<ScreenPoint> nodes = curveNodes_;
   nodes.push_back({Pointer().X, Pointer().Y});
@@ -128,6 +168,15 @@ bool PaintBrushTool::OnLMBDown() {
   if (!scene_ || !camera_) return false;
   const ToolPointer& ptr = Pointer();
   if (ptr.Alt) return false;  // Alt with a button navigates the view
+  if (AreaMode() && kind_ != PaintKind::Smudge) {
+    // An area may start off the mesh. The smudge has nothing to drag over an area.
+    area_.Kind = GeneralPen::DrawShape;
+    area_.BorderStyle = kPlainBorder;
+    area_.Clear();
+    area_.Add(ptr.X, ptr.Y);
+    areaDown_ = true;
+    return true;
+  }
   PaintPenPoint pen;
   if (!PenAt(ptr.X, ptr.Y, pen)) return false;  // off the mesh the view may navigate
   UpdatePenPressure(pressure_ ? *pressure_ : *mouse_, true);
@@ -140,6 +189,11 @@ bool PaintBrushTool::OnLMBDown() {
     curveNodes_.push_back({ptr.X, ptr.Y});
     return true;
   }
+  if (GeneralPen::StrokeMode == kStrokePreview) {
+    tracks_.push_back({{ptr.X, ptr.Y}});
+    trackDown_ = true;
+    return true;
+  }
   Finish();
   BeginDabs();
   spacer_ = std::make_unique<StrokeSpacer>(*this, [this](const Dab& d) { DabAt(d); });
@@ -150,11 +204,24 @@ bool PaintBrushTool::OnLMBDown() {
 }
 
 bool PaintBrushTool::OnKey(int key) {
+  if (GeneralPen::StrokeMode == kStrokePreview && !tracks_.empty() && !trackDown_) {
+    if (key == keys::Enter) {
+      std::vector<std::vector<ScreenPoint>> paths;
+      for (const std::vector<ScreenPoint>& t : tracks_) paths.push_back(TrackPath(t, PathSpacing()));
+      tracks_.clear();
+      ApplyPaths(paths);
+      return true;
+    }
+    if (key == keys::Esc) {
+      tracks_.clear();
+      return true;
+    }
+  }
   if (GeneralPen::StrokeMode == kStrokeCurves && !curveNodes_.empty()) {
     if (key == keys::Enter) {
       const std::vector<ScreenPoint> path = CurvePath(curveNodes_, PathSpacing(), GeneralPen::BSpilnes);
       curveNodes_.clear();
-      ApplyPath(path);
+      ApplyPaths({path});
       return true;
     }
     if (key == keys::Esc) {
@@ -166,6 +233,16 @@ bool PaintBrushTool::OnKey(int key) {
 }
 
 bool PaintBrushTool::OnMouseMove() {
+  const ToolPointer& ptr = Pointer();
+  if (areaDown_) {
+    area_.Add(ptr.X, ptr.Y);
+    return true;
+  }
+  if (trackDown_ && !tracks_.empty()) {
+    const ScreenPoint& last = tracks_.back().back();
+    if (std::hypot(ptr.X - last.X, ptr.Y - last.Y) >= 0.5f) tracks_.back().push_back({ptr.X, ptr.Y});
+    return true;
+  }
   if (lineDown_) {
     lineEnd_ = {Pointer().X, Pointer().Y};
     return true;
@@ -189,6 +266,8 @@ void PaintBrushTool::FrameUpdate() {
   // A line or curve stroke ends when the mode changes.
   if (GeneralPen::StrokeMode != kStrokeCurves) curveNodes_.clear();
   if (GeneralPen::StrokeMode != kStrokeLines) lineDown_ = false;
+  if (GeneralPen::StrokeMode != kStrokePreview) tracks_.clear(), trackDown_ = false;
+  if (!AreaMode()) area_.Clear(), areaDown_ = false;
   if (multiPart_ && !PathMode()) Finish();
   Step();
 }
@@ -196,6 +275,7 @@ void PaintBrushTool::FrameUpdate() {
 void PaintBrushTool::Finish() {
   lineDown_ = false;
   curveNodes_.clear();
+  tracks_.clear(), trackDown_ = false;
   multiPart_ = false;
   if (!Stroking()) return;
   Step();
@@ -205,10 +285,21 @@ void PaintBrushTool::Finish() {
 }
 
 bool PaintBrushTool::OnLMBUp() {
+  if (areaDown_) {
+    areaDown_ = false;
+    area_.Add(Pointer().X, Pointer().Y);
+    if (area_.Finish()) PaintArea();
+    area_.Clear();
+    return true;
+  }
+  if (trackDown_) {
+    trackDown_ = false;
+    return true;
+  }
   if (lineDown_) {
     lineDown_ = false;
     lineEnd_ = {Pointer().X, Pointer().Y};
-    ApplyPath(LinePath(lineStart_, lineEnd_, PathSpacing()));
+    ApplyPaths({LinePath(lineStart_, lineEnd_, PathSpacing())});
     return true;
   }
   if (GeneralPen::StrokeMode == kStrokeCurves && !curveNodes_.empty()) return true;
@@ -225,16 +316,73 @@ void PaintBrushTool::OnSceneReset() {
 }
 
 bool PaintBrushTool::DrawBrushCursor(comms::cRender& render) const {
-  const std::vector<ScreenPoint> path = PreviewPath();
-  for (size_t i = 1; i < path.size(); i++)
-    render.DrawLine(path[i - 1].X, path[i - 1].Y, path[i].X, path[i].Y, 0, 0xffffc040u, 0xffffc040u);
+  const uint32_t colour = 0xffffc040u;
+  auto polyline = [&](const std::vector<ScreenPoint>& path) {
+    for (size_t i = 1; i < path.size(); i++)
+      render.DrawLine(path[i - 1].X, path[i - 1].Y, path[i].X, path[i].Y, 0, colour, colour);
+  };
+  polyline(PreviewPath());
+  for (const std::vector<ScreenPoint>& t : tracks_) polyline(t);
+  if (areaDown_ && area_.Points().size() >= 2) {
+    const std::vector<DrawnShape::Point> outline = area_.Outline();
+    for (size_t i = 0; i < outline.size(); i++) {
+      const DrawnShape::Point& a = outline[i];
+      const DrawnShape::Point& b = outline[(i + 1) % outline.size()];
+      render.DrawLine(a[0], a[1], b[0], b[1], 0, colour, colour);
+    }
+  }
   PaintPenPoint pen;
   if (!camera_ || !PenAt(Pointer().X, Pointer().Y, pen)) return false;
   DrawSurfaceRing(render, *camera_, pen.Pos, pen.Normal, pen.WorldRadius, 0xff40c0ffu);
   return true;
 }
 
+const std::vector<PenPressEntry>& PaintPenPressEntries() {
+  static const std::vector<PenPressEntry> entries = {
+      {"PENPRESS_DEFAULT", kStrokeDefault, kShapeNone},      {"PENPRESS_SOFT", kStrokeSoft, kShapeNone},
+      {"PENPRESS_DOUBLESOFT", kStrokeDoubleSoft, kShapeNone}, {"PENPRESS_MIDDLENARROW", kStrokeMiddleNarrow, kShapeNone},
+      {"PENPRESS_CONSTANT", kStrokeConstant, kShapeNone},    {"PENPRESS_POINTS", kStrokePoints, kShapeNone},
+      {"PENPRESS_LINES", kStrokeLines, kShapeNone},          {"PENPRESS_CURVES", kStrokeCurves, kShapeNone},
+      {"PENPRESS_PREVIEW", kStrokePreview, kShapeNone},      {"DRAW_BY_RECT_HINT", kStrokeDefault, kShapeRectangle},
+      {"DRAW_BY_LASSO_HINT", kStrokeDefault, kShapeLasso},   {"DRAW_CONTOUR_HINT", kStrokeDefault, kShapeContour},
+      {"DRAW_BY_CIRCLE_HINT", kStrokeDefault, kShapeCircle}, {"DRAW_BY_SPLINE_HINT", kStrokeDefault, kShapeSpline},
+  };
+  return entries;
+}
+
+void RegisterPaintPenPress() {
+  Enumerator* list = GetEnumerator("PAINTPENPRESS");
+  if (list->GetStoredAmount() > 0) return;
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  for (size_t i = 0; i < entries.size(); i++) list->Add(entries[i].Name, (int)i);
+}
+
+int PaintPenPressEntryOf(int strokeMode, int drawShape) {
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  const int shape = strokeMode == kStrokeDefault ? drawShape : kShapeNone;
+  for (size_t i = 0; i < entries.size(); i++)
+    if (entries[i].StrokeMode == strokeMode && entries[i].DrawShape == shape) return (int)i;
+  return -1;
+}
+
+bool PaintBrushTool::OnChange(BaseClass*, void*, void*, const char* name) {
+  if (!name || std::string(name) != "PenPressureMode") return true;
+  const std::vector<PenPressEntry>& entries = PaintPenPressEntries();
+  if (PressEntry < 0 || PressEntry >= (int)entries.size()) return true;
+  // A change of shape frees the outline drawn so far.
+  if (GeneralPen::DrawShape != entries[PressEntry].DrawShape) area_.Clear(), areaDown_ = false;
+  GeneralPen::StrokeMode = entries[PressEntry].StrokeMode;
+  GeneralPen::DrawShape = entries[PressEntry].DrawShape;
+  return true;
+}
+
+void PaintBrushTool::Activate() {
+  BasicTool::Activate();
+  PressEntry = PaintPenPressEntryOf(GeneralPen::StrokeMode, GeneralPen::DrawShape);
+}
+
 void RegisterPaintTools(ToolProviders& providers) {
+  RegisterPaintPenPress();
   providers["StdPen"] = [] { return static_cast<BasicTool*>(new StdPenTool); };
   providers["EraserTool"] = [] { return static_cast<BasicTool*>(new EraserTool); };
   providers["SmudgeTool"] = [] { return static_cast<BasicTool*>(new SmudgeTool); };

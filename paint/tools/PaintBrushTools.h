@@ -10,14 +10,20 @@
 // of a curve that Enter applies. Each line or curve is laid with the pen's
 // spacing as one part of a stroke that stays open (one undo record a part,
 // later parts measured against the stroke's start) until the tool or the
-// mode changes.
+// mode changes. In the preview mode the drags are shown as tracks and paint
+// nothing until Enter lays them all as one part (Esc drops them). While the pen
+// draws shapes (GeneralPen::DrawShape, in the default stroke mode) a press and
+// drag draws a rectangle, lasso, contour, circle or spline over the view, and
+// the release paints everything under it in one go, as one undo record.
 #pragma once
 #include <functional>
 #include <memory>
 
 #include "paint/GeneralPen.h"
+#include "paint/PenMasks.h"
 #include "paint/StrokePath.h"
 #include "paint/StrokeSpacer.h"
+#include "paint/stroke/DrawnShape.h"
 #include "paint/stroke/PaintDabs.h"
 #include "shell/tools/BasicTool.h"
 #include "shell/tools/StandardTools.h"
@@ -36,9 +42,35 @@ struct PaintPenPoint {
   float WorldRadius = 1;  // GeneralPen::PenRadius pixels at that depth
 };
 
+// The entries of the paint pen's pressure combo ("PAINTPENPRESS"), in order:
+// the stroke mode each sets and the drawn shape (0 none).
+struct PenPressEntry {
+  const char* Name;
+  int StrokeMode;
+  int DrawShape;
+};
+const std::vector<PenPressEntry>& PaintPenPressEntries();
+// Fills the enumerator "PAINTPENPRESS" (idempotent).
+void RegisterPaintPenPress();
+// The combo's entry that shows the pen's stroke mode and drawn shape; -1 when
+// the combo has none.
+int PaintPenPressEntryOf(int strokeMode, int drawShape);
+
 class PaintBrushTool : public BasicTool, public StrokeSurface {
  public:
-  MV_CLASS(PaintBrushTool, BasicTool) {}
+  // The pressure combo's entry (one for every paint tool, as the pen is one).
+  static inline int PressEntry = 0;
+  // The stencil, material and pen style rows (shared by every paint tool).
+  PenMaskPanel Masks;
+  MV_CLASS(PaintBrushTool, BasicTool) {
+    NextStatic();
+    Member("_index", PressEntry, "PenPressureMode", GetEnumerator("PAINTPENPRESS"));
+    Member(Masks, "PenMasks");
+  }
+  // A pick in the pressure combo sets the stroke mode and the drawn shape.
+  bool OnChange(BaseClass* cls, void* ptr, void* extra, const char* name) override;
+  // The combo shows the pen's stroke mode as it is now.
+  void Activate() override;
   explicit PaintBrushTool(PaintKind kind = PaintKind::Paint);
   ~PaintBrushTool() override;
 
@@ -60,11 +92,15 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   // The ring of the pen on the surface under the pointer, and the line or
   // curve being drawn; false off the mesh.
   bool DrawBrushCursor(comms::cRender& render) const;
-  // The screen path the line or curve would be laid along now (the pointer
-  // as the curve's next node); empty when none is being drawn.
+  // The screen path the line, curve or preview track being drawn would be
+  // laid along now (the pointer as the curve's next node); empty when none.
   std::vector<ScreenPoint> PreviewPath() const;
   // Nodes of the curve being built.
   const std::vector<ScreenPoint>& CurveNodes() const { return curveNodes_; }
+  // The preview mode's tracks waiting for Enter (the last may be in drawing).
+  const std::vector<std::vector<ScreenPoint>>& PreviewTracks() const { return tracks_; }
+  // The area being drawn (its points empty when none).
+  const DrawnShape& AreaShape() const { return area_; }
 
   const char* GetRoomName() override { return "Paint"; }
   bool UsesPenSettings() override { return true; }
@@ -92,8 +128,13 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   void BeginDabs();
   // One dab (or mirrored copy) the stroke step or a path asks for.
   void DabAt(const Dab& d);
-  // Lays the dabs of a line or curve as one part of the open stroke.
-  void ApplyPath(const std::vector<ScreenPoint>& path);
+  // Lays the dabs of lines or curves as one part of the open stroke.
+  void ApplyPaths(const std::vector<std::vector<ScreenPoint>>& paths);
+  // Paints what lies under the finished area as one stroke.
+  void PaintArea();
+  // The pen's world radius near the area: at its middle, else at its first
+  // point on the mesh.
+  float AreaRadius() const;
   // The screen distance between dabs of a line or curve.
   float PathSpacing() const;
 
@@ -110,6 +151,10 @@ class PaintBrushTool : public BasicTool, public StrokeSurface {
   bool lineDown_ = false;   // a line is being dragged
   ScreenPoint lineStart_, lineEnd_;
   std::vector<ScreenPoint> curveNodes_;
+  std::vector<std::vector<ScreenPoint>> tracks_;  // the preview mode's
+  bool trackDown_ = false;                        // the last track is being drawn
+  DrawnShape area_;
+  bool areaDown_ = false;  // an area is being drawn
 };
 
 // The default paint tool.

@@ -1,4 +1,5 @@
-// The line and curve stroke modes of the pen, driven through the tool router:
+// The line, curve, preview and area stroke modes of the pen, driven through
+// the tool router:
 // a line follows the press and the release, not the drag between them, and is
 // previewed until the release; a curve is laid through the clicked points on
 // Enter. Both lay their dabs on the path an equal screen step apart (the
@@ -13,6 +14,7 @@
 #include "PaintMeshes.h"
 #include "paint/PenShapes.h"
 #include "paint/StrokePath.h"
+#include "paint/layers/PixelMap.h"
 #include "paint/tools/PaintBrushTools.h"
 #include "platform/Keys.h"
 #include "render/Viewer.h"
@@ -78,7 +80,9 @@ struct StrokeModeFixture : ::testing::Test {
     tool = FindPaintTool(table, "StdPen");
     tool->SetScene(&scene, &cam);
     tool->Recording = &record;
-    tool->OnStrokeEnd = [this](PaintScene&, PaintStroke& s) { records += !s.Backups().empty(); };
+    tool->OnStrokeEnd = [this](PaintScene&, PaintStroke& s) {
+      records += !s.Backups().empty() || !s.BackedUpMaps().empty();
+    };
     table.SetCurrentTool("StdPen");
   }
   void TearDown() override { Pointer() = ToolPointer(); }
@@ -309,4 +313,163 @@ TEST_F(StrokeModeFixture, TheIslandModeStopsAtTheSeam) {
       EXPECT_GT(painted(1), 10);
     tool->SetScene(&scene, &cam);
   }
+}
+
+namespace {
+
+// How much of a dab's colour an area lays at a sample whose place on the
+// screen lies `inside` pixels within the shape: the opacity a coverage a
+// leaves on an empty layer is a * a.
+float AreaOpacity(float inside) {
+  const float a = std::clamp(inside / GeneralPen::ShapeSoftBorder, 0.0f, 1.0f);
+  return a * a;
+}
+
+}  // namespace
+
+// A rectangle drawn in the area mode paints everything under it at once, in
+// one record: full inside, nothing outside, the soft border's ramp between,
+// each sample as its place on the screen says.
+TEST_F(StrokeModeFixture, ARectangleAreaPaintsWhatLiesUnderItInOneRecord) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  const float x0 = 203.5f, y0 = 151.25f, x1 = 417.f, y1 = 322.f;
+  MoveTo(x0, y0), Button(true);
+  MoveTo(300, 200), MoveTo(500, 400);  // only the drag's ends count
+  // While it is drawn nothing is painted.
+  EXPECT_EQ(tool->AreaShape().Points().size(), 3u);
+  EXPECT_TRUE(LayerEmpty());
+  MoveTo(x1, y1), Button(false);
+  EXPECT_EQ(records, 1);
+  EXPECT_FALSE(tool->Stroking());
+  int full = 0, ramp = 0;
+  for (int f = 0; f < (int)scene.Faces.size(); f++) {
+    FaceLayer* fl = scene.GetFaceLayer(f, scene.CurrentLayer, false);
+    for (int i = 0; i < scene.Faces[f].SampleCount(); i++) {
+      const cVec3 p = cam.ProjectToView(scene.Faces[f].Grid[i].Position);
+      const float inside = std::min({p.x - x0, x1 - p.x, p.y - y0, y1 - p.y});
+      const float want = AreaOpacity(inside);
+      const float got = fl ? fl->Data[i].Opacity : 0.f;
+      ASSERT_NEAR(got, want, 2e-3f) << f << " " << i << " at " << p.x << ", " << p.y;
+      if (want > 0) {
+        EXPECT_EQ((fl->Data[i].Color >> 16) & 255, 255u);
+      }
+      full += want == 1, ramp += want > 0 && want < 1;
+    }
+  }
+  // About 90 pixels a unit, 16 samples a unit: some 5.6 pixels a sample.
+  EXPECT_GT(full, 800);
+  EXPECT_GT(ramp, 40);
+  EXPECT_EQ(RedAtPixel(310, 240), 255);
+  EXPECT_LT(RedAtPixel(190, 240), 140);
+}
+
+// A circle spans from its centre to the drag's end; a lasso is the polygon of
+// the drag, its notch left alone. The circle's distance: m - |(dx m / a,
+// dy m / b)| with m the larger semi-axis.
+TEST_F(StrokeModeFixture, CircleAndLassoAreasFollowTheirOutline) {
+  GeneralPen::DrawShape = kShapeCircle;
+  const float cx = 321.f, cy = 243.f, a = 97.f, b = 61.f;
+  MoveTo(cx, cy), Button(true), MoveTo(cx + a, cy + b), Button(false);
+  EXPECT_EQ(records, 1);
+  for (int f = 0; f < (int)scene.Faces.size(); f++) {
+    FaceLayer* fl = scene.GetFaceLayer(f, scene.CurrentLayer, false);
+    for (int i = 0; i < scene.Faces[f].SampleCount(); i++) {
+      const cVec3 p = cam.ProjectToView(scene.Faces[f].Grid[i].Position);
+      const float inside = a - std::hypot(p.x - cx, (p.y - cy) * a / b);
+      ASSERT_NEAR(fl ? fl->Data[i].Opacity : 0.f, AreaOpacity(inside), 2e-3f) << f << " " << i;
+    }
+  }
+  // A lasso: a U whose notch between its arms stays bare.
+  GeneralPen::DrawShape = kShapeLasso;
+  GeneralPen::Color[0] = 0, GeneralPen::Color[2] = 1;  // blue
+  const std::vector<ScreenPoint> u = {{140, 120}, {200, 120}, {200, 300}, {260, 300}, {260, 120},
+                                      {320, 120}, {320, 360}, {140, 360}};
+  MoveTo(u[0].X, u[0].Y), Button(true);
+  for (size_t i = 1; i < u.size(); i++) MoveTo(u[i].X, u[i].Y);
+  Button(false);
+  EXPECT_EQ(records, 2);
+  auto blueAt = [&](float x, float y) {
+    PaintPenPoint p;
+    EXPECT_TRUE(tool->PenAt(x, y, p));
+    const int f = (int)p.Pos.y * 4 + (int)p.Pos.x;
+    const int gx = (int)((p.Pos.x - (int)p.Pos.x) * 16), gy = (int)((p.Pos.y - (int)p.Pos.y) * 16);
+    return (int)(scene.Faces[f].Grid[gy * 16 + gx].Color & 255);
+  };
+  EXPECT_GT(blueAt(170, 200), 250);  // left arm
+  EXPECT_GT(blueAt(290, 200), 250);  // right arm
+  EXPECT_GT(blueAt(230, 335), 250);  // the bottom
+  EXPECT_LT(blueAt(230, 200), 140);  // the notch
+  EXPECT_LT(blueAt(360, 200), 140);  // outside
+}
+
+// On a per-pixel target the area reaches every texel block under it, not
+// only those near a pen.
+TEST_F(StrokeModeFixture, AnAreaPaintsTheTexelsUnderIt) {
+  PaintScene pixels;
+  pixels.RtSizeX = 128, pixels.RtSizeY = 96;
+  ASSERT_TRUE(ImportMeshIntoScene(pixels, paintmeshes::Sheet(4, 3), PaintImportMode::PerPixel, DPSettings()).ok);
+  pixels.NewLayer(true);
+  tool->SetScene(&pixels, &cam);
+  GeneralPen::DrawShape = kShapeRectangle;
+  const float x0 = 150.f, y0 = 130.f, x1 = 497.f, y1 = 351.f;
+  MoveTo(x0, y0), Button(true), MoveTo(x1, y1), Button(false);
+  EXPECT_EQ(records, 1);
+  int checked = 0;
+  for (int f = 0; f < (int)pixels.Faces.size(); f++) {
+    const PaintFace& F = pixels.Faces[f];
+    ASSERT_NE(F.Texels, nullptr);
+    PixelMap* map = pixels.GetPixelMap(F.RenderTarget);
+    for (int i = 0; i < F.Texels->Count; i++) {
+      const FaceTexel& t = F.Texels->Texels[i];
+      const cVec3 p = cam.ProjectToView(t.Position);
+      const float inside = std::min({p.x - x0, x1 - p.x, p.y - y0, y1 - p.y});
+      PixelCursor cur;
+      float alpha = 0;
+      if (map->FetchPixel(cur, t.X, t.Y, false, false, false) && cur.Tile->CurrentLayerTile)
+        alpha = (cur.Tile->CurrentLayerTile->Pixels[cur.Index].Color >> 24) / 255.f;
+      // The byte of a coverage a: 255 - (255 - 255 a), rounded down.
+      const float want = std::clamp(inside / GeneralPen::ShapeSoftBorder, 0.f, 1.f);
+      ASSERT_NEAR(alpha, want, 1.5f / 255) << f << " " << t.X << ", " << t.Y;
+      checked += want == 1;
+    }
+  }
+  EXPECT_GT(checked, 1000);
+  tool->SetScene(&scene, &cam);
+}
+
+// The preview mode: drags are shown as tracks and paint nothing; Enter lays
+// them all along their tracks as one record, Esc drops them.
+TEST_F(StrokeModeFixture, ThePreviewModePaintsItsTracksOnEnter) {
+  GeneralPen::StrokeMode = kStrokePreview;
+  const std::vector<ScreenPoint> first = {{160, 200}, {220, 180}, {280, 215}, {340, 190}};
+  const std::vector<ScreenPoint> second = {{200, 330}, {300, 310}, {420, 340}};
+  for (const auto* track : {&first, &second}) {
+    MoveTo(track->front().X, track->front().Y), Button(true);
+    for (size_t i = 1; i < track->size(); i++) MoveTo((*track)[i].X, (*track)[i].Y);
+    Button(false);
+  }
+  ASSERT_EQ(tool->PreviewTracks().size(), 2u);
+  EXPECT_EQ(tool->PreviewTracks()[0].size(), first.size());
+  EXPECT_TRUE(LayerEmpty());
+  EXPECT_EQ(records, 0);
+  Key(keys::Enter);
+  EXPECT_TRUE(tool->PreviewTracks().empty());
+  EXPECT_EQ(records, 1);
+  // Every dab lies on one of the two tracks, and both tracks are painted.
+  auto fromTrack = [](ScreenPoint p, const std::vector<ScreenPoint>& t) {
+    float d = 1e9f;
+    for (size_t i = 1; i < t.size(); i++) d = std::min(d, FromSegment(p, t[i - 1], t[i]));
+    return d;
+  };
+  for (const ScreenPoint& d : DabsOnScreen()) EXPECT_LT(std::min(fromTrack(d, first), fromTrack(d, second)), 0.05f);
+  for (const ScreenPoint& p : first) EXPECT_GT(RedAtPixel(p.X, p.Y), 200);
+  for (const ScreenPoint& p : second) EXPECT_GT(RedAtPixel(p.X, p.Y), 200);
+  EXPECT_LT(RedAtPixel(300, 260), 140);  // between them
+  // Esc drops a track not yet laid.
+  MoveTo(150, 125), Button(true), MoveTo(450, 125), Button(false);
+  ASSERT_EQ(tool->PreviewTracks().size(), 1u);
+  Key(keys::Esc);
+  EXPECT_TRUE(tool->PreviewTracks().empty());
+  EXPECT_EQ(records, 1);
+  EXPECT_LT(RedAtPixel(300, 125), 140);
 }

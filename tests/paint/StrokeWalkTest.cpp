@@ -483,3 +483,75 @@ TEST(StrokeWalk, FreezeStateFollowsTheFreezeOfTheSamples) {
   EXPECT_EQ(s.stroke.LastSamples, before - n * n);
   s.stroke.End();
 }
+
+// The freeze is counted on the lattice road too (every sample, though only
+// the cells near the pen are measured), and on texels: a face whose texels
+// were all seen gets its state, one seen in part is at least marked partly
+// frozen when what was seen contradicts its state, and a wholly frozen
+// texel face is not walked again.
+TEST(StrokeWalk, FreezeStateFollowsOnTheLatticeAndOnTexels) {
+  PenState pen;
+  {
+    PaintScene scene;
+    ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
+                                    paintmeshes::Grid(4)).ok);
+    scene.NewLayer(true);
+    SimplePen shape;
+    PaintStroke stroke(scene);
+    stroke.Pen = &shape;
+    const int n = 16;  // the lattice road
+    ASSERT_EQ(scene.Faces[5].Nx, n);
+    // Face 5 frozen but for one far corner sample, which a small pen at its
+    // other corner never measures; face 6 wholly frozen.
+    for (int i = 0; i < n * n; i++) scene.Faces[5].Grid[i].Freeze = 1.0f, scene.Faces[6].Grid[i].Freeze = 1.0f;
+    scene.Faces[5].Grid[0].Freeze = 0;
+    scene.Faces[5].FreezeState = 2, scene.Faces[6].FreezeState = 0;
+    stroke.Begin();
+    // At (2, 2): the shared corner of faces 5, 6, 9 and 10, far from sample 0 of face 5.
+    stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(2.0f, 2.0f, 0), 0.3f), SheetFace(4, 1.9f, 1.9f));
+    EXPECT_EQ(scene.Faces[5].FreezeState, 2) << "known wholly frozen: not walked, so not counted";
+    EXPECT_EQ(scene.Faces[6].FreezeState, 2);
+    scene.Faces[5].FreezeState = 0;
+    stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(2.0f, 2.0f, 0), 0.3f), SheetFace(4, 1.9f, 1.9f));
+    EXPECT_EQ(scene.Faces[5].FreezeState, 1);
+    EXPECT_EQ(scene.Faces[10].FreezeState, 0);
+    stroke.End();
+  }
+  PaintScene scene;
+  scene.RtSizeX = 128, scene.RtSizeY = 96;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::PerPixel, DPSettings()).ok);
+  scene.NewLayer(true);
+  PixelMap* map = scene.GetPixelMap(0);
+  ASSERT_NE(map, nullptr);
+  // Face 5 wholly frozen, face 6 in its left half, face 9 free but said to be partly frozen.
+  auto freezeTexels = [&](int face, auto frozen) {
+    const FaceTexels& T = *scene.Faces[face].Texels;
+    for (int i = 0; i < T.Count; i++) {
+      PixelCursor cur;
+      ASSERT_TRUE(map->FetchPixel(cur, T.Texels[i].X, T.Texels[i].Y, true, false, false));
+      cur.Tile->Pixels[cur.Index].Freeze = frozen(T.Texels[i]) ? 65535 : 0;
+    }
+  };
+  freezeTexels(5, [](const FaceTexel&) { return true; });
+  freezeTexels(6, [](const FaceTexel& t) { return t.Position.x < 2.5f; });
+  scene.Faces[5].FreezeState = 0, scene.Faces[6].FreezeState = 0, scene.Faces[9].FreezeState = 1;
+  SimplePen shape;
+  PaintStroke stroke(scene);
+  stroke.Pen = &shape;
+  stroke.Begin();
+  // Reaches every texel of the sheet (its corners lie 2.5 from the middle).
+  const StrokeFrame wide = DabAt(scene, cVec3(2.0f, 1.5f, 0), 2.6f);
+  stroke.ApplyStroke(PaintSample(), wide, SheetFace(4, 2.0f, 1.5f));
+  EXPECT_EQ(scene.Faces[5].FreezeState, 2);
+  EXPECT_EQ(scene.Faces[6].FreezeState, 1);
+  EXPECT_EQ(scene.Faces[9].FreezeState, 0);
+  // A small pen on face 6's frozen half sees part of it: said free, it is
+  // marked partly frozen; face 5, wholly frozen, is not measured again.
+  scene.Faces[6].FreezeState = 0;
+  const int64_t samples = stroke.LastSamples;
+  stroke.ApplyStroke(PaintSample(), DabAt(scene, cVec3(2.2f, 1.5f, 0), 0.15f), SheetFace(4, 2.2f, 1.5f));
+  EXPECT_EQ(scene.Faces[6].FreezeState, 1);
+  stroke.ApplyStroke(PaintSample(), wide, SheetFace(4, 2.0f, 1.5f));
+  EXPECT_EQ(stroke.LastSamples, samples - scene.Faces[5].Texels->Count);
+  stroke.End();
+}

@@ -1,7 +1,7 @@
 // The working environment in the whole program on the fake platform: the
 // menu bar with every command and its key, options that reach the shell and
 // the camera at once, hot keys pressed as a person would, and the dock page
-// of each room.
+// of each room, and the pen's panel choosing its pictures and stroke modes.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -14,8 +14,12 @@
 #include "interface/AppOptions.h"
 #include "interface/Docks.h"
 #include "interface/FileBrowser.h"
+#include "interchange/TestFiles.h"
 #include "interface/HotKeys.h"
+#include "paint/OnePenStyle.h"
+#include "paint/PenMasks.h"
 #include "paint/SceneChanges.h"
+#include "paint/tools/PaintBrushTools.h"
 #include "interface/Navigation.h"
 #include "interface/Widgets.h"
 #include "paint/GeneralPen.h"
@@ -549,4 +553,109 @@ TEST_F(WorkspaceTest, AStoredViewBringsTheCameraBackAndIsKeptInTheOptions) {
   forget->Run();
   EXPECT_EQ(AppOptions::CameraShortcuts().GetAmount(), 0);
   EXPECT_FALSE(next->Enabled());
+}
+
+// The pen's panel chooses a stencil, a material pattern and a pen style in the
+// browser; each lies over the view at once, the stencil the right way round
+// and inverted on demand, and each drop button takes its picture away.
+TEST_F(WorkspaceTest, ThePensPanelChoosesAStencilAMaterialAndAStyleInTheBrowser) {
+  if (!testfiles::HaveConvert()) GTEST_SKIP() << "ImageMagick is not installed (scripts/deps.sh --tests)";
+  PaintBrushTool* pen = FindPaintTool(Tools(), "StdPen");
+  ASSERT_NE(pen, nullptr);
+  ASSERT_EQ(TheWidgetTree().Root().FindWidget("FILE_BROWSER"), nullptr) << "no browser is open yet";
+  comms::cImage picture;
+  // 41 x 31, dark in its 13 left columns.
+  ASSERT_TRUE(testfiles::MagickImage("-size 41x31 xc:white -fill black", "-draw \"rectangle 0,0 12,30\"",
+                                     Home("stencil.png"), picture));
+  ASSERT_TRUE(testfiles::MagickImage("-size 9x7 xc:gray50", "", Home("grey.png"), picture));
+  ASSERT_TRUE(testfiles::MagickImage("-size 9x7 xc:red", "", Home("red.png"), picture));
+  // Answers the browser the button opened with `path`.
+  auto answer = [&](const std::string& path) {
+    program_->TheShell().RunFrames(1);
+    auto* box = dynamic_cast<FileBrowserBox*>(TheWidgetTree().Root().FindWidget("FILE_BROWSER"));
+    ASSERT_NE(box, nullptr);
+    box->Edit = path;
+    EXPECT_TRUE(box->Confirm());
+    program_->TheShell().RunFrames(2);
+  };
+  // A point of the scene seen at view pixel (x, y).
+  const comms::cFreeViewer& cam = program_->View().Camera();
+  auto seenAt = [&](float x, float y, float p[3]) {
+    comms::cVec3 o, d;
+    cam.PixelRay(x, y, o, d);
+    const comms::cVec3 q = o + d.Normalized() * 5.f;
+    p[0] = q.x, p[1] = q.y, p[2] = q.z;
+  };
+  const comms::cRect& r = cam.ViewRect;
+  const float vw = r.right - r.left, vh = r.bottom - r.top, k = std::min(vw / 41, vh / 31);
+  const float left = r.left + (vw - 41 * k) / 2, middle = r.top + vh / 2;
+  float dark[3], light[3];
+  seenAt(left + 6.5f * k, middle, dark);
+  seenAt(left + 30.5f * k, middle, light);
+
+  pen->Masks.ChooseStencil();
+  answer(Home("stencil.png"));
+  ASSERT_NE(GeneralPen::Mask, nullptr);
+  EXPECT_NEAR(GeneralPen::Mask->At(dark), 0.f, 1e-4f);
+  EXPECT_NEAR(GeneralPen::Mask->At(light), 1.f, 1e-4f);
+  // A file that is no picture leaves the stencil as it was.
+  std::ofstream(Home("broken.png")) << "not a picture";
+  pen->Masks.ChooseStencil();
+  answer(Home("broken.png"));
+  ASSERT_NE(GeneralPen::Mask, nullptr);
+  EXPECT_NEAR(GeneralPen::Mask->At(dark), 0.f, 1e-4f);
+  EXPECT_EQ(ThePenMasks().StencilFile(), Home("stencil.png"));
+  PenMaskPanel::InvMask = true;
+  pen->Masks.OnChange(&pen->Masks, &PenMaskPanel::InvMask, nullptr, "InvMask");
+  EXPECT_NEAR(GeneralPen::Mask->At(dark), 1.f, 1e-4f);
+  EXPECT_NEAR(GeneralPen::Mask->At(light), 0.f, 1e-4f);
+  PenMaskPanel::InvMask = false;
+  pen->Masks.OnChange(&pen->Masks, &PenMaskPanel::InvMask, nullptr, "InvMask");
+
+  pen->Masks.ChooseMaterial();
+  answer(Home("grey.png"));
+  EXPECT_NEAR(GeneralPen::Mask->At(light), 127.f / 255, 1.5f / 255);
+  EXPECT_NEAR(GeneralPen::Mask->At(dark), 0.f, 1e-4f);
+  pen->Masks.DropStencil();
+  ASSERT_NE(GeneralPen::Mask, nullptr) << "the material stays";
+  EXPECT_NEAR(GeneralPen::Mask->At(dark), 127.f / 255, 1.5f / 255);
+  pen->Masks.DropMaterial();
+  EXPECT_EQ(GeneralPen::Mask, nullptr);
+
+  pen->Masks.ChoosePenStyle();
+  answer(Home("red.png"));
+  ASSERT_NE(OnePenStyle::Active, nullptr);
+  float rgba[4];
+  ASSERT_TRUE(OnePenStyle::Active->Read(OnePenStyle::kColor, light, rgba));
+  EXPECT_EQ(rgba[0], 255.f);
+  EXPECT_EQ(rgba[1], 0.f);
+  EXPECT_EQ(rgba[2], 0.f);
+  pen->Masks.DropPenStyle();
+  EXPECT_EQ(OnePenStyle::Active, nullptr);
+}
+
+// The paint pen's pressure combo sets the stroke mode and the drawn shape of
+// each entry, and shows the mode the pen is in.
+TEST_F(WorkspaceTest, ThePaintPensComboChoosesTheStrokeModeAndTheDrawnShape) {
+  PaintBrushTool* pen = FindPaintTool(Tools(), "StdPen");
+  ASSERT_NE(pen, nullptr);
+  Enumerator* list = GetEnumerator("PAINTPENPRESS");
+  ASSERT_EQ(list->GetStoredAmount(), 14);
+  for (int i = 0; i < list->GetStoredAmount(); ++i)
+    EXPECT_STRNE(Text(list->Get(i)), list->Get(i)) << "a word for " << list->Get(i);
+  const struct {
+    int entry, mode, shape;
+  } picks[] = {{6, kStrokeLines, kShapeNone}, {8, kStrokePreview, kShapeNone}, {12, kStrokeDefault, kShapeCircle},
+               {1, kStrokeSoft, kShapeNone}};
+  for (const auto& p : picks) {
+    PaintBrushTool::PressEntry = p.entry;
+    pen->OnChange(pen, &PaintBrushTool::PressEntry, nullptr, "PenPressureMode");
+    EXPECT_EQ(GeneralPen::StrokeMode, p.mode) << p.entry;
+    EXPECT_EQ(GeneralPen::DrawShape, p.shape) << p.entry;
+    EXPECT_EQ(PaintPenPressEntryOf(GeneralPen::StrokeMode, GeneralPen::DrawShape), p.entry);
+  }
+  GeneralPen::StrokeMode = kStrokeDefault, GeneralPen::DrawShape = kShapeLasso;
+  Tools().SetCurrentTool("EraserTool");
+  EXPECT_EQ(PaintBrushTool::PressEntry, 10);
+  GeneralPen::DrawShape = kShapeNone;
 }

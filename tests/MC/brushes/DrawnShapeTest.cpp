@@ -7,7 +7,7 @@
 #include <array>
 #include <cmath>
 
-#include "MC/brushes/DrawnShape.h"
+#include "paint/stroke/DrawnShape.h"
 #include "MC/brushes/VoxelBrushSettings.h"
 
 namespace {

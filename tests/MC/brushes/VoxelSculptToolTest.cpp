@@ -1,8 +1,9 @@
 // The voxel room's tool driven through the tool router with a synthetic
 // camera: a drag sculpts exactly as a direct stroke of the same pen points,
 // the surface is current after each frame, presses off the volume stay free
-// for navigation, unavailable modes refuse, pressure reaches the field, and
-// the parameters come back after the tool was switched away.
+// for navigation, unavailable modes refuse, pressure reaches the field, the
+// parameters come back after the tool was switched away, and the view's
+// stencil holds a drag where it is dark.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +18,9 @@
 #include "ClassEngine/xml/XmlNode.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "interchange/TestFiles.h"
 #include "paint/PenPressure.h"
+#include "paint/StencilMask.h"
 #include "platform/Keys.h"
 #include "render/Viewer.h"
 #include "shell/tools/RouterDrag.h"
@@ -454,4 +457,53 @@ TEST_F(ToolFixture, AMirroredDragCarvesTheMirrorImageOfItself) {
   EXPECT_GT(carvedLeft, 0);
   EXPECT_EQ(carvedLeft, carvedRight);
   EXPECT_EQ(mismatched, 0);
+}
+
+// A stencil over the view holds a carve dragged through the router where it
+// is dark: no lattice point seen under its dark half changes, while the light
+// half is cut. The stencil is read where each lattice point lies on the
+// screen, in a volume at the origin and in one placed smaller and off it.
+TEST_F(ToolFixture, AStencilHoldsADragUnderItsDarkPart) {
+  if (!testfiles::HaveConvert()) GTEST_SKIP() << "ImageMagick is not installed (scripts/deps.sh --tests)";
+  comms::cImage picture;
+  // 65 x 49 pixels over 650 x 490 view pixels: dark where the view's x < 320.
+  ASSERT_TRUE(testfiles::MagickImage("-size 65x49 xc:white -fill black", "-draw \"rectangle 0,0 31,48\"",
+                                     testfiles::FreshFolder() + "stencil.png", picture));
+  StencilMask mask;
+  mask.ProjectThrough(cam);
+  ASSERT_TRUE(mask.SetStencil(picture, 0, 0, 650, 490));
+  GeneralPen::Mask = &mask;
+  tool->SelectMode(SCULPT_CARVE);
+  for (bool placed : {false, true}) {
+    SCOPED_TRACE(placed);
+    VolumeObject moved;
+    if (placed) {
+      const float m[16] = {0.8f, 0, 0, 0, 0, 0.8f, 0, 0, 0, 0, 0.8f, 0, -3.f, 2.f, 1.f, 1};
+      moved.SetTransform(m);
+    }
+    MakeSphere(moved);
+    tool->SetScene(&moved, &cam);
+    const VolumeSnapshot untouched = Snapshot(moved);
+    Drag(kPath);
+    const VolumeSnapshot cut = Snapshot(moved);
+    int light = 0;
+    for (const auto& [key, values] : cut) {
+      const auto before = untouched.find(key);
+      for (int i = 0; i < kCellVoxels; ++i) {
+        const uint16_t old = before == untouched.end() ? 0 : before->second[i];
+        if (values[i] == old) continue;
+        const int x = i % 9, y = i / 9 % 9, z = i / 81;
+        const float lattice[3] = {(float)(std::get<0>(key) * 8 + x), (float)(std::get<1>(key) * 8 + y),
+                                  (float)(std::get<2>(key) * 8 + z)};
+        float scene[3];
+        moved.PointToScene(lattice, scene);
+        const comms::cVec3 s = cam.ProjectToView(comms::cVec3(scene[0], scene[1], scene[2]));
+        ASSERT_GT(s.x, 315.f) << "changed under the dark part at " << s.x << ", " << s.y;
+        light += s.x > 330.f;
+      }
+    }
+    EXPECT_GT(light, 20);
+  }
+  tool->SetScene(&volume, &cam);
+  GeneralPen::Mask = nullptr;
 }

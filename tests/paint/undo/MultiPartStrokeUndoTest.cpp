@@ -2,6 +2,7 @@
 // record, undo takes the parts back one by one to every byte, redo brings
 // them again, and a later part that crosses an earlier one measures against
 // the stroke's start, so its coverage does not stack over the first part's.
+// An area painted in one go is one record that undoes alike.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,6 +13,7 @@
 #include "SamePicture.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
+#include "paint/stroke/PaintArea.h"
 #include "paint/stroke/PaintDabs.h"
 #include "paint/undo/PaintStrokeUndo.h"
 #include "paint/undo/UndoStack.h"
@@ -134,4 +136,50 @@ TEST_F(MultiPartFixture, ALaterPartDoesNotStackOverAnEarlierOne) {
   }
   dabs.End();
   EXPECT_NEAR(MaxOpacity(), (1 - a) * a * a + a * a, 0.01f);
+}
+
+namespace {
+// A lasso painted in one go over the sheet seen from +z at 50 pixels a unit
+// is one record: undo takes it back to every byte (depth, colour and
+// specular), redo brings it again.
+void AreaRoundTrip(MultiPartFixture& t) {
+  t.scene.NewLayer(true);
+  DrawnShape shape;
+  shape.Kind = kShapeLasso;
+  for (auto [x, y] : {std::pair{40.f, 30.f}, {170.f, 45.f}, {120.f, 130.f}, {55.f, 110.f}}) shape.Add(x, y);
+  ASSERT_TRUE(shape.Finish());
+  const ViewProjection project = [](const float p[3], float& sx, float& sy) {
+    return sx = p[0] * 50, sy = p[1] * 50, true;
+  };
+  const AreaMask mask(shape, project, nullptr, 3.f);
+  std::vector<int> faces;
+  FacesUnderShape(t.scene, shape, project, faces);
+  EXPECT_EQ(faces.size(), 12u);  // every face of the sheet meets the lasso's box
+  const std::string before = PaintPicture(t.scene);
+  PaintDabs dabs(t.scene);
+  dabs.Stroke.OnEnd = [&](PaintStroke& s) { t.records += PushPaintStrokeUndo(t.stack, t.scene, s); };
+  dabs.Begin(3);
+  EXPECT_EQ(dabs.Area(mask, faces, 0.5f, cVec3(0, 0, -1)), DabResult::Painted);
+  dabs.End();
+  EXPECT_EQ(t.records, 1);
+  EXPECT_EQ(t.stack.UndoPosition, 1);
+  const std::string after = PaintPicture(t.scene);
+  ASSERT_NE(after, before);
+  ASSERT_TRUE(t.stack.Undo());
+  EXPECT_TRUE(SamePicture(PaintPicture(t.scene), before));
+  ASSERT_TRUE(t.stack.Redo());
+  EXPECT_TRUE(SamePicture(PaintPicture(t.scene), after));
+}
+}  // namespace
+
+TEST_F(MultiPartFixture, AGridAreaIsOneRecordThatUndoesToEveryByte) {
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
+                                  paintmeshes::Grid(3)).ok);
+  AreaRoundTrip(*this);
+}
+
+TEST_F(MultiPartFixture, APixelAreaIsOneRecordThatUndoesToEveryByte) {
+  scene.RtSizeX = 96, scene.RtSizeY = 80;
+  ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::PerPixel, DPSettings()).ok);
+  AreaRoundTrip(*this);
 }

@@ -1,8 +1,9 @@
 // A shape drawn on the screen with the pen (rectangle, lasso, contour, circle,
 // spline) and its signed distance in pixels: positive inside, 0 or less
 // outside. Tools that act on a drawn shape read it through Distance(); the
-// voxel side projects its points to the screen first (ShapeView.h). Pure
-// screen-space maths: no camera, no volume.
+// voxel side projects its points to the screen first (ShapeView.h), the paint
+// room its samples (PaintArea.h). Pure screen-space maths: no camera, no
+// volume.
 #pragma once
 #include <array>
 #include <vector>

@@ -1,5 +1,5 @@
 // The drawn shape's points, raster and signed distance (see DrawnShape.h).
-#include "MC/brushes/DrawnShape.h"
+#include "paint/stroke/DrawnShape.h"
 
 #include <algorithm>
 #include <cmath>
