@@ -217,6 +217,7 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   const SegmentFrame& f = f_;
   const float w = w_, round = round_, offset = offset_;
   float h[N], u[N], v[N], r2[N], R[N], H[N], rim[N], face[N], a[N];
+  bool held[N];  // the stencil holds the pen back wholly: the volume is left alone
   const float vy = y - f.S[1], vz = z - f.S[2];
   for (int i = 0; i < N; ++i) {
     const float vx = (x0 + (float)i) - f.S[0];
@@ -240,11 +241,14 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   // The pen is read only where the early answers (rim, face) do not hold.
   for (int i = 0; i < N; ++i) {
     a[i] = 0.f;
+    held[i] = false;
     if (rim[i] <= 0.f || face[i] <= 0.f) continue;
     const float ai = r2[i] < 1.f ? pen_.Alpha(u[i], -v[i]) * R[i] : 0.f;
     if (pen_.Mask) {
       const float p[3] = {x0 + (float)i, y, z};
-      a[i] = pen_.BrushMask(p) * ai;
+      const float k = pen_.BrushMask(p);
+      held[i] = k <= 0.f;
+      a[i] = k * ai;
     } else {
       a[i] = ai;
     }
@@ -267,7 +271,7 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
     const float arc = (round - std::sqrt(uu * uu + vv * vv)) / w + 0.5f;
     const float crease = rim[i] < ma ? rim[i] : ma;
     const float value = (A >= round || B >= round) ? crease : arc;
-    out[i] = rim[i] <= 0.f ? rim[i] : (face[i] <= 0.f ? face[i] : value);
+    out[i] = rim[i] <= 0.f ? rim[i] : (face[i] <= 0.f ? face[i] : (held[i] ? 0.f : value));
   }
 }
 

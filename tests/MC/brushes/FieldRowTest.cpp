@@ -102,7 +102,10 @@ float CarveReference(const CarveCase& c, const PenProfile& pen, float offset, co
     const float face = (c.invert ? h + 2.f : 2.f - h) / w + 0.5f;
     if (face <= 0.f) return face;
   }
-  const float a = (r2 < 1.f ? pen.Alpha(u, -v) * R : 0.f) * (pen.Mask ? pen.BrushMask(p) : 1.f) - 0.1f * r2 * R;
+  // Where the mask holds the pen back wholly, the volume is left alone.
+  const float k = pen.Mask ? pen.BrushMask(p) : 1.f;
+  if (k <= 0.f) return 0.f;
+  const float a = (r2 < 1.f ? pen.Alpha(u, -v) * R : 0.f) * k - 0.1f * r2 * R;
   auto lift = [&](float d) { return d >= round ? d : (d > 0 ? d - (round - d) * (round - d) / round : d - round); };
   float m;
   if (c.flat) {
