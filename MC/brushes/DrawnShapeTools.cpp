@@ -47,24 +47,6 @@ void EndEditOf(VoxelSculptTool& tool, const std::vector<VolumeObject*>& volumes)
   for (VolumeObject* v : volumes) tool.EndEdit(*v);
 }
 
-// The pick in object space: the last one, or the middle of the volume.
-void ObjectPick(VolumeObject& volume, const ShapeAction& a, float pick[3], float normal[3]) {
-  if (a.HasPick) {
-    volume.PointToObject(a.Pick, pick);
-    volume.VectorToObject(a.PickNormal, normal);
-    const float l = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-    for (int k = 0; k < 3; ++k) normal[k] = l > 1e-12f ? normal[k] / l : (k == 2 ? 1.f : 0.f);
-    return;
-  }
-  volume.RecomputeCellBounds();
-  for (int k = 0; k < 3; ++k) {
-    pick[k] = volume.CellBoundsMin[k] <= volume.CellBoundsMax[k]
-                  ? (volume.CellBoundsMin[k] + volume.CellBoundsMax[k] + 1) * 4.f
-                  : 0.f;
-    normal[k] = k == 2 ? 1.f : 0.f;
-  }
-}
-
 // A cell's plane 8 differs somewhere from plane 0 of its upper neighbours.
 bool BorderDiffers(VolumeObject& volume, const CellKey& k, const VoxelCell* cell) {
   for (int m = 1; m < 8; ++m) {
@@ -133,11 +115,37 @@ bool HandPieceToMerge(VoxelSculptTool& tool, VolumeObject& piece) {
 
 }  // namespace
 
+void ShapePick(VolumeObject& volume, const ShapeAction& a, float pick[3], float normal[3]) {
+  if (a.HasPick) {
+    volume.PointToObject(a.Pick, pick);
+    volume.VectorToObject(a.PickNormal, normal);
+    const float l = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
+    for (int k = 0; k < 3; ++k) normal[k] = l > 1e-12f ? normal[k] / l : (k == 2 ? 1.f : 0.f);
+    return;
+  }
+  volume.RecomputeCellBounds();
+  for (int k = 0; k < 3; ++k) {
+    pick[k] = volume.CellBoundsMin[k] <= volume.CellBoundsMax[k]
+                  ? (volume.CellBoundsMin[k] + volume.CellBoundsMax[k] + 1) * 4.f
+                  : 0.f;
+    normal[k] = k == 2 ? 1.f : 0.f;
+  }
+}
+
+ShapeView ShapeViewFor(const VoxelSculptTool& tool, VolumeObject& volume, const DrawnShape& shape,
+                       const float pick[3]) {
+  ShapeView view = ShapeView::Of(volume, *tool.Camera(), pick);
+  if (GeneralPen::EnableFarPlane) view.LimitDepth(volume, shape, GeneralPen::ShapeDepthLimit, pick);
+  return view;
+}
+
+float ShapeActionSoftBorder() { return std::max(GeneralPen::ShapeSoftBorder, 4.f); }
+
 bool TakesDrawnShape(int mode) {
   if (IsSplit(mode)) return true;
   if (GeneralPen::DrawShape < kShapeRectangle || GeneralPen::DrawShape > kShapeSpline) return false;
   if (mode >= SCULP_GROW && mode <= SCULP_VXFOLLOW) return true;
-  if (mode == SCULP_HIDE || mode == SCULP_CLHIDE) return true;
+  if (mode == SCULP_HIDE || mode == SCULP_CLHIDE || mode == SCULP_SFREEZE) return true;
   return ExtrudesShape(mode);
 }
 
@@ -170,11 +178,11 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   if (mode != SCULPT_TRANSPOSE && !IsSurfaceTool(mode) && volume->SurfaceChanged)
     WriteSurfaceIntoVoxels(*volume, volume->SurfaceMode);
   float pick[3], normal[3];
-  ObjectPick(*volume, action, pick, normal);
-  const ShapeView view = ShapeView::Of(*volume, *camera, pick);
+  ShapePick(*volume, action, pick, normal);
+  const ShapeView view = ShapeViewFor(tool, *volume, shape, pick);
   const std::vector<SymmetryCopy> copies = CopiesOf(tool);
   const bool invert = mode == SCULPT_RASPFILE ? !action.Invert : action.Invert;
-  const float softBorder = std::max(GeneralPen::ShapeSoftBorder, 4.f);
+  const float softBorder = ShapeActionSoftBorder();
 
   ShapeCutParams cut;
   cut.InvertRegion = action.InvertRegion;
@@ -222,6 +230,16 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     tool.SelectMode(SCULP_MERGE);
     return true;
   }
+  if (mode == SCULP_SFREEZE) {
+    ShapeFreezeParams f;
+    f.SoftBorder = softBorder;
+    f.Accumulate = tool.Settings.AsAirbrush;
+    f.Thaw = invert;
+    int changed = 0;
+    for (const SymmetryCopy& c : copies) changed += ShapeFreeze(*volume, shape, MirroredView(view, c.M), f);
+    if (changed) tool.EndEdit(*volume);
+    return true;
+  }
   if (ExtrudesShape(mode)) {
     ShapeExtrudeParams e;
     e.Displacement = GeneralPen::PenRadius * view.S * GeneralPen::DeepDegree * (invert ? -1.f : 1.f);
@@ -256,6 +274,58 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   }
   tool.EndEdit(*volume);
   return true;
+}
+
+void ShapeDrawing::Begin(VoxelSculptTool& tool) {
+  const ToolPointer& ptr = Pointer();
+  shape_.Kind = DrawnShapeKindFor(tool.Mode);
+  shape_.BorderStyle = tool.Settings.BorderStyle;
+  shape_.Clear();
+  shape_.Add(ptr.X, ptr.Y);
+  action_ = ShapeAction();
+  action_.Invert = tool.Settings.InvertToolAction[tool.Mode] != ptr.Ctrl;
+  action_.InvertRegion = ptr.Shift;
+  NotePick(tool, ptr.X, ptr.Y);
+  drawing_ = true;
+}
+
+void ShapeDrawing::Add(VoxelSculptTool& tool) {
+  if (!drawing_) return;
+  const ToolPointer& ptr = Pointer();
+  shape_.Add(ptr.X, ptr.Y);
+  if (!action_.HasPick) NotePick(tool, ptr.X, ptr.Y);
+}
+
+bool ShapeDrawing::End() {
+  if (!drawing_) return false;
+  drawing_ = false;
+  return shape_.Finish();
+}
+
+void ShapeDrawing::Cancel() {
+  drawing_ = false;
+  shape_.Clear();
+}
+
+bool ShapeDrawing::DrawOutline(comms::cRender& render, const comms::cViewer& camera) const {
+  if (!drawing_ || shape_.Points().size() < 2) return false;
+  const std::vector<DrawnShape::Point> outline = shape_.Outline();
+  const float ox = camera.ViewRect.left, oy = camera.ViewRect.top;
+  const uint32_t colour = 0xffffc040u;
+  for (size_t i = 0; i < outline.size(); ++i) {
+    const DrawnShape::Point& a = outline[i];
+    const DrawnShape::Point& b = outline[(i + 1) % outline.size()];
+    render.DrawLine(a[0] - ox, a[1] - oy, b[0] - ox, b[1] - oy, 0.f, colour, colour);
+  }
+  return true;
+}
+
+void ShapeDrawing::NotePick(VoxelSculptTool& tool, float x, float y) {
+  PenPoint pen;
+  if (!tool.PenAt(x, y, pen)) return;
+  action_.HasPick = true;
+  std::copy(pen.P, pen.P + 3, action_.Pick);
+  std::copy(pen.N, pen.N + 3, action_.PickNormal);
 }
 
 bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
@@ -323,60 +393,27 @@ namespace {
 class DrawnShapeHandler final : public VoxelModeHandler {
  public:
   bool OnLMBDown(VoxelSculptTool& tool) override {
-    const ToolPointer& ptr = Pointer();
-    shape_.Kind = DrawnShapeKindFor(tool.Mode);
-    shape_.BorderStyle = tool.Settings.BorderStyle;
-    shape_.Clear();
-    shape_.Add(ptr.X, ptr.Y);
-    action_ = ShapeAction();
-    action_.Invert = tool.Settings.InvertToolAction[tool.Mode] != ptr.Ctrl;
-    action_.InvertRegion = ptr.Shift;
-    NotePick(tool, ptr.X, ptr.Y);
-    drawing_ = true;
+    drawing_.Begin(tool);
     return true;
   }
   bool OnMouseMove(VoxelSculptTool& tool) override {
-    if (!drawing_) return false;
-    const ToolPointer& ptr = Pointer();
-    shape_.Add(ptr.X, ptr.Y);
-    if (!action_.HasPick) NotePick(tool, ptr.X, ptr.Y);
+    if (!drawing_.Drawing()) return false;
+    drawing_.Add(tool);
     return true;
   }
   bool OnLMBUp(VoxelSculptTool& tool) override {
-    if (!drawing_) return false;
-    drawing_ = false;
-    if (shape_.Finish()) ActOnDrawnShape(tool, shape_, action_);
-    shape_.Clear();
+    if (!drawing_.Drawing()) return false;
+    if (drawing_.End()) ActOnDrawnShape(tool, drawing_.Shape(), drawing_.Action());
+    drawing_.Cancel();
     return true;
   }
-  void Deactivate(VoxelSculptTool&) override {
-    drawing_ = false;
-    shape_.Clear();
-  }
+  void Deactivate(VoxelSculptTool&) override { drawing_.Cancel(); }
   bool DrawOverlay(VoxelSculptTool&, comms::cRender& render, const comms::cViewer& camera) override {
-    if (!drawing_ || shape_.Points().size() < 2) return false;
-    const std::vector<DrawnShape::Point> outline = shape_.Outline();
-    const float ox = camera.ViewRect.left, oy = camera.ViewRect.top;
-    const uint32_t colour = 0xffffc040u;
-    for (size_t i = 0; i < outline.size(); ++i) {
-      const DrawnShape::Point& a = outline[i];
-      const DrawnShape::Point& b = outline[(i + 1) % outline.size()];
-      render.DrawLine(a[0] - ox, a[1] - oy, b[0] - ox, b[1] - oy, 0.f, colour, colour);
-    }
-    return true;
+    return drawing_.DrawOutline(render, camera);
   }
 
  private:
-  void NotePick(VoxelSculptTool& tool, float x, float y) {
-    PenPoint pen;
-    if (!tool.PenAt(x, y, pen)) return;
-    action_.HasPick = true;
-    std::copy(pen.P, pen.P + 3, action_.Pick);
-    std::copy(pen.N, pen.N + 3, action_.PickNormal);
-  }
-  DrawnShape shape_;
-  ShapeAction action_;
-  bool drawing_ = false;
+  ShapeDrawing drawing_;
 };
 
 // "Hide" and cell hiding by stroke: each frame's pen segment, once per

@@ -10,6 +10,7 @@
 #include "ClassEngine/Threader.h"
 #include "MC/brushes/ApplyField.h"
 #include "MC/brushes/CellJobs.h"
+#include "MC/brushes/SurfacePatch.h"
 #include "MC/brushes/VoxelBrushSettings.h"
 #include "MC/mcubes/VolumeObject.h"
 
@@ -67,8 +68,10 @@ int HideCellsInShape(VolumeObject& source, const DrawnShape& shape, const ShapeV
   for (size_t i = 0; i < cells.Keys.size(); ++i) {
     const CellKey& k = cells.Keys[i];
     const float centre[3] = {k.x * 8.f + 4, k.y * 8.f + 4, k.z * 8.f + 4};
-    float d = cells.Whole[i] ? 1.f : view.Distance(shape, centre);
+    float d = 1.f, px, py;
+    if (!cells.Whole[i]) d = view.Project(centre, px, py) ? shape.Distance(px, py) : -1000.f;
     if (p.InvertRegion && !cells.Whole[i]) d = -d;
+    d = std::min(d, view.DepthCap(centre, 0.01f));
     if (d <= 0) continue;
     source.SaveUndoCopy(k.x, k.y, k.z);
     VoxelCell* c = *source.Cells.Find(k.x, k.y, k.z);
@@ -114,12 +117,14 @@ int CutByShape(VolumeObject& source, const DrawnShape& shape, const ShapeView& v
                 } else {
                   float px, py;
                   if (view.Project(pt, px, py)) {
-                    ds = shape.Distance(px, py) * s;
+                    ds = shape.Distance(px, py);
                     if (p.InvertRegion) ds = -ds;
                   } else {
-                    ds = p.InvertRegion ? 1000.f * s : -1000.f * s;
+                    ds = p.InvertRegion ? 1000.f : -1000.f;
                   }
                 }
+                // The depth limit holds whichever side of the shape is cut.
+                ds = std::min(ds, view.DepthCap(pt, s)) * s;
                 float remain = 0.5f - 0.2f * (ds - p.Offset);
                 if (p.KeepBehindPlane) {
                   const float d[3] = {pt[0] - p.PlanePoint[0], pt[1] - p.PlanePoint[1], pt[2] - p.PlanePoint[2]};
@@ -170,7 +175,8 @@ class ShapeSolidField final : public BrushField {
     const float d[3] = {x - c_[0], y - c_[1], z - c_[2]};
     const float c = Dot(d, n_);
     const float q[3] = {x - n_[0] * c, y - n_[1] * c, z - n_[2] * c};
-    const float e = view_.Distance(shape_, q) * view_.S;
+    const float p[3] = {x, y, z};
+    const float e = std::min(view_.Distance(shape_, q, view_.S), view_.DepthCap(p, view_.S)) * view_.S;
     float v;
     if (p_.BorderStyle == voBorderPlane)
       v = std::min(0.5f - 0.2f * (std::fabs(c - r_) - r_), 0.5f + 0.2f * e);
@@ -198,7 +204,7 @@ class ShapeSolidField final : public BrushField {
 bool FindShapeCentre(const DrawnShape& shape, const ShapeView& view, const float pick[3], const float n[3],
                      Random& rnd, float centre[3]) {
   for (int a = 0; a < 3; ++a) centre[a] = pick[a];
-  if (view.Distance(shape, pick) > 0) return true;
+  if (view.Distance(shape, pick, view.S) > 0) return true;
   // T and B across n.
   float t[3];
   const float* other = std::fabs(n[0]) < 0.9f ? view.Side : view.Up;
@@ -212,7 +218,7 @@ bool FindShapeCentre(const DrawnShape& shape, const ShapeView& view, const float
   for (int i = 0; i < 1500; ++i, r += 0.5f) {
     const float u = r * (rnd.Next() - 16384) / 16384.f, v = r * (rnd.Next() - 16384) / 16384.f;
     const float q[3] = {pick[0] + t[0] * u + b[0] * v, pick[1] + t[1] * u + b[1] * v, pick[2] + t[2] * u + b[2] * v};
-    if (view.Distance(shape, q) > 0) {
+    if (view.Distance(shape, q, view.S) > 0) {
       for (int a = 0; a < 3; ++a) centre[a] = q[a];
       return true;
     }
@@ -271,7 +277,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
             [](const CellKey& a, const CellKey& b) { return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x); });
   // Each vertex's weight from its distance into the shape.
   auto weightOf = [&](const MCVertex& v) {
-    const float d = view.Distance(shape, v.Pos);
+    const float d = view.Distance(shape, v.Pos, view.S);
     return std::clamp(d / soft, 0.f, 1.f);
   };
   float dir[3] = {toEye[0], toEye[1], toEye[2]};
@@ -324,4 +330,43 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     ++moved;
   }
   return moved;
+}
+
+int ShapeFreeze(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeFreezeParams& p) {
+  const float soft = std::max(p.SoftBorder, 1e-3f);
+  std::vector<CellKey> keys;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!(c->Flags & kCellHidden) && c->Surface && c->Surface->Vertices.Count) keys.push_back(k);
+  });
+  std::sort(keys.begin(), keys.end(),
+            [](const CellKey& a, const CellKey& b) { return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x); });
+  int changed = 0;
+  for (const CellKey& k : keys) {
+    CellSurface* s = (*volume.Cells.Find(k.x, k.y, k.z))->Surface;
+    bool touched = false;
+    for (int i = 0; i < s->Vertices.Count; ++i) {
+      MCVertex& v = s->Vertices[i];
+      const float w = std::clamp(view.Distance(shape, v.Pos, view.S) / soft, 0.f, 1.f);
+      if (w <= 0) continue;
+      const int value = (int)(65535.f * w);
+      int f = v.Freeze;
+      if (!p.Thaw)
+        f = p.Accumulate ? f + value : std::max(f, value);
+      else
+        f = p.Accumulate ? f - value : std::min(f, 65535 - value);
+      f = std::clamp(f, 0, 65535);
+      if (f == v.Freeze) continue;
+      if (!touched) {
+        TouchCellSurface(volume, k.x, k.y, k.z);
+        touched = true;
+        ++changed;
+      }
+      const float l = std::sqrt(Dot(v.Normal, v.Normal));
+      const float scale = (1.f + (float)f / 65536.f) / (l > 1e-20f ? l : 1.f);
+      for (float& c : v.Normal) c *= scale;
+      v.Freeze = (uint16_t)f;
+    }
+    if (touched) volume.MarkDirty(k.x, k.y, k.z, true);
+  }
+  return changed;
 }

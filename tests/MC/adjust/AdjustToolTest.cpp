@@ -1,18 +1,22 @@
 // The adjust tools driven through the tool router with a synthetic camera,
 // as the window drives them: measure draws its figure from two picks, pick
 // makes the layer under the pointer current, the transform gizmo moves the
-// volume and the rows below it, transpose selects, drags and writes the
-// surface into the voxels on leaving, axial clones and bas-relief act on
+// volume and the rows below it, transpose selects (by a drag or by a drawn
+// shape), drags and writes the surface into the voxels on leaving, axial clones and bas-relief act on
 // Enter, copy stamps from its source; every edit is one undo record whose
 // copies restore every byte, and each panel shows only its own settings.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
+#include <tuple>
 
 #include "../brushes/ToolTableKit.h"
 #include "AdjustTestKit.h"
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/adjust/Measure.h"
+#include "MC/brushes/DrawnShape.h"
+#include "MC/brushes/ShapeView.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "platform/Keys.h"
@@ -196,6 +200,60 @@ TEST_F(AdjustFixture, TransposeSelectsDragsAndWritesTheVoxelsOnLeaving) {
     // solid's first moment along x grew.
     EXPECT_GT(MomentX(lastEdit), MomentX(beforeEdit) + 50.0) << mode;
   }
+}
+
+TEST_F(AdjustFixture, TransposeSelectsWhatLiesUnderADrawnShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  volume.DropUndoCopies();
+  beforeEdit = Snapshot(volume);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_TRANSPOSE));
+  tool->Settings.MASK_OPACITY = 0.5f;
+  TransposeHandler* h = HandlerOf<TransposeHandler>();
+  ASSERT_NE(h, nullptr);
+  // A rectangle over the sphere's right half, starting off the sphere.
+  const comms::cVec3 a = cam.ProjectToView(comms::cVec3(12, -10, 0)), b = cam.ProjectToView(comms::cVec3(40, 10, 0));
+  DragThrough(router, table, {{a.x, a.y}, {(a.x + b.x) / 2, a.y}, {b.x, b.y}});
+  ASSERT_FALSE(h->Selection.Empty());
+  EXPECT_FALSE(volume.SurfaceChanged) << "selecting moves nothing";
+  DrawnShape rect;
+  rect.Kind = kShapeRectangle;
+  rect.Add(a.x, a.y);
+  rect.Add(b.x, b.y);
+  ASSERT_TRUE(rect.Finish());
+  const float centre[3] = {0, 0, 0};
+  const ShapeView view = ShapeView::Of(volume, cam, centre);
+  // Every vertex well inside is selected at the mask's strength, front and
+  // back; none outside.
+  std::map<std::tuple<int, int, int, int>, uint32_t> weights;
+  for (const TransposeSet::Entry& e : h->Selection.Entries)
+    weights[{e.Cell.x, e.Cell.y, e.Cell.z, e.Vertex}] = h->Selection.Links[e.Link].Weight;
+  int inside = 0;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!c->Surface) return;
+    for (int i = 0; i < c->Surface->Vertices.Count; ++i) {
+      const float d = view.Distance(rect, c->Surface->Vertices[i].Pos, view.S);
+      auto it = weights.find({k.x, k.y, k.z, i});
+      if (d >= 4.f) {
+        ++inside;
+        ASSERT_NE(it, weights.end());
+        EXPECT_EQ(it->second, 1u + 32768u);
+      } else if (d <= 0.f) {
+        EXPECT_EQ(it, weights.end());
+      }
+    }
+  });
+  EXPECT_GT(inside, 200);
+  // The gizmo sits at the selection's centre, right of the middle; dragging
+  // its x arrow moves the selection, and leaving writes it into the voxels.
+  const comms::cVec3 c = cam.ProjectToView(h->Gizmo.Centre);
+  EXPECT_GT(h->Gizmo.Centre.x, 15.f);
+  DragThrough(router, table, {{c.x + 40, c.y}, {c.x + 55, c.y}, {c.x + 70, c.y}});
+  EXPECT_TRUE(volume.SurfaceChanged);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_MEASURE));
+  EXPECT_EQ(records, 1);
+  ExpectClosed(Surface(volume));
+  EXPECT_TRUE(undoRestores);
+  EXPECT_GT(MomentX(lastEdit), MomentX(beforeEdit) + 50.0);
 }
 
 TEST_F(AdjustFixture, AxialClonesOnEnterThenTheTransformGizmo) {
