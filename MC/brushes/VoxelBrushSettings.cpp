@@ -40,6 +40,7 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(SphereExtrusion, "SphereExtrusion", -2, 2);
   Member("_int", SketchPreSmoothSteps, "SketchPreSmoothSteps");
   slider(SketchSoftness, "SketchSoftness", 0, 4);
+  slider(SketchSize, "SketchSize", 8, 1000);
   Member("_int", NumAxialClones, "NumAxialClones");
   slider(TextThickness, "TextThickness", 1, 30);
   Member("_str", ReliefText, "ReliefText");
@@ -90,7 +91,7 @@ const SettingUse kUses[] = {
     {"SplOverallScale", {30, 31, 32, 33, 34}}, {"SplOverallRotation", {30, 31, 32, 33, 34}},
     {"Spacing", {30, 31, 32, 33, 34}}, {"PosJitter", {30, 31, 32, 33, 34}}, {"RotJitter", {30, 31, 32, 33, 34}},
     {"RadiusJitter", {30, 31, 32, 33, 34}}, {"DepthJitter", {30, 31, 32, 33, 34}}, {"SphereExtrusion", {8, 31}},
-    {"SketchPreSmoothSteps", {29}}, {"SketchSoftness", {29}}, {"NumAxialClones", {23}}, {"TextThickness", {36}}, {"ReliefText", {36}},
+    {"SketchPreSmoothSteps", {29}}, {"SketchSoftness", {29}}, {"SketchSize", {29}}, {"NumAxialClones", {23}}, {"TextThickness", {36}}, {"ReliefText", {36}},
     {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
     {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},

@@ -19,6 +19,8 @@ class VoxelBrushSettings : public BaseClass {
   float Spacing = 1, PosJitter = 0, RotJitter = 0, RadiusJitter = 0, DepthJitter = 0, SphereExtrusion = 0;
   int SketchPreSmoothSteps = 6;
   float SketchSoftness = 0;
+  // The span, in voxels, of the longer edge of the sketch's pictures.
+  float SketchSize = 200;
   int NumAxialClones = 4;
   float TextThickness = 10;
   _str ReliefText{"Text"};  // the words the text tool makes a relief of
