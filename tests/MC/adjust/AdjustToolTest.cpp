@@ -318,6 +318,60 @@ TEST_F(AdjustFixture, CopyStampTakesItsSourceWithCtrlAndStampsAlongTheDrag) {
   EXPECT_TRUE(undoRestores);
 }
 
+TEST_F(AdjustFixture, CopyStampTakesItsSourceFromAnotherLayerAndMirrorsIt) {
+  // Two layers side by side: the source, a box left of the middle, and the
+  // target, a ball right of it; the pen's mirror runs across x = 0.
+  VoxVisualTree tree;
+  VoxTreeBranch* from = tree.AddVolume(nullptr, nullptr, "From");
+  VoxTreeBranch* into = tree.AddVolume(nullptr, nullptr, "Into");
+  VolumeObject& a = *from->Volume;
+  VolumeObject& b = *into->Volume;
+  for (VolumeObject* v : {&a, &b}) v->ClearVoxels();
+  FillVolume(a, BoxShape(-30, 0, 0, 9, 9, 9));
+  FillVolume(b, SphereShape(30, 0, 0, 12));
+  for (VolumeObject* v : {&a, &b}) v->UpdateSurface(), v->DropUndoCopies();
+  tool->Tree = [&tree] { return &tree; };
+  tool->OnStrokeEnd = [this](VolumeObject& v) { ++records, v.DropUndoCopies(); };
+  ASSERT_TRUE(tool->SelectMode(SCULPT_COPY));
+  GeneralPen::PenRadius = 40.f;
+  const comms::cVec3 s = cam.ProjectToView(comms::cVec3(-30, 0, 9)), t = cam.ProjectToView(comms::cVec3(30, 0, 12));
+  tool->SetScene(&a, &cam);
+  PenPoint source, pen;
+  ASSERT_TRUE(tool->PenAt(s.x, s.y, source));
+  router.OnKeyChange(keys::Control, true, false);
+  Click(s.x, s.y);
+  router.OnKeyChange(keys::Control, false, false);
+  tree.MakeCurrent(into);
+  tool->SetScene(&b, &cam);
+  ASSERT_TRUE(tool->PenAt(t.x, t.y, pen));
+  ASSERT_GT(pen.Radius, 5.f);
+  GeneralPen::Symmetry = 1;
+  const VolumeSnapshot sourceBefore = Snapshot(a);
+  VolumeObject old;
+  old.CopyFrom(b);
+  Click(t.x, t.y);
+  EXPECT_EQ(records, 1);
+  EXPECT_TRUE(Snapshot(a) == sourceBefore) << "the source is only read";
+  // Well inside the pen, the target holds the source shifted from the source
+  // point to the pen (or what it had, where that is more); the mirror image
+  // of the stamp stands across x = 0, where the target was empty.
+  int checked = 0;
+  const float r = pen.Radius - 2.5f;
+  for (int z = -20; z <= 30; ++z)
+    for (int y = -20; y <= 20; ++y)
+      for (int x = 10; x <= 50; ++x) {
+        const float d[3] = {x - pen.P[0], y - pen.P[1], z - pen.P[2]};
+        if (d[0] * d[0] + d[1] * d[1] + d[2] * d[2] > r * r) continue;
+        const float box = a.SampleField(x + source.P[0] - pen.P[0], y + source.P[1] - pen.P[1],
+                                        z + source.P[2] - pen.P[2]);
+        EXPECT_NEAR(b.GetVoxel(x, y, z), std::max<float>(old.GetVoxel(x, y, z), box), 2.f) << x << " " << y << " " << z;
+        EXPECT_NEAR(b.GetVoxel(-x, y, z), box, 2.f) << "mirror " << x << " " << y << " " << z;
+        ++checked;
+      }
+  EXPECT_GT(checked, 100);
+  ExpectClosed(Surface(b));
+}
+
 TEST(AdjustPanels, EachToolShowsOnlyItsOwnSettings) {
   const struct {
     int Tool;
