@@ -247,6 +247,24 @@ class CopiesHandler : public VoxelModeHandler {
   bool OnKey(VoxelSculptTool& tool, int key) override {
     if (key != keys::Enter || !tool.Volume() || !tool.Camera()) return false;
     VolumeObject& v = *tool.Volume();
+    if (MergeSurfaceCopies(v, Matrices(tool))) tool.EndEdit(v);
+    placed_ = false;
+    tool.SelectMode(SCULPT_TRANSFORM);
+    return true;
+  }
+  bool DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) override {
+    if (!placed_) return false;
+    Cross(render, ToView(tool, camera, point_), 0xff40c0ffu);
+    if (wrap_ && tool.Settings.PreviewImmediately) DrawCopies(tool, render, camera);
+    render.Flush2D();
+    return true;
+  }
+
+ private:
+  // The copies' matrices in the volume's object space: about the axis along
+  // the view through the placed point (or the volume's centre).
+  std::vector<comms::cMat4> Matrices(VoxelSculptTool& tool) const {
+    VolumeObject& v = *tool.Volume();
     float point[3], axis[3];
     const float view[3] = {tool.Camera()->Forward.x, tool.Camera()->Forward.y, tool.Camera()->Forward.z};
     v.VectorToObject(view, axis);
@@ -257,26 +275,37 @@ class CopiesHandler : public VoxelModeHandler {
       for (int k = 0; k < 3; ++k) point[k] = (v.CellBoundsMin[k] + v.CellBoundsMax[k] + 1) * v.CellSide * 0.5f;
     }
     const VoxelBrushSettings& s = tool.Settings;
+    if (!wrap_) return AxialCloneMatrices(point, axis, std::max(s.NumAxialClones, 1));
     WrapChain chain;
     chain.Twist = s.WrapType == 1;
     chain.Segments = s.WrapSegments;
     chain.StartAngle = s.StartAngle, chain.EndAngle = s.EndAngle;
     chain.Forward = s.ForwardStep, chain.TwistAngle = s.TwistAngle;
-    const auto matrices =
-        wrap_ ? WrapMatrices(chain, point, axis) : AxialCloneMatrices(point, axis, std::max(s.NumAxialClones, 1));
-    if (MergeSurfaceCopies(v, matrices)) tool.EndEdit(v);
-    placed_ = false;
-    tool.SelectMode(SCULPT_TRANSFORM);
-    return true;
+    chain.Overlap = s.SelfOverlap;
+    return WrapMatrices(chain, point, axis);
   }
-  bool DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) override {
-    if (!placed_) return false;
-    Cross(render, ToView(tool, camera, point_), 0xff40c0ffu);
-    render.Flush2D();
-    return true;
+  // Each copy of the volume's box, its twelve edges over the view.
+  void DrawCopies(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) const {
+    VolumeObject& v = *tool.Volume();
+    v.RecomputeCellBounds();
+    if (v.CellBoundsMin[0] > v.CellBoundsMax[0]) return;
+    float lo[3], hi[3];
+    for (int k = 0; k < 3; ++k) lo[k] = v.CellBoundsMin[k] * v.CellSide, hi[k] = (v.CellBoundsMax[k] + 1) * v.CellSide;
+    for (const comms::cMat4& m : Matrices(tool)) {
+      cVec3 corner[8];
+      for (int c = 0; c < 8; ++c) {
+        const cVec3 p = TransformPoint(cVec3(c & 1 ? hi[0] : lo[0], c & 2 ? hi[1] : lo[1], c & 4 ? hi[2] : lo[2]), m);
+        const float object[3] = {p.x, p.y, p.z};
+        corner[c] = ToView(tool, camera, object);
+      }
+      for (int c = 0; c < 8; ++c)
+        for (int bit : {1, 2, 4})
+          if (!(c & bit))
+            render.DrawLine(corner[c].x, corner[c].y, corner[c | bit].x, corner[c | bit].y, 0.f, 0xff40c0ffu,
+                            0xff40c0ffu);
+    }
   }
 
- private:
   bool wrap_;
   bool placed_ = false;
   float point_[3] = {};

@@ -66,6 +66,8 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(EndAngle, "EndAngle", 0, 360);
   slider(ForwardStep, "ForwardStep", 0, 100);
   slider(TwistAngle, "TwistAngle", -180, 180);
+  slider(SelfOverlap, "SelfOverlap", 0, 100);
+  Member("_bool", PreviewImmediately, "PreviewImmediately");
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
@@ -97,7 +99,7 @@ const SettingUse kUses[] = {
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
     {"ExtrudeDir", {38, 45, 46, 47}}, {"TRN_MODE", {16}}, {"MeasureAlignment", {14}}, {"METRICS", {14}},
     {"VoxelsPerUnit", {14}}, {"WrapType", {22}}, {"WrapSegments", {22}}, {"StartAngle", {22}}, {"EndAngle", {22}},
-    {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
+    {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"SelfOverlap", {22}}, {"PreviewImmediately", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
 };
 }  // namespace
 

@@ -372,6 +372,29 @@ TEST_F(AdjustFixture, CopyStampTakesItsSourceFromAnotherLayerAndMirrorsIt) {
   ExpectClosed(Surface(b));
 }
 
+namespace {
+// Counts the lines of the 2D layer.
+class LineCounter : public comms::cNullRender {
+ public:
+  int Lines = 0;
+  void DrawLine(float, float, float, float, float, uint32_t, uint32_t) override { ++Lines; }
+};
+}  // namespace
+
+TEST_F(AdjustFixture, WrapPreviewDrawsEachCopyAsSoonAsTheAxisIsPlaced) {
+  ASSERT_TRUE(tool->SelectMode(SCULP_WRAP));
+  tool->Settings.WrapSegments = 5;
+  const VolumeSnapshot before = Snapshot(volume);
+  Click(330, 240);
+  LineCounter plain, preview;
+  ASSERT_TRUE(tool->DrawOverlay(plain, cam));
+  tool->Settings.PreviewImmediately = true;
+  ASSERT_TRUE(tool->DrawOverlay(preview, cam));
+  EXPECT_EQ(preview.Lines, plain.Lines + 5 * 12) << "twelve edges of the box of each copy";
+  EXPECT_TRUE(Snapshot(volume) == before) << "the preview changes nothing";
+  EXPECT_EQ(records, 0);
+}
+
 TEST(AdjustPanels, EachToolShowsOnlyItsOwnSettings) {
   const struct {
     int Tool;
@@ -381,7 +404,9 @@ TEST(AdjustPanels, EachToolShowsOnlyItsOwnSettings) {
       {SCULPT_TRANSPOSE, {"TRN_MODE", "MASK_OPACITY"}},
       {SCULPT_AXIAL, {"NumAxialClones"}},
       {SCULPT_BARELIEF, {"BareliefCoef"}},
-      {SCULP_WRAP, {"WrapType", "WrapSegments", "StartAngle", "EndAngle", "ForwardStep", "TwistAngle"}},
+      {SCULP_WRAP,
+       {"WrapType", "WrapSegments", "StartAngle", "EndAngle", "ForwardStep", "TwistAngle", "SelfOverlap",
+        "PreviewImmediately"}},
   };
   const char* others[] = {"TRN_MODE", "MASK_OPACITY", "MeasureAlignment", "METRICS", "VoxelsPerUnit", "NumAxialClones",
                           "BareliefCoef", "WrapSegments", "GrowPower", "SMOOTH_DEG"};
