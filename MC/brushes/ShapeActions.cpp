@@ -2,8 +2,10 @@
 #include "MC/brushes/ShapeActions.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 #include "ClassEngine/Random.h"
@@ -259,6 +261,80 @@ int ShapeSolid(VolumeObject& volume, const DrawnShape& shape, const ShapeView& v
   return ApplyField(volume, field, box, o);
 }
 
+namespace {
+
+// A vertex's lattice edge as one word, for vertices on a cell face.
+uint64_t GlobalEdge(const CellKey& k, uint16_t code) {
+  const int x = code % 9 + 8 * k.x, y = (code / 9) % 9 + 8 * k.y, z = (code / 81) % 9 + 8 * k.z;
+  return ((uint64_t)((x + 0x80000) & 0xFFFFF) | (uint64_t)((y + 0x80000) & 0xFFFFF) << 20 |
+          (uint64_t)((z + 0x80000) & 0xFFFFF) << 40 | (uint64_t)(code / 729) << 60);
+}
+
+// New normals for the vertices of the moved cells, from the triangles around
+// them: a vertex on a cell face sums the triangles of every cell that holds
+// a copy of it (the moved cells and their neighbours), so every moved copy
+// gets the same normal and the seam stays unseen. The freeze stays in the
+// length. In surface mode nothing extracts these cells again, so without
+// this the moved walls would keep the light of the surface they left.
+void RecomputeMovedNormals(VolumeObject& volume, const std::vector<CellKey>& moved) {
+  CellKeyMap<int> isMoved(1031), around(4099);
+  for (const CellKey& k : moved) isMoved.Set(k.x, k.y, k.z, 1);
+  std::vector<CellKey> cells;
+  for (const CellKey& k : moved)
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+          if (!around.Find(k.x + dx, k.y + dy, k.z + dz)) {
+            around.Set(k.x + dx, k.y + dy, k.z + dz, 1);
+            cells.push_back({k.x + dx, k.y + dy, k.z + dz});
+          }
+  std::unordered_map<uint64_t, std::array<float, 3>> shared;
+  std::vector<std::vector<float>> own(moved.size());
+  std::vector<float> sum;
+  for (const CellKey& k : cells) {
+    VoxelCell** found = volume.Cells.Find(k.x, k.y, k.z);
+    const CellSurface* s = found ? (*found)->Surface : nullptr;
+    if (!s || !s->Vertices.Count) continue;
+    sum.assign(size_t(s->Vertices.Count) * 3, 0.f);
+    for (int t = 0; t + 2 < s->Indices.Count; t += 3) {
+      const int i[3] = {s->Indices[t], s->Indices[t + 1], s->Indices[t + 2]};
+      const float* p0 = s->Vertices[i[0]].Pos;
+      const float* p1 = s->Vertices[i[1]].Pos;
+      const float* p2 = s->Vertices[i[2]].Pos;
+      const float e1[3] = {p1[0] - p0[0], p1[1] - p0[1], p1[2] - p0[2]};
+      const float e2[3] = {p2[0] - p0[0], p2[1] - p0[1], p2[2] - p0[2]};
+      // Twice the area, along the outward normal.
+      const float f[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]};
+      for (int v : i)
+        for (int a = 0; a < 3; ++a) sum[size_t(v) * 3 + a] += f[a];
+    }
+    for (int v = 0; v < s->Vertices.Count; ++v) {
+      const uint16_t code = s->Vertices[v].BorderCode;
+      if (code == kNoBorder) continue;
+      std::array<float, 3>& e = shared.try_emplace(GlobalEdge(k, code), std::array<float, 3>{0, 0, 0}).first->second;
+      for (int a = 0; a < 3; ++a) e[a] += sum[size_t(v) * 3 + a];
+    }
+    if (isMoved.Find(k.x, k.y, k.z))
+      for (size_t m = 0; m < moved.size(); ++m)
+        if (moved[m] == k) own[m] = sum;
+  }
+  for (size_t m = 0; m < moved.size(); ++m) {
+    CellSurface* s = (*volume.Cells.Find(moved[m].x, moved[m].y, moved[m].z))->Surface;
+    for (int v = 0; v < s->Vertices.Count; ++v) {
+      MCVertex& vertex = s->Vertices[v];
+      const float* n = vertex.BorderCode == kNoBorder ? &own[m][size_t(v) * 3]
+                                                      : shared[GlobalEdge(moved[m], vertex.BorderCode)].data();
+      const float l = std::sqrt(Dot(n, n));
+      if (l <= 0) continue;
+      // Stored pointing into the solid, its length carrying the freeze.
+      const float scale = -(1.f + (float)vertex.Freeze / 65536.f) / l;
+      for (int a = 0; a < 3; ++a) vertex.Normal[a] = n[a] * scale;
+    }
+  }
+}
+
+}  // namespace
+
 int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeExtrudeParams& p) {
   std::array<float, 4> area = shape.Box();
   area[0] -= 10, area[1] -= 10, area[2] += 10, area[3] += 10;
@@ -299,7 +375,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     if (l > 1e-12f)
       for (int a = 0; a < 3; ++a) dir[a] = sum[a] / l;
   }
-  int moved = 0;
+  std::vector<CellKey> moved;
   for (const CellKey& k : keys) {
     VoxelCell* cell = *volume.Cells.Find(k.x, k.y, k.z);
     CellSurface* s = cell->Surface;
@@ -327,9 +403,10 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     }
     volume.SurfaceChanged = true;
     volume.MarkDirty(k.x, k.y, k.z, true);
-    ++moved;
+    moved.push_back(k);
   }
-  return moved;
+  RecomputeMovedNormals(volume, moved);
+  return (int)moved.size();
 }
 
 int ShapeFreeze(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeFreezeParams& p) {

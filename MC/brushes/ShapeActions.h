@@ -72,9 +72,10 @@ struct ShapeExtrudeParams {
   float Frame[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 };
 
-// Moves the surface's vertices under the shape; the edit stays on the
-// surface (SurfaceChanged, OldVertices) until ApplyMC writes it into the
-// voxels. Returns the cells moved.
+// Moves the surface's vertices under the shape and gives the moved cells'
+// vertices new normals from their triangles (joined across cell faces); the
+// edit stays on the surface (SurfaceChanged, OldVertices) until ApplyMC
+// writes it into the voxels. Returns the cells moved.
 int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeExtrudeParams& p);
 
 struct ShapeFreezeParams {

@@ -6,6 +6,11 @@
 // threads give the same bytes; a solid grows under the shape.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <map>
+#include <tuple>
+
 #include "BrushTestKit.h"
 #include "FrontCamera.h"
 #include "ClassEngine/Random.h"
@@ -328,4 +333,44 @@ TEST_F(ShapeCutFixture, DepthLimitHoldsTheHiddenCellsAndTheSolid) {
   EXPECT_EQ(ShapeSolid(empty, shape, view, s, rnd), 0);
   view.DepthLimited = false;
   EXPECT_GT(ShapeSolid(empty, shape, view, s, rnd), 0);
+}
+
+TEST_F(ShapeCutFixture, ExtrudedWallsTakeTheNormalsOfTheirNewTriangles) {
+  const DrawnShape shape = OddRectangle();
+  ShapeExtrudeParams e;
+  e.Displacement = -6;  // towards the viewer
+  e.Direction = ViewDir;
+  e.SoftBorder = 4;
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  // The wall: vertices the soft border moved part of the way. Their normals
+  // turn sideways with the steep wall they stand on now.
+  double before = 0, after = 0;
+  int wall = 0;
+  std::map<std::tuple<int, int, int, int>, std::array<float, 3>> copies;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    const CellSurface* s = c->Surface;
+    if (!s || s->OldVertices.Count != s->Vertices.Count) return;
+    for (int i = 0; i < s->Vertices.Count; ++i) {
+      const MCVertex& v = s->Vertices[i];
+      const MCVertex& o = s->OldVertices[i];
+      auto sideways = [](const float n[3]) { return std::hypot(n[0], n[1]) / std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]); };
+      const float w = view.Distance(shape, o.Pos, view.S) / 4.f;
+      if (w > 0.2f && w < 0.8f) {
+        before += sideways(o.Normal), after += sideways(v.Normal);
+        ++wall;
+      }
+      if (v.BorderCode == kNoBorder) continue;
+      const int code = v.BorderCode;
+      const std::tuple<int, int, int, int> edge{code % 9 + 8 * k.x, (code / 9) % 9 + 8 * k.y,
+                                                (code / 81) % 9 + 8 * k.z, code / 729};
+      const std::array<float, 3> n = {v.Normal[0], v.Normal[1], v.Normal[2]};
+      auto [it, fresh] = copies.emplace(edge, n);
+      if (!fresh) {
+        EXPECT_EQ(it->second, n) << "copies of one lattice edge share their normal";
+      }
+    }
+  });
+  ASSERT_GT(wall, 20);
+  EXPECT_LT(before / wall, 0.35);
+  EXPECT_GT(after / wall, 0.6);
 }
