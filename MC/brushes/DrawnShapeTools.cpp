@@ -28,9 +28,12 @@ namespace {
 
 bool IsSplit(int mode) { return mode == SCULPT_CUTNCLONE || mode == SCULPT_RECTSPLIT; }
 
-// The tools whose shape moves the surface rather than adding or cutting.
-bool ExtrudesShape(int mode) {
+// The tools whose shape moves the surface rather than adding or cutting:
+// the voxel tools that swell, and the surface tools that move vertices
+// (smoothing too while the volume is in surface mode).
+bool ExtrudesShape(int mode, bool surfaceMode = false) {
   return mode == SCULP_GROW || mode == SCULPT_ALPGROW || mode == SCULPT_BUILD || mode == SCULPT_EXTRUDE ||
+         mode == SCULP_MOVE || (mode == SCULPT_SMOOTH && surfaceMode) ||
          (IsSurfaceTool(mode) && mode >= SCULPT_DRAW && mode != SCULP_SFREEZE);
 }
 
@@ -174,8 +177,9 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   const comms::cViewer* camera = tool.Camera();
   if (!volume || !camera || !shape.Finished()) return false;
   const int mode = tool.Mode;
+  const bool onSurface = IsSurfaceTool(mode) || (mode == SCULPT_SMOOTH && volume->SurfaceMode);
   // What the surface holds of an earlier surface edit goes to the voxels first.
-  if (mode != SCULPT_TRANSPOSE && !IsSurfaceTool(mode) && volume->SurfaceChanged)
+  if (mode != SCULPT_TRANSPOSE && !onSurface && volume->SurfaceChanged)
     WriteSurfaceIntoVoxels(*volume, volume->SurfaceMode);
   float pick[3], normal[3];
   ShapePick(*volume, action, pick, normal);
@@ -240,13 +244,13 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     if (changed) tool.EndEdit(*volume);
     return true;
   }
-  if (ExtrudesShape(mode)) {
+  if (ExtrudesShape(mode, volume->SurfaceMode)) {
     ShapeExtrudeParams e;
     e.Displacement = GeneralPen::PenRadius * view.S * GeneralPen::DeepDegree * (invert ? -1.f : 1.f);
     e.Direction = tool.Settings.ExtrudeDir;
     e.SoftBorder = softBorder;
     for (const SymmetryCopy& c : copies) ShapeExtrude(*volume, shape, MirroredView(view, c.M), e);
-    if (!IsSurfaceTool(mode)) WriteSurfaceIntoVoxels(*volume, false);
+    if (!onSurface) WriteSurfaceIntoVoxels(*volume, false);
     tool.EndEdit(*volume);
     return true;
   }

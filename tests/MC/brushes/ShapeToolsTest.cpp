@@ -512,3 +512,34 @@ TEST_F(ShapeToolFixture, FreezeToolFreezesWhatLiesUnderTheShape) {
     }
   });
 }
+
+TEST_F(ShapeToolFixture, MoveAndSmoothingInSurfaceModeExtrudeTheSurfaceUnderTheShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  GeneralPen::PenRadius = 20.f;
+  tool->Settings.ExtrudeDir = ViewDir;
+  tool->SetSurfaceMode(true);
+  const VolumeSnapshot voxels = Snapshot(*volume);
+  for (int mode : {SCULP_MOVE, SCULPT_SMOOTH}) {
+    ASSERT_TRUE(tool->SelectMode(mode));
+    const int before = records;
+    std::vector<float> old;
+    volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface)
+        for (int i = 0; i < c->Surface->Vertices.Count; ++i) old.push_back(c->Surface->Vertices[i].Pos[2]);
+    });
+    Drag({{301, 221}, {346, 258}});
+    EXPECT_EQ(records, before + 1) << mode;
+    EXPECT_TRUE(Snapshot(*volume) == voxels) << "the voxels wait for the mode to end " << mode;
+    EXPECT_TRUE(volume->SurfaceChanged) << mode;
+    size_t at = 0;
+    int moved = 0;
+    volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface)
+        for (int i = 0; i < c->Surface->Vertices.Count; ++i) moved += c->Surface->Vertices[i].Pos[2] != old[at++];
+    });
+    EXPECT_GT(moved, 50) << mode;
+  }
+  WeldedMeshBuilder m;
+  volume->ExtractWeldedAll(m);
+  EXPECT_EQ(Analyse(m).badEdges, 0);
+}
