@@ -20,7 +20,7 @@
   X(ColorDistance, 32.f) X(HeightScale, 1.f) X(CavityScale, 1.f) X(CavityRadius, 3.f)          \
   X(Symmetry, 0) X(StrokeMode, 0) X(DrawShape, 0) X(ColorJitterMode, 0) X(MoveCounter, 0)      \
   X(PenPressureLevels, 1024) X(PenSensivity, 1.75f) X(IgnorePressure, false)                 \
-  X(ShapeSoftBorder, 3.f)
+  X(ShapeSoftBorder, 3.f) X(ShapeDepthLimit, 30.f)
 
 void GeneralPen::SavePen() {
   if (CurrentPenPtr) CurrentPenPtr->SaveParams();

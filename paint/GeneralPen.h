@@ -60,6 +60,9 @@ struct GeneralPen {
   static inline int DrawShape = 0;  // 1..5 rectangle, lasso, contour, circle, spline
   // The width in pixels over which a drawn shape's action fades in at its border.
   static inline float ShapeSoftBorder = 3.f;
+  // With EnableFarPlane on, how deep (object units, behind the front of the
+  // surface under it) a drawn shape reaches.
+  static inline float ShapeDepthLimit = 30.f;
   static inline int ColorJitterMode = 0;
   static inline int MoveCounter = 0;
   // Tablet pressure arithmetic. 1.75 makes the response curve linear

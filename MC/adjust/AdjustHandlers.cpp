@@ -3,6 +3,7 @@
 // (see AdjustHandlers.h).
 #include "MC/adjust/AdjustHandlers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -10,10 +11,12 @@
 #include "MC/adjust/CopyStamp.h"
 #include "MC/adjust/Measure.h"
 #include "MC/adjust/SurfaceCopies.h"
+#include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VolumePick.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/tree/VoxVisualTree.h"
+#include "paint/GeneralPen.h"
 #include "platform/Keys.h"
 #include "render/Render.h"
 #include "render/Viewer.h"
@@ -116,58 +119,114 @@ class PickHandler : public VoxelModeHandler {
 
 // --- copy stamp ---
 
-// SCULPT_COPY: Ctrl with a press takes the source point; each drag then
-// stamps what lies around the source, shifted by the drag's start.
+// SCULPT_COPY: Ctrl with a press takes the source point on the current
+// layer; each drag then stamps, into the layer current at that time, what
+// lies around the source point, shifted by the drag's start. So a source
+// chosen in the layer tree stamps into another layer. Every symmetry copy of
+// the stamp reads the source at the mirror (or turn) of its point.
 class CopyHandler : public VoxelModeHandler {
  public:
   bool OnLMBDown(VoxelSculptTool& tool) override {
     if (Pointer().Alt) return false;
     float p[3], r;
     if (!PenObject(tool, p, &r)) return false;
-    if (Pointer().Ctrl || !hasSource_) {
+    VolumeObject* source = Source(tool);
+    if (Pointer().Ctrl || !source) {
       for (int k = 0; k < 3; ++k) source_[k] = p[k];
-      hasSource_ = true;
+      sourceVolume_ = tool.Volume();
+      sourceId_ = tool.Volume()->ObjectId;
       return true;
     }
-    // Object space to the source's object space: the shift of the drag.
-    for (int i = 0; i < 16; ++i) shift_[i] = i % 5 == 0 ? 1.f : 0.f;
-    for (int k = 0; k < 3; ++k) shift_[12 + k] = source_[k] - p[k], last_[k] = p[k];
+    // The target's object space to the source's: to the scene, shifted from
+    // the drag's start to the source point, into the source.
+    VolumeObject& target = *tool.Volume();
+    float start[3], from[3], shift[16], toSource[16];
+    target.PointToScene(p, start);
+    source->PointToScene(source_, from);
+    for (int i = 0; i < 16; ++i) shift[i] = i % 5 == 0 ? 1.f : 0.f;
+    for (int k = 0; k < 3; ++k) shift[12 + k] = from[k] - start[k];
+    Multiply(target.Transform, shift, toSource);
+    Multiply(toSource, source->InverseTransform, base_);
+    for (int k = 0; k < 3; ++k) last_[k] = p[k];
     lastR_ = r;
     stamping_ = true;
-    StampCopy(*tool.Volume(), *tool.Volume(), p, r, p, r, shift_);
-    tool.Volume()->UpdateSurface();
+    Stamp(tool, *source, p, r);
     return true;
   }
   bool OnMouseMove(VoxelSculptTool& tool) override {
     if (!stamping_) return false;
-    float p[3], r;
+    VolumeObject* source = Source(tool);
+    if (!source) return true;
     // The surface as it was before the stroke, so the pen does not climb its stamp.
     PenPoint pen;
     if (!tool.PenAt(Pointer().X, Pointer().Y, pen, true)) return true;
+    float p[3];
     tool.Volume()->PointToObject(pen.P, p);
-    r = pen.Radius / std::max(tool.Volume()->TransformScale, 1e-6f);
-    StampCopy(*tool.Volume(), *tool.Volume(), last_, lastR_, p, r, shift_);
-    for (int k = 0; k < 3; ++k) last_[k] = p[k];
-    lastR_ = r;
-    tool.Volume()->UpdateSurface();
+    Stamp(tool, *source, p, pen.Radius / std::max(tool.Volume()->TransformScale, 1e-6f));
     return true;
   }
   bool OnLMBUp(VoxelSculptTool& tool) override {
-    if (!stamping_) return hasSource_;
+    if (!stamping_) return sourceVolume_ != nullptr;
     stamping_ = false;
     tool.EndEdit(*tool.Volume());
     return true;
   }
   bool DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) override {
-    if (!hasSource_) return false;
-    Cross(render, ToView(tool, camera, source_), 0xffff8040u);
+    VolumeObject* source = Source(tool);
+    if (!source) return false;
+    float s[3];
+    source->PointToScene(source_, s);
+    Cross(render, camera.ProjectToView(cVec3(s[0], s[1], s[2])), 0xffff8040u);
     render.Flush2D();
     return false;  // the pen's ring is drawn as well
   }
 
  private:
-  bool hasSource_ = false, stamping_ = false;
-  float source_[3] = {}, last_[3] = {}, lastR_ = 0, shift_[16] = {};
+  // The source layer while it still exists: the current volume, or a
+  // volume of the tool's layer tree (the same object with the same id).
+  VolumeObject* Source(VoxelSculptTool& tool) const {
+    if (!sourceVolume_) return nullptr;
+    if (sourceVolume_ == tool.Volume()) return sourceVolume_->ObjectId == sourceId_ ? sourceVolume_ : nullptr;
+    VoxVisualTree* tree = tool.Tree ? tool.Tree() : nullptr;
+    if (!tree) return nullptr;
+    for (VolumeObject* v : tree->Volumes())
+      if (v == sourceVolume_ && v->ObjectId == sourceId_) return v;
+    return nullptr;
+  }
+  // out = a then b (row vectors, 4 x 4).
+  static void Multiply(const float a[16], const float b[16], float out[16]) {
+    for (int i = 0; i < 4; ++i)
+      for (int j = 0; j < 4; ++j) {
+        float sum = 0;
+        for (int k = 0; k < 4; ++k) sum += a[i * 4 + k] * b[k * 4 + j];
+        out[i * 4 + j] = sum;
+      }
+  }
+  // The capsule from the last point to p, once per symmetry copy.
+  void Stamp(VoxelSculptTool& tool, VolumeObject& source, const float p[3], float r) {
+    VolumeObject& target = *tool.Volume();
+    for (const SymmetryCopy& c : SymmetryCopies(GeneralPen::Symmetry, tool.Settings.AxialSymmetry,
+                                                 tool.Settings.AxialAxis)) {
+      float a[3], b[3], back[16] = {0}, toSource[16];
+      c.Point(last_, a);
+      c.Point(p, b);
+      // A copy's point goes back to the point it copies (the transpose of a
+      // turn or mirror), then on to the source.
+      for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) back[i * 4 + j] = c.M[j * 3 + i];
+      back[15] = 1;
+      Multiply(back, base_, toSource);
+      StampCopy(target, source, a, lastR_, b, r, toSource);
+    }
+    for (int k = 0; k < 3; ++k) last_[k] = p[k];
+    lastR_ = r;
+    target.UpdateSurface();
+  }
+
+  bool stamping_ = false;
+  VolumeObject* sourceVolume_ = nullptr;  // compared, read only through Source()
+  uintptr_t sourceId_ = 0;
+  float source_[3] = {}, last_[3] = {}, lastR_ = 0, base_[16] = {};
 };
 
 // --- axial clones and wrap ---
@@ -188,6 +247,24 @@ class CopiesHandler : public VoxelModeHandler {
   bool OnKey(VoxelSculptTool& tool, int key) override {
     if (key != keys::Enter || !tool.Volume() || !tool.Camera()) return false;
     VolumeObject& v = *tool.Volume();
+    if (MergeSurfaceCopies(v, Matrices(tool))) tool.EndEdit(v);
+    placed_ = false;
+    tool.SelectMode(SCULPT_TRANSFORM);
+    return true;
+  }
+  bool DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) override {
+    if (!placed_) return false;
+    Cross(render, ToView(tool, camera, point_), 0xff40c0ffu);
+    if (wrap_ && tool.Settings.PreviewImmediately) DrawCopies(tool, render, camera);
+    render.Flush2D();
+    return true;
+  }
+
+ private:
+  // The copies' matrices in the volume's object space: about the axis along
+  // the view through the placed point (or the volume's centre).
+  std::vector<comms::cMat4> Matrices(VoxelSculptTool& tool) const {
+    VolumeObject& v = *tool.Volume();
     float point[3], axis[3];
     const float view[3] = {tool.Camera()->Forward.x, tool.Camera()->Forward.y, tool.Camera()->Forward.z};
     v.VectorToObject(view, axis);
@@ -198,26 +275,37 @@ class CopiesHandler : public VoxelModeHandler {
       for (int k = 0; k < 3; ++k) point[k] = (v.CellBoundsMin[k] + v.CellBoundsMax[k] + 1) * v.CellSide * 0.5f;
     }
     const VoxelBrushSettings& s = tool.Settings;
+    if (!wrap_) return AxialCloneMatrices(point, axis, std::max(s.NumAxialClones, 1));
     WrapChain chain;
     chain.Twist = s.WrapType == 1;
     chain.Segments = s.WrapSegments;
     chain.StartAngle = s.StartAngle, chain.EndAngle = s.EndAngle;
     chain.Forward = s.ForwardStep, chain.TwistAngle = s.TwistAngle;
-    const auto matrices =
-        wrap_ ? WrapMatrices(chain, point, axis) : AxialCloneMatrices(point, axis, std::max(s.NumAxialClones, 1));
-    if (MergeSurfaceCopies(v, matrices)) tool.EndEdit(v);
-    placed_ = false;
-    tool.SelectMode(SCULPT_TRANSFORM);
-    return true;
+    chain.Overlap = s.SelfOverlap;
+    return WrapMatrices(chain, point, axis);
   }
-  bool DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) override {
-    if (!placed_) return false;
-    Cross(render, ToView(tool, camera, point_), 0xff40c0ffu);
-    render.Flush2D();
-    return true;
+  // Each copy of the volume's box, its twelve edges over the view.
+  void DrawCopies(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) const {
+    VolumeObject& v = *tool.Volume();
+    v.RecomputeCellBounds();
+    if (v.CellBoundsMin[0] > v.CellBoundsMax[0]) return;
+    float lo[3], hi[3];
+    for (int k = 0; k < 3; ++k) lo[k] = v.CellBoundsMin[k] * v.CellSide, hi[k] = (v.CellBoundsMax[k] + 1) * v.CellSide;
+    for (const comms::cMat4& m : Matrices(tool)) {
+      cVec3 corner[8];
+      for (int c = 0; c < 8; ++c) {
+        const cVec3 p = TransformPoint(cVec3(c & 1 ? hi[0] : lo[0], c & 2 ? hi[1] : lo[1], c & 4 ? hi[2] : lo[2]), m);
+        const float object[3] = {p.x, p.y, p.z};
+        corner[c] = ToView(tool, camera, object);
+      }
+      for (int c = 0; c < 8; ++c)
+        for (int bit : {1, 2, 4})
+          if (!(c & bit))
+            render.DrawLine(corner[c].x, corner[c].y, corner[c | bit].x, corner[c | bit].y, 0.f, 0xff40c0ffu,
+                            0xff40c0ffu);
+    }
   }
 
- private:
   bool wrap_;
   bool placed_ = false;
   float point_[3] = {};

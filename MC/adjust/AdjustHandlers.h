@@ -9,6 +9,7 @@
 
 #include "MC/adjust/TransformGizmo.h"
 #include "MC/adjust/TransposeSet.h"
+#include "MC/brushes/DrawnShapeTools.h"
 #include "MC/brushes/VoxelModeHandler.h"
 #include "MC/undo/RowsUndo.h"
 
@@ -62,8 +63,9 @@ class TransformHandler : public VoxelModeHandler {
 };
 
 // SCULPT_TRANSPOSE: a drag on the surface selects vertices by TRN_MODE and
-// MASK_OPACITY; the gizmo at the selection then moves them, blended by their
-// strength. A new selection, and leaving the tool, write the moved surface
+// MASK_OPACITY, or, while the pen draws shapes, every vertex under the drawn
+// shape (fading in over the shape's soft border); the gizmo at the selection
+// then moves them, blended by their strength. A new selection, and leaving the tool, write the moved surface
 // into the voxels (ApplyMC) as one undo record.
 class TransposeHandler : public VoxelModeHandler {
  public:
@@ -80,9 +82,14 @@ class TransposeHandler : public VoxelModeHandler {
  private:
   bool PickObject(VoxelSculptTool& tool, float out[3]) const;
   void Select(VoxelSculptTool& tool);
+  // Selects what lies under the drawn shape, once per symmetry copy.
+  void SelectByShape(VoxelSculptTool& tool);
+  // The gizmo at the selection's centre (or at `at`, object space, when given).
+  void PlaceGizmo(VoxelSculptTool& tool, const float* at);
   void Move(VoxelSculptTool& tool, const comms::cMat4& sceneMatrix);
-  int state_ = 0;  // 0 idle, 1 selecting, 2 dragging the gizmo
+  int state_ = 0;  // 0 idle, 1 selecting, 2 dragging the gizmo, 3 drawing a shape
   bool hasGizmo_ = false;
+  ShapeDrawing drawing_;
   VolumeObject* volume_ = nullptr;  // the volume the selection belongs to
   float a_[3] = {}, b_[3] = {};
   comms::cMat4 total_;  // scene matrix of the moves so far

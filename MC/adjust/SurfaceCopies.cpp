@@ -1,6 +1,7 @@
 // Axial clones, the wrap's chain and the bas-relief (see SurfaceCopies.h).
 #include "MC/adjust/SurfaceCopies.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "MC/mcubes/VolumeObject.h"
@@ -67,9 +68,10 @@ std::vector<cMat4> WrapMatrices(const WrapChain& chain, const float point[3], co
   std::vector<cMat4> out;
   if (chain.Segments < 1) return out;
   const cVec3 p(point[0], point[1], point[2]), a = Unit(axis);
-  const cMat4 step = chain.Twist ? Step(p, a, chain.TwistAngle, chain.Forward)
-                                 : Step(p, a, (chain.EndAngle - chain.StartAngle) / float(chain.Segments),
-                                        chain.Forward);
+  const float keep = 1.f - std::clamp(chain.Overlap, 0.f, 100.f) / 100.f;
+  const cMat4 step = chain.Twist ? Step(p, a, chain.TwistAngle * keep, chain.Forward * keep)
+                                 : Step(p, a, (chain.EndAngle - chain.StartAngle) / float(chain.Segments) * keep,
+                                        chain.Forward * keep);
   cMat4 m = Step(p, a, chain.Twist ? 0.f : chain.StartAngle, 0.f);
   for (int i = 0; i < chain.Segments; ++i) {
     out.push_back(m);

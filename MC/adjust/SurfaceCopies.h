@@ -23,11 +23,13 @@ std::vector<comms::cMat4> AxialCloneMatrices(const float point[3], const float a
 // The wrap's chain: copy 0 turned by `startAngle` about the axis, each next
 // the last times a step. Bend: the step turns by (endAngle - startAngle) /
 // segments degrees and moves `forward` along the axis; twist: it turns by
-// `twistAngle` and moves `forward` along the axis.
+// `twistAngle` and moves `forward` along the axis. With an overlap of p
+// percent the step's turn and move are (1 - p / 100) of that, so each copy
+// covers part of the place of the one before it.
 struct WrapChain {
   bool Twist = false;
   int Segments = 8;
-  float StartAngle = 0, EndAngle = 360, Forward = 0, TwistAngle = 45;
+  float StartAngle = 0, EndAngle = 360, Forward = 0, TwistAngle = 45, Overlap = 0;
 };
 std::vector<comms::cMat4> WrapMatrices(const WrapChain& chain, const float point[3], const float axis[3]);
 

@@ -1,9 +1,12 @@
 // The transpose tool of the voxel room (SCULPT_TRANSPOSE, see AdjustHandlers.h).
+#include <algorithm>
 #include <cmath>
 
 #include "MC/adjust/AdjustHandlers.h"
+#include "MC/brushes/Symmetry.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/VolumeObject.h"
+#include "paint/GeneralPen.h"
 #include "render/Render.h"
 #include "render/Viewer.h"
 
@@ -43,10 +46,17 @@ bool TransposeHandler::OnLMBDown(VoxelSculptTool& tool) {
     state_ = 2;
     return true;
   }
+  const bool byShape = GeneralPen::DrawShape >= kShapeRectangle && GeneralPen::DrawShape <= kShapeSpline;
   float p[3];
-  if (!PickObject(tool, p)) return false;
+  if (!byShape && !PickObject(tool, p)) return false;
   // A new selection: what the last one moved goes into the voxels first.
   Commit(tool);
+  if (byShape) {
+    volume_ = tool.Volume();
+    drawing_.Begin(tool);
+    state_ = 3;
+    return true;
+  }
   tool.Volume()->UpdateSurface();
   volume_ = tool.Volume();
   for (int k = 0; k < 3; ++k) a_[k] = b_[k] = p[k];
@@ -71,7 +81,38 @@ void TransposeHandler::Select(VoxelSculptTool& tool) {
   Selection.SelectWhere(v, [&](const float* p) { return TransposeStrength(mode, p, a_, b_, opacity); });
 }
 
+void TransposeHandler::SelectByShape(VoxelSculptTool& tool) {
+  VolumeObject& v = *tool.Volume();
+  float pick[3], normal[3];
+  ShapePick(v, drawing_.Action(), pick, normal);
+  const ShapeView view = ShapeViewFor(tool, v, drawing_.Shape(), pick);
+  const float opacity = tool.Settings.MASK_OPACITY, soft = ShapeActionSoftBorder();
+  for (const SymmetryCopy& c : SymmetryCopies(GeneralPen::Symmetry, tool.Settings.AxialSymmetry,
+                                               tool.Settings.AxialAxis)) {
+    const ShapeView copy = MirroredView(view, c.M);
+    Selection.SelectWhere(v, [&](const float* p) {
+      return opacity * std::clamp(copy.Distance(drawing_.Shape(), p, copy.S) / soft, 0.f, 1.f);
+    });
+  }
+}
+
+void TransposeHandler::PlaceGizmo(VoxelSculptTool& tool, const float* at) {
+  float c[3];
+  if (at)
+    std::copy(at, at + 3, c);
+  else if (!Selection.Centre(c))
+    return;
+  float s[3];
+  tool.Volume()->PointToScene(c, s);
+  Gizmo.Centre = cVec3(s[0], s[1], s[2]);
+  hasGizmo_ = !Selection.Empty();
+}
+
 bool TransposeHandler::OnMouseMove(VoxelSculptTool& tool) {
+  if (state_ == 3) {
+    drawing_.Add(tool);
+    return true;
+  }
   if (state_ == 2) {
     Move(tool, Gizmo.DragTo(*tool.Camera(), Pointer().X, Pointer().Y));
     return true;
@@ -94,20 +135,23 @@ bool TransposeHandler::OnLMBUp(VoxelSculptTool& tool) {
     state_ = 0;
     return true;
   }
+  if (state_ == 3) {
+    state_ = 0;
+    if (drawing_.End()) {
+      SelectByShape(tool);
+      // The gizmo moves the shape's selection as one: no line to fade along.
+      if (Selection.Centre(a_)) std::copy(a_, a_ + 3, b_);
+      PlaceGizmo(tool, nullptr);
+    }
+    drawing_.Cancel();
+    return true;
+  }
   if (state_ != 1) return false;
   state_ = 0;
   if (tool.Settings.TRN_MODE != TRN_CUSTOM) Select(tool);
-  float c[3];
   const int mode = tool.Settings.TRN_MODE;
   // Line and sphere hold the gizmo at their start, the others at the centre.
-  if (mode == TRN_LINE || mode == TRN_BILINE || mode == TRN_SPHERE)
-    for (int k = 0; k < 3; ++k) c[k] = a_[k];
-  else if (!Selection.Centre(c))
-    return true;
-  float s[3];
-  tool.Volume()->PointToScene(c, s);
-  Gizmo.Centre = cVec3(s[0], s[1], s[2]);
-  hasGizmo_ = !Selection.Empty();
+  PlaceGizmo(tool, mode == TRN_LINE || mode == TRN_BILINE || mode == TRN_SPHERE ? a_ : nullptr);
   return true;
 }
 
@@ -135,6 +179,7 @@ void TransposeHandler::Move(VoxelSculptTool& tool, const cMat4& drag) {
 }
 
 bool TransposeHandler::DrawOverlay(VoxelSculptTool& tool, comms::cRender& render, const comms::cViewer& camera) {
+  if (state_ == 3) return drawing_.DrawOutline(render, camera);
   if (state_ == 1 && tool.Settings.TRN_MODE != TRN_CUSTOM && tool.Settings.TRN_MODE != TRN_OBJECT) {
     float sa[3], sb[3];
     tool.Volume()->PointToScene(a_, sa);

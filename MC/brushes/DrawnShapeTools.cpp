@@ -29,9 +29,12 @@ namespace {
 
 bool IsSplit(int mode) { return mode == SCULPT_CUTNCLONE || mode == SCULPT_RECTSPLIT; }
 
-// The tools whose shape moves the surface rather than adding or cutting.
-bool ExtrudesShape(int mode) {
+// The tools whose shape moves the surface rather than adding or cutting:
+// the voxel tools that swell, and the surface tools that move vertices
+// (smoothing too while the volume is in surface mode).
+bool ExtrudesShape(int mode, bool surfaceMode = false) {
   return mode == SCULP_GROW || mode == SCULPT_ALPGROW || mode == SCULPT_BUILD || mode == SCULPT_EXTRUDE ||
+         mode == SCULP_MOVE || (mode == SCULPT_SMOOTH && surfaceMode) ||
          (IsSurfaceTool(mode) && mode >= SCULPT_DRAW && mode != SCULP_SFREEZE);
 }
 
@@ -46,24 +49,6 @@ void EndEditOf(VoxelSculptTool& tool, const std::vector<VolumeObject*>& volumes)
     return;
   }
   for (VolumeObject* v : volumes) tool.EndEdit(*v);
-}
-
-// The pick in object space: the last one, or the middle of the volume.
-void ObjectPick(VolumeObject& volume, const ShapeAction& a, float pick[3], float normal[3]) {
-  if (a.HasPick) {
-    volume.PointToObject(a.Pick, pick);
-    volume.VectorToObject(a.PickNormal, normal);
-    const float l = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
-    for (int k = 0; k < 3; ++k) normal[k] = l > 1e-12f ? normal[k] / l : (k == 2 ? 1.f : 0.f);
-    return;
-  }
-  volume.RecomputeCellBounds();
-  for (int k = 0; k < 3; ++k) {
-    pick[k] = volume.CellBoundsMin[k] <= volume.CellBoundsMax[k]
-                  ? (volume.CellBoundsMin[k] + volume.CellBoundsMax[k] + 1) * 4.f
-                  : 0.f;
-    normal[k] = k == 2 ? 1.f : 0.f;
-  }
 }
 
 // A cell's plane 8 differs somewhere from plane 0 of its upper neighbours.
@@ -134,11 +119,37 @@ bool HandPieceToMerge(VoxelSculptTool& tool, VolumeObject& piece) {
 
 }  // namespace
 
+void ShapePick(VolumeObject& volume, const ShapeAction& a, float pick[3], float normal[3]) {
+  if (a.HasPick) {
+    volume.PointToObject(a.Pick, pick);
+    volume.VectorToObject(a.PickNormal, normal);
+    const float l = std::sqrt(normal[0] * normal[0] + normal[1] * normal[1] + normal[2] * normal[2]);
+    for (int k = 0; k < 3; ++k) normal[k] = l > 1e-12f ? normal[k] / l : (k == 2 ? 1.f : 0.f);
+    return;
+  }
+  volume.RecomputeCellBounds();
+  for (int k = 0; k < 3; ++k) {
+    pick[k] = volume.CellBoundsMin[k] <= volume.CellBoundsMax[k]
+                  ? (volume.CellBoundsMin[k] + volume.CellBoundsMax[k] + 1) * 4.f
+                  : 0.f;
+    normal[k] = k == 2 ? 1.f : 0.f;
+  }
+}
+
+ShapeView ShapeViewFor(const VoxelSculptTool& tool, VolumeObject& volume, const DrawnShape& shape,
+                       const float pick[3]) {
+  ShapeView view = ShapeView::Of(volume, *tool.Camera(), pick);
+  if (GeneralPen::EnableFarPlane) view.LimitDepth(volume, shape, GeneralPen::ShapeDepthLimit, pick);
+  return view;
+}
+
+float ShapeActionSoftBorder() { return std::max(GeneralPen::ShapeSoftBorder, 4.f); }
+
 bool TakesDrawnShape(int mode) {
   if (IsSplit(mode)) return true;
   if (GeneralPen::DrawShape < kShapeRectangle || GeneralPen::DrawShape > kShapeSpline) return false;
   if (mode >= SCULP_GROW && mode <= SCULP_VXFOLLOW) return true;
-  if (mode == SCULP_HIDE || mode == SCULP_CLHIDE) return true;
+  if (mode == SCULP_HIDE || mode == SCULP_CLHIDE || mode == SCULP_SFREEZE) return true;
   return ExtrudesShape(mode);
 }
 
@@ -167,15 +178,16 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   const comms::cViewer* camera = tool.Camera();
   if (!volume || !camera || !shape.Finished()) return false;
   const int mode = tool.Mode;
+  const bool onSurface = IsSurfaceTool(mode) || (mode == SCULPT_SMOOTH && volume->SurfaceMode);
   // What the surface holds of an earlier surface edit goes to the voxels first.
-  if (mode != SCULPT_TRANSPOSE && !IsSurfaceTool(mode) && volume->SurfaceChanged)
+  if (mode != SCULPT_TRANSPOSE && !onSurface && volume->SurfaceChanged)
     WriteSurfaceIntoVoxels(*volume, volume->SurfaceMode);
   float pick[3], normal[3];
-  ObjectPick(*volume, action, pick, normal);
-  const ShapeView view = ShapeView::Of(*volume, *camera, pick);
+  ShapePick(*volume, action, pick, normal);
+  const ShapeView view = ShapeViewFor(tool, *volume, shape, pick);
   const std::vector<SymmetryCopy> copies = CopiesOf(tool);
   const bool invert = mode == SCULPT_RASPFILE ? !action.Invert : action.Invert;
-  const float softBorder = std::max(GeneralPen::ShapeSoftBorder, 4.f);
+  const float softBorder = ShapeActionSoftBorder();
 
   ShapeCutParams cut;
   cut.InvertRegion = action.InvertRegion;
@@ -235,13 +247,23 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     tool.SelectMode(SCULP_MERGE);
     return true;
   }
-  if (ExtrudesShape(mode)) {
+  if (mode == SCULP_SFREEZE) {
+    ShapeFreezeParams f;
+    f.SoftBorder = softBorder;
+    f.Accumulate = tool.Settings.AsAirbrush;
+    f.Thaw = invert;
+    int changed = 0;
+    for (const SymmetryCopy& c : copies) changed += ShapeFreeze(*volume, shape, MirroredView(view, c.M), f);
+    if (changed) tool.EndEdit(*volume);
+    return true;
+  }
+  if (ExtrudesShape(mode, volume->SurfaceMode)) {
     ShapeExtrudeParams e;
     e.Displacement = GeneralPen::PenRadius * view.S * GeneralPen::DeepDegree * (invert ? -1.f : 1.f);
     e.Direction = tool.Settings.ExtrudeDir;
     e.SoftBorder = softBorder;
     for (const SymmetryCopy& c : copies) ShapeExtrude(*volume, shape, MirroredView(view, c.M), e);
-    if (!IsSurfaceTool(mode)) WriteSurfaceIntoVoxels(*volume, false);
+    if (!onSurface) WriteSurfaceIntoVoxels(*volume, false);
     tool.EndEdit(*volume);
     return true;
   }
@@ -269,6 +291,58 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
   }
   tool.EndEdit(*volume);
   return true;
+}
+
+void ShapeDrawing::Begin(VoxelSculptTool& tool) {
+  const ToolPointer& ptr = Pointer();
+  shape_.Kind = DrawnShapeKindFor(tool.Mode);
+  shape_.BorderStyle = tool.Settings.BorderStyle;
+  shape_.Clear();
+  shape_.Add(ptr.X, ptr.Y);
+  action_ = ShapeAction();
+  action_.Invert = tool.Settings.InvertToolAction[tool.Mode] != ptr.Ctrl;
+  action_.InvertRegion = ptr.Shift;
+  NotePick(tool, ptr.X, ptr.Y);
+  drawing_ = true;
+}
+
+void ShapeDrawing::Add(VoxelSculptTool& tool) {
+  if (!drawing_) return;
+  const ToolPointer& ptr = Pointer();
+  shape_.Add(ptr.X, ptr.Y);
+  if (!action_.HasPick) NotePick(tool, ptr.X, ptr.Y);
+}
+
+bool ShapeDrawing::End() {
+  if (!drawing_) return false;
+  drawing_ = false;
+  return shape_.Finish();
+}
+
+void ShapeDrawing::Cancel() {
+  drawing_ = false;
+  shape_.Clear();
+}
+
+bool ShapeDrawing::DrawOutline(comms::cRender& render, const comms::cViewer& camera) const {
+  if (!drawing_ || shape_.Points().size() < 2) return false;
+  const std::vector<DrawnShape::Point> outline = shape_.Outline();
+  const float ox = camera.ViewRect.left, oy = camera.ViewRect.top;
+  const uint32_t colour = 0xffffc040u;
+  for (size_t i = 0; i < outline.size(); ++i) {
+    const DrawnShape::Point& a = outline[i];
+    const DrawnShape::Point& b = outline[(i + 1) % outline.size()];
+    render.DrawLine(a[0] - ox, a[1] - oy, b[0] - ox, b[1] - oy, 0.f, colour, colour);
+  }
+  return true;
+}
+
+void ShapeDrawing::NotePick(VoxelSculptTool& tool, float x, float y) {
+  PenPoint pen;
+  if (!tool.PenAt(x, y, pen)) return;
+  action_.HasPick = true;
+  std::copy(pen.P, pen.P + 3, action_.Pick);
+  std::copy(pen.N, pen.N + 3, action_.PickNormal);
 }
 
 bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
@@ -336,60 +410,27 @@ namespace {
 class DrawnShapeHandler final : public VoxelModeHandler {
  public:
   bool OnLMBDown(VoxelSculptTool& tool) override {
-    const ToolPointer& ptr = Pointer();
-    shape_.Kind = DrawnShapeKindFor(tool.Mode);
-    shape_.BorderStyle = tool.Settings.BorderStyle;
-    shape_.Clear();
-    shape_.Add(ptr.X, ptr.Y);
-    action_ = ShapeAction();
-    action_.Invert = tool.Settings.InvertToolAction[tool.Mode] != ptr.Ctrl;
-    action_.InvertRegion = ptr.Shift;
-    NotePick(tool, ptr.X, ptr.Y);
-    drawing_ = true;
+    drawing_.Begin(tool);
     return true;
   }
   bool OnMouseMove(VoxelSculptTool& tool) override {
-    if (!drawing_) return false;
-    const ToolPointer& ptr = Pointer();
-    shape_.Add(ptr.X, ptr.Y);
-    if (!action_.HasPick) NotePick(tool, ptr.X, ptr.Y);
+    if (!drawing_.Drawing()) return false;
+    drawing_.Add(tool);
     return true;
   }
   bool OnLMBUp(VoxelSculptTool& tool) override {
-    if (!drawing_) return false;
-    drawing_ = false;
-    if (shape_.Finish()) ActOnDrawnShape(tool, shape_, action_);
-    shape_.Clear();
+    if (!drawing_.Drawing()) return false;
+    if (drawing_.End()) ActOnDrawnShape(tool, drawing_.Shape(), drawing_.Action());
+    drawing_.Cancel();
     return true;
   }
-  void Deactivate(VoxelSculptTool&) override {
-    drawing_ = false;
-    shape_.Clear();
-  }
+  void Deactivate(VoxelSculptTool&) override { drawing_.Cancel(); }
   bool DrawOverlay(VoxelSculptTool&, comms::cRender& render, const comms::cViewer& camera) override {
-    if (!drawing_ || shape_.Points().size() < 2) return false;
-    const std::vector<DrawnShape::Point> outline = shape_.Outline();
-    const float ox = camera.ViewRect.left, oy = camera.ViewRect.top;
-    const uint32_t colour = 0xffffc040u;
-    for (size_t i = 0; i < outline.size(); ++i) {
-      const DrawnShape::Point& a = outline[i];
-      const DrawnShape::Point& b = outline[(i + 1) % outline.size()];
-      render.DrawLine(a[0] - ox, a[1] - oy, b[0] - ox, b[1] - oy, 0.f, colour, colour);
-    }
-    return true;
+    return drawing_.DrawOutline(render, camera);
   }
 
  private:
-  void NotePick(VoxelSculptTool& tool, float x, float y) {
-    PenPoint pen;
-    if (!tool.PenAt(x, y, pen)) return;
-    action_.HasPick = true;
-    std::copy(pen.P, pen.P + 3, action_.Pick);
-    std::copy(pen.N, pen.N + 3, action_.PickNormal);
-  }
-  DrawnShape shape_;
-  ShapeAction action_;
-  bool drawing_ = false;
+  ShapeDrawing drawing_;
 };
 
 // "Hide" and cell hiding by stroke: each frame's pen segment, once per

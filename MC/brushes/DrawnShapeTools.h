@@ -8,12 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "MC/brushes/ShapeView.h"
 #include "paint/stroke/DrawnShape.h"
 
 class VoxelSculptTool;
 class VolumeObject;
 class VoxVisualTree;
 class VoxTreeBranch;
+namespace comms {
+class cRender;
+class cViewer;
+}
 
 // The handler slot of the drawn-shape input: the sculpt tool hands its events
 // there instead of to the mode's own handler while TakesDrawnShape holds.
@@ -36,6 +41,43 @@ struct ShapeAction {
   float PickNormal[3] = {0, 0, 1};
   int Threads = 0;
 };
+
+// A shape drawn by press, drag and release over the view, its outline drawn
+// while the drag lasts: the input of the drawn-shape tools, and of the
+// transpose tool's selection by shape.
+class ShapeDrawing {
+ public:
+  // A press at the pointer starts a shape of the kind `mode` draws; the
+  // invert modifier and the region's swap are read here.
+  void Begin(VoxelSculptTool& tool);
+  // The pointer moved: one more point (and the pick, until one is found).
+  void Add(VoxelSculptTool& tool);
+  // The release: true when the shape encloses something; Shape() and
+  // Action() then hold it until the next Begin.
+  bool End();
+  void Cancel();
+  bool Drawing() const { return drawing_; }
+  const DrawnShape& Shape() const { return shape_; }
+  const ShapeAction& Action() const { return action_; }
+  // The outline while drawing; false when there is nothing to draw.
+  bool DrawOutline(comms::cRender& render, const comms::cViewer& camera) const;
+
+ private:
+  void NotePick(VoxelSculptTool& tool, float x, float y);
+  DrawnShape shape_;
+  ShapeAction action_;
+  bool drawing_ = false;
+};
+
+// The place a drawn shape is measured at, in the volume's object space: the
+// action's pick, or the middle of the volume without one.
+void ShapePick(VolumeObject& volume, const ShapeAction& action, float pick[3], float normal[3]);
+// The view of the tool's camera on `volume` for a drawn shape: s measured at
+// `pick`, and the pen's depth limit when its far plane is on.
+ShapeView ShapeViewFor(const VoxelSculptTool& tool, VolumeObject& volume, const DrawnShape& shape,
+                       const float pick[3]);
+// The soft border of a shape's action: the pen's, at least 4 pixels.
+float ShapeActionSoftBorder();
 
 // Acts once with the finished shape in the tool's current mode, on the tool's
 // volume seen through its camera, once per symmetry copy; closes the edit

@@ -2,14 +2,17 @@
 #include "MC/brushes/ShapeActions.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <tuple>
+#include <unordered_map>
 #include <vector>
 
 #include "ClassEngine/Random.h"
 #include "ClassEngine/Threader.h"
 #include "MC/brushes/ApplyField.h"
 #include "MC/brushes/CellJobs.h"
+#include "MC/brushes/SurfacePatch.h"
 #include "MC/brushes/VoxelBrushSettings.h"
 #include "MC/mcubes/VolumeObject.h"
 
@@ -67,8 +70,10 @@ int HideCellsInShape(VolumeObject& source, const DrawnShape& shape, const ShapeV
   for (size_t i = 0; i < cells.Keys.size(); ++i) {
     const CellKey& k = cells.Keys[i];
     const float centre[3] = {k.x * 8.f + 4, k.y * 8.f + 4, k.z * 8.f + 4};
-    float d = cells.Whole[i] ? 1.f : view.Distance(shape, centre);
+    float d = 1.f, px, py;
+    if (!cells.Whole[i]) d = view.Project(centre, px, py) ? shape.Distance(px, py) : -1000.f;
     if (p.InvertRegion && !cells.Whole[i]) d = -d;
+    d = std::min(d, view.DepthCap(centre, 0.01f));
     if (d <= 0) continue;
     source.SaveUndoCopy(k.x, k.y, k.z);
     VoxelCell* c = *source.Cells.Find(k.x, k.y, k.z);
@@ -114,12 +119,14 @@ int CutByShape(VolumeObject& source, const DrawnShape& shape, const ShapeView& v
                 } else {
                   float px, py;
                   if (view.Project(pt, px, py)) {
-                    ds = shape.Distance(px, py) * s;
+                    ds = shape.Distance(px, py);
                     if (p.InvertRegion) ds = -ds;
                   } else {
-                    ds = p.InvertRegion ? 1000.f * s : -1000.f * s;
+                    ds = p.InvertRegion ? 1000.f : -1000.f;
                   }
                 }
+                // The depth limit holds whichever side of the shape is cut.
+                ds = std::min(ds, view.DepthCap(pt, s)) * s;
                 float remain = 0.5f - 0.2f * (ds - p.Offset);
                 if (p.KeepBehindPlane) {
                   const float d[3] = {pt[0] - p.PlanePoint[0], pt[1] - p.PlanePoint[1], pt[2] - p.PlanePoint[2]};
@@ -170,7 +177,8 @@ class ShapeSolidField final : public BrushField {
     const float d[3] = {x - c_[0], y - c_[1], z - c_[2]};
     const float c = Dot(d, n_);
     const float q[3] = {x - n_[0] * c, y - n_[1] * c, z - n_[2] * c};
-    const float e = view_.Distance(shape_, q) * view_.S;
+    const float p[3] = {x, y, z};
+    const float e = std::min(view_.Distance(shape_, q, view_.S), view_.DepthCap(p, view_.S)) * view_.S;
     float v;
     if (p_.BorderStyle == voBorderPlane)
       v = std::min(0.5f - 0.2f * (std::fabs(c - r_) - r_), 0.5f + 0.2f * e);
@@ -198,7 +206,7 @@ class ShapeSolidField final : public BrushField {
 bool FindShapeCentre(const DrawnShape& shape, const ShapeView& view, const float pick[3], const float n[3],
                      Random& rnd, float centre[3]) {
   for (int a = 0; a < 3; ++a) centre[a] = pick[a];
-  if (view.Distance(shape, pick) > 0) return true;
+  if (view.Distance(shape, pick, view.S) > 0) return true;
   // T and B across n.
   float t[3];
   const float* other = std::fabs(n[0]) < 0.9f ? view.Side : view.Up;
@@ -212,7 +220,7 @@ bool FindShapeCentre(const DrawnShape& shape, const ShapeView& view, const float
   for (int i = 0; i < 1500; ++i, r += 0.5f) {
     const float u = r * (rnd.Next() - 16384) / 16384.f, v = r * (rnd.Next() - 16384) / 16384.f;
     const float q[3] = {pick[0] + t[0] * u + b[0] * v, pick[1] + t[1] * u + b[1] * v, pick[2] + t[2] * u + b[2] * v};
-    if (view.Distance(shape, q) > 0) {
+    if (view.Distance(shape, q, view.S) > 0) {
       for (int a = 0; a < 3; ++a) centre[a] = q[a];
       return true;
     }
@@ -253,6 +261,80 @@ int ShapeSolid(VolumeObject& volume, const DrawnShape& shape, const ShapeView& v
   return ApplyField(volume, field, box, o);
 }
 
+namespace {
+
+// A vertex's lattice edge as one word, for vertices on a cell face.
+uint64_t GlobalEdge(const CellKey& k, uint16_t code) {
+  const int x = code % 9 + 8 * k.x, y = (code / 9) % 9 + 8 * k.y, z = (code / 81) % 9 + 8 * k.z;
+  return ((uint64_t)((x + 0x80000) & 0xFFFFF) | (uint64_t)((y + 0x80000) & 0xFFFFF) << 20 |
+          (uint64_t)((z + 0x80000) & 0xFFFFF) << 40 | (uint64_t)(code / 729) << 60);
+}
+
+// New normals for the vertices of the moved cells, from the triangles around
+// them: a vertex on a cell face sums the triangles of every cell that holds
+// a copy of it (the moved cells and their neighbours), so every moved copy
+// gets the same normal and the seam stays unseen. The freeze stays in the
+// length. In surface mode nothing extracts these cells again, so without
+// this the moved walls would keep the light of the surface they left.
+void RecomputeMovedNormals(VolumeObject& volume, const std::vector<CellKey>& moved) {
+  CellKeyMap<int> isMoved(1031), around(4099);
+  for (const CellKey& k : moved) isMoved.Set(k.x, k.y, k.z, 1);
+  std::vector<CellKey> cells;
+  for (const CellKey& k : moved)
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx)
+          if (!around.Find(k.x + dx, k.y + dy, k.z + dz)) {
+            around.Set(k.x + dx, k.y + dy, k.z + dz, 1);
+            cells.push_back({k.x + dx, k.y + dy, k.z + dz});
+          }
+  std::unordered_map<uint64_t, std::array<float, 3>> shared;
+  std::vector<std::vector<float>> own(moved.size());
+  std::vector<float> sum;
+  for (const CellKey& k : cells) {
+    VoxelCell** found = volume.Cells.Find(k.x, k.y, k.z);
+    const CellSurface* s = found ? (*found)->Surface : nullptr;
+    if (!s || !s->Vertices.Count) continue;
+    sum.assign(size_t(s->Vertices.Count) * 3, 0.f);
+    for (int t = 0; t + 2 < s->Indices.Count; t += 3) {
+      const int i[3] = {s->Indices[t], s->Indices[t + 1], s->Indices[t + 2]};
+      const float* p0 = s->Vertices[i[0]].Pos;
+      const float* p1 = s->Vertices[i[1]].Pos;
+      const float* p2 = s->Vertices[i[2]].Pos;
+      const float e1[3] = {p1[0] - p0[0], p1[1] - p0[1], p1[2] - p0[2]};
+      const float e2[3] = {p2[0] - p0[0], p2[1] - p0[1], p2[2] - p0[2]};
+      // Twice the area, along the outward normal.
+      const float f[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]};
+      for (int v : i)
+        for (int a = 0; a < 3; ++a) sum[size_t(v) * 3 + a] += f[a];
+    }
+    for (int v = 0; v < s->Vertices.Count; ++v) {
+      const uint16_t code = s->Vertices[v].BorderCode;
+      if (code == kNoBorder) continue;
+      std::array<float, 3>& e = shared.try_emplace(GlobalEdge(k, code), std::array<float, 3>{0, 0, 0}).first->second;
+      for (int a = 0; a < 3; ++a) e[a] += sum[size_t(v) * 3 + a];
+    }
+    if (isMoved.Find(k.x, k.y, k.z))
+      for (size_t m = 0; m < moved.size(); ++m)
+        if (moved[m] == k) own[m] = sum;
+  }
+  for (size_t m = 0; m < moved.size(); ++m) {
+    CellSurface* s = (*volume.Cells.Find(moved[m].x, moved[m].y, moved[m].z))->Surface;
+    for (int v = 0; v < s->Vertices.Count; ++v) {
+      MCVertex& vertex = s->Vertices[v];
+      const float* n = vertex.BorderCode == kNoBorder ? &own[m][size_t(v) * 3]
+                                                      : shared[GlobalEdge(moved[m], vertex.BorderCode)].data();
+      const float l = std::sqrt(Dot(n, n));
+      if (l <= 0) continue;
+      // Stored pointing into the solid, its length carrying the freeze.
+      const float scale = -(1.f + (float)vertex.Freeze / 65536.f) / l;
+      for (int a = 0; a < 3; ++a) vertex.Normal[a] = n[a] * scale;
+    }
+  }
+}
+
+}  // namespace
+
 int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeExtrudeParams& p) {
   std::array<float, 4> area = shape.Box();
   area[0] -= 10, area[1] -= 10, area[2] += 10, area[3] += 10;
@@ -271,7 +353,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
             [](const CellKey& a, const CellKey& b) { return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x); });
   // Each vertex's weight from its distance into the shape.
   auto weightOf = [&](const MCVertex& v) {
-    const float d = view.Distance(shape, v.Pos);
+    const float d = view.Distance(shape, v.Pos, view.S);
     return std::clamp(d / soft, 0.f, 1.f);
   };
   float dir[3] = {toEye[0], toEye[1], toEye[2]};
@@ -293,7 +375,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     if (l > 1e-12f)
       for (int a = 0; a < 3; ++a) dir[a] = sum[a] / l;
   }
-  int moved = 0;
+  std::vector<CellKey> moved;
   for (const CellKey& k : keys) {
     VoxelCell* cell = *volume.Cells.Find(k.x, k.y, k.z);
     CellSurface* s = cell->Surface;
@@ -321,7 +403,47 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     }
     volume.SurfaceChanged = true;
     volume.MarkDirty(k.x, k.y, k.z, true);
-    ++moved;
+    moved.push_back(k);
   }
-  return moved;
+  RecomputeMovedNormals(volume, moved);
+  return (int)moved.size();
+}
+
+int ShapeFreeze(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeFreezeParams& p) {
+  const float soft = std::max(p.SoftBorder, 1e-3f);
+  std::vector<CellKey> keys;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!(c->Flags & kCellHidden) && c->Surface && c->Surface->Vertices.Count) keys.push_back(k);
+  });
+  std::sort(keys.begin(), keys.end(),
+            [](const CellKey& a, const CellKey& b) { return std::tie(a.z, a.y, a.x) < std::tie(b.z, b.y, b.x); });
+  int changed = 0;
+  for (const CellKey& k : keys) {
+    CellSurface* s = (*volume.Cells.Find(k.x, k.y, k.z))->Surface;
+    bool touched = false;
+    for (int i = 0; i < s->Vertices.Count; ++i) {
+      MCVertex& v = s->Vertices[i];
+      const float w = std::clamp(view.Distance(shape, v.Pos, view.S) / soft, 0.f, 1.f);
+      if (w <= 0) continue;
+      const int value = (int)(65535.f * w);
+      int f = v.Freeze;
+      if (!p.Thaw)
+        f = p.Accumulate ? f + value : std::max(f, value);
+      else
+        f = p.Accumulate ? f - value : std::min(f, 65535 - value);
+      f = std::clamp(f, 0, 65535);
+      if (f == v.Freeze) continue;
+      if (!touched) {
+        TouchCellSurface(volume, k.x, k.y, k.z);
+        touched = true;
+        ++changed;
+      }
+      const float l = std::sqrt(Dot(v.Normal, v.Normal));
+      const float scale = (1.f + (float)f / 65536.f) / (l > 1e-20f ? l : 1.f);
+      for (float& c : v.Normal) c *= scale;
+      v.Freeze = (uint16_t)f;
+    }
+    if (touched) volume.MarkDirty(k.x, k.y, k.z, true);
+  }
+  return changed;
 }

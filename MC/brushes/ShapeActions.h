@@ -72,7 +72,22 @@ struct ShapeExtrudeParams {
   float Frame[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 };
 
-// Moves the surface's vertices under the shape; the edit stays on the
-// surface (SurfaceChanged, OldVertices) until ApplyMC writes it into the
-// voxels. Returns the cells moved.
+// Moves the surface's vertices under the shape and gives the moved cells'
+// vertices new normals from their triangles (joined across cell faces); the
+// edit stays on the surface (SurfaceChanged, OldVertices) until ApplyMC
+// writes it into the voxels. Returns the cells moved.
 int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeExtrudeParams& p);
+
+struct ShapeFreezeParams {
+  float SoftBorder = 3.f;
+  // Adds to each vertex's freeze (clamped) instead of raising it to the brush value.
+  bool Accumulate = false;
+  // The inverted action: lowers the freeze, or with Accumulate subtracts.
+  bool Thaw = false;
+};
+
+// SCULP_SFREEZE's rule under a drawn shape: each visible vertex whose
+// weight w = clamp(d / SoftBorder, 0, 1) is positive takes the freeze
+// 65535 w (the higher of it and its own, or added), carried in the length of
+// its normal. Cells keep their undo copies. Returns the cells changed.
+int ShapeFreeze(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeFreezeParams& p);

@@ -57,10 +57,40 @@ bool ShapeView::Project(const float p[3], float& x, float& y) const {
   return true;
 }
 
-float ShapeView::Distance(const DrawnShape& shape, const float p[3]) const {
+float ShapeView::Distance(const DrawnShape& shape, const float p[3], float k) const {
   float x, y;
   if (!Project(p, x, y)) return -1000.f;
-  return shape.Distance(x, y);
+  return std::min(shape.Distance(x, y), DepthCap(p, k));
+}
+
+float ShapeView::DepthCap(const float p[3], float k) const {
+  if (!DepthLimited) return 1e30f;
+  const float z = p[0] * Depth[0] + p[1] * Depth[1] + p[2] * Depth[2] + Depth[3];
+  return (DepthLimit - z) / std::max(k, 1e-6f);
+}
+
+void ShapeView::LimitDepth(const VolumeObject& volume, const DrawnShape& shape, float limit, const float fallback[3]) {
+  const std::array<float, 4> area = shape.Box();
+  float front = 1e30f;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell* const& c) {
+    if ((c->Flags & kCellHidden) || !c->Surface || !c->Surface->Vertices.Count) return;
+    std::array<float, 4> box;
+    if (CellBox(k.x, k.y, k.z, box) &&
+        (box[2] < area[0] || box[0] > area[2] || box[3] < area[1] || box[1] > area[3]))
+      return;
+    const CellSurface& s = *c->Surface;
+    for (int i = 0; i < s.Vertices.Count; ++i) {
+      const float* p = s.Vertices[i].Pos;
+      float x, y;
+      if (!Project(p, x, y) || shape.Distance(x, y) <= 0) continue;
+      front = std::min(front, p[0] * ViewDir[0] + p[1] * ViewDir[1] + p[2] * ViewDir[2]);
+    }
+  });
+  if (front == 1e30f) front = fallback[0] * ViewDir[0] + fallback[1] * ViewDir[1] + fallback[2] * ViewDir[2];
+  DepthLimited = true;
+  DepthLimit = limit;
+  for (int a = 0; a < 3; ++a) Depth[a] = ViewDir[a];
+  Depth[3] = -front;
 }
 
 bool ShapeView::CellBox(int cx, int cy, int cz, std::array<float, 4>& box) const {
@@ -82,6 +112,8 @@ ShapeView MirroredView(const ShapeView& view, const float m[9]) {
   auto turn = [&](const float in[3], float out[3]) {
     for (int j = 0; j < 3; ++j) out[j] = in[0] * m[j] + in[1] * m[3 + j] + in[2] * m[6 + j];
   };
+  // The mirrored point's depth is the depth of the point it mirrors.
+  for (int i = 0; i < 3; ++i) v.Depth[i] = m[i * 3] * view.Depth[0] + m[i * 3 + 1] * view.Depth[1] + m[i * 3 + 2] * view.Depth[2];
   turn(view.ViewDir, v.ViewDir);
   turn(view.Side, v.Side);
   turn(view.Up, v.Up);

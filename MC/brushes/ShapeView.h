@@ -23,13 +23,28 @@ struct ShapeView {
   float Side[3] = {1, 0, 0}, Up[3] = {0, 1, 0};
   // Object units per pixel at the pick.
   float S = 1.f;
+  // The depth limit: with DepthLimited, a point lying z object units behind
+  // the reference depth (z = p . Depth + Depth[3], along the view) reads at
+  // most (DepthLimit - z) / k, so the shape reaches DepthLimit units deep.
+  bool DepthLimited = false;
+  float DepthLimit = 30.f;
+  float Depth[4] = {0, 0, -1, 0};
 
   // The view of `camera` on `volume`, with s measured at `pick` (object space).
   static ShapeView Of(const VolumeObject& volume, const comms::cViewer& camera, const float pick[3]);
   // Pixel of an object-space point; false when it lies behind the camera.
   bool Project(const float p[3], float& x, float& y) const;
-  // The shape's distance at a point, in pixels: -1000 behind the camera.
-  float Distance(const DrawnShape& shape, const float p[3]) const;
+  // The shape's distance at a point, in pixels: -1000 behind the camera;
+  // past the depth limit at most (DepthLimit - z) / k, k being the caller's
+  // scale (object units per pixel where the distance is scaled by S).
+  float Distance(const DrawnShape& shape, const float p[3], float k) const;
+  // What the depth limit allows at a point, for the caller's scale k: a very
+  // large number without a limit.
+  float DepthCap(const float p[3], float k) const;
+  // Limits the depth: the reference is the front of the volume's visible
+  // surface under the shape (the nearest vertex the shape covers along the
+  // view), or `fallback` (object space) when the shape covers none.
+  void LimitDepth(const VolumeObject& volume, const DrawnShape& shape, float limit, const float fallback[3]);
   // The screen box of the cell (cx, cy, cz); false when a corner lies behind
   // the camera (the box is then unknown and taken as meeting everything).
   bool CellBox(int cx, int cy, int cz, std::array<float, 4>& box) const;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "ClassEngine/Threader.h"
 #include "MC/mcubes/VolumeObject.h"
 
 namespace {
@@ -59,7 +60,39 @@ void TouchCellSurface(VolumeObject& volume, int cx, int cy, int cz) {
   volume.SurfaceChanged = true;
 }
 
-bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radius) {
+namespace {
+
+// A lattice edge's identity as one word (20 bits a coordinate, 0 kept for "none").
+uint64_t EdgeKey(int x, int y, int z, int axis) {
+  return ((uint64_t)((x + 0x80000) & 0xFFFFF) | (uint64_t)((y + 0x80000) & 0xFFFFF) << 20 |
+          (uint64_t)((z + 0x80000) & 0xFFFFF) << 40 | (uint64_t)axis << 60) + 1;
+}
+
+size_t MixKey(uint64_t k) {
+  k ^= k >> 33;
+  k *= 0xff51afd7ed558ccdull;
+  k ^= k >> 33;
+  return (size_t)k;
+}
+
+// A surface cell of the patch and where its vertices and triangle corners
+// start in the patch's running lists.
+struct PatchCell {
+  VoxelCell* Cell;
+  CellKey Key;
+  int FirstVertex;
+  int FirstIndex;
+};
+
+// The weld's lists of one thread.
+struct WeldScratch {
+  std::vector<uint64_t> Edge, Keys;
+  std::vector<int> Local, Source, Values;
+};
+
+}  // namespace
+
+bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radius, int threads) {
   Vertices.clear();
   Indices.clear();
   refs_.clear();
@@ -73,57 +106,125 @@ bool SurfacePatch::Build(VolumeObject& volume, const float center[3], float radi
     hi[a] = (int)std::floor((center[a] + radius + 4.f) / 8.f);
     if (!(hi[a] - lo[a] + 1 + 2 < kMaxCellsPerAxis + 1)) return false;
   }
-  WeldedMeshBuilder weld;  // only its edge map: which vertex a lattice edge has
-  std::vector<int> local;
+  std::vector<PatchCell> cells;
+  int cellVertices = 0, corners = 0;
   for (int cz = lo[2]; cz <= hi[2]; ++cz)
     for (int cy = lo[1]; cy <= hi[1]; ++cy)
       for (int cx = lo[0]; cx <= hi[0]; ++cx) {
         VoxelCell** found = volume.Cells.Find(cx, cy, cz);
         if (!found) continue;
         VoxelCell* cell = *found;
-        CellSurface* s = cell->Surface;
+        const CellSurface* s = cell->Surface;
         if (!s || !s->Vertices.Count || (cell->Flags & kCellHidden)) continue;
-        const bool hasOld = s->OldVertices.Count == s->Vertices.Count;
-        local.assign(s->Vertices.Count, -1);
-        for (int i = 0; i < s->Vertices.Count; ++i) {
-          const MCVertex& m = s->Vertices[i];
-          int gx = 0, gy = 0, gz = 0, axis = 0;
-          if (m.BorderCode != kNoBorder) {
-            gx = m.BorderCode % 9 + 8 * cx;
-            gy = (m.BorderCode / 9) % 9 + 8 * cy;
-            gz = (m.BorderCode / 81) % 9 + 8 * cz;
-            axis = m.BorderCode / 729;
-            const int known = weld.FindEdge(gx, gy, gz, axis);
-            if (known >= 0) {
-              local[i] = known;
-              AddRef(known, {cell, i, {cx, cy, cz}});
-              continue;
-            }
-          }
-          PatchVertex v;
-          std::memcpy(v.Pos, m.Pos, sizeof v.Pos);
-          Outward(m.Normal, v.Normal);
-          const MCVertex& o = hasOld ? s->OldVertices[i] : m;
-          std::memcpy(v.OldPos, o.Pos, sizeof v.OldPos);
-          Outward(o.Normal, v.OldNormal);
-          v.Freeze = m.Freeze;
-          local[i] = (int)Vertices.size();
-          if (m.BorderCode != kNoBorder) weld.AddEdge(gx, gy, gz, axis, local[i]);
-          Vertices.push_back(v);
-          refHead_.push_back(-1);
-          AddRef(local[i], {cell, i, {cx, cy, cz}});
-        }
-        for (int i = 0; i + 2 < s->Indices.Count; i += 3)
-          for (int k = 0; k < 3; ++k) Indices.push_back((uint32_t)local[s->Indices[i + k]]);
+        cells.push_back({cell, {cx, cy, cz}, cellVertices, corners});
+        cellVertices += s->Vertices.Count;
+        corners += s->Indices.Count / 3 * 3;
       }
-  original_ = Vertices;
-  return !Vertices.empty();
-}
+  if (cells.empty()) return false;
 
-void SurfacePatch::AddRef(int vertex, const CellRef& r) {
-  refNext_.push_back(refHead_[vertex]);
-  refHead_[vertex] = (int)refs_.size();
-  refs_.push_back(r);
+  // The identity of the lattice edge of each cell vertex on a cell face (0
+  // for the others), on the workers. The scratch lists live as long as the
+  // thread, so a dab does not fault in fresh pages for them.
+  // (The workers reach them through these references: a thread_local named
+  // inside the lambda would be the worker's own.)
+  thread_local WeldScratch scratch;
+  std::vector<uint64_t>& edge = scratch.Edge;
+  std::vector<uint64_t>& keys = scratch.Keys;
+  std::vector<int>& local = scratch.Local;
+  std::vector<int>& source = scratch.Source;
+  std::vector<int>& values = scratch.Values;
+  edge.resize((size_t)cellVertices);
+  ParallelRange(
+      0, (int)cells.size(),
+      [&](int first, int last) {
+        for (int c = first; c < last; ++c) {
+          const PatchCell& pc = cells[c];
+          const CellSurface* s = pc.Cell->Surface;
+          for (int i = 0; i < s->Vertices.Count; ++i) {
+            const int code = s->Vertices[i].BorderCode;
+            edge[(size_t)pc.FirstVertex + i] =
+                code == kNoBorder ? 0
+                                  : EdgeKey(code % 9 + 8 * pc.Key.x, (code / 9) % 9 + 8 * pc.Key.y,
+                                            (code / 81) % 9 + 8 * pc.Key.z, code / 729);
+          }
+        }
+      },
+      threads);
+
+  // The weld, in cell order, so the patch's vertices come in the same order
+  // whatever the thread count: a face vertex whose edge already has a patch
+  // vertex becomes one more cell copy of it.
+  size_t faceVertices = 0;
+  for (size_t r = 0; r < (size_t)cellVertices; ++r) faceVertices += edge[r] != 0;
+  size_t slots = 64;
+  while (slots < faceVertices * 2) slots *= 2;
+  keys.assign(slots, 0);
+  values.resize(slots);
+  const size_t mask = slots - 1;
+  local.resize((size_t)cellVertices);
+  source.clear();
+  refHead_.clear();
+  refs_.resize((size_t)cellVertices);
+  refNext_.resize((size_t)cellVertices);
+  for (const PatchCell& pc : cells) {
+    const int count = pc.Cell->Surface->Vertices.Count;
+    for (int i = 0; i < count; ++i) {
+      const size_t r = (size_t)pc.FirstVertex + i;
+      refs_[r] = {pc.Cell, i, pc.Key};
+      int vertex = -1;
+      size_t slot = 0;
+      if (edge[r]) {
+        for (slot = MixKey(edge[r]) & mask; keys[slot] && keys[slot] != edge[r]; slot = (slot + 1) & mask) {
+        }
+        if (keys[slot]) vertex = values[slot];
+      }
+      if (vertex < 0) {
+        vertex = (int)source.size();
+        source.push_back((int)r);
+        refHead_.push_back(-1);
+        if (edge[r]) keys[slot] = edge[r], values[slot] = vertex;
+      }
+      local[r] = vertex;
+      refNext_[r] = refHead_[vertex];
+      refHead_[vertex] = (int)r;
+    }
+  }
+
+  // The patch's vertices from their first cell copy, and the triangles
+  // through the weld, each in stretches of their own, on the workers.
+  Vertices.resize(source.size());
+  ParallelRange(
+      0, (int)source.size(),
+      [&](int first, int last) {
+        for (int v = first; v < last; ++v) {
+          const CellRef& ref = refs_[(size_t)source[v]];
+          const CellSurface* s = ref.Cell->Surface;
+          const MCVertex& m = s->Vertices[ref.Index];
+          PatchVertex& out = Vertices[v];
+          std::memcpy(out.Pos, m.Pos, sizeof out.Pos);
+          Outward(m.Normal, out.Normal);
+          const MCVertex& o = s->OldVertices.Count == s->Vertices.Count ? s->OldVertices[ref.Index] : m;
+          std::memcpy(out.OldPos, o.Pos, sizeof out.OldPos);
+          Outward(o.Normal, out.OldNormal);
+          out.Freeze = m.Freeze;
+        }
+      },
+      threads);
+  Indices.resize((size_t)corners);
+  ParallelRange(
+      0, (int)cells.size(),
+      [&](int first, int last) {
+        for (int c = first; c < last; ++c) {
+          const PatchCell& pc = cells[c];
+          const CellSurface* s = pc.Cell->Surface;
+          const int n = s->Indices.Count / 3 * 3;
+          for (int j = 0; j < n; ++j)
+            Indices[(size_t)pc.FirstIndex + j] = (uint32_t)local[(size_t)pc.FirstVertex + s->Indices[j]];
+        }
+      },
+      threads);
+  original_ = Vertices;
+  return true;
 }
 
 const std::vector<std::vector<int>>& SurfacePatch::Neighbours() {
@@ -195,7 +296,7 @@ int SurfacePatch::WriteBack(VolumeObject& volume) {
 
 bool SurfaceOp(VolumeObject& volume, const float center[3], float radius, const VertexFn& fn, int* cells) {
   if (cells) *cells = 0;
-  SurfacePatch patch;
+  thread_local SurfacePatch patch;  // its lists keep their room from one call to the next
   if (!patch.Build(volume, center, radius)) return false;
   std::vector<char> moved(patch.Vertices.size(), 0);
   const float r2 = radius * radius;

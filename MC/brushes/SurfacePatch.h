@@ -31,8 +31,10 @@ class SurfacePatch {
   static constexpr int kMaxCellsPerAxis = 100;
 
   // Welds the visible cells within radius + 4 of center. False (patch empty)
-  // when the region is too large or holds no surface.
-  bool Build(VolumeObject& volume, const float center[3], float radius);
+  // when the region is too large or holds no surface. The cells' vertices and
+  // triangles are read on `threads` workers (0: the pool's count); the weld
+  // runs in cell order, so the patch is the same with any count.
+  bool Build(VolumeObject& volume, const float center[3], float radius, int threads = 0);
   int VertexCount() const { return (int)Vertices.size(); }
   int TriangleCount() const { return (int)Indices.size() / 3; }
 
@@ -60,7 +62,6 @@ class SurfacePatch {
   // The cell copies of each vertex: a list through refNext_ from refHead_.
   std::vector<CellRef> refs_;
   std::vector<int> refHead_, refNext_;
-  void AddRef(int vertex, const CellRef& r);
   std::vector<std::vector<int>> neighbours_;
   std::vector<PatchVertex> original_;
 };

@@ -152,7 +152,8 @@ int ApplySurfaceTool(VolumeObject& volume, int tool, const StrokeSample& a, cons
   if (tool == SCULP_PLANE) reach = std::max(R, R * s.Sampling);
   // The move grabs what lies around the pen's last place.
   const float* centre = tool == SCULP_MOVE ? a.P : b.P;
-  SurfacePatch patch;
+  // One patch a thread, built again for each dab: its lists keep their room.
+  thread_local SurfacePatch patch;
   if (!patch.Build(volume, centre, reach)) return 0;
   const size_t n = patch.Vertices.size();
   std::vector<float> w(n, 0.f);

@@ -40,6 +40,7 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(SphereExtrusion, "SphereExtrusion", -2, 2);
   Member("_int", SketchPreSmoothSteps, "SketchPreSmoothSteps");
   slider(SketchSoftness, "SketchSoftness", 0, 4);
+  slider(SketchSize, "SketchSize", 8, 1000);
   Member("_int", NumAxialClones, "NumAxialClones");
   slider(TextThickness, "TextThickness", 1, 30);
   Member("_str", ReliefText, "ReliefText");
@@ -65,6 +66,8 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(EndAngle, "EndAngle", 0, 360);
   slider(ForwardStep, "ForwardStep", 0, 100);
   slider(TwistAngle, "TwistAngle", -180, 180);
+  slider(SelfOverlap, "SelfOverlap", 0, 100);
+  Member("_bool", PreviewImmediately, "PreviewImmediately");
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
@@ -90,13 +93,13 @@ const SettingUse kUses[] = {
     {"SplOverallScale", {30, 31, 32, 33, 34}}, {"SplOverallRotation", {30, 31, 32, 33, 34}},
     {"Spacing", {30, 31, 32, 33, 34}}, {"PosJitter", {30, 31, 32, 33, 34}}, {"RotJitter", {30, 31, 32, 33, 34}},
     {"RadiusJitter", {30, 31, 32, 33, 34}}, {"DepthJitter", {30, 31, 32, 33, 34}}, {"SphereExtrusion", {8, 31}},
-    {"SketchPreSmoothSteps", {29}}, {"SketchSoftness", {29}}, {"NumAxialClones", {23}}, {"TextThickness", {36}}, {"ReliefText", {36}},
+    {"SketchPreSmoothSteps", {29}}, {"SketchSoftness", {29}}, {"SketchSize", {29}}, {"NumAxialClones", {23}}, {"TextThickness", {36}}, {"ReliefText", {36}},
     {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
     {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
     {"ExtrudeDir", {38, 45, 46, 47}}, {"TRN_MODE", {16}}, {"MeasureAlignment", {14}}, {"METRICS", {14}},
     {"VoxelsPerUnit", {14}}, {"WrapType", {22}}, {"WrapSegments", {22}}, {"StartAngle", {22}}, {"EndAngle", {22}},
-    {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
+    {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"SelfOverlap", {22}}, {"PreviewImmediately", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
 };
 }  // namespace
 

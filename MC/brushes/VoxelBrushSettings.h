@@ -19,6 +19,8 @@ class VoxelBrushSettings : public BaseClass {
   float Spacing = 1, PosJitter = 0, RotJitter = 0, RadiusJitter = 0, DepthJitter = 0, SphereExtrusion = 0;
   int SketchPreSmoothSteps = 6;
   float SketchSoftness = 0;
+  // The span, in voxels, of the longer edge of the sketch's pictures.
+  float SketchSize = 200;
   int NumAxialClones = 4;
   float TextThickness = 10;
   _str ReliefText{"Text"};  // the words the text tool makes a relief of
@@ -43,6 +45,11 @@ class VoxelBrushSettings : public BaseClass {
   int WrapType = 0;  // WRAP_BEND
   int WrapSegments = 8;
   float StartAngle = 0, EndAngle = 360, ForwardStep = 0, TwistAngle = 45;
+  // Percent of each wrap step that the next copy gives back, so it overlaps
+  // the one before it; 0 keeps the full step.
+  float SelfOverlap = 0;
+  // Draws the wrap's copies over the view as soon as the axis is placed.
+  bool PreviewImmediately = false;
   int ExtrudeDir = AverageNormal;
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};

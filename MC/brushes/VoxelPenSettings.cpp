@@ -15,6 +15,10 @@ void VoxelPenSettings::RegisterOwnMembers() {
   Member("_index", GeneralPen::StrokeMode, "PenPressureMode", GetEnumerator("PENPRESSMODES"));
   NextStatic();
   Member("CtrlFSlider", GeneralPen::PenSensivity, "PenSensivity", NewFloatSliderRange(0.25f, 4));
+  NextStatic();
+  Member("_bool", GeneralPen::EnableFarPlane, "EnableFarPlane");
+  NextStatic();
+  Member("CtrlFSlider", GeneralPen::ShapeDepthLimit, "ShapeDepthLimit", NewFloatSliderRange(1, 500));
   Member("_bool", MirrorX, "MirrorX");
   Member("_bool", MirrorY, "MirrorY");
   Member("_bool", MirrorZ, "MirrorZ");

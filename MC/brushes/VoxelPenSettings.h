@@ -1,5 +1,6 @@
 // The pen's own settings at the top of the voxel tool's panel: radius,
-// depth, falloff, how pressure acts and the response curve, and the mirror
+// depth, falloff, how pressure acts and the response curve, how deep a drawn
+// shape reaches (its far plane and depth limit), and the mirror
 // axes of symmetry. Radius, depth, falloff and pressure are the shared pen
 // state (GeneralPen); the three mirror boxes stand for the bits of
 // GeneralPen::Symmetry.

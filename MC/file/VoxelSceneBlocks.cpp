@@ -34,6 +34,20 @@ std::vector<std::string> CacheFiles(const std::vector<VolumeObject*>& volumes) {
   return files;
 }
 
+// A volume in surface mode keeps its edits on the surface until it leaves
+// the mode; a scene file must not lose them, nor may saving end the mode.
+// The moved part goes into the voxels (ApplyMC), and the cells it rewrote
+// keep the surface they have: the next update measures them again instead
+// of extracting them afresh, so the surface the user works on stays as it is.
+// The cells' states stay whole, so undo records before and after still agree.
+void WriteSurfaceEditsIntoVoxels(VolumeObject& v) {
+  if (!v.SurfaceMode) return;
+  v.UpdateSurface();
+  if (!v.ApplyMC(false, false)) return;
+  v.DirtyCells.ForEach([](const CellKey&, int& value) { value = 2; });
+  v.UpdateSurface();
+}
+
 void MakeFolders(const std::string& path) {
   for (size_t at = path.find('/'); at != std::string::npos; at = path.find('/', at + 1))
     ::mkdir(path.substr(0, at).c_str(), 0755);
@@ -53,6 +67,7 @@ bool VoxelSculptTool::SaveBlock(BinStream* stream) {
       w.I32(-1);
       return true;
     }
+    for (VolumeObject* v : volumes) WriteSurfaceEditsIntoVoxels(*v);
     WriteVolumes(w, volumes, false, SceneTreeXml ? SceneTreeXml() : std::string());
     return true;
   }

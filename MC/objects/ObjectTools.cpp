@@ -19,9 +19,6 @@
 
 namespace {
 
-// The span of a sketch's pictures, voxels.
-constexpr float kSketchSize = 200;
-
 const char* const kSketchTitles[3] = {"SKETCH_FRONT", "SKETCH_SIDE", "SKETCH_TOP"};
 
 FileQuestion PictureQuestion(const char* title, const std::string& fallback) {
@@ -101,10 +98,11 @@ class SketchHandler : public VoxelModeHandler {
   void AskSide(VoxelSculptTool& tool, int side) {
     Ask(tool, PictureQuestion(kSketchTitles[side], paths_[side]), [this, &tool, side](const std::string& path) {
       std::string why;
-      if (!views_.Load(side, path, tool.Settings.SketchPreSmoothSteps, kSketchSize, &why))
+      if (!views_.Load(side, path, tool.Settings.SketchPreSmoothSteps, Size(tool), &why))
         return Log("SCULP_SKETCH: %s", why.c_str());
       paths_[side] = path;
       steps_ = tool.Settings.SketchPreSmoothSteps;
+      size_ = Size(tool);
       if (side < 2)
         AskSide(tool, side + 1);
       else
@@ -114,17 +112,21 @@ class SketchHandler : public VoxelModeHandler {
   void Build(VoxelSculptTool& tool) {
     VolumeObject* volume = tool.Volume();
     if (!volume) return;
-    // The pictures are smoothed again when the steps changed since.
-    if (steps_ != tool.Settings.SketchPreSmoothSteps) {
-      for (int s = 0; s < 3; ++s) views_.Load(s, paths_[s], tool.Settings.SketchPreSmoothSteps, kSketchSize, nullptr);
+    // The pictures are measured again when the steps or the size changed since.
+    if (steps_ != tool.Settings.SketchPreSmoothSteps || size_ != Size(tool)) {
+      for (int s = 0; s < 3; ++s) views_.Load(s, paths_[s], tool.Settings.SketchPreSmoothSteps, Size(tool), nullptr);
       steps_ = tool.Settings.SketchPreSmoothSteps;
+      size_ = Size(tool);
     }
-    if (views_.Merge(*volume, centre_, kSketchSize, tool.Settings.SketchSoftness) > 0) tool.EndEdit(*volume);
+    if (views_.Merge(*volume, centre_, size_, tool.Settings.SketchSoftness) > 0) tool.EndEdit(*volume);
   }
+  // The panel's size, within the slider's range.
+  static float Size(const VoxelSculptTool& tool) { return std::clamp(tool.Settings.SketchSize, 8.f, 1000.f); }
 
   SketchViews views_;
   std::string paths_[3];
   int steps_ = -1;
+  float size_ = 0;
   float centre_[3] = {0, 0, 0};
 };
 

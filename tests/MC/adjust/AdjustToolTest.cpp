@@ -1,18 +1,22 @@
 // The adjust tools driven through the tool router with a synthetic camera,
 // as the window drives them: measure draws its figure from two picks, pick
 // makes the layer under the pointer current, the transform gizmo moves the
-// volume and the rows below it, transpose selects, drags and writes the
-// surface into the voxels on leaving, axial clones and bas-relief act on
+// volume and the rows below it, transpose selects (by a drag or by a drawn
+// shape), drags and writes the surface into the voxels on leaving, axial clones and bas-relief act on
 // Enter, copy stamps from its source; every edit is one undo record whose
 // copies restore every byte, and each panel shows only its own settings.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <map>
+#include <tuple>
 
 #include "../brushes/ToolTableKit.h"
 #include "AdjustTestKit.h"
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/adjust/Measure.h"
+#include "paint/stroke/DrawnShape.h"
+#include "MC/brushes/ShapeView.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/tree/VoxVisualTree.h"
 #include "platform/Keys.h"
@@ -198,6 +202,60 @@ TEST_F(AdjustFixture, TransposeSelectsDragsAndWritesTheVoxelsOnLeaving) {
   }
 }
 
+TEST_F(AdjustFixture, TransposeSelectsWhatLiesUnderADrawnShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  volume.DropUndoCopies();
+  beforeEdit = Snapshot(volume);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_TRANSPOSE));
+  tool->Settings.MASK_OPACITY = 0.5f;
+  TransposeHandler* h = HandlerOf<TransposeHandler>();
+  ASSERT_NE(h, nullptr);
+  // A rectangle over the sphere's right half, starting off the sphere.
+  const comms::cVec3 a = cam.ProjectToView(comms::cVec3(12, -10, 0)), b = cam.ProjectToView(comms::cVec3(40, 10, 0));
+  DragThrough(router, table, {{a.x, a.y}, {(a.x + b.x) / 2, a.y}, {b.x, b.y}});
+  ASSERT_FALSE(h->Selection.Empty());
+  EXPECT_FALSE(volume.SurfaceChanged) << "selecting moves nothing";
+  DrawnShape rect;
+  rect.Kind = kShapeRectangle;
+  rect.Add(a.x, a.y);
+  rect.Add(b.x, b.y);
+  ASSERT_TRUE(rect.Finish());
+  const float centre[3] = {0, 0, 0};
+  const ShapeView view = ShapeView::Of(volume, cam, centre);
+  // Every vertex well inside is selected at the mask's strength, front and
+  // back; none outside.
+  std::map<std::tuple<int, int, int, int>, uint32_t> weights;
+  for (const TransposeSet::Entry& e : h->Selection.Entries)
+    weights[{e.Cell.x, e.Cell.y, e.Cell.z, e.Vertex}] = h->Selection.Links[e.Link].Weight;
+  int inside = 0;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!c->Surface) return;
+    for (int i = 0; i < c->Surface->Vertices.Count; ++i) {
+      const float d = view.Distance(rect, c->Surface->Vertices[i].Pos, view.S);
+      auto it = weights.find({k.x, k.y, k.z, i});
+      if (d >= 4.f) {
+        ++inside;
+        ASSERT_NE(it, weights.end());
+        EXPECT_EQ(it->second, 1u + 32768u);
+      } else if (d <= 0.f) {
+        EXPECT_EQ(it, weights.end());
+      }
+    }
+  });
+  EXPECT_GT(inside, 200);
+  // The gizmo sits at the selection's centre, right of the middle; dragging
+  // its x arrow moves the selection, and leaving writes it into the voxels.
+  const comms::cVec3 c = cam.ProjectToView(h->Gizmo.Centre);
+  EXPECT_GT(h->Gizmo.Centre.x, 15.f);
+  DragThrough(router, table, {{c.x + 40, c.y}, {c.x + 55, c.y}, {c.x + 70, c.y}});
+  EXPECT_TRUE(volume.SurfaceChanged);
+  ASSERT_TRUE(tool->SelectMode(SCULPT_MEASURE));
+  EXPECT_EQ(records, 1);
+  ExpectClosed(Surface(volume));
+  EXPECT_TRUE(undoRestores);
+  EXPECT_GT(MomentX(lastEdit), MomentX(beforeEdit) + 50.0);
+}
+
 TEST_F(AdjustFixture, AxialClonesOnEnterThenTheTransformGizmo) {
   volume.ClearVoxels();
   FillVolume(volume, SphereShape(20, 0, 0, 8));
@@ -260,6 +318,83 @@ TEST_F(AdjustFixture, CopyStampTakesItsSourceWithCtrlAndStampsAlongTheDrag) {
   EXPECT_TRUE(undoRestores);
 }
 
+TEST_F(AdjustFixture, CopyStampTakesItsSourceFromAnotherLayerAndMirrorsIt) {
+  // Two layers side by side: the source, a box left of the middle, and the
+  // target, a ball right of it; the pen's mirror runs across x = 0.
+  VoxVisualTree tree;
+  VoxTreeBranch* from = tree.AddVolume(nullptr, nullptr, "From");
+  VoxTreeBranch* into = tree.AddVolume(nullptr, nullptr, "Into");
+  VolumeObject& a = *from->Volume;
+  VolumeObject& b = *into->Volume;
+  for (VolumeObject* v : {&a, &b}) v->ClearVoxels();
+  FillVolume(a, BoxShape(-30, 0, 0, 9, 9, 9));
+  FillVolume(b, SphereShape(30, 0, 0, 12));
+  for (VolumeObject* v : {&a, &b}) v->UpdateSurface(), v->DropUndoCopies();
+  tool->Tree = [&tree] { return &tree; };
+  tool->OnStrokeEnd = [this](VolumeObject& v) { ++records, v.DropUndoCopies(); };
+  ASSERT_TRUE(tool->SelectMode(SCULPT_COPY));
+  GeneralPen::PenRadius = 40.f;
+  const comms::cVec3 s = cam.ProjectToView(comms::cVec3(-30, 0, 9)), t = cam.ProjectToView(comms::cVec3(30, 0, 12));
+  tool->SetScene(&a, &cam);
+  PenPoint source, pen;
+  ASSERT_TRUE(tool->PenAt(s.x, s.y, source));
+  router.OnKeyChange(keys::Control, true, false);
+  Click(s.x, s.y);
+  router.OnKeyChange(keys::Control, false, false);
+  tree.MakeCurrent(into);
+  tool->SetScene(&b, &cam);
+  ASSERT_TRUE(tool->PenAt(t.x, t.y, pen));
+  ASSERT_GT(pen.Radius, 5.f);
+  GeneralPen::Symmetry = 1;
+  const VolumeSnapshot sourceBefore = Snapshot(a);
+  VolumeObject old;
+  old.CopyFrom(b);
+  Click(t.x, t.y);
+  EXPECT_EQ(records, 1);
+  EXPECT_TRUE(Snapshot(a) == sourceBefore) << "the source is only read";
+  // Well inside the pen, the target holds the source shifted from the source
+  // point to the pen (or what it had, where that is more); the mirror image
+  // of the stamp stands across x = 0, where the target was empty.
+  int checked = 0;
+  const float r = pen.Radius - 2.5f;
+  for (int z = -20; z <= 30; ++z)
+    for (int y = -20; y <= 20; ++y)
+      for (int x = 10; x <= 50; ++x) {
+        const float d[3] = {x - pen.P[0], y - pen.P[1], z - pen.P[2]};
+        if (d[0] * d[0] + d[1] * d[1] + d[2] * d[2] > r * r) continue;
+        const float box = a.SampleField(x + source.P[0] - pen.P[0], y + source.P[1] - pen.P[1],
+                                        z + source.P[2] - pen.P[2]);
+        EXPECT_NEAR(b.GetVoxel(x, y, z), std::max<float>(old.GetVoxel(x, y, z), box), 2.f) << x << " " << y << " " << z;
+        EXPECT_NEAR(b.GetVoxel(-x, y, z), box, 2.f) << "mirror " << x << " " << y << " " << z;
+        ++checked;
+      }
+  EXPECT_GT(checked, 100);
+  ExpectClosed(Surface(b));
+}
+
+namespace {
+// Counts the lines of the 2D layer.
+class LineCounter : public comms::cNullRender {
+ public:
+  int Lines = 0;
+  void DrawLine(float, float, float, float, float, uint32_t, uint32_t) override { ++Lines; }
+};
+}  // namespace
+
+TEST_F(AdjustFixture, WrapPreviewDrawsEachCopyAsSoonAsTheAxisIsPlaced) {
+  ASSERT_TRUE(tool->SelectMode(SCULP_WRAP));
+  tool->Settings.WrapSegments = 5;
+  const VolumeSnapshot before = Snapshot(volume);
+  Click(330, 240);
+  LineCounter plain, preview;
+  ASSERT_TRUE(tool->DrawOverlay(plain, cam));
+  tool->Settings.PreviewImmediately = true;
+  ASSERT_TRUE(tool->DrawOverlay(preview, cam));
+  EXPECT_EQ(preview.Lines, plain.Lines + 5 * 12) << "twelve edges of the box of each copy";
+  EXPECT_TRUE(Snapshot(volume) == before) << "the preview changes nothing";
+  EXPECT_EQ(records, 0);
+}
+
 TEST(AdjustPanels, EachToolShowsOnlyItsOwnSettings) {
   const struct {
     int Tool;
@@ -269,7 +404,9 @@ TEST(AdjustPanels, EachToolShowsOnlyItsOwnSettings) {
       {SCULPT_TRANSPOSE, {"TRN_MODE", "MASK_OPACITY"}},
       {SCULPT_AXIAL, {"NumAxialClones"}},
       {SCULPT_BARELIEF, {"BareliefCoef"}},
-      {SCULP_WRAP, {"WrapType", "WrapSegments", "StartAngle", "EndAngle", "ForwardStep", "TwistAngle"}},
+      {SCULP_WRAP,
+       {"WrapType", "WrapSegments", "StartAngle", "EndAngle", "ForwardStep", "TwistAngle", "SelfOverlap",
+        "PreviewImmediately"}},
   };
   const char* others[] = {"TRN_MODE", "MASK_OPACITY", "MeasureAlignment", "METRICS", "VoxelsPerUnit", "NumAxialClones",
                           "BareliefCoef", "WrapSegments", "GrowPower", "SMOOTH_DEG"};

@@ -83,6 +83,23 @@ TEST(WrapChain, BendStepsTurnAndTwistStepsMoveAlongTheAxis) {
   twist.Segments = 0;
   EXPECT_TRUE(WrapMatrices(twist, point, axis).empty());
 
+  // Half the step given back: the chain of a twice finer step, half as long.
+  WrapChain overlapped = bend, finer = bend;
+  overlapped.Overlap = 50;
+  overlapped.Forward = finer.Forward = 6;
+  finer.EndAngle = bend.StartAngle + (bend.EndAngle - bend.StartAngle) / 2;
+  finer.Forward = 3;
+  const auto o = WrapMatrices(overlapped, point, axis), f = WrapMatrices(finer, point, axis);
+  ASSERT_EQ(o.size(), f.size());
+  for (size_t i = 0; i < o.size(); ++i) {
+    const comms::cVec3 a = TransformPoint(comms::cVec3(10, 1, 2), o[i]), b = TransformPoint(comms::cVec3(10, 1, 2), f[i]);
+    EXPECT_NEAR(a.x, b.x, 1e-3f);
+    EXPECT_NEAR(a.y, b.y, 1e-3f);
+    EXPECT_NEAR(a.z, b.z, 1e-3f);
+  }
+  EXPECT_GT(std::fabs(TransformPoint(comms::cVec3(10, 0, 0), o[3]).y -
+                      TransformPoint(comms::cVec3(10, 0, 0), m[3]).y), 1.f);
+
   // A chain of three balls along the axis.
   VolumeObject v;
   MakeSphere(v, 6.f, 0, 0, 0);

@@ -6,6 +6,11 @@
 // threads give the same bytes; a solid grows under the shape.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cmath>
+#include <map>
+#include <tuple>
+
 #include "BrushTestKit.h"
 #include "FrontCamera.h"
 #include "ClassEngine/Random.h"
@@ -268,5 +273,104 @@ TEST_F(ShapeCutFixture, FailedSearchKeepsThePickAsCentre) {
   // A shape beside the pick is found, and the point found lies inside it.
   const DrawnShape near = OddRectangle();
   EXPECT_TRUE(FindShapeCentre(near, view, pick, n, rnd, centre));
-  EXPECT_GT(view.Distance(near, centre), 0.f);
+  EXPECT_GT(view.Distance(near, centre, view.S), 0.f);
+}
+
+TEST_F(ShapeCutFixture, DepthLimitStopsTheCutBehindTheFront) {
+  const DrawnShape shape = OddRectangle();
+  constexpr float kLimit = 16.f;
+  const float fallback[3] = {0, 0, 0};
+  view.LimitDepth(volume, shape, kLimit, fallback);
+  // The front is the sphere's surface under the rectangle, a little below
+  // its pole.
+  const float front = -view.Depth[3] / view.ViewDir[2];
+  EXPECT_GT(front, kSphere - 4.f);
+  EXPECT_LT(front, kSphere);
+  // What lies wholly deeper than the limit and its 2.5 voxel fade keeps
+  // every byte.
+  std::map<std::tuple<int, int, int>, std::vector<uint16_t>> deep;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*&) {
+    if (k.z * 8 + 8 < front - kLimit - 3) deep[{k.x, k.y, k.z}] = CellValues(volume, k);
+  });
+  ShapeCutParams p;
+  EXPECT_GT(CutByShape(volume, shape, view, p), 0);
+  comms::cVec3 o, d;
+  cam.PixelRay(340.5f, 232.5f, o, d);
+  auto along = [&](float z) {
+    const float t = (z - o.z) / d.z;
+    return volume.SampleField(o.x + d.x * t, o.y + d.y * t, z);
+  };
+  EXPECT_LT(along(front - 2), 16000.f);
+  EXPECT_LT(along(front - kLimit + 4), 16000.f);
+  EXPECT_GT(along(front - kLimit - 4), 60000.f);
+  EXPECT_GT(along(0), 60000.f);
+  EXPECT_GT(deep.size(), 20u);
+  for (const auto& [k, v] : deep) EXPECT_EQ(CellValues(volume, {std::get<0>(k), std::get<1>(k), std::get<2>(k)}), v);
+  ExpectClosed(Surface(volume));
+}
+
+TEST_F(ShapeCutFixture, DepthLimitHoldsTheHiddenCellsAndTheSolid) {
+  const DrawnShape shape = OddRectangle();
+  const float fallback[3] = {0, 0, 0};
+  view.LimitDepth(volume, shape, 12.f, fallback);
+  const float front = -view.Depth[3] / view.ViewDir[2];
+  ShapeCutParams p;
+  p.CellHideMode = true;
+  EXPECT_GT(CutByShape(volume, shape, view, p), 0);
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (c->Flags & kCellHidden) {
+      EXPECT_GE(k.z * 8 + 4, front - 12.f) << k.x << " " << k.y << " " << k.z;
+    }
+  });
+  // The solid under the shape goes no deeper than the limit either: a slab
+  // from a pick far behind the front adds nothing.
+  VolumeObject empty;
+  ShapeSolidParams s;
+  s.Pick[2] = front - 40;
+  s.PenRadius = 6;
+  s.BorderStyle = voBorderPlane;
+  Random rnd(5);
+  EXPECT_EQ(ShapeSolid(empty, shape, view, s, rnd), 0);
+  view.DepthLimited = false;
+  EXPECT_GT(ShapeSolid(empty, shape, view, s, rnd), 0);
+}
+
+TEST_F(ShapeCutFixture, ExtrudedWallsTakeTheNormalsOfTheirNewTriangles) {
+  const DrawnShape shape = OddRectangle();
+  ShapeExtrudeParams e;
+  e.Displacement = -6;  // towards the viewer
+  e.Direction = ViewDir;
+  e.SoftBorder = 4;
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  // The wall: vertices the soft border moved part of the way. Their normals
+  // turn sideways with the steep wall they stand on now.
+  double before = 0, after = 0;
+  int wall = 0;
+  std::map<std::tuple<int, int, int, int>, std::array<float, 3>> copies;
+  volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    const CellSurface* s = c->Surface;
+    if (!s || s->OldVertices.Count != s->Vertices.Count) return;
+    for (int i = 0; i < s->Vertices.Count; ++i) {
+      const MCVertex& v = s->Vertices[i];
+      const MCVertex& o = s->OldVertices[i];
+      auto sideways = [](const float n[3]) { return std::hypot(n[0], n[1]) / std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]); };
+      const float w = view.Distance(shape, o.Pos, view.S) / 4.f;
+      if (w > 0.2f && w < 0.8f) {
+        before += sideways(o.Normal), after += sideways(v.Normal);
+        ++wall;
+      }
+      if (v.BorderCode == kNoBorder) continue;
+      const int code = v.BorderCode;
+      const std::tuple<int, int, int, int> edge{code % 9 + 8 * k.x, (code / 9) % 9 + 8 * k.y,
+                                                (code / 81) % 9 + 8 * k.z, code / 729};
+      const std::array<float, 3> n = {v.Normal[0], v.Normal[1], v.Normal[2]};
+      auto [it, fresh] = copies.emplace(edge, n);
+      if (!fresh) {
+        EXPECT_EQ(it->second, n) << "copies of one lattice edge share their normal";
+      }
+    }
+  });
+  ASSERT_GT(wall, 20);
+  EXPECT_LT(before / wall, 0.35);
+  EXPECT_GT(after / wall, 0.6);
 }

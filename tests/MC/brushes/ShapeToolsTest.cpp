@@ -4,10 +4,13 @@
 // density into the invisible _HiddenSpace row and back, conserving it; the
 // splits make a new layer behind the row or hand the cut piece to the merge
 // tool; an ordinary tool with a shape pen adds a solid, cuts when inverted,
-// and the extruding tools move the surface; every edit undoes to the byte,
-// and the same shape with one or two threads gives the same bytes.
+// and the extruding tools move the surface; the pen's far plane stops a shape
+// at its depth limit; the freeze tool freezes what lies under the shape;
+// every edit undoes to the byte, and the same shape with one or two threads
+// gives the same bytes.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -441,4 +444,102 @@ TEST(ShapeReplay, ShapesOnTheSculptedHeadKeepItClosedAndLeaveTheCrownAlone) {
   EXPECT_GT(Surface(volume).badEdges, 0);
   EXPECT_GT(UnhideAll(volume), 0);
   ExpectClosed(Surface(volume));
+}
+
+TEST_F(ShapeToolFixture, FarPlaneStopsTheShapeAtItsDepthLimit) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  GeneralPen::EnableFarPlane = true;
+  GeneralPen::ShapeDepthLimit = 12.f;
+  ASSERT_TRUE(tool->SelectMode(SCULP_SPHERE));
+  Drag({{310, 225}, {350, 255}}, true);
+  EXPECT_EQ(records, 1);
+  comms::cVec3 o, d;
+  cam.PixelRay(330, 240, o, d);
+  auto along = [&](float z) {
+    const float t = (z - o.z) / d.z;
+    return volume->SampleField(o.x + d.x * t, o.y + d.y * t, z);
+  };
+  // The front 12 voxels under the rectangle are gone, what lies deeper stays.
+  EXPECT_LT(along(kSphere - 6), 16000.f);
+  EXPECT_GT(along(kSphere - 20), 60000.f);
+  EXPECT_GT(along(-10), 60000.f);
+  ExpectClosed(Surface(*volume));
+}
+
+TEST_F(ShapeToolFixture, FreezeToolFreezesWhatLiesUnderTheShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  ASSERT_TRUE(tool->SelectMode(SCULP_SFREEZE));
+  const VolumeSnapshot voxels = Snapshot(*volume);
+  Drag({{300, 220}, {345, 262}});
+  EXPECT_EQ(records, 1);
+  EXPECT_EQ(Snapshot(*volume), voxels) << "freezing moves no voxel";
+  const float pick[3] = {0, 0, kSphere};
+  const ShapeView view = ShapeView::Of(*volume, cam, pick);
+  DrawnShape rect;
+  rect.Kind = kShapeRectangle;
+  rect.Add(300, 220);
+  rect.Add(345, 262);
+  ASSERT_TRUE(rect.Finish());
+  int frozen = 0, free = 0;
+  volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+    if (!c->Surface) return;
+    for (int i = 0; i < c->Surface->Vertices.Count; ++i) {
+      const MCVertex& v = c->Surface->Vertices[i];
+      const float d = view.Distance(rect, v.Pos, view.S);
+      if (d >= 4.f) {
+        ++frozen;
+        EXPECT_EQ(v.Freeze, 65535);
+        const float l = std::sqrt(v.Normal[0] * v.Normal[0] + v.Normal[1] * v.Normal[1] + v.Normal[2] * v.Normal[2]);
+        EXPECT_NEAR(l, 1.f + 65535.f / 65536.f, 1e-3f);
+      } else if (d <= 0.f) {
+        ++free;
+        EXPECT_EQ(v.Freeze, 0);
+      }
+    }
+  });
+  EXPECT_GT(frozen, 50) << "front and back under the shape";
+  EXPECT_GT(free, 500);
+  // The inverted shape thaws them again (in its soft border, down to the
+  // lower of the two weights).
+  Drag({{300, 220}, {345, 262}}, true);
+  EXPECT_EQ(records, 2);
+  volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+    if (!c->Surface) return;
+    for (int i = 0; i < c->Surface->Vertices.Count; ++i) {
+      const MCVertex& v = c->Surface->Vertices[i];
+      const float w = std::clamp(view.Distance(rect, v.Pos, view.S) / 4.f, 0.f, 1.f);
+      EXPECT_LE(v.Freeze, 65535.f * std::min(w, 1 - w) + 1);
+    }
+  });
+}
+
+TEST_F(ShapeToolFixture, MoveAndSmoothingInSurfaceModeExtrudeTheSurfaceUnderTheShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  GeneralPen::PenRadius = 20.f;
+  tool->Settings.ExtrudeDir = ViewDir;
+  tool->SetSurfaceMode(true);
+  const VolumeSnapshot voxels = Snapshot(*volume);
+  for (int mode : {SCULP_MOVE, SCULPT_SMOOTH}) {
+    ASSERT_TRUE(tool->SelectMode(mode));
+    const int before = records;
+    std::vector<float> old;
+    volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface)
+        for (int i = 0; i < c->Surface->Vertices.Count; ++i) old.push_back(c->Surface->Vertices[i].Pos[2]);
+    });
+    Drag({{301, 221}, {346, 258}});
+    EXPECT_EQ(records, before + 1) << mode;
+    EXPECT_TRUE(Snapshot(*volume) == voxels) << "the voxels wait for the mode to end " << mode;
+    EXPECT_TRUE(volume->SurfaceChanged) << mode;
+    size_t at = 0;
+    int moved = 0;
+    volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface)
+        for (int i = 0; i < c->Surface->Vertices.Count; ++i) moved += c->Surface->Vertices[i].Pos[2] != old[at++];
+    });
+    EXPECT_GT(moved, 50) << mode;
+  }
+  WeldedMeshBuilder m;
+  volume->ExtractWeldedAll(m);
+  EXPECT_EQ(Analyse(m).badEdges, 0);
 }

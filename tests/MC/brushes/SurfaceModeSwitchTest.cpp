@@ -1,13 +1,21 @@
 // Surface mode through the voxel room's tool and the tool router: the switch
 // offers the surface list and swaps a voxel mode for a surface tool and back,
 // a drag moves the surface and leaves the voxels until the mode is left,
-// leaving writes the surface into the voxels as one undoable edit, and a
-// surface tool outside surface mode writes the voxels at pen-up.
+// leaving writes the surface into the voxels as one undoable edit, a surface
+// tool outside surface mode writes the voxels at pen-up, and a scene saved in
+// surface mode carries the edit in its voxels and keeps the live surface.
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+#include <string>
 
 #include "ToolTableKit.h"
 #include "BrushTestKit.h"
+#include "../mesh/SurfaceDistance.h"
 #include "MC/brushes/VoxelSculptTool.h"
+#include "paint/file/SceneFile.h"
 #include "render/Viewer.h"
 #include "shell/tools/RouterDrag.h"
 #include "shell/tools/ToolRouter.h"
@@ -141,3 +149,63 @@ INSTANTIATE_TEST_SUITE_P(SurfaceList, EverySurfaceTool,
                          ::testing::Values(SCULPT_SMOOTH, SCULP_MOVE, SCULPT_DRAW, SCULPT_PINCH, SCULP_FOLLOW,
                                            SCULP_PLANE, SCULP_PLANE2, SCULP_SCLAY, SCULP_SFILL, SCULP_SFEXTRUDE0,
                                            SCULP_SFEXTRUDE, SCULP_SFEXTRUDEA, SCULP_SFREEZE, SCULPT_RAPID));
+
+namespace {
+// The farthest vertex of `m` from the triangles of `to` (1 voxel when none is near).
+double Farthest(const WeldedMeshBuilder& m, const WeldedMeshBuilder& to) {
+  const meshtest::Soup soup = meshtest::SoupOf(to);
+  const meshtest::NearTriangles near(soup, 1.f);
+  double worst = 0;
+  for (int i = 0; i < m.VertexCount(); ++i) {
+    const double p[3] = {m.Positions[i * 3], m.Positions[i * 3 + 1], m.Positions[i * 3 + 2]};
+    worst = std::max(worst, near.Distance(p));
+  }
+  return worst;
+}
+}  // namespace
+
+TEST_F(SurfaceSwitch, ASceneSavedInSurfaceModeCarriesTheEditInItsVoxels) {
+  tool->SetSurfaceMode(true);
+  tool->SelectMode(SCULPT_DRAW);
+  const long inside = InsideCount(volume);
+  DragThrough(router, table, kPath);
+  ASSERT_TRUE(volume.SurfaceChanged);
+  WeldedMeshBuilder edited;
+  volume.ExtractWeldedAll(edited);
+  const std::string live = VertexBytes(volume);
+
+  tool->SceneVolumes = [this] { return std::vector<VolumeObject*>{&volume}; };
+  const std::string path =
+      std::string(::testing::TempDir()) + "surface_mode_scene_" + std::to_string(getpid()) + ".mvn";
+  ASSERT_TRUE(SaveToolBlocks(path, {tool}).ok);
+  // Saving ends neither the mode nor the surface the user works on.
+  table.RunFrame();
+  EXPECT_TRUE(volume.SurfaceMode);
+  EXPECT_EQ(tool->Mode, SCULPT_DRAW);
+  EXPECT_EQ(VertexBytes(volume), live);
+  EXPECT_GT(InsideCount(volume), inside) << "the raised surface is in the voxels now";
+  EXPECT_EQ(records, 1) << "saving is no edit of its own";
+
+  VoxelSculptTool loader;
+  std::vector<std::unique_ptr<VolumeObject>> taken;
+  loader.SceneVolumes = [] { return std::vector<VolumeObject*>(); };
+  loader.TakeVolumes = [&](std::vector<std::unique_ptr<VolumeObject>>&& v) { taken = std::move(v); };
+  ASSERT_TRUE(LoadToolBlocks(path, {&loader}).ok);
+  std::remove(path.c_str());
+  ASSERT_EQ(taken.size(), 1u);
+  VolumeObject& back = *taken[0];
+  EXPECT_TRUE(back.SurfaceMode);
+  back.UpdateSurface();
+  WeldedMeshBuilder carried;
+  back.ExtractWeldedAll(carried);
+  EXPECT_LT(Farthest(carried, edited), 0.1);
+  EXPECT_LT(Farthest(edited, carried), 0.1);
+  // The loaded voxels alone give the edited surface again.
+  back.Cells.ForEach([&](const CellKey& k, VoxelCell*&) { back.MarkDirty(k.x, k.y, k.z, false); });
+  back.UpdateSurface();
+  WeldedMeshBuilder fromVoxels;
+  back.ExtractWeldedAll(fromVoxels);
+  EXPECT_EQ(Analyse(fromVoxels).badEdges, 0);
+  EXPECT_LT(Farthest(fromVoxels, edited), 0.1);
+  EXPECT_LT(Farthest(edited, fromVoxels), 0.1);
+}

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <set>
 #include <fstream>
 #include <sstream>
@@ -489,6 +490,30 @@ TEST(SurfacePatch, RefusesARegionOverAHundredCellsAndWeldsBorders) {
   // A region with no surface is refused as empty.
   const float away[3] = {500, 0, 0};
   EXPECT_FALSE(patch.Build(v, away, 5.f));
+}
+
+TEST(SurfacePatch, OneAndTwoThreadsWeldTheSamePatch) {
+  // A sphere with a moved part, so the old places differ from the new ones.
+  VolumeObject v[2];
+  for (VolumeObject& one : v) {
+    FillVolume(one, SphereShape(0, 0, 0, kR));
+    one.UpdateSurface();
+    one.SurfaceMode = true;
+    StrokeFront(one, SCULPT_DRAW, {{-5, 0}, {5, 0}}, 9.f, StrokeOptions());
+  }
+  const float c[3] = {3, -2, kR};
+  SurfacePatch patch[2];
+  for (int t = 0; t < 2; ++t) ASSERT_TRUE(patch[t].Build(v[t], c, 14.f, t + 1));
+  ASSERT_GT(patch[0].VertexCount(), 300);
+  ASSERT_EQ(patch[0].VertexCount(), patch[1].VertexCount());
+  EXPECT_EQ(0, std::memcmp(patch[0].Vertices.data(), patch[1].Vertices.data(),
+                           sizeof(PatchVertex) * patch[0].Vertices.size()));
+  EXPECT_EQ(patch[0].Indices, patch[1].Indices);
+  // Both write the same vertices back into the same cells.
+  for (SurfacePatch& p : patch)
+    for (PatchVertex& pv : p.Vertices) pv.Pos[2] += 0.25f;
+  EXPECT_EQ(patch[0].WriteBack(v[0]), patch[1].WriteBack(v[1]));
+  EXPECT_TRUE(SurfaceOf(v[0]) == SurfaceOf(v[1]));
 }
 
 TEST(SurfaceReplay, SameBytesWithOneAndTwoThreads) {

@@ -356,7 +356,8 @@ TEST_F(ToolFixture, PanelShowsThePenFirstAndOnlyTheModesOwnSettings) {
   ASSERT_GE(top.size(), 3u);
   EXPECT_EQ(top[0], "VoxelPenSettings");
   const std::vector<std::string> pen = PanelRows(tool->Pen);
-  for (const char* want : {"PenRadius", "DeepDegree", "Falloff", "PenPressureMode", "PenSensivity", "MirrorX"})
+  for (const char* want :
+       {"PenRadius", "DeepDegree", "Falloff", "PenPressureMode", "PenSensivity", "EnableFarPlane", "ShapeDepthLimit", "MirrorX"})
     EXPECT_NE(std::find(pen.begin(), pen.end(), want), pen.end()) << want;
 
   ASSERT_TRUE(tool->SelectMode(SCULPT_CARVE));

@@ -184,9 +184,11 @@ TEST_F(ObjectTools, TextOfThePanelBecomesTheMergeToolsMesh) {
   EXPECT_TRUE(Snapshot(volume) == start);
 }
 
-TEST_F(ObjectTools, SketchAsksForThreePicturesAndMergesTheirSolid) {
-  // A disk, a bar and a wedge, odd sizes, bright on dark.
-  const char* names[3] = {"front.png", "side.png", "top.png"};
+namespace {
+const char* const kSketchPictures[3] = {"front.png", "side.png", "top.png"};
+
+// A disk, a bar and a wedge, odd sizes, bright on dark, in the test's folder.
+void WriteSketchPictures(TempFolderTest& folder) {
   const int sizes[3][2] = {{31, 27}, {25, 33}, {29, 23}};
   for (int s = 0; s < 3; ++s) {
     comms::cImage p;
@@ -198,8 +200,26 @@ TEST_F(ObjectTools, SketchAsksForThreePicturesAndMergesTheirSolid) {
                                  : (x > 3 && y > 4 && x + y < 32);
         if (in) p.data[(size_t(y) * p.width + x) * 3 + 1] = 255;
       }
-    ASSERT_TRUE(comms::cIO::SaveImage(Path(names[s]), p));
+    ASSERT_TRUE(comms::cIO::SaveImage(folder.Path(kSketchPictures[s]), p));
   }
+}
+
+// The largest x of a lattice point inside the solid.
+int RightmostInside(VolumeObject& v) {
+  int right = -1000000;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    for (int z = 0; z < 8; ++z)
+      for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x)
+          if (OldValue(c, LatticeIndex(x, y, z)) >= kSurfaceLevel) right = std::max(right, k.x * 8 + x);
+  });
+  return right;
+}
+}  // namespace
+
+TEST_F(ObjectTools, SketchAsksForThreePicturesAndMergesTheirSolid) {
+  WriteSketchPictures(*this);
+  const char* const* names = kSketchPictures;
   ASSERT_TRUE(tool->SelectMode(SCULP_SKETCH));
   tool->Settings.SketchPreSmoothSteps = 2;
   const VolumeSnapshot start = Snapshot(volume);
@@ -223,6 +243,30 @@ TEST_F(ObjectTools, SketchAsksForThreePicturesAndMergesTheirSolid) {
   ASSERT_TRUE(stack.Undo());
   EXPECT_TRUE(Snapshot(volume) == start);
   EXPECT_EQ(asked.size(), 3u) << "the pictures are kept for the next press";
+}
+
+TEST_F(ObjectTools, SketchTakesItsSizeFromThePanel) {
+  WriteSketchPictures(*this);
+  ASSERT_TRUE(tool->SelectMode(SCULP_SKETCH));
+  tool->Settings.SketchPreSmoothSteps = 2;
+  Answer({Path(kSketchPictures[0]), Path(kSketchPictures[1]), Path(kSketchPictures[2])});
+  int right[2];
+  const float sizes[2] = {160, 320};
+  for (int i = 0; i < 2; ++i) {
+    volume.ClearVoxels();
+    tool->Settings.SketchSize = sizes[i];
+    if (i == 0)
+      Click(5, 5);
+    else
+      ASSERT_TRUE(Enter());
+    right[i] = RightmostInside(volume);
+    ASSERT_GT(right[i], 0);
+  }
+  EXPECT_EQ(asked.size(), 3u) << "a new size measures the same pictures again";
+  // Twice the size, twice as far out (within the band and the pictures' pixels).
+  EXPECT_NEAR(right[1], 2.0 * right[0], 0.15 * right[0]) << right[0] << " " << right[1];
+  EXPECT_TRUE(VoxelSettingUsedBy("SketchSize", SCULP_SKETCH));
+  EXPECT_FALSE(VoxelSettingUsedBy("SketchSize", SCULPT_LOGO));
 }
 
 TEST_F(ObjectTools, PanelShowsEachToolsOwnSettings) {
