@@ -168,6 +168,33 @@ void ComposeFaceSamples(PaintScene& scene, int faceIndex, int x0, int y0, int x1
   ComposeLayers(f, blend, list.data(), (int)list.size(), scene.UnitScale);
 }
 
+namespace {
+// The outermost ring of a face's samples: the ones that read across its sides.
+void BorderNormals(PaintScene& scene, int face) {
+  const PaintFace& F = scene.Faces[face];
+  GridNormals(scene, face, 0, 0, F.Nx, 1);
+  GridNormals(scene, face, 0, F.Ny - 1, F.Nx, F.Ny);
+  GridNormals(scene, face, 0, 1, 1, F.Ny - 1);
+  GridNormals(scene, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
+}
+}  // namespace
+
+void NeighbourBorderNormals(PaintScene& scene, std::vector<int> changed) {
+  std::sort(changed.begin(), changed.end());
+  std::vector<int> beside;
+  for (int f : changed)
+    for (int g : scene.Faces[f].Neighbour)
+      if (g >= 0 && !std::binary_search(changed.begin(), changed.end(), g)) beside.push_back(g);
+  std::sort(beside.begin(), beside.end());
+  beside.erase(std::unique(beside.begin(), beside.end()), beside.end());
+  for (int g : beside) BorderNormals(scene, g);
+}
+
+void BorderNormalsAround(PaintScene& scene, const std::vector<int>& changed) {
+  for (int f : changed) BorderNormals(scene, f);
+  NeighbourBorderNormals(scene, changed);
+}
+
 void GridNormals(PaintScene& scene, int face, int x0, int y0, int x1, int y1) {
   PaintFace& f = scene.Faces[face];
   if (!f.Grid) return;

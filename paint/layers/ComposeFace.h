@@ -1,6 +1,7 @@
 // Composition of one micro-vertex face from its layer entries, and the
 // normals of its grid; both whole or over a rectangle of samples.
 #pragma once
+#include <vector>
 
 class PaintScene;
 
@@ -22,3 +23,11 @@ void ComposeFaceSamples(PaintScene& scene, int face, int x0, int y0, int x1, int
 // Normals of the grid's samples in the rectangle (clipped to the grid), from
 // the positions of their four neighbours, across faces at the border.
 void GridNormals(PaintScene& scene, int face, int x0, int y0, int x1, int y1);
+
+// The border normals of the faces beside `changed` (not in it): they read the
+// changed faces' positions across their sides, so after the changed faces
+// moved (or came back) they are worked out anew and every normal stays what
+// the positions say, whichever step made them.
+void NeighbourBorderNormals(PaintScene& scene, std::vector<int> changed);
+// The same, and the border normals of the changed faces themselves.
+void BorderNormalsAround(PaintScene& scene, const std::vector<int>& changed);

@@ -51,11 +51,11 @@ void RecomposeLayer(PaintScene& scene, int layerID) {
     for (const FaceLayer& l : scene.Faces[f].LayerList)
       if (l.LayerID == layerID) faces.push_back(f);
   std::swap(faces, scene.StrokeFaces);
-  scene.ForEachFace(2, [&](int f) {
-    ComposeFace(scene, f);
-    scene.ComputeGridNormals(f);
-  });
+  // Normals read the neighbours' positions: every face is composed first.
+  scene.ForEachFace(2, [&](int f) { ComposeFace(scene, f); });
+  scene.ForEachFace(2, [&](int f) { scene.ComputeGridNormals(f); });
   std::swap(faces, scene.StrokeFaces);
+  NeighbourBorderNormals(scene, faces);
   for (int f : faces) scene.MarkFaceDirty(f);
   ForEachMap(scene, [&](PixelMap& m) { m.ForEachLayerTile(layerID, [](LayerTile&) {}); });
   UpdateMaps(scene);
@@ -75,11 +75,12 @@ bool DeleteLayer(PaintScene& scene, int layerID) {
   for (OneLayerInfo* l : scene.Layers)
     if (l->LinkedLayer == layerID) l->LinkedLayer = -1;
   if (scene.CurrentLayer == layerID) scene.CurrentLayer = scene.Layers[std::max(0, pos - 1)]->LayerID;
+  for (int f : touched) ComposeFace(scene, f);
   for (int f : touched) {
-    ComposeFace(scene, f);
     scene.ComputeGridNormals(f);
     scene.MarkFaceDirty(f);
   }
+  NeighbourBorderNormals(scene, touched);
   UpdateMaps(scene);
   return true;
 }

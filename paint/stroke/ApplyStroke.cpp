@@ -473,6 +473,8 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
       GridNormals(scene_, face, 0, 1, 1, F.Ny - 1);
       GridNormals(scene_, face, F.Nx - 1, 1, F.Nx, F.Ny - 1);
     });
+    // Faces beside the stroke that it did not reach, hidden ones too.
+    NeighbourBorderNormals(scene_, composed);
   }
   for (int f : composed) {
     scene_.MarkFaceDirty(f);

@@ -228,6 +228,7 @@ void LayersUndo::Apply(BinStream& in) {
     if (!withNormals.count(f)) scene.ComputeGridNormals(f);
     scene.MarkFaceDirty(f);
   }
+  NeighbourBorderNormals(scene, std::vector<int>(faces.begin(), faces.end()));
   // Tiles of every listed layer compose anew, whatever their side held.
   for (int rt = 0; rt < scene.RenderTargets.GetAmount(); ++rt)
     if (PixelMap* m = scene.GetPixelMap(rt))

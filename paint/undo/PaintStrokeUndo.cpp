@@ -83,8 +83,12 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
     for (int n : scene.Faces[e.Face].Neighbour)
       if (n >= 0) scene.MarkFaceDirty(n);
   }
-  // Normals come back as they were: neighbours the stroke reached keep theirs.
-  for (const FaceEntry& e : faces) RestoreNormals(scene, e);
+  // Normals come back as they were inside the faces. Their borders, and the
+  // borders beside them, read across the sides: a face first touched late in
+  // the stroke was backed up with borders its neighbours had already moved.
+  std::vector<int> restored;
+  for (const FaceEntry& e : faces) RestoreNormals(scene, e), restored.push_back(e.Face);
+  BorderNormalsAround(scene, restored);
   // The pen stands where the record says, so a line goes on from there.
   if (tag == kSurfaceUndoTag) ThePickState() = picks;
 }

@@ -8,6 +8,7 @@
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "paint/file/BlockCoding.h"
+#include "paint/layers/ComposeFace.h"
 #include "paint/scene/FaceBatches.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/undo/UndoStack.h"
@@ -317,8 +318,11 @@ void FullFaceUndo::Apply(BinStream& in) {
     stack_.PushUndoRecord(inverse);
   }
   scene.Modified = 1;
-  for (const FaceState& s : faces) RestoreFaceState(scene, s);
-  // The grids come back with their own normals; the faces are drawn anew.
+  std::vector<int> restored;
+  for (const FaceState& s : faces) RestoreFaceState(scene, s), restored.push_back(s.Face);
+  // The grids come back with their own normals, and the faces beside them
+  // read their sides again; the faces are drawn anew.
+  NeighbourBorderNormals(scene, restored);
   for (const FaceState& s : faces) {
     MarkFaceBlocksOutOfDate(scene, s.Face);
     scene.MarkFaceDirty(s.Face);

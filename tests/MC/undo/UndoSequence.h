@@ -318,6 +318,7 @@ class UndoSequence {
     }
     ComposeFace(grid_, face);
     grid_.ComputeGridNormals(face);
+    NeighbourBorderNormals(grid_, {face});
     grid_.MarkFaceDirty(face);
   }
 

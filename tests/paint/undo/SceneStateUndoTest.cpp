@@ -10,6 +10,7 @@
 #include "ClassEngine/streams/MemoryBinStream.h"
 #include "PaintPicture.h"
 #include "SamePicture.h"
+#include "paint/layers/ComposeFace.h"
 #include "paint/layers/PixelMap.h"
 #include "paint/undo/MaskUndo.h"
 #include "paint/undo/ShapeUndo.h"
@@ -113,6 +114,7 @@ struct SceneStateUndo : ::testing::Test {
     f.Flags = (uint8_t)(f.Flags + 1);
     const int* c = scene.FaceCornerMap.Of(face);
     for (int i = 0; i < 4; ++i) scene.Corners[c[i]].UV.x += 0.125f, scene.Corners[c[i]].UV2 = scene.Corners[c[i]].UV;
+    NeighbourBorderNormals(scene, {face});  // the faces beside read the new samples
   }
 };
 }  // namespace
