@@ -163,14 +163,21 @@ void RoomInterface::MarkForRebuild(const char* panelName) {
 }
 
 bool RoomInterface::OnRoomClick(int room) {
-  // The room's first listed tool becomes current; a room without one just opens.
-  for (int i = 0; i < tools_.Count(); ++i) {
-    BasicTool* t = tools_.At(i);
-    if (t->Room == room && t->IsInToolList()) {
-      tools_.SetCurrentTool(t->Name.cpchar());
-      RebuildStrip();
-      return true;
+  if (BasicTool* leaving = tools_.CurrentTool()) lastTool_[leaving->Room] = leaving->Name.cpchar();
+  BasicTool* pick = nullptr;
+  if (auto it = lastTool_.find(room); it != lastTool_.end())
+    if (BasicTool* t = tools_.FindTool(it->second.c_str()); t && t->Room == room) pick = t;
+  // Else the first listed tool that works, else the first listed at all; a
+  // room without one just opens.
+  for (int pass = 0; pass < 2 && !pick; ++pass)
+    for (int i = 0; i < tools_.Count() && !pick; ++i) {
+      BasicTool* t = tools_.At(i);
+      if (t->Room == room && t->IsInToolList() && (pass == 1 || t->IsAvailable())) pick = t;
     }
+  if (pick) {
+    tools_.SetCurrentTool(pick->Name.cpchar());
+    RebuildStrip();
+    return true;
   }
   tools_.SwitchRoom(room);
   RebuildStrip();

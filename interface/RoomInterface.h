@@ -3,6 +3,7 @@
 // "TOOL_PARAM<room>" generated from the current tool's members. It is the
 // tool table's PanelHost, so activating a tool builds its panel here.
 #pragma once
+#include <map>
 #include <string>
 
 #include "interface/ClassPanel.h"
@@ -36,7 +37,8 @@ class RoomInterface : public PanelHost {
   BaseWidget* ToolList() const;
   ScrollPanel* ToolPanel(int room) const;
 
-  // Click handlers bound by the strip and the list.
+  // Click handlers bound by the strip and the list. A room opens on the tool
+  // last used in it, else on its first listed tool that works.
   bool OnRoomClick(int room);
   bool OnToolClick(int tableIndex);
 
@@ -47,4 +49,5 @@ class RoomInterface : public PanelHost {
   Clicks* clicks_ = nullptr;
   int viewW_ = 1280, viewH_ = 720;
   float stripInset_ = 0;
+  std::map<int, std::string> lastTool_;  // by room, this session
 };

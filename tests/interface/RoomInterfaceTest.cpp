@@ -60,6 +60,32 @@ TEST_F(RoomFixture, ClickingARoomSwitchesToolAndPanel) {
   EXPECT_NE(Button("TOOL_LIST", "RetopoTool"), nullptr);
 }
 
+TEST_F(RoomFixture, ARoomOpensOnItsLastToolElseOnItsFirstWorkingOne) {
+  // Two paint tools that work, listed after the ones that do not yet.
+  struct Working : BasicTool {};
+  tools.Register(new Working, "WorkingA");
+  tools.Register(new Working, "WorkingB");
+  tools.SetCurrentTool("RetopoTool");
+  rooms->RebuildStrip();
+  ui.Frame();
+  auto click = [&](BaseWidget* b) {
+    ASSERT_NE(b, nullptr);
+    ui.Click(b->AbsX + 3, b->AbsY + 3);
+    ui.Frame();
+  };
+  ASSERT_FALSE(tools.FindTool("Airbrush")->IsAvailable()) << "listed first in the paint room";
+  // Fresh, the paint room opens on its first tool that works.
+  click(Button("PAGES", "Paint"));
+  EXPECT_STREQ(tools.CurrentTool()->Name.cpchar(), "WorkingA");
+  // The tool chosen in a room comes back with the room.
+  click(Button("TOOL_LIST", "WorkingB"));
+  EXPECT_STREQ(tools.CurrentTool()->Name.cpchar(), "WorkingB");
+  click(Button("PAGES", "Retopo"));
+  EXPECT_STREQ(tools.CurrentTool()->Name.cpchar(), "RetopoTool");
+  click(Button("PAGES", "Paint"));
+  EXPECT_STREQ(tools.CurrentTool()->Name.cpchar(), "WorkingB");
+}
+
 TEST_F(RoomFixture, PanelRowsEditTheCurrentTool) {
   tools.SetCurrentTool("RetopoTool");
   ui.Frame();
