@@ -13,6 +13,7 @@
 #include "MC/brushes/ShapeActions.h"
 #include "MC/brushes/ShapeView.h"
 #include "MC/brushes/Symmetry.h"
+#include "MC/brushes/VoxelStroke.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -37,6 +38,9 @@ bool ExtrudesShape(int mode, bool surfaceMode = false) {
          mode == SCULP_MOVE || (mode == SCULPT_SMOOTH && surfaceMode) ||
          (IsSurfaceTool(mode) && mode >= SCULPT_DRAW && mode != SCULP_SFREEZE);
 }
+
+// The surface extrude tools' ways of moving (ShapeExtrudeParams::Mode).
+int ExtrudeModeOf(int mode) { return mode == SCULP_SFEXTRUDE ? 3 : mode == SCULP_SFEXTRUDEA ? 2 : 0; }
 
 VoxVisualTree* TreeOf(VoxelSculptTool& tool) { return tool.Tree ? tool.Tree() : nullptr; }
 
@@ -262,6 +266,12 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     e.Displacement = GeneralPen::PenRadius * view.S * GeneralPen::DeepDegree * (invert ? -1.f : 1.f);
     e.Direction = tool.Settings.ExtrudeDir;
     e.SoftBorder = softBorder;
+    e.Mode = ExtrudeModeOf(mode);
+    e.Depth = GeneralPen::DeepDegree;
+    e.FacingOnly = tool.Settings.ExtrudeFacingOnly;
+    LatticeMask mask;
+    mask.Volume = volume, mask.SceneMask = GeneralPen::Mask;
+    if (mask.SceneMask) e.Mask = &mask;
     for (const SymmetryCopy& c : copies) ShapeExtrude(*volume, shape, MirroredView(view, c.M), e);
     if (!onSurface) WriteSurfaceIntoVoxels(*volume, false);
     tool.EndEdit(*volume);
