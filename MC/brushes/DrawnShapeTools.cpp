@@ -13,6 +13,7 @@
 #include "MC/brushes/ShapeActions.h"
 #include "MC/brushes/ShapeView.h"
 #include "MC/brushes/Symmetry.h"
+#include "MC/brushes/VoxelStroke.h"
 #include "MC/brushes/VoxelSculptTool.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/mcubes/VolumeObject.h"
@@ -37,6 +38,9 @@ bool ExtrudesShape(int mode, bool surfaceMode = false) {
          mode == SCULP_MOVE || (mode == SCULPT_SMOOTH && surfaceMode) ||
          (IsSurfaceTool(mode) && mode >= SCULPT_DRAW && mode != SCULP_SFREEZE);
 }
+
+// The surface extrude tools' ways of moving (ShapeExtrudeParams::Mode).
+int ExtrudeModeOf(int mode) { return mode == SCULP_SFEXTRUDE ? 3 : mode == SCULP_SFEXTRUDEA ? 2 : 0; }
 
 VoxVisualTree* TreeOf(VoxelSculptTool& tool) { return tool.Tree ? tool.Tree() : nullptr; }
 
@@ -262,6 +266,12 @@ bool ActOnDrawnShape(VoxelSculptTool& tool, const DrawnShape& shape, const Shape
     e.Displacement = GeneralPen::PenRadius * view.S * GeneralPen::DeepDegree * (invert ? -1.f : 1.f);
     e.Direction = tool.Settings.ExtrudeDir;
     e.SoftBorder = softBorder;
+    e.Mode = ExtrudeModeOf(mode);
+    e.Depth = GeneralPen::DeepDegree;
+    e.FacingOnly = tool.Settings.ExtrudeFacingOnly;
+    LatticeMask mask;
+    mask.Volume = volume, mask.SceneMask = GeneralPen::Mask;
+    if (mask.SceneMask) e.Mask = &mask;
     for (const SymmetryCopy& c : copies) ShapeExtrude(*volume, shape, MirroredView(view, c.M), e);
     if (!onSurface) WriteSurfaceIntoVoxels(*volume, false);
     tool.EndEdit(*volume);
@@ -346,13 +356,14 @@ void ShapeDrawing::NotePick(VoxelSculptTool& tool, float x, float y) {
 }
 
 bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
-                      const std::vector<float>& xyz, int threads, std::string* why) {
+                      const std::vector<float>& xyz, int threads, std::string* why, VoxVisualTree* tree) {
   auto refuse = [&](const char* text) {
     if (why) *why = text;
     return false;
   };
   if (kind < kShapeRectangle || kind > kShapeSpline) return refuse("shape kind must be 1 to 5");
-  if (mode == SCULP_HIDE || mode == SCULPT_RECTSPLIT) return refuse("this tool needs a layer tree");
+  if ((mode == SCULP_HIDE || mode == SCULPT_RECTSPLIT) && !(tree && tree->BranchOf(&volume)))
+    return refuse("this tool needs a layer tree");
   // An orthographic camera on the origin looking along `view`: -z turned onto it.
   comms::cFreeViewer camera;
   camera.ViewRect = comms::cRect{0, 0, 1024, 1024};
@@ -375,6 +386,7 @@ bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, con
   GeneralPen::DrawShape = kind;
   GeneralPen::PenRadius = radius;
   VoxelSculptTool tool;
+  if (tree) tool.Tree = [tree] { return tree; };
   tool.SetScene(&volume, &camera);
   tool.SelectMode(mode);
   DrawnShape shape;
@@ -400,6 +412,13 @@ bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, con
   if (!shape.Finish()) return refuse("the shape encloses nothing");
   const bool done = ActOnDrawnShape(tool, shape, action);
   volume.DropUndoCopies();
+  if (tree) {
+    // The layers the action made or filled (hidden space, split part) as a
+    // frame would leave them; the script goes on with its own volume.
+    for (const std::unique_ptr<VolumeObject>& v : tree->VolumeList)
+      if (v.get() != &volume) v->UpdateSurface(), v->DropUndoCopies();
+    tree->MakeCurrent(tree->BranchOf(&volume));
+  }
   tool.SetScene(nullptr, nullptr);
   return done || refuse("the tool could not act on the shape");
 }

@@ -91,10 +91,12 @@ VoxTreeBranch* AddSplitLayer(VoxVisualTree& tree, VoxTreeBranch* row);
 // A drawn shape replayed without a window: the points are volume-space
 // positions seen along `view` (unit length) by an orthographic camera at one
 // pixel per voxel, the pen's radius is `radius` voxels, and the shape acts as
-// the tool `mode` would act on it (modes that need a layer tree refuse).
+// the tool `mode` would act on it. Hiding into the hidden-space layer and
+// splitting into a new layer need `tree`, a layer tree that holds `volume`,
+// and refuse without one; the volume stays the tree's current one.
 // `why` says what went wrong.
 bool ReplayDrawnShape(VolumeObject& volume, int mode, int kind, bool invert, const float view[3], float radius,
-                      const std::vector<float>& xyz, int threads, std::string* why);
+                      const std::vector<float>& xyz, int threads, std::string* why, VoxVisualTree* tree = nullptr);
 
 // Registers the handlers of the shape input, "Hide" and cell hiding.
 void RegisterDrawnShapeHandlers();

@@ -22,6 +22,7 @@
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
 #include "MC/objects/ObjectTools.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintReplay.h"
@@ -42,7 +43,7 @@ int ToolByWord(const std::string& w) {
 
 }  // namespace
 
-ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
+ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume, VoxVisualTree* tree) {
   ReplayResult result;
   GeneralPenSaver keepPen;
   const int savedThreads = ThreadOptions::MaxProcessorsToBeUsed;
@@ -175,7 +176,7 @@ ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume) {
       while (words >> f) xyz.push_back(f);
       if (xyz.size() < 6 || xyz.size() % 3) { fail("shape needs x y z triples"); break; }
       std::string why;
-      if (!ReplayDrawnShape(volume, stroke.Tool, kind, stroke.Inverted(), view, radius, xyz, stroke.Threads, &why)) {
+      if (!ReplayDrawnShape(volume, stroke.Tool, kind, stroke.Inverted(), view, radius, xyz, stroke.Threads, &why, tree)) {
         fail("shape: " + why);
         break;
       }
@@ -213,8 +214,10 @@ int RunReplayCommand(const std::vector<std::string>& args) {
   }
   // A script that imports a mesh paints it; the others sculpt a volume.
   if (IsPaintScript(text.str())) return RunPaintReplayCommand(args[0], args.size() > 1 ? args[1] : ".");
-  VolumeObject volume;
-  ReplayResult r = RunReplayScript(text.str(), volume);
+  // A layer tree as the window has, for the tools that make layers.
+  VoxVisualTree tree;
+  VolumeObject& volume = *tree.AddVolume()->Volume;
+  ReplayResult r = RunReplayScript(text.str(), volume, &tree);
   if (r.Line) {
     fprintf(stderr, "replay: %s:%d: %s\n", args[0].c_str(), r.Line, r.Error.c_str());
     return 1;
@@ -234,7 +237,9 @@ int RunReplayCommand(const std::vector<std::string>& args) {
          ply.c_str());
   const std::string scene = folder + "/replay.mvn";
   std::string error;
-  if (!SaveVolumesAsScene(scene, {&volume}, &error)) {
+  std::vector<VolumeObject*> layers;
+  for (const std::unique_ptr<VolumeObject>& v : tree.VolumeList) layers.push_back(v.get());
+  if (!SaveVolumesAsScene(scene, layers, &error)) {
     fprintf(stderr, "replay: %s\n", error.c_str());
     return 1;
   }

@@ -36,6 +36,7 @@
 #include <vector>
 
 class VolumeObject;
+class VoxVisualTree;
 
 struct ReplayResult {
   int Strokes = 0;
@@ -44,8 +45,11 @@ struct ReplayResult {
   std::string Error;
 };
 
-// Runs a script's text on `volume` (the "sphere" command rebuilds it).
-ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume);
+// Runs a script's text on `volume` (the "sphere" command rebuilds it). With
+// `tree`, a layer tree that holds `volume`, the shapes of the hide tool and
+// of the split into a new layer work as in the window, their layers made in
+// the tree; without one those two refuse.
+ReplayResult RunReplayScript(const std::string& text, VolumeObject& volume, VoxVisualTree* tree = nullptr);
 
 // args: SCRIPT [OUT-FOLDER]. Writes "replay.ply" (the welded surface) into the
 // folder (default "."), and "replay.png" where the offscreen volume view

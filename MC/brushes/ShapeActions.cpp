@@ -336,9 +336,13 @@ void RecomputeMovedNormals(VolumeObject& volume, const std::vector<CellKey>& mov
 }  // namespace
 
 int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView& view, const ShapeExtrudeParams& p) {
+  if (p.Mode == 3 && std::fabs(p.Depth) <= 0.1f) return 0;
   std::array<float, 4> area = shape.Box();
   area[0] -= 10, area[1] -= 10, area[2] += 10, area[3] += 10;
-  const float toEye[3] = {-view.ViewDir[0], -view.ViewDir[1], -view.ViewDir[2]};
+  // Vertex normals point into the solid: one that faces the view has a
+  // positive dot with the view direction, and a positive displacement moves
+  // a vertex against its direction, out of the solid.
+  const float* look = view.ViewDir;
   const float soft = std::max(p.SoftBorder, 1e-3f);
   std::vector<CellKey> keys;
   volume.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
@@ -356,7 +360,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     const float d = view.Distance(shape, v.Pos, view.S);
     return std::clamp(d / soft, 0.f, 1.f);
   };
-  float dir[3] = {toEye[0], toEye[1], toEye[2]};
+  float dir[3] = {look[0], look[1], look[2]};
   if (p.Direction >= seAlongX && p.Direction <= seAlongZ) {
     const float* axis = &p.Frame[3 * (p.Direction - seAlongX)];
     for (int a = 0; a < 3; ++a) dir[a] = -axis[a];
@@ -366,7 +370,7 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
       const CellSurface* s = (*volume.Cells.Find(k.x, k.y, k.z))->Surface;
       for (int i = 0; i < s->Vertices.Count; ++i) {
         const MCVertex& v = s->Vertices[i];
-        if (Dot(v.Normal, toEye) < 0) continue;
+        if (Dot(v.Normal, look) < 0) continue;
         const float w = weightOf(v);
         for (int a = 0; a < 3; ++a) sum[a] += v.Normal[a] * w;
       }
@@ -386,9 +390,12 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
     if (s->OldVertices.Empty()) s->OldVertices.Assign(s->Vertices.Data, s->Vertices.Count);
     for (int i = 0; i < s->Vertices.Count; ++i) {
       MCVertex& v = s->Vertices[i];
-      float w = (1.f - v.Freeze / 65535.f) * weightOf(v);
+      float border = weightOf(v);
+      if (p.Mode == 3) border = std::min(3.f * border, 1.f);
+      float w = (1.f - v.Freeze / 65535.f) * border;
+      if (w > 0 && p.Mask) w *= p.Mask->At(v.Pos);
       if (p.FacingOnly) {
-        const float f = Dot(v.Normal, toEye);
+        const float f = Dot(v.Normal, look);
         w = f <= 0 ? 0.f : w * std::min(100.f * f, 1.f);
       }
       const float* d = dir;
@@ -399,7 +406,16 @@ int ShapeExtrude(VolumeObject& volume, const DrawnShape& shape, const ShapeView&
         for (int a = 0; a < 3; ++a) own[a] = l > 1e-12f ? nrm[a] / l : 0.f;
         d = own;
       }
-      for (int a = 0; a < 3; ++a) v.Pos[a] -= d[a] * w * p.Displacement;
+      float step = w * p.Displacement;
+      if (p.Mode == 2 && i < s->OldVertices.Count) {
+        // The part of the displacement not yet gone since the surface began.
+        const float* o = s->OldVertices[i].Pos;
+        const float q[3] = {o[0] - v.Pos[0], o[1] - v.Pos[1], o[2] - v.Pos[2]};
+        const float sign = p.Displacement < 0 ? -1.f : 1.f;
+        const float left = std::max(std::fabs(p.Displacement) - Dot(q, d) * sign, 0.f);
+        step = sign * std::min(std::fabs(step), left);
+      }
+      for (int a = 0; a < 3; ++a) v.Pos[a] -= d[a] * step;
     }
     volume.SurfaceChanged = true;
     volume.MarkDirty(k.x, k.y, k.z, true);

@@ -5,6 +5,8 @@
 // moves the surface's vertices under the shape. All work in the volume's
 // object space, with the shape read through a ShapeView.
 #pragma once
+
+#include "paint/BrushMaskSource.h"
 #include "paint/stroke/DrawnShape.h"
 #include "MC/brushes/ShapeView.h"
 
@@ -68,6 +70,15 @@ struct ShapeExtrudeParams {
   float SoftBorder = 3.f;
   // Moves only vertices that face the view.
   bool FacingOnly = false;
+  // How far a vertex goes: 0 the weight as it is; 3 a flat top with a steep
+  // rim (three times the border's weight, at most 1), nothing at all when
+  // |Depth| is 0.1 or less; 2 no further than the displacement from where
+  // the surface began (OldVertices), so that a repeat adds nothing.
+  int Mode = 0;
+  float Depth = 1.f;  // the pen's depth, read by mode 3
+  // The pen's stencil and material pattern at a point of the volume's
+  // lattice (null: 1 everywhere). Not owned.
+  const BrushMaskSource* Mask = nullptr;
   // seAlongX/Y/Z: the tool frame's axes in object space (rows).
   float Frame[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 };

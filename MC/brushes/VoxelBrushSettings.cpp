@@ -69,6 +69,7 @@ void VoxelBrushSettings::RegisterOwnMembers() {
   slider(SelfOverlap, "SelfOverlap", 0, 100);
   Member("_bool", PreviewImmediately, "PreviewImmediately");
   Member("_index", ExtrudeDir, "ExtrudeDir", GetEnumerator("EXTRUDEDIR"));
+  Member("_bool", ExtrudeFacingOnly, "ExtrudeFacingOnly");
   Member("_index", BorderStyle, "BorderStyle", GetEnumerator("VOXBORDERSTYLE"));
   for (int i = 0; i < kVoxModeCount; ++i) {
     // One flag per tool; the panel shows the current tool's as "InvertToolAction".
@@ -97,7 +98,7 @@ const SettingUse kUses[] = {
     {"DoubleSided", {4, 9}}, {"FlatCarveOffset", {4, 9}}, {"SoftScrape", {11}}, {"AsAirbrush", {48}},
     {"StickToGround", {33, 34}}, {"DontLiftEdges", {41, 42}}, {"SpDependsOnPressure", {8}},
     {"AccurateSmoothing", {0, 1, 2, 3, 11}}, {"MoveBasedGrowth", {0, 1, 2}}, {"CubicInterpolation", {8}},
-    {"ExtrudeDir", {38, 45, 46, 47}}, {"TRN_MODE", {16}}, {"MeasureAlignment", {14}}, {"METRICS", {14}},
+    {"ExtrudeDir", {38, 45, 46, 47}}, {"ExtrudeFacingOnly", {45, 46, 47}}, {"TRN_MODE", {16}}, {"MeasureAlignment", {14}}, {"METRICS", {14}},
     {"VoxelsPerUnit", {14}}, {"WrapType", {22}}, {"WrapSegments", {22}}, {"StartAngle", {22}}, {"EndAngle", {22}},
     {"ForwardStep", {22}}, {"TwistAngle", {22}}, {"SelfOverlap", {22}}, {"PreviewImmediately", {22}}, {"BorderStyle", {18, 26, 27}}, {"AxialSymmetry", {}}, {"AxialAxis", {}},
 };

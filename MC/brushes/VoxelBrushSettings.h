@@ -51,6 +51,8 @@ class VoxelBrushSettings : public BaseClass {
   // Draws the wrap's copies over the view as soon as the axis is placed.
   bool PreviewImmediately = false;
   int ExtrudeDir = AverageNormal;
+  // The surface extrusion moves only what faces the view.
+  bool ExtrudeFacingOnly = false;
   int BorderStyle = voBorderRound;
   bool InvertToolAction[kVoxModeCount] = {};
 

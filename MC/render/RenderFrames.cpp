@@ -85,7 +85,7 @@ int RunRenderCommand(const std::vector<std::string>& args) {
     std::stringstream text;
     text << file.rdbuf();
     VoxTreeBranch* row = tree.AddVolume();
-    const ReplayResult r = RunReplayScript(text.str(), *row->Volume);
+    const ReplayResult r = RunReplayScript(text.str(), *row->Volume, &tree);
     if (r.Line) {
       fprintf(stderr, "render: %s:%d: %s\n", in.c_str(), r.Line, r.Error.c_str());
       return 1;

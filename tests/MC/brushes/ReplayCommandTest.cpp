@@ -13,6 +13,7 @@
 #include "MC/brushes/ReplayPicture.h"
 #include "MC/mcubes/MakeVolumeCommand.h"
 #include "MC/file/VolumeSceneFiles.h"
+#include "MC/tree/VoxVisualTree.h"
 #include "interchange/IO.h"
 #include "render/EglContext.h"
 
@@ -130,3 +131,37 @@ TEST(CommandPaths, NoPictureIsClaimedWithoutTheDataFolder) {
   EXPECT_FALSE(std::filesystem::exists(out / "p.png"));
 }
 }  // namespace
+
+TEST(ReplayScript, HidingAndSplittingIntoLayersGiveTheSameBytesWithOneAndTwoThreads) {
+  std::ifstream file(comms::DataFilePath("Replays/layers.txt"), std::ios::binary);
+  std::stringstream text;
+  text << file.rdbuf();
+  ASSERT_FALSE(text.str().empty());
+  auto run = [&](int threads, std::map<std::string, VolumeSnapshot>& layers) {
+    VoxVisualTree tree;
+    VolumeObject& volume = *tree.AddVolume()->Volume;
+    const ReplayResult r = RunReplayScript("threads " + std::to_string(threads) + "\n" + text.str(), volume, &tree);
+    EXPECT_EQ(r.Line, 0) << r.Error;
+    EXPECT_EQ(r.Strokes, 2);
+    ASSERT_EQ(tree.VolumeList.size(), 3u) << "the volume, its hidden space and the split part";
+    VolumeObject& hidden = *tree.VolumeList[1];
+    VolumeObject& part = *tree.VolumeList[2];
+    // Under the hiding rectangle the density went to the hidden space,
+    // through the whole depth; the split's side went to the new layer.
+    for (float z : {-20.f, 0.f, 20.f}) {
+      EXPECT_LT(volume.SampleField(-3, 1, z), 8000.f) << z;
+      EXPECT_GT(hidden.SampleField(-3, 1, z), 40000.f) << z;
+      EXPECT_LT(volume.SampleField(20, 0, z / 2), 8000.f) << z;
+      EXPECT_GT(part.SampleField(20, 0, z / 2), 40000.f) << z;
+    }
+    EXPECT_GT(volume.SampleField(-20, 0, 0), 40000.f) << "the rest stays";
+    for (const std::unique_ptr<VolumeObject>& v : tree.VolumeList) layers[v->Name] = Snapshot(*v);
+  };
+  std::map<std::string, VolumeSnapshot> one, two;
+  run(1, one);
+  run(2, two);
+  EXPECT_TRUE(one == two);
+  // Without a tree the two tools refuse, as before.
+  VolumeObject alone;
+  EXPECT_NE(RunReplayScript("sphere 30\ntool SCULP_HIDE\nshape 1 -12 -8 0 6 10 0\n", alone).Line, 0);
+}

@@ -338,7 +338,7 @@ TEST_F(ShapeCutFixture, DepthLimitHoldsTheHiddenCellsAndTheSolid) {
 TEST_F(ShapeCutFixture, ExtrudedWallsTakeTheNormalsOfTheirNewTriangles) {
   const DrawnShape shape = OddRectangle();
   ShapeExtrudeParams e;
-  e.Displacement = -6;  // towards the viewer
+  e.Displacement = 6;  // towards the viewer
   e.Direction = ViewDir;
   e.SoftBorder = 4;
   ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
@@ -373,4 +373,125 @@ TEST_F(ShapeCutFixture, ExtrudedWallsTakeTheNormalsOfTheirNewTriangles) {
   ASSERT_GT(wall, 20);
   EXPECT_LT(before / wall, 0.35);
   EXPECT_GT(after / wall, 0.6);
+}
+
+namespace {
+// Each vertex's distance from where the surface began, with its first
+// position, keyed by cell and index.
+struct VertexMove {
+  float Old[3];
+  float Moved;
+};
+std::map<std::tuple<int, int, int, int>, VertexMove> Moves(VolumeObject& v) {
+  std::map<std::tuple<int, int, int, int>, VertexMove> out;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    const CellSurface* s = c->Surface;
+    if (!s || s->OldVertices.Count != s->Vertices.Count) return;
+    for (int i = 0; i < s->Vertices.Count; ++i) {
+      const float* o = s->OldVertices[i].Pos;
+      const float* p = s->Vertices[i].Pos;
+      out[{k.x, k.y, k.z, i}] = {{o[0], o[1], o[2]}, std::hypot(p[0] - o[0], p[1] - o[1], p[2] - o[2])};
+    }
+  });
+  return out;
+}
+
+// Half strength left of the sphere's middle.
+class HalfLeft final : public BrushMaskSource {
+ public:
+  float At(const float p[3]) const override { return p[0] < 0 ? 0.5f : 1.f; }
+};
+}  // namespace
+
+TEST_F(ShapeCutFixture, ExtrudeModeThreeRaisesTheRimThreefoldAndNeedsDepth) {
+  const DrawnShape shape = OddRectangle();
+  ShapeExtrudeParams e;
+  e.Displacement = 6;
+  e.Direction = ViewDir;
+  e.SoftBorder = 4;
+  e.Mode = 3;
+  e.Depth = 0.1f;
+  EXPECT_EQ(ShapeExtrude(volume, shape, view, e), 0);
+  EXPECT_TRUE(Moves(volume).empty());
+  e.Depth = 0.5f;
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  int rim = 0;
+  for (const auto& [key, m] : Moves(volume)) {
+    const float w = std::clamp(view.Distance(shape, m.Old, view.S) / 4.f, 0.f, 1.f);
+    EXPECT_NEAR(m.Moved, std::min(3.f * w, 1.f) * 6.f, 1e-3f);
+    if (w > 0.05f && w < 0.3f) ++rim;
+  }
+  EXPECT_GT(rim, 10);
+}
+
+TEST_F(ShapeCutFixture, ExtrudeModeTwoGoesNoFurtherThanTheDisplacementWhenRepeated) {
+  const DrawnShape shape = OddRectangle();
+  ShapeExtrudeParams e;
+  e.Displacement = 3;
+  e.Direction = ViewDir;
+  e.SoftBorder = 4;
+  e.Mode = 2;
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  int inside = 0;
+  for (const auto& [key, m] : Moves(volume)) {
+    EXPECT_LE(m.Moved, 3.f + 1e-4f);
+    if (view.Distance(shape, m.Old, view.S) > 8.f) {
+      EXPECT_NEAR(m.Moved, 3.f, 1e-4f);
+      ++inside;
+    }
+  }
+  EXPECT_GT(inside, 10);
+  // Mode 0 goes on: twice the displacement where the shape covers wholly.
+  VolumeObject again;
+  FillVolume(again, SphereShape(0, 0, 0, kSphere));
+  again.UpdateSurface();
+  e.Mode = 0;
+  ShapeExtrude(again, shape, view, e);
+  ShapeExtrude(again, shape, view, e);
+  float most = 0;
+  for (const auto& [key, m] : Moves(again)) most = std::max(most, m.Moved);
+  EXPECT_NEAR(most, 6.f, 1e-3f);
+}
+
+TEST_F(ShapeCutFixture, ExtrudeFacingOnlyLeavesTheBackAndTheMaskScalesTheMove) {
+  const DrawnShape shape = TwoPointShape(kShapeRectangle, 0, 0, 640, 480);
+  ShapeExtrudeParams e;
+  e.Displacement = 2;
+  e.Direction = ViewDir;
+  e.FacingOnly = true;
+  ASSERT_GT(ShapeExtrude(volume, shape, view, e), 0);
+  int front = 0, back = 0;
+  for (const auto& [key, m] : Moves(volume)) {
+    if (m.Old[2] > kSphere * 0.5f) front += m.Moved > 1.9f;
+    if (m.Old[2] < -kSphere * 0.5f) {
+      ++back;
+      EXPECT_EQ(m.Moved, 0.f);
+    }
+  }
+  EXPECT_GT(front, 20);
+  EXPECT_GT(back, 20);
+  // Without the option the back moves as well; a mask of one half on the
+  // left halves the move there, to the vertex.
+  VolumeObject plain, masked;
+  for (VolumeObject* v : {&plain, &masked}) {
+    FillVolume(*v, SphereShape(0, 0, 0, kSphere));
+    v->UpdateSurface();
+  }
+  e.FacingOnly = false;
+  ASSERT_GT(ShapeExtrude(plain, shape, view, e), 0);
+  HalfLeft mask;
+  e.Mask = &mask;
+  ASSERT_GT(ShapeExtrude(masked, shape, view, e), 0);
+  const auto a = Moves(plain), b = Moves(masked);
+  ASSERT_EQ(a.size(), b.size());
+  int halved = 0;
+  for (const auto& [key, m] : a) {
+    EXPECT_NEAR(b.at(key).Moved, m.Moved * mask.At(m.Old), 1e-4f);
+    if (m.Old[2] < -kSphere * 0.5f) {
+      EXPECT_GT(m.Moved, 1.9f);
+    }
+    halved += m.Old[0] < 0 && m.Moved > 1.9f;
+  }
+  EXPECT_GT(halved, 20);
 }

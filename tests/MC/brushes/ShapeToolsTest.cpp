@@ -543,3 +543,49 @@ TEST_F(ShapeToolFixture, MoveAndSmoothingInSurfaceModeExtrudeTheSurfaceUnderTheS
   volume->ExtractWeldedAll(m);
   EXPECT_EQ(Analyse(m).badEdges, 0);
 }
+
+TEST_F(ShapeToolFixture, SurfaceExtrudeToolsMoveByTheirModesUnderTheShape) {
+  GeneralPen::DrawShape = kShapeRectangle;
+  GeneralPen::PenRadius = 20.f;
+  tool->Settings.ExtrudeDir = ViewDir;
+  tool->SetSurfaceMode(true);
+  // The farthest any vertex went from where the surface began.
+  auto farthest = [&] {
+    float most = 0;
+    volume->Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      const CellSurface* s = c->Surface;
+      if (!s || s->OldVertices.Count != s->Vertices.Count) return;
+      for (int i = 0; i < s->Vertices.Count; ++i) {
+        const float* p = s->Vertices[i].Pos;
+        const float* o = s->OldVertices[i].Pos;
+        most = std::max(most, std::hypot(p[0] - o[0], p[1] - o[1], p[2] - o[2]));
+      }
+    });
+    return most;
+  };
+  const std::vector<std::pair<float, float>> rect = {{301, 221}, {346, 258}};
+  // Mode 3 needs depth: at 0.05 the second tool leaves the surface, the first moves it.
+  GeneralPen::DeepDegree = 0.05f;
+  ASSERT_TRUE(tool->SelectMode(SCULP_SFEXTRUDE));
+  Drag(rect);
+  EXPECT_EQ(farthest(), 0.f);
+  ASSERT_TRUE(tool->SelectMode(SCULP_SFEXTRUDE0));
+  Drag(rect);
+  EXPECT_GT(farthest(), 0.f);
+  tool->SetSurfaceMode(false);
+  // Mode 2 stops at the displacement's level; mode 0 goes on.
+  GeneralPen::DeepDegree = 0.5f;
+  tool->SetSurfaceMode(true);
+  ASSERT_TRUE(tool->SelectMode(SCULP_SFEXTRUDEA));
+  Drag(rect);
+  const float once = farthest();
+  Drag(rect);
+  EXPECT_GT(once, 0.5f);
+  EXPECT_NEAR(farthest(), once, 1e-4f);
+  tool->SetSurfaceMode(false);
+  tool->SetSurfaceMode(true);
+  ASSERT_TRUE(tool->SelectMode(SCULP_SFEXTRUDE0));
+  Drag(rect);
+  Drag(rect);
+  EXPECT_GT(farthest(), 1.8f * once);
+}
