@@ -2,6 +2,7 @@
 // rasteriser, exact planes from a lattice-aligned cube, and closed solids
 // within a voxel of meshes made by others, agreeing with a ray-parity test.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <array>
@@ -267,7 +268,8 @@ std::string ExtractCgal(const std::string& dir, const std::string& member) {
 
 std::string FreshFolder() {
   const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  const std::string dir = ::testing::TempDir() + "mesh_" + info->name() + "/";
+  // The process too: another checkout may run the same test at once.
+  const std::string dir = ::testing::TempDir() + "mesh_" + info->name() + "_" + std::to_string(getpid()) + "/";
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   return dir;
@@ -288,6 +290,7 @@ TEST(MeshesMadeByOthers, ClosedStlsBecomeSolidsWithinAVoxel) {
   const std::string pig = ExtractCgal(dir, "data/meshes/pig.stl");
   ASSERT_FALSE(pig.empty());
   CheckAgainstInput(pig, 70, kOpenInput);
+  std::filesystem::remove_all(dir);
 }
 
 TEST(MeshesMadeByOthers, OpenscadsClosedStlsAndMinetestsModels) {
