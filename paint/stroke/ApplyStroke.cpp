@@ -189,11 +189,12 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, 
   if (!map || !F.Texels) return;
   if (backup && std::find(maps_.begin(), maps_.end(), map) == maps_.end()) maps_.push_back(map);
   PixelCursor cur;
+  // The tiles are made here; their layer tiles and undo copies are made
+  // on the workers once the list is whole (see RunDab).
   auto touch = [&](const FaceTexel& t) {
     const PixelTile* before = cur.Tile;
-    if (!map->FetchPixel(cur, t.X, t.Y, true, false, backup)) return;
+    if (!map->FetchPixel(cur, t.X, t.Y, true, false, false)) return;
     if (cur.Tile == before) return;
-    map->GetLayerTile(cur.Tile, scene_.CurrentLayer, true);
     prepared_.push_back({cur.Tile, map});
   };
   const FaceTexels& T = *F.Texels;
@@ -418,6 +419,15 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   if (backup && (!backups_.empty() || !maps_.empty())) partTouched_ = true;
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
+  // Each tile's current layer and undo copy: every tile is its own, so the
+  // workers share them; a map whose copies were taken is marked changed.
+  // The layer's record is made here, should it be missing, not on a worker.
+  if (!prepared_.empty()) scene_.GetLayerByID(scene_.CurrentLayer);
+  std::vector<uint8_t> copied(prepared_.size(), 0);
+  OnFreeWorkers((int)prepared_.size(),
+                [&](int i) { copied[i] = prepared_[i].second->PrepareLayerTile(prepared_[i].first, backup); });
+  for (size_t i = 0; i < prepared_.size(); i++)
+    if (copied[i]) prepared_[i].second->Changed = true;
   std::vector<int> stateBefore;
   for (auto& [tile, map] : prepared_) stateBefore.push_back(tile->DirtyState), tile->DirtyState = 0;
   StrokeContext ctx;
