@@ -72,20 +72,28 @@ bool PixelMap::FetchPixel(PixelCursor& cursor, int x, int y, bool create, bool m
   if (!tile) return false;
   cursor.Index = (y & 15) * kTileSide + (x & 15);
   if (markDirty) MarkDirty(tile, 1);
-  if (create && backup) GetLayerTile(tile, Scene ? Scene->CurrentLayer : 0, true);
-  if (backup && !tile->UndoLayerTile && tile->CurrentLayerTile) {
-    tile->UndoLayerTile = new LayerTile(*tile->CurrentLayerTile);
-    Changed = true;
-    if (!tile->FreezeUndo) {
-      tile->FreezeUndo = new uint16_t[kTilePixels];
-      for (int i = 0; i < kTilePixels; i++) tile->FreezeUndo[i] = tile->Pixels[i].Freeze;
-    }
-  }
+  if (backup && create) Changed |= PrepareLayerTile(tile, true);
+  else if (backup) Changed |= TakeUndoCopy(tile);
   if (layerID >= 0 && (cursor.LayerID != layerID || (!cursor.Layer && create))) {
     cursor.Layer = GetLayerTile(tile, layerID, create);
     cursor.LayerID = layerID;
   }
   return true;
+}
+
+bool PixelMap::TakeUndoCopy(PixelTile* tile) {
+  if (tile->UndoLayerTile || !tile->CurrentLayerTile) return false;
+  tile->UndoLayerTile = new LayerTile(*tile->CurrentLayerTile);
+  if (!tile->FreezeUndo) {
+    tile->FreezeUndo = new uint16_t[kTilePixels];
+    for (int i = 0; i < kTilePixels; i++) tile->FreezeUndo[i] = tile->Pixels[i].Freeze;
+  }
+  return true;
+}
+
+bool PixelMap::PrepareLayerTile(PixelTile* tile, bool backup) {
+  GetLayerTile(tile, Scene ? Scene->CurrentLayer : 0, true);
+  return backup && TakeUndoCopy(tile);
 }
 
 LayerTile* PixelMap::GetLayerTile(PixelTile* tile, int layerID, bool create) {

@@ -63,6 +63,11 @@ class PixelMap {
                   int layerID = -1);
   // Finds or inserts (by LayerOrder) a zeroed LayerTile.
   LayerTile* GetLayerTile(PixelTile* tile, int layerID, bool create);
+  // The scene's current layer of an existing tile, created if missing, and
+  // with `backup` its undo copy taken once. Touches only this tile, so the
+  // workers may prepare different tiles at once; true when an undo copy was
+  // taken (the caller then sets Changed).
+  bool PrepareLayerTile(PixelTile* tile, bool backup);
   // Copies the tile's layer into OtherLayerUndo once; true if the layer exists.
   bool BackupLayerTile(PixelTile* tile, int layerID);
   // Frees layer tiles whose pixels are all empty.
@@ -107,4 +112,6 @@ class PixelMap {
   void WalkLinks(PixelTile* tile, int layerID, bool pad);
   // Whether the tile's normals may differ from what they were (see Update).
   bool NeedsNormals(const PixelTile* tile) const;
+  // The current layer's undo copy and the freeze's, once; true when taken.
+  bool TakeUndoCopy(PixelTile* tile);
 };

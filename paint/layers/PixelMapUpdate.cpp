@@ -21,6 +21,15 @@ void OnWorkers(const std::vector<PixelTile*>& tiles, const std::function<void(Pi
     for (int i = w; i < n; i += count) fn(tiles[i]);
   });
 }
+
+// Runs fn(0 .. n - 1), striding by worker; fn writes only what index i owns.
+void OnWorkers(size_t n, const std::function<void(size_t)>& fn) {
+  const int workers = std::max(1, std::min(UsingProcessors(), kMaxThreads));
+  const int count = std::min(workers, std::max(1, (int)n));
+  RunSection(count, [&](int w) {
+    for (size_t i = (size_t)w; i < n; i += (size_t)count) fn(i);
+  });
+}
 }  // namespace
 
 bool PixelMap::NeedsNormals(const PixelTile* tile) const {
@@ -121,26 +130,30 @@ int PixelMap::Update(const TileUploader& upload) {
         if (it != Tiles.end()) dirty.push_back(it->second), it->second->DirtyState = 0;
       }
   if (upload) {
+    // The staged words of every tile are filled on the workers, each tile in
+    // its own slot; the batches then go to the device in order.
+    std::vector<uint32_t> colour(dirty.size() * kTilePixels), normal(dirty.size() * kTilePixels);
+    OnWorkers(dirty.size(), [&](size_t b) {
+      const TilePixel* px = dirty[b]->Pixels;
+      uint32_t* __restrict c = &colour[b * kTilePixels];
+      uint32_t* __restrict n = &normal[b * kTilePixels];
+      for (int i = 0; i < kTilePixels; i++) {
+        const TilePixel& p = px[i];
+        const uint32_t v = p.Color;
+        c[i] = (v & 0xff00ff00) | ((v >> 16) & 0xff) | ((v & 0xff) << 16);  // red <-> blue
+        const int nx = std::clamp(p.NormalX + p.MapNormalX - 128, 0, 255);
+        const int ny = std::clamp(p.NormalY + p.MapNormalY - 128, 0, 255);
+        n[i] = (uint32_t)nx | ((uint32_t)ny << 8) | ((uint32_t)(p.Freeze >> 8) << 16) | ((uint32_t)p.Specular << 24);
+      }
+    });
     std::vector<PixelTile*> batch;
-    std::vector<uint32_t> colour, normal;
+    std::vector<uint32_t> batchColour, batchNormal;
     for (size_t first = 0; first < dirty.size(); first += kUploadBatch) {
-      size_t last = std::min(dirty.size(), first + kUploadBatch);
+      const size_t last = std::min(dirty.size(), first + kUploadBatch);
       batch.assign(dirty.begin() + first, dirty.begin() + last);
-      colour.assign(batch.size() * kTilePixels, 0);
-      normal.assign(batch.size() * kTilePixels, 0);
-      for (size_t b = 0; b < batch.size(); b++)
-        for (int i = 0; i < kTilePixels; i++) {
-          const TilePixel& p = batch[b]->Pixels[i];
-          uint32_t c = p.Color;
-          colour[b * kTilePixels + i] =
-              (c & 0xff00ff00) | ((c >> 16) & 0xff) | ((c & 0xff) << 16);  // red <-> blue
-          int nx = std::clamp(p.NormalX + p.MapNormalX - 128, 0, 255);
-          int ny = std::clamp(p.NormalY + p.MapNormalY - 128, 0, 255);
-          normal[b * kTilePixels + i] = (uint32_t)nx | ((uint32_t)ny << 8) |
-                                        ((uint32_t)(p.Freeze >> 8) << 16) |
-                                        ((uint32_t)p.Specular << 24);
-        }
-      upload(batch, colour, normal, composed);
+      batchColour.assign(colour.begin() + first * kTilePixels, colour.begin() + last * kTilePixels);
+      batchNormal.assign(normal.begin() + first * kTilePixels, normal.begin() + last * kTilePixels);
+      upload(batch, batchColour, batchNormal, composed);
     }
   }
   DirtyTiles.clear();

@@ -39,6 +39,8 @@ class PenMeasure {
   PenMeasure(const StrokeFrame& f, float unitScale, bool all, bool texel)
       : f_(f), all_(all), texel_(texel), invScale_(1.0f / unitScale) {
     straight_ = !f.SinglePoint && !f.IsCurved;
+    pressure_ = f.PressureScaled;
+    start_ = f.SegmentStart, ax_ = f.AxisX, ay_ = f.AxisY, az_ = f.AxisZ;
     axis_ = f.SegmentEnd - f.SegmentStart;
     const float L2 = Dot(axis_, axis_);
     invL2_ = L2 > 0 ? 1.0f / L2 : 0;
@@ -51,46 +53,56 @@ class PenMeasure {
     reach2_ = texel ? 1.001f : 2.002f;
   }
 
-  // False when the point (paint units) is out of the pen.
-  bool operator()(const cVec3& p, PenPoint& o) const {
+  // False when the point (paint units) is out of the pen. Worked in locals
+  // and copies of the frame's vectors, so that the writes to `o` do not make
+  // the frame be read again; inlined into the walks.
+  [[gnu::always_inline]] bool operator()(const cVec3& p, PenPoint& o) const {
     if (all_) {
       o.fade = 1, o.radius = o.scaled = f_.EndRadius * invScale_;
       return true;
     }
+    cVec3 v;
+    float t;
     if (straight_) {
-      const cVec3 q = p - f_.SegmentStart;
+      const cVec3 q = p - start_;
       if (invL2_ > 0) {
-        o.t = Dot(q, axis_) * invL2_;
-        o.v = q - axis_ * (o.t < 0 ? 0.0f : o.t > 1 ? 1.0f : o.t);
+        t = Dot(q, axis_) * invL2_;
+        v = q - axis_ * (t < 0 ? 0.0f : t > 1 ? 1.0f : t);
       } else {
-        o.t = 0.5f, o.v = q;
+        t = 0.5f, v = q;
       }
     } else {
-      f_.SegmentPoint(p, o.v, o.t);
+      f_.SegmentPoint(p, v, t);
     }
-    o.r = constantRadius_ ? r_ : f_.RadiusAt(o.t);
-    if (Dot(o.v, o.v) > reach2_ * o.r * o.r) return false;
-    o.Rp = f_.PressureScaled ? o.r * f_.PressureAt(o.t) : o.r;
-    const float inv = constantRadius_ ? invR_ : 1.0f / o.r;
-    o.x = Dot(f_.AxisX, o.v) * inv;
-    o.y = Dot(f_.AxisY, o.v) * inv;
-    const float z = Dot(f_.AxisZ, o.v) * inv;
-    o.fade = 1 - z * z;
-    if (!(o.fade > 0)) return false;
+    const float r = constantRadius_ ? r_ : f_.RadiusAt(t);
+    o.v = v, o.t = t, o.r = r;
+    if (Dot(v, v) > reach2_ * r * r) return false;
+    const float Rp = pressure_ ? r * f_.PressureAt(t) : r;
+    const float inv = constantRadius_ ? invR_ : 1.0f / r;
+    float x = Dot(ax_, v) * inv;
+    float y = Dot(ay_, v) * inv;
+    const float z = Dot(az_, v) * inv;
+    const float fade = 1 - z * z;
+    o.Rp = Rp, o.fade = fade;
+    if (!(fade > 0)) {
+      o.x = x, o.y = y;
+      return false;
+    }
     if (texel_) {
-      const float k = 1.0f / o.fade;
-      o.x *= k, o.y *= k;
+      const float k = 1.0f / fade;
+      x *= k, y *= k;
     }
-    if (o.x * o.x + o.y * o.y >= 1) return false;
-    o.radius = o.r * invScale_, o.scaled = o.fade * o.Rp * invScale_;
+    o.x = x, o.y = y;
+    if (x * x + y * y >= 1) return false;
+    o.radius = r * invScale_, o.scaled = fade * Rp * invScale_;
     return true;
   }
 
  private:
   const StrokeFrame& f_;
-  bool all_, texel_, straight_ = true, constantRadius_ = false;
+  bool all_, texel_, straight_ = true, constantRadius_ = false, pressure_ = false;
   float invScale_, invL2_ = 0, r_ = 1, invR_ = 1, reach2_ = 1;
-  cVec3 axis_;
+  cVec3 axis_, start_, ax_, ay_, az_;
 };
 
 // Runs fn(0 .. count - 1) on the pool, each worker taking the next index as
@@ -177,11 +189,12 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, 
   if (!map || !F.Texels) return;
   if (backup && std::find(maps_.begin(), maps_.end(), map) == maps_.end()) maps_.push_back(map);
   PixelCursor cur;
+  // The tiles are made here; their layer tiles and undo copies are made
+  // on the workers once the list is whole (see RunDab).
   auto touch = [&](const FaceTexel& t) {
     const PixelTile* before = cur.Tile;
-    if (!map->FetchPixel(cur, t.X, t.Y, true, false, backup)) return;
+    if (!map->FetchPixel(cur, t.X, t.Y, true, false, false)) return;
     if (cur.Tile == before) return;
-    map->GetLayerTile(cur.Tile, scene_.CurrentLayer, true);
     prepared_.push_back({cur.Tile, map});
   };
   const FaceTexels& T = *F.Texels;
@@ -307,20 +320,25 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
   const cVec3 stripSide = ctx.Strip ? Cross(f.DirectionAt(0.5f), f.AxisZ).Normalized() : cVec3();
   float sum = 0;
   int64_t measured = 0;
-  // One texel whose pixel is (tile, index).
-  auto visit = [&](const FaceTexel& t, PixelTile* tile, int index) {
-    freeze.Add(tile->Pixels[index].Freeze);
-    PenPoint pp;
-    if (!measure(t.Position * us, pp)) return;
+  const bool strip = ctx.Strip && !all;
+  // The tile's current layer, when it is the one painted, and its undo copy.
+  auto currentLayer = [&](const PixelTile* tile) {
     LayerTile* layer = tile->CurrentLayerTile;
-    if (!layer || (int)layer->LayerID != ctx.CurrentLayer) return;
+    return layer && (int)layer->LayerID == ctx.CurrentLayer ? layer : nullptr;
+  };
+  // One texel whose pixel is (tile, index); `layer` as currentLayer gives.
+  auto visit = [&](const FaceTexel& t, PixelTile* tile, LayerTile* layer, const LayerTile* undo, int index) {
+    TilePixel& pixel = tile->Pixels[index];
+    freeze.Add(pixel.Freeze);
+    PenPoint pp;
+    if (!measure(t.Position * us, pp) || !layer) return;
     s.PenX = pp.x, s.PenY = pp.y;
-    if (ctx.Strip && !all) f.StripPlace(pp.v, pp.t, pp.r, stripSide, s.StripX, s.StripY);
+    if (strip) f.StripPlace(pp.v, pp.t, pp.r, stripSide, s.StripX, s.StripY);
     s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
     s.Position = t.Position, s.Normal = t.Normal;
-    s.Pixel = &tile->Pixels[index];
+    s.Pixel = &pixel;
     s.Dest = &layer->Pixels[index];
-    s.Backup = tile->UndoLayerTile ? &tile->UndoLayerTile->Pixels[index] : s.Dest;
+    s.Backup = undo ? &undo->Pixels[index] : s.Dest;
     const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
     if (w != 0) {
       sum += w;
@@ -333,7 +351,7 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     for (uint32_t i = first; i < first + count; i++) {
       const FaceTexel& t = T.Texels[i];
       if (map->FetchPixel(cur, t.X, t.Y, false, false, false))
-        visit(t, cur.Tile, cur.Index);
+        visit(t, cur.Tile, currentLayer(cur.Tile), cur.Tile->UndoLayerTile, cur.Index);
       else
         freeze.Add(0);  // no tile yet: nothing frozen there
     }
@@ -346,13 +364,15 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
       return;
     }
     measured += b.Count;
+    LayerTile* const layer = currentLayer(tile);
+    const LayerTile* const undo = tile->UndoLayerTile;
     for (uint32_t i = b.First; i < b.First + b.Count; i++) {
       const FaceTexel& t = T.Texels[i];
       if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) {  // a damaged directory
         freeze.Add(0);
         continue;
       }
-      visit(t, tile, (t.Y & 15) * kTileSide + (t.X & 15));
+      visit(t, tile, layer, undo, (t.Y & 15) * kTileSide + (t.X & 15));
     }
   };
   if (!blocks) {
@@ -399,6 +419,15 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   if (backup && (!backups_.empty() || !maps_.empty())) partTouched_ = true;
   std::sort(prepared_.begin(), prepared_.end());
   prepared_.erase(std::unique(prepared_.begin(), prepared_.end()), prepared_.end());
+  // Each tile's current layer and undo copy: every tile is its own, so the
+  // workers share them; a map whose copies were taken is marked changed.
+  // The layer's record is made here, should it be missing, not on a worker.
+  if (!prepared_.empty()) scene_.GetLayerByID(scene_.CurrentLayer);
+  std::vector<uint8_t> copied(prepared_.size(), 0);
+  OnFreeWorkers((int)prepared_.size(),
+                [&](int i) { copied[i] = prepared_[i].second->PrepareLayerTile(prepared_[i].first, backup); });
+  for (size_t i = 0; i < prepared_.size(); i++)
+    if (copied[i]) prepared_[i].second->Changed = true;
   std::vector<int> stateBefore;
   for (auto& [tile, map] : prepared_) stateBefore.push_back(tile->DirtyState), tile->DirtyState = 0;
   StrokeContext ctx;

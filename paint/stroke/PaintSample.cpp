@@ -195,9 +195,12 @@ float PaintSample::Pixel(const StrokeContext& ctx, PixelSample& s, float radius,
   float fill[4] = {0, 0, 0, 0};
   if (ctx.Modificator) ctx.Modificator->Evaluate(s.Position * ctx.UnitScale, s.Normal, s.UVX, s.UVY, fill);
   PenWeights pw;
-  const float freeze = s.Pixel->Freeze / 65535.0f;
-  if (!SamplePenWeights(ctx, s, freeze, s.Pixel->Color, dest.Color, (dest.Color >> 24) / 255.0f, dest.Depth, 0, pw))
-    return 0;
+  // Two divisions a texel spared where they give nothing: a free texel's
+  // freeze is 0, and the layer's opacity is read only by the conditions.
+  const uint16_t frozen = s.Pixel->Freeze;
+  const float freeze = frozen ? frozen / 65535.0f : 0.0f;
+  const float opacity = GeneralPen::ConditionMode != 0 ? (dest.Color >> 24) / 255.0f : 0.0f;
+  if (!SamplePenWeights(ctx, s, freeze, s.Pixel->Color, dest.Color, opacity, dest.Depth, 0, pw)) return 0;
   const StyleAt style = ReadStyle(s);
   if (GeneralPen::DrawDepth) {
     const float d = DabDepth(ctx, pw, scaled, fill, style);

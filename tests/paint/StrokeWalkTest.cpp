@@ -306,7 +306,21 @@ TEST(StrokeWalk, OneAndTwoThreadsGiveTheSameBytes) {
       if (scene.Faces[f].Grid) add(scene.Faces[f].Grid, scene.Faces[f].SampleCount() * sizeof(MicroVertex));
     }
     if (PixelMap* map = scene.GetPixelMap(0)) {
-      map->Update();
+      // The staged words too, batch by batch, as the device would take them.
+      map->Update([&](const std::vector<PixelTile*>& tiles, const std::vector<uint32_t>& colour,
+                      const std::vector<uint32_t>& normal, bool) {
+        int misplaced = 0;  // each tile's words are its own pixels', red and blue swapped
+        for (size_t b = 0; b < tiles.size(); b++) {
+          add(&tiles[b]->X, sizeof tiles[b]->X), add(&tiles[b]->Y, sizeof tiles[b]->Y);
+          for (int i = 0; i < kTilePixels; i++) {
+            const uint32_t c = tiles[b]->Pixels[i].Color, w = colour[b * kTilePixels + i];
+            misplaced += w != ((c & 0xff00ff00) | ((c >> 16) & 0xff) | ((c & 0xff) << 16));
+          }
+        }
+        EXPECT_EQ(misplaced, 0);
+        add(colour.data(), colour.size() * sizeof(uint32_t));
+        add(normal.data(), normal.size() * sizeof(uint32_t));
+      });
       PixelCursor c;
       for (int y = 0; y < map->Height; y++)
         for (int x = 0; x < map->Width; x++)
