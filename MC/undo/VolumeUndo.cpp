@@ -13,7 +13,6 @@
 
 namespace {
 constexpr int kVertexBytes = 28;
-constexpr int kCopyRecordBytes = 28;
 
 void PutVertices(BlockWriter& w, const MCVertex* v, int n) {
   w.I32(n);
