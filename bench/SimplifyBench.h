@@ -8,6 +8,8 @@
 #include "MC/mcubes/VolumeFill.h"
 #include "MC/mcubes/VolumeObject.h"
 #include "MC/mcubes/WeldedMesh.h"
+#include "interchange/Mesh.h"
+#include "topology/simplify/HalfEdgeMesh.h"
 
 inline const WeldedMeshBuilder& SphereSurface(float radius) {
   static std::map<float, std::unique_ptr<WeldedMeshBuilder>> made;
@@ -23,3 +25,17 @@ inline const WeldedMeshBuilder& SphereSurface(float radius) {
 }
 
 constexpr float kMillionTriangleRadius = 163;
+
+// One whole run of ours: build, remove 90 %, extract; the triangles left.
+inline int SimplifyNinetyPercent(const WeldedMeshBuilder& surface, int threads) {
+  HalfEdgeMesh m;
+  m.Threads = threads;
+  m.Progress = [](const char*, int64_t, int64_t) { return false; };
+  m.AddSurface(surface);
+  m.Build();
+  float ratio = 0.9f;
+  m.Simplify(ratio, false);
+  comms::cMesh out;
+  m.Extract(out);
+  return out.PolygonCount();
+}

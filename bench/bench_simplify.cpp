@@ -5,26 +5,13 @@
 
 #include "ClassEngine/Log.h"
 #include "SimplifyBench.h"
-#include "interchange/Mesh.h"
-#include "topology/simplify/HalfEdgeMesh.h"
 
 namespace {
 
 void BM_Simplify90(benchmark::State& state) {
   const WeldedMeshBuilder& sphere = SphereSurface(float(state.range(0)));
   int left = 0;
-  for (auto _ : state) {
-    HalfEdgeMesh m;
-    m.Threads = int(state.range(1));
-    m.Progress = [](const char*, int64_t, int64_t) { return false; };
-    m.AddSurface(sphere);
-    m.Build();
-    float ratio = 0.9f;
-    m.Simplify(ratio, false);
-    comms::cMesh out;
-    m.Extract(out);
-    left = out.PolygonCount();
-  }
+  for (auto _ : state) left = SimplifyNinetyPercent(sphere, int(state.range(1)));
   state.counters["triangles"] = sphere.TriangleCount();
   state.counters["left"] = left;
   state.counters["tris/s"] =
