@@ -11,9 +11,15 @@ void FakePlatform::SetFrame(int frame) {
 
 void FakePlatform::SetKeyDown(int key, bool down) {
   if (down)
-    held_.insert(key);
+    held_.insert(key), pressedAt_[key] = tick_;
   else
     held_.erase(key);
+}
+
+bool FakePlatform::WentDownSince(int key, uint32_t sinceMs) const {
+  if (IsKeyDownNow(key)) return true;
+  auto it = pressedAt_.find(key);
+  return it != pressedAt_.end() && int32_t(it->second - sinceMs) >= 0;
 }
 
 bool FakePlatform::OpenWindow(const std::string& title, const WindowRect& rect, bool maximised) {

@@ -56,6 +56,7 @@ class FakePlatform final : public Platform {
   bool WaitEvent(PlatformEvent& event, int timeoutMs) override;
   uint32_t TickMs() const override { return tick_; }
   bool IsKeyDownNow(int key) const override { return held_.count(key) != 0; }
+  bool WentDownSince(int key, uint32_t sinceMs) const override;
   bool IsCapsLockOn() const override { return false; }
   int KeyToChar(int key, bool shift, bool capsLock) const override;
   bool ReadGamepad(GamepadRaw& raw) override;
@@ -81,6 +82,7 @@ class FakePlatform final : public Platform {
   std::vector<SystemDialog> dialogs_;
   std::vector<std::string> titles_;
   std::set<int> held_;
+  std::map<int, uint32_t> pressedAt_;  // the tick of each key's last press
   GamepadRaw gamepad_;
   std::string title_, clipboard_, documents_;
   WindowRect rect_;

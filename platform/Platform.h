@@ -81,6 +81,12 @@ class Platform {
   virtual uint32_t TickMs() const = 0;
   // The key (0..95) held right now, read from the system.
   virtual bool IsKeyDownNow(int key) const = 0;
+  // The key is held, or went down at or after `sinceMs` (TickMs) and is up
+  // again: a quick tap between two looks at the keyboard is not lost.
+  virtual bool WentDownSince(int key, uint32_t sinceMs) const {
+    (void)sinceMs;
+    return IsKeyDownNow(key);
+  }
   virtual bool IsCapsLockOn() const = 0;
   // The character a keyboard key types through the current layout, 0 for none.
   virtual int KeyToChar(int key, bool shift, bool capsLock) const = 0;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 
 #include "ClassEngine/Log.h"
@@ -40,8 +41,13 @@ class SdlPlatform final : public Platform {
       if (SDL_Init(SDL_INIT_VIDEO) != 0) return;
     }
     initialised_ = true;
+    // Every key press as soon as the system's events are read, before the
+    // queue hands them out one by one: long operations look at Esc between
+    // steps and must not miss a tap.
+    SDL_AddEventWatch(&SdlPlatform::NotePress, this);
   }
   ~SdlPlatform() override {
+    SDL_DelEventWatch(&SdlPlatform::NotePress, this);
     if (pad_) SDL_GameControllerClose(pad_);
     for (auto* c : cursors_)
       if (c) SDL_FreeCursor(c);
@@ -170,6 +176,12 @@ class SdlPlatform final : public Platform {
       if (state[codes[i]]) return true;
     return false;
   }
+  bool WentDownSince(int key, uint32_t sinceMs) const override {
+    if (IsKeyDownNow(key)) return true;
+    if (key < 0 || key >= int(lastPress_.size())) return false;
+    const uint32_t at = lastPress_[size_t(key)].load(std::memory_order_relaxed);
+    return at != 0 && int32_t(at - sinceMs) >= 0;
+  }
   bool IsCapsLockOn() const override { return SDL_GetModState() & KMOD_CAPS; }
   int KeyToChar(int key, bool shift, bool capsLock) const override {
     if (key >= keys::Num0 && key <= keys::Num0 + 9) return '0' + key - keys::Num0;
@@ -265,6 +277,15 @@ class SdlPlatform final : public Platform {
   using ClearColorFn = void (*)(float, float, float, float);
   using ClearFn = void (*)(unsigned);
 
+  static int NotePress(void* self, SDL_Event* e) {
+    if (e->type == SDL_KEYDOWN && !e->key.repeat) {
+      const int key = KeyFromScancode(e->key.keysym.scancode);
+      auto& last = static_cast<SdlPlatform*>(self)->lastPress_;
+      if (key >= 0 && key < int(last.size())) last[size_t(key)].store(std::max<Uint32>(e->key.timestamp, 1));
+    }
+    return 1;
+  }
+
   bool Translate(const SDL_Event& e, PlatformEvent& out) {
     using T = PlatformEvent::Type;
     out = PlatformEvent{};
@@ -339,6 +360,7 @@ class SdlPlatform final : public Platform {
   ClearColorFn clearColor_ = nullptr;
   ClearFn clear_ = nullptr;
   bool initialised_ = false;
+  std::array<std::atomic<Uint32>, 96> lastPress_{};  // SDL ticks of each key's last press, 0 for none
 };
 }  // namespace
 

@@ -2,9 +2,20 @@
 // message at a time so that the window stays alive, and the modal pump.
 #include <cstdio>
 
+#include "platform/Keys.h"
 #include "shell/Shell.h"
 
 bool Shell::IsKeyDownNow(int key) const { return platform_.IsActive() && platform_.IsKeyDownNow(key); }
+
+bool Shell::EscRequested() {
+  if (!platform_.IsActive()) return false;
+  const uint32_t now = platform_.TickMs();
+  uint32_t since = now > 1000 ? now - 1000 : 0;
+  if (escTakenAt_ && int32_t(escTakenAt_ + 1 - since) > 0) since = escTakenAt_ + 1;
+  if (!platform_.WentDownSince(keys::Esc, since)) return false;
+  escTakenAt_ = now;
+  return true;
+}
 
 void Shell::PumpModal(const std::function<bool()>& done) {
   modalRan_ = true;

@@ -28,7 +28,7 @@ Shell::Shell(Platform& platform, ShellSeams& seams) : platform_(platform), seams
   SetProgressHandler([this](const char* textKey, int64_t done, int64_t total) {
     while (total > 1000000) total /= 1024, done /= 1024;  // the bar counts in ints
     ProgressBar(int(done), int(total), textKey);
-    return IsKeyDownNow(keys::Esc);
+    return EscRequested();
   });
   exitFromPump_ = [this] {
     Exit();

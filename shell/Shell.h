@@ -69,6 +69,9 @@ class Shell {
   // so the window answers while the scene stays put.
   void PumpOneMessage();
   bool IsKeyDownNow(int key) const;
+  // Esc is held, or was tapped in the last second and that tap has not yet
+  // stopped anything: what long operations ask between their steps.
+  bool EscRequested();
 
   void SetFullScreenWanted(bool on) { settings_.FullScreen = on; }
   // Grid, wireframe, full screen, clear colour: the frame reads them each time.
@@ -146,6 +149,7 @@ class Shell {
   int autosaveLeft_ = -1;  // seconds shown in the view, -1 none
   bool progressDrawn_ = false;
   bool frameForbidden_ = false, sceneBegun_ = false, modalRan_ = false;
+  uint32_t escTakenAt_ = 0;  // the tick at which a tap of Esc last stopped something
   bool firstAppFrame_ = true, commandLineRan_ = false;
   bool exitFlag_ = false, closeLocked_ = false, asking_ = false;
   bool needFrame_ = true, redrawRequested_ = false, movingOrSizing_ = false;

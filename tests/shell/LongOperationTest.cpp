@@ -1,6 +1,6 @@
 // Long operations: ProgressBar's 500 ms rhythm, the percentage in the title,
 // no nested frames, one message per call, Esc to stop; and leaving through
-// CanClose and the modal pump.
+// CanClose and the modal pump. A tap of Esc between two steps is not lost.
 #include "ClassEngine/Progress.h"
 #include "ShellFixture.h"
 
@@ -65,6 +65,25 @@ TEST_F(ShellTest, LibrariesBelowReportThroughTheShellAndStopOnEsc) {
   EXPECT_EQ(fake.Title(), "75%");
   fake.SetKeyDown(keys::Esc, true);
   EXPECT_TRUE(ReportProgress("UNPACKING", 3, 4)) << "Esc held down stops the operation";
+}
+
+TEST_F(ShellTest, ATapOfEscBetweenTwoStepsStopsOneOperationOnly) {
+  Started();
+  fake.AdvanceTick(5000);
+  EXPECT_FALSE(ReportProgress("UNPACKING", 1, 4));
+  // Pressed and let go while a step ran: the next look still sees it.
+  fake.SetKeyDown(keys::Esc, true);
+  fake.SetKeyDown(keys::Esc, false);
+  fake.AdvanceTick(200);
+  EXPECT_TRUE(ReportProgress("UNPACKING", 2, 4)) << "a tap between two looks is not lost";
+  // That tap has stopped something: the next operation runs on.
+  fake.AdvanceTick(200);
+  EXPECT_FALSE(ReportProgress("UNPACKING", 1, 4));
+  // A tap long before an operation does not stop it.
+  fake.SetKeyDown(keys::Esc, true);
+  fake.SetKeyDown(keys::Esc, false);
+  fake.AdvanceTick(3000);
+  EXPECT_FALSE(ReportProgress("UNPACKING", 1, 4));
 }
 
 TEST_F(ShellTest, CloseAsksToSaveAModifiedScene) {
