@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "ClassEngine/UserPaths.h"
 #include "MC/render/RenderFrames.h"
 #include "MC/render/RenderTool.h"
 #include "MC/render/VolumeRender.h"
@@ -63,6 +64,10 @@ void StartRenderRoom(ViewportSeams& viewport) {
   const float* pivot = &viewport.Camera().m_Center.x;
   tool->SetScene([&viewport] { return viewport.Tree() ? viewport.Tree()->VisibleVolumes() : std::vector<VolumeObject*>(); },
                  &viewport.Camera(), pivot);
+  // Finished pictures go to the user's folder, wherever the program was started.
+  std::string folder = UserFilePath("RenderedImages/");
+  if (!folder.empty() && folder.back() == '/') folder.pop_back();
+  tool->Folder = folder;
   // The frames are summed on the graphics card once the view has its renderer.
   tool->Device = [&viewport] { return viewport.Renderer(); };
   auto shown = std::make_shared<ShownPicture>();
@@ -82,7 +87,7 @@ void StartRenderRoom(ViewportSeams& viewport) {
     if (!shell) return false;
     shell->PumpOneMessage();
     viewport.BeginScene();
-    return shell->IsKeyDownNow(keys::Esc);
+    return shell->EscRequested();
   };
   auto previous = viewport.DrawRoomScene;
   viewport.DrawRoomScene = [tool, shown, previous, &viewport](cRender& render, cFreeViewer& camera) {

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "ClassEngine/UserPaths.h"
 #include "MC/adjust/AdjustHandlers.h"
 #include "MC/brushes/VoxelModes.h"
 #include "MC/brushes/VoxelSculptTool.h"
@@ -535,6 +536,9 @@ TEST_F(ProgramSeams, AStillShowsItsPictureGrowingWithTheRaysLineAndStopsOnEsc) {
   ASSERT_NE(tool, nullptr);
   Tools().SetCurrentTool("RenderTool");
   p.TheShell().RunFrames(2);
+  // Pictures go to the user's folder, not to the working one.
+  EXPECT_EQ(tool->Folder, UserFilePath("RenderedImages/").substr(0, UserFilePath("RenderedImages/").size() - 1));
+  EXPECT_TRUE(std::filesystem::path(tool->Folder).is_absolute()) << tool->Folder;
   const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("morvane-still-" + std::to_string(getpid()));
   tool->Folder = folder.string();
   tool->Params.MaxRenederSteps = 50;
