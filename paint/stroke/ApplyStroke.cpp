@@ -140,12 +140,14 @@ PaintStroke::~PaintStroke() { Release(); }
 void PaintStroke::Begin() { End(); }
 
 void PaintStroke::End() {
+  DropEmptyEntries();
   if (OnEnd && partTouched_) OnEnd(*this);
   Release();
 }
 
 bool PaintStroke::Checkpoint() {
   if (!partTouched_) return false;
+  DropEmptyEntries();
   if (OnEnd) OnEnd(*this);
   for (auto& b : backups_) kept_.push_back(std::move(b));
   backups_.clear();
@@ -165,12 +167,36 @@ void PaintStroke::Release() {
   maps_.clear();
 }
 
-void PaintStroke::PrepareFace(int face, bool backup) {
+void PaintStroke::DropEmptyEntries() {
+  auto empty = [](const LayerMicroVertex* s, size_t n) {
+    for (size_t i = 0; i < n; ++i)
+      if (!s[i].IsEmpty()) return false;
+    return true;
+  };
+  for (const auto& b : backups_) {
+    PaintFace& F = scene_.Faces[b->Face];
+    if (!empty(b->Samples.data(), b->Samples.size())) continue;
+    for (int i = 1; i < F.LayerList.GetAmount(); ++i) {
+      const FaceLayer& l = F.LayerList[i];
+      if (l.LayerID != b->LayerID) continue;
+      if (empty(l.Data, (size_t)F.SampleCount())) {
+        F.RemoveLayerAt(i);
+        ComposeFace(scene_, b->Face);
+        scene_.MarkFaceDirty(b->Face);
+      }
+      break;
+    }
+  }
+}
+
+bool PaintStroke::PrepareFace(int face, bool backup) {
   PaintFace& F = scene_.Faces[face];
+  const bool fresh = !scene_.GetFaceLayer(face, scene_.CurrentLayer, false);
   FaceLayer* fl = scene_.GetFaceLayer(face, scene_.CurrentLayer, true);
-  if (!backup || !fl) return;
+  if (!fl) return false;
+  if (!backup) return fresh;
   // Once a part; the face's Backup keeps the stroke's start of this layer.
-  if (!partFaces_.insert((int64_t)face << 32 | (uint32_t)scene_.CurrentLayer).second) return;
+  if (!partFaces_.insert((int64_t)face << 32 | (uint32_t)scene_.CurrentLayer).second) return fresh;
   auto b = std::make_unique<FaceBackup>();
   b->Face = face;
   b->LayerID = scene_.CurrentLayer;
@@ -181,6 +207,7 @@ void PaintStroke::PrepareFace(int face, bool backup) {
   }
   if (!F.Backup || F.Backup->LayerID != scene_.CurrentLayer) F.Backup = b.get();
   backups_.push_back(std::move(b));
+  return fresh;
 }
 
 void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all) {
@@ -398,11 +425,15 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   constexpr int kPieceBlocks = 4;
   pieces_.clear();
   reach_.clear();
+  // Grids whose entry of the layer this dab made: the new entry can change
+  // samples the pen never reached (a dissolving layer covers the whole
+  // face), so they recompose whole.
+  std::vector<uint8_t> fresh(faces.size(), 0);
   for (int i = 0; i < (int)faces.size(); i++) {
     const int f = faces[i];
     const PaintFace& F = scene_.Faces[f];
     if (F.Grid) {
-      PrepareFace(f, backup);
+      fresh[i] = PrepareFace(f, backup);
       pieces_.push_back({f, i, true, -1, -1});
     }
     if (F.Texels) {
@@ -480,9 +511,16 @@ void PaintStroke::RunDab(const SampleFunction& fn, const StrokeFrame& frame, boo
   LastTouchedFaces = 0;
   for (uint8_t t : touched) LastTouchedFaces += t;
   const int n = (int)composed.size();
+  std::vector<int> whole;
+  for (size_t k = 0; k < pieces_.size(); k++)
+    if (pieces_[k].Grid && fresh[pieces_[k].Place]) whole.push_back(pieces_[k].Face);
+  std::sort(whole.begin(), whole.end());
   OnFreeWorkers(n, [&](int i) {
+    if (std::binary_search(whole.begin(), whole.end(), composed[i])) return;
     ComposeFaceSamples(scene_, composed[i], rects[i].X0, rects[i].Y0, rects[i].X1, rects[i].Y1);
   });
+  OnFreeWorkers((int)whole.size(), [&](int i) { ComposeFace(scene_, whole[i]); });
+  for (int f : whole) scene_.MarkFaceDirty(f);
   // Normals read the neighbours' composite positions: a pass of their own,
   // over the reached samples and their ring, and over the face's border
   // when a neighbour across it moved too.

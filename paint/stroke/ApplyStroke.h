@@ -74,8 +74,12 @@ class PaintStroke {
   std::vector<PixelTile*> LastTiles;  // tiles marked for upload
 
  private:
-  // Creates the face's layer entry and its backup before the workers run.
-  void PrepareFace(int face, bool backup);
+  // Creates the face's layer entry and its backup before the workers run;
+  // true when the entry is new.
+  bool PrepareFace(int face, bool backup);
+  // Entries of this part that hold nothing, now as at its start, go again
+  // (an undo would drop them too), and their faces recompose whole.
+  void DropEmptyEntries();
   // Creates the layer tiles (and their undo copies) a per-pixel face will
   // touch: those of the texel blocks in the pen's reach, or with `all` every one.
   void PrepareTiles(int face, const StrokeFrame& frame, bool backup, bool all);

@@ -11,6 +11,8 @@
 #include "SamePicture.h"
 #include "paint/GeneralPen.h"
 #include "paint/PenShapes.h"
+#include "paint/layers/ComposeFace.h"
+#include "paint/layers/OneLayerInfo.h"
 #include "paint/stroke/PaintDabs.h"
 #include "paint/undo/PaintStrokeUndo.h"
 #include "paint/undo/UndoStack.h"
@@ -95,6 +97,38 @@ TEST_F(PaintUndoFixture, AFaceNewToTheLayerLosesItsEntryOnUndo) {
   for (int f = 0; f < (int)scene.Faces.size(); ++f) EXPECT_EQ(scene.GetFaceLayer(f, layer, false), nullptr) << f;
   ASSERT_TRUE(stack.Redo());
   EXPECT_NE(scene.GetFaceLayer(0, layer, false), nullptr);
+}
+
+// A dissolving layer covers a face wholly once the face has an entry of it,
+// painted or not. A small dab near a corner makes entries on the faces round
+// it: the ones it painted compose whole, the ones it left empty lose their
+// entry at pen-up, and redo stands exactly where the stroke left the scene.
+TEST_F(PaintUndoFixture, ADissolvingLayerComposesWholeFacesAndRedoesExactly) {
+  GridSheet();
+  const int layer = scene.NewLayer(true);
+  scene.GetLayerByID(layer)->ColorOp = ColorOps::Dissolve;
+  Stroke({{1.02f, 1.02f, 0}, {1.1f, 1.05f, 0}}, 0.15f, 5);
+  auto fresh = [&] {
+    std::string before = SamplesOf(PaintPicture(scene));
+    for (int f = 0; f < (int)scene.Faces.size(); ++f) ComposeFace(scene, f);
+    return SamePicture(SamplesOf(PaintPicture(scene)), before);
+  };
+  EXPECT_TRUE(fresh()) << "the stroke left samples composed from an older set of entries";
+  int withEntry = 0;
+  for (int f = 0; f < (int)scene.Faces.size(); ++f) {
+    const FaceLayer* l = scene.GetFaceLayer(f, layer, false);
+    if (!l) continue;
+    ++withEntry;
+    bool painted = false;
+    for (int i = 0; i < scene.Faces[f].SampleCount(); ++i) painted |= !l->Data[i].IsEmpty();
+    EXPECT_TRUE(painted) << "face " << f << " kept an empty entry";
+    EXPECT_EQ(scene.Faces[f].Grid[0].Opacity, 1.f) << "face " << f;
+  }
+  ASSERT_GT(withEntry, 0);
+  const std::string end = PaintPicture(scene);
+  ASSERT_TRUE(stack.Undo());
+  ASSERT_TRUE(stack.Redo());
+  EXPECT_TRUE(SamePicture(PaintPicture(scene), end));
 }
 
 TEST_F(PaintUndoFixture, PerPixelStrokesUndoAndRedoEveryByte) {
