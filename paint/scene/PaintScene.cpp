@@ -211,6 +211,7 @@ void PaintScene::ResetScene(bool keepTools, ToolTable* tools) {
   BasicFaceCornerMap.Clear();
   EdgeMap.Clear();
   DirtyFaces.clear();
+  Picks = PickState();
   DirtyFlag.clear();
   MeshBlocks.clear();
   Cells.Clear();

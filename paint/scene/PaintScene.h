@@ -20,6 +20,7 @@
 #include "paint/scene/SceneClasses.h"
 #include "paint/scene/SceneRecords.h"
 #include "paint/scene/SceneTables.h"
+#include "paint/stroke/PickState.h"
 #include "render/Mesh.h"
 
 class PixelMap;
@@ -96,6 +97,7 @@ class PaintScene {
   std::vector<int> LayerOrder;  // by LayerID: position in Layers + 1, or 0
   int CurrentLayer = 0;
   std::vector<int> StrokeFaces;  // the current stroke's faces (ForEachFace mode 2)
+  PickState Picks;  // where the pen last stood; stroke records carry it
   FaceBatchDrawer DrawFaceBatch;  // the render side's drawing of face batches; none headless
   SceneDevice* Device = nullptr;  // textures, tile upload and meshes; none headless
   uint8_t Modified = 0;

@@ -122,7 +122,7 @@ DabResult PaintDabs::Dab(const PenHit& given) {
   // The next dab goes on along the strip where this one ended.
   if (Stroke.Strip && hit.Mirror == 0 && f.EndRadius > 0)
     GeneralPen::StripPhase += f.SegmentLength / f.EndRadius / f.StripAspect;
-  ThePickState().Note(hit.Mirror, hit.Pos, f.ViewDir, f.AxisY, hit.Face, hit.Pressure, (uint32_t)GeneralPen::StrokeMode);
+  scene_.Picks.Note(hit.Mirror, hit.Pos, f.ViewDir, f.AxisY, hit.Face, hit.Pressure, (uint32_t)GeneralPen::StrokeMode);
   track.Last = hit, track.LastRadius = radius, track.HasLast = true;
   dabs_++;
   return r;

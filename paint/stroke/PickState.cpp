@@ -37,8 +37,3 @@ bool PickState::operator==(const PickState& o) const {
          PickMode == o.PickMode && std::memcmp(PickExtra, o.PickExtra, sizeof PickExtra) == 0 &&
          Same(PickUp, o.PickUp) && Same(UpMirrors, o.UpMirrors, kCopies);
 }
-
-PickState& ThePickState() {
-  static PickState picks;
-  return picks;
-}

@@ -32,6 +32,3 @@ struct PickState {
   void Roll();
   bool operator==(const PickState& o) const;
 };
-
-// The pen's picks, one for the program (main thread).
-PickState& ThePickState();

@@ -54,7 +54,7 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
     {
       BlockWriter w(inverse);
       w.U32(tag);
-      if (tag == kSurfaceUndoTag) w.U32(1), PutPickState(w, ThePickState());  // as they stand
+      if (tag == kSurfaceUndoTag) w.U32(1), PutPickState(w, scene.Picks);  // as they stand
       w.I32(currentLayer), w.U32(0);
       if (tag == kSurfaceUndoTag) {
         w.U32((uint32_t)faces.size());
@@ -90,7 +90,7 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
   for (const FaceEntry& e : faces) RestoreNormals(scene, e), restored.push_back(e.Face);
   BorderNormalsAround(scene, restored);
   // The pen stands where the record says, so a line goes on from there.
-  if (tag == kSurfaceUndoTag) ThePickState() = picks;
+  if (tag == kSurfaceUndoTag) scene.Picks = picks;
 }
 }  // namespace
 
@@ -105,7 +105,7 @@ bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& 
   if (faces) {
     w.U32(1);  // undo writes a redo record
     // A new step: the picks' history moves back one step as it goes out.
-    PickState& picks = ThePickState();
+    PickState& picks = scene.Picks;
     picks.Roll();
     PutPickState(w, picks);
   }

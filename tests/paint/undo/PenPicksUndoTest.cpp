@@ -39,7 +39,6 @@ struct PenPicksFixture : ::testing::Test {
     ASSERT_TRUE(ImportMeshIntoScene(scene, paintmeshes::Sheet(4, 3), PaintImportMode::MicroVertex,
                                     paintmeshes::Grid(3)).ok);
     scene.NewLayer(true);
-    ThePickState() = PickState();
   }
   // Dabs at the points, each with its copy mirrored in x (copy 1) at 4 - x.
   void Stroke(std::initializer_list<cVec3> points, float pressure) {
@@ -86,7 +85,7 @@ uint32_t U32At(const std::vector<uint8_t>& b, size_t at) {
 TEST_F(PenPicksFixture, TheRecordHoldsThePicksFieldByFieldWithTheHistoryRolled) {
   GeneralPen::StrokeMode = kStrokeSoft;
   Stroke({{0.5f, 0.5f, 0}}, 0.5f);
-  const cVec3 first = ThePickState().Pick0;
+  const cVec3 first = scene.Picks.Pick0;
   Stroke({{1.5f, 1.2f, 0}, {1.7f, 2.4f, 0}}, 0.75f);
   const std::vector<uint8_t> r = Record(1);
   ASSERT_GT(r.size(), 8u + PickState::kRecordBytes + 4);
@@ -116,29 +115,29 @@ TEST_F(PenPicksFixture, TheRecordHoldsThePicksFieldByFieldWithTheHistoryRolled) 
 TEST_F(PenPicksFixture, UndoPutsThePenWhereTheRecordSaysAndRedoWhereItStood) {
   Stroke({{0.5f, 0.5f, 0}}, 0.4f);
   Stroke({{2.5f, 1.5f, 0}, {3.1f, 1.8f, 0}}, 0.6f);
-  const PickState second = ThePickState();
+  const PickState second = scene.Picks;
   Stroke({{1.2f, 2.6f, 0}}, 0.9f);
-  const PickState third = ThePickState();
+  const PickState third = scene.Picks;
   ASSERT_FALSE(second == third);
 
   ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(ThePickState() == third) << "the third record holds the picks it left";
+  EXPECT_TRUE(scene.Picks == third) << "the third record holds the picks it left";
   ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(ThePickState() == second);
+  EXPECT_TRUE(scene.Picks == second);
   ASSERT_TRUE(stack.Redo());
-  EXPECT_TRUE(ThePickState() == third) << "redo gives back the picks from before the undo";
+  EXPECT_TRUE(scene.Picks == third) << "redo gives back the picks from before the undo";
   ASSERT_TRUE(stack.Redo());
-  EXPECT_TRUE(ThePickState() == third);
+  EXPECT_TRUE(scene.Picks == third);
 }
 
 TEST_F(PenPicksFixture, ARecordCutInsideThePicksChangesNothing) {
   Stroke({{1.5f, 1.5f, 0}, {2.5f, 1.5f, 0}}, 0.5f);
   const std::string painted = PaintPicture(scene);
-  PickState moved = ThePickState();
+  PickState moved = scene.Picks;
   moved.Pick0 = cVec3(9, 9, 9);
-  ThePickState() = moved;
+  scene.Picks = moved;
   std::filesystem::resize_file(stack.FileName(0), 8 + PickState::kRecordBytes - 4);
   ASSERT_TRUE(stack.Undo());
   EXPECT_EQ(PaintPicture(scene), painted);
-  EXPECT_TRUE(ThePickState() == moved);
+  EXPECT_TRUE(scene.Picks == moved);
 }
