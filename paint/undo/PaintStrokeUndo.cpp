@@ -34,13 +34,15 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
   std::vector<FaceEntry> faces;
   if (tag == kSurfaceUndoTag) {
     const uint32_t count = r.U32();
-    if (!r.Fits(count, 9, "undo face")) return;
+    if (!r.Fits(count, kFaceBackupBytes, "undo face")) return;
     faces.resize(count);
-    for (FaceEntry& e : faces)
-      if (!ReadFace(r, scene, e)) {
-        Log("SurfaceUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
-        return;
-      }
+    bool whole = true;
+    for (FaceEntry& e : faces) whole = whole && ReadFaceBackup(r, scene, e);
+    for (FaceEntry& e : faces) whole = whole && ReadEntryNormals(r, scene, e);
+    if (!whole) {
+      Log("SurfaceUndo::Apply(): damaged record (%s); left unapplied", r.Error().c_str());
+      return;
+    }
   }
   std::vector<TileEntry> tiles;
   if (!ReadTiles(r, scene, tiles)) {
@@ -58,7 +60,10 @@ void ApplyPaintRecord(BinStream& in, UndoStack& stack, PaintScene& scene, uint32
       w.I32(currentLayer), w.U32(0);
       if (tag == kSurfaceUndoTag) {
         w.U32((uint32_t)faces.size());
-        for (const FaceEntry& e : faces) PutFace(w, PresentFace(scene, e.Face, e.LayerID));
+        std::vector<FaceEntry> present;
+        for (const FaceEntry& e : faces) present.push_back(PresentFace(scene, e.Face, e.LayerID));
+        for (const FaceEntry& e : present) PutFaceBackup(w, scene, e);
+        for (const FaceEntry& e : present) PutEntryNormals(w, e);
       }
       for (const TileEntry& t : tiles) {
         PixelMap* map = scene.GetPixelMap(t.Target);
@@ -113,13 +118,24 @@ bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& 
   w.U32(0);  // no layer text: the stack of layers is as it was
   if (faces) {
     w.U32((uint32_t)stroke.Backups().size());
+    // The faces as they were, then the composite's normals of each. A
+    // stroke moves no vertex and sets no freeze value: those are read as
+    // they stand.
+    std::vector<FaceEntry> entries;
     for (const auto& b : stroke.Backups()) {
+      FaceEntry e;
       const int n = (int)b->Samples.size();
-      const bool had = n && !AllEmpty(b->Samples.data(), n);
-      w.I32(b->Face), w.I32(b->LayerID), w.U8(had ? 1 : 0);
-      if (had) PutSamples(w, b->Samples.data(), n);
-      PutNormals(w, b->Normals);
+      e.Face = b->Face, e.LayerID = b->LayerID;
+      e.HasSamples = n && !AllEmpty(b->Samples.data(), n);
+      if (e.HasSamples) e.Samples = b->Samples;
+      e.Normals = b->Normals;
+      if (const MicroVertex* g = scene.Faces[b->Face].Grid)
+        for (int i = 0; i < scene.Faces[b->Face].SampleCount(); ++i) e.Freeze.push_back(g[i].Freeze);
+      CaptureCorners(scene, e);
+      entries.push_back(std::move(e));
     }
+    for (const FaceEntry& e : entries) PutFaceBackup(w, scene, e);
+    for (const FaceEntry& e : entries) PutEntryNormals(w, e);
   }
   for (PixelMap* map : stroke.BackedUpMaps()) {
     const int target = TargetOf(scene, map);

@@ -24,7 +24,11 @@ bool WritePaintStrokeUndo(BinStream& out, PaintScene& scene, const PaintStroke& 
 // The same, handed to the stack (the stroke's OnEnd at pen-up).
 bool PushPaintStrokeUndo(UndoStack& stack, PaintScene& scene, const PaintStroke& stroke);
 
-// "MESH": grid faces, then tiles.
+// "MESH": u32 flag (1: undo writes a redo record), the picks (580 bytes),
+// i32 current layer, u32 0 (no layer text), u32 face count, each face in
+// the 120-byte form of SampleCoding.h with its samples and freeze values,
+// then the composite's normals of each face in the same order, then tiles
+// as "SUPL" writes them, closed by a u32 0.
 class SurfaceUndo : public BasicUndoMaker {
  public:
   SurfaceUndo(UndoStack& stack, PaintScene& scene) : stack_(stack), scene_(scene) {}

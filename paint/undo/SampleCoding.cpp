@@ -1,6 +1,7 @@
 // The sample coding of the paint undo records (see SampleCoding.h).
 #include "paint/undo/SampleCoding.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "paint/file/BlockCoding.h"
@@ -88,6 +89,65 @@ int TargetOf(PaintScene& scene, const PixelMap* map) {
   return -1;
 }
 
+void CaptureCorners(const PaintScene& scene, FaceEntry& e) {
+  e.HasCorners = true;
+  const int count = std::min(scene.FaceCornerMap.Entries(e.Face) - 1, 4);
+  const int* c = scene.FaceCornerMap.Of(e.Face);
+  for (int i = 0; i < count; ++i) {
+    const FaceCorner& k = scene.Corners[c[i]];
+    if (k.Vertex >= 0 && k.Vertex < (int)scene.Vertices.size()) e.CornerPositions[i] = scene.Vertices[k.Vertex].Position;
+    if (k.Normal >= 0 && k.Normal < (int)scene.Normals.size()) e.CornerNormals[i] = scene.Normals[k.Normal];
+  }
+}
+
+void PutFaceBackup(BlockWriter& w, PaintScene& scene, const FaceEntry& e) {
+  (void)scene;
+  w.U32(e.HasSamples ? 1 : 0), w.U32(0), w.U32(e.Freeze.empty() ? 0 : 1);
+  w.I32(e.LayerID);
+  for (const comms::cVec3& p : e.CornerPositions) w.Vec3(p);
+  for (const comms::cVec3& n : e.CornerNormals) w.Vec3(n);
+  w.I32(e.Face);
+  w.U8(0), w.U8(0), w.U16(0);  // not checkpointed, not reused; padding
+  if (e.HasSamples)
+    for (const LayerMicroVertex& s : e.Samples) w.Vec3(s.Offset), w.U32(s.Color), w.F32(s.Opacity), w.F32(s.Emboss);
+  for (float f : e.Freeze) w.F32(f);
+}
+
+bool ReadFaceBackup(BlockReader& r, PaintScene& scene, FaceEntry& e) {
+  if (!r.Fits(1, kFaceBackupBytes, "undo face")) return false;
+  e.HasSamples = r.U32() != 0;
+  const bool baseNormals = r.U32() != 0, freeze = r.U32() != 0;
+  e.LayerID = r.I32();
+  for (comms::cVec3& p : e.CornerPositions) p = r.Vec3();
+  for (comms::cVec3& n : e.CornerNormals) n = r.Vec3();
+  e.Face = r.I32();
+  e.HasCorners = true;
+  r.U8(), r.U8(), r.U16();
+  if (!r.Ok() || e.Face < 0 || e.Face >= (int)scene.Faces.size()) return false;
+  const int n = scene.Faces[e.Face].SampleCount();
+  if (e.HasSamples) {
+    if (!r.Fits((uint64_t)n, kSampleBytes, "undo sample")) return false;
+    e.Samples.resize(n);
+    for (LayerMicroVertex& s : e.Samples) {
+      s.Offset = r.Vec3();
+      s.Color = r.U32(), s.Opacity = r.F32(), s.Emboss = r.F32();
+    }
+  }
+  if (freeze) {
+    if (!scene.Faces[e.Face].Grid || !r.Fits((uint64_t)n, 4, "undo freeze")) return false;
+    e.Freeze.resize(n);
+    for (float& f : e.Freeze) f = r.F32();
+  }
+  // Base normals come with tools that move vertices; none writes them yet.
+  if (baseNormals && !r.Skip((uint64_t)n * 12)) return false;
+  return r.Ok();
+}
+
+void PutEntryNormals(BlockWriter& w, const FaceEntry& e) { PutNormals(w, e.Normals); }
+
+static bool ReadNormals(BlockReader& r, PaintScene& scene, FaceEntry& e);
+bool ReadEntryNormals(BlockReader& r, PaintScene& scene, FaceEntry& e) { return ReadNormals(r, scene, e); }
+
 static bool ReadNormals(BlockReader& r, PaintScene& scene, FaceEntry& e) {
   const uint32_t n = r.U32();
   if (n && (n != (uint32_t)scene.Faces[e.Face].SampleCount() || !r.Fits(n, 12, "undo normal"))) return false;
@@ -146,12 +206,30 @@ FaceEntry PresentFace(PaintScene& scene, int face, int layerID) {
     e.Samples.assign(fl->Data, fl->Data + scene.Faces[face].SampleCount());
   }
   if (const MicroVertex* g = scene.Faces[face].Grid)
-    for (int i = 0; i < scene.Faces[face].SampleCount(); ++i) e.Normals.push_back(g[i].Normal);
+    for (int i = 0; i < scene.Faces[face].SampleCount(); ++i) e.Normals.push_back(g[i].Normal), e.Freeze.push_back(g[i].Freeze);
+  CaptureCorners(scene, e);
   return e;
 }
 
 void RestoreFace(PaintScene& scene, const FaceEntry& e) {
   PaintFace& F = scene.Faces[e.Face];
+  if (F.Grid && (int)e.Freeze.size() == F.SampleCount()) {
+    int free = 0, frozen = 0;
+    for (int i = 0; i < F.SampleCount(); ++i) {
+      F.Grid[i].Freeze = e.Freeze[i];
+      free += e.Freeze[i] < 0.001f, frozen += e.Freeze[i] > 0.999f;
+    }
+    F.FreezeState = FreezeStateOf(free, frozen, F.SampleCount());
+  }
+  if (e.HasCorners) {
+    const int count = std::min(scene.FaceCornerMap.Entries(e.Face) - 1, 4);
+    const int* c = scene.FaceCornerMap.Of(e.Face);
+    for (int i = 0; i < count; ++i) {
+      const FaceCorner& k = scene.Corners[c[i]];
+      if (k.Vertex >= 0 && k.Vertex < (int)scene.Vertices.size()) scene.Vertices[k.Vertex].Position = e.CornerPositions[i];
+      if (k.Normal >= 0 && k.Normal < (int)scene.Normals.size()) scene.Normals[k.Normal] = e.CornerNormals[i];
+    }
+  }
   const bool keep = e.HasSamples && !AllEmpty(e.Samples.data(), (int)e.Samples.size());
   if (keep) {
     FaceLayer* fl = scene.GetFaceLayer(e.Face, e.LayerID, true);

@@ -1,7 +1,8 @@
 // A grid stroke's record carries where the pen stood (the 580 bytes of
 // PickState behind the flag, field by field), with its history moved one
 // step back; undo puts the pen where the record says, redo where it stood
-// before the undo, and a record cut inside the block changes nothing.
+// before the undo, and a record cut inside the block changes nothing. The
+// faces follow the picks in their fixed form.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -140,4 +141,63 @@ TEST_F(PenPicksFixture, ARecordCutInsideThePicksChangesNothing) {
   ASSERT_TRUE(stack.Undo());
   EXPECT_EQ(PaintPicture(scene), painted);
   EXPECT_TRUE(scene.Picks == moved);
+}
+
+// Behind the picks, each face the stroke reached comes in the 120-byte form
+// (three presence words, the layer, four corner positions and normals, the
+// face, two checkpoint bytes and padding) with its samples and freeze
+// values; the composite's normals of every face follow, then the tiles.
+TEST_F(PenPicksFixture, TheFacesFollowInTheirHundredTwentyByteForm) {
+  Stroke({{1.5f, 1.5f, 0}}, 0.5f);
+  const std::vector<uint8_t> r = Record(0);
+  size_t p = 8 + PickState::kRecordBytes;
+  EXPECT_EQ((int)U32At(r, p), scene.CurrentLayer);
+  EXPECT_EQ(U32At(r, p + 4), 0u);  // no layer text
+  const uint32_t count = U32At(r, p + 8);
+  ASSERT_GE(count, 2u) << "a mirrored pair of dabs reaches at least two faces";
+  p += 12;
+  std::vector<int> faces;
+  for (uint32_t k = 0; k < count; ++k) {
+    ASSERT_LE(p + 120, r.size());
+    const int face = (int)U32At(r, p + 112);
+    ASSERT_GE(face, 0);
+    ASSERT_LT(face, (int)scene.Faces.size());
+    faces.push_back(face);
+    EXPECT_EQ((int)U32At(r, p + 12), scene.CurrentLayer);
+    EXPECT_EQ(U32At(r, p + 4), 0u);  // no base normals
+    EXPECT_EQ(U32At(r, p + 8), 1u);  // freeze values follow
+    const int* corners = scene.FaceCornerMap.Of(face);
+    for (int c = 0; c < 4; ++c) {
+      const FaceCorner& k = scene.Corners[corners[c]];
+      EXPECT_TRUE(SameVec(Vec3At(r, p + 16 + 12 * c), scene.Vertices[k.Vertex].Position)) << "face " << face;
+      EXPECT_TRUE(SameVec(Vec3At(r, p + 64 + 12 * c), scene.Normals[k.Normal])) << "face " << face;
+    }
+    EXPECT_EQ(r[p + 116], 0);
+    const size_t n = (size_t)scene.Faces[face].SampleCount();
+    // The layer was new: the faces held nothing of it before the stroke.
+    EXPECT_EQ(U32At(r, p), 0u);
+    for (size_t i = 0; i < n; ++i) EXPECT_EQ(F32At(r, p + 120 + 4 * i), scene.Faces[face].Grid[i].Freeze);
+    p += 120 + 4 * n;
+  }
+  for (int face : faces) {
+    const size_t n = (size_t)scene.Faces[face].SampleCount();
+    ASSERT_EQ(U32At(r, p), n);
+    EXPECT_TRUE(SameVec(Vec3At(r, p + 4), scene.Faces[face].Grid[0].Normal));
+    p += 4 + 12 * n;
+  }
+  EXPECT_EQ(U32At(r, p), 0u);  // no tiles
+  EXPECT_EQ(p + 4, r.size());
+}
+
+// The record brings the grids' freeze values back with the samples, and the
+// faces' freeze state with them.
+TEST_F(PenPicksFixture, UndoBringsTheFreezeValuesBack) {
+  Stroke({{1.5f, 1.5f, 0}}, 0.5f);
+  const int face = (int)U32At(Record(0), 8 + PickState::kRecordBytes + 12 + 112);
+  PaintFace& F = scene.Faces[face];
+  for (int i = 0; i < F.SampleCount(); ++i) F.Grid[i].Freeze = 1;
+  F.FreezeState = 2;
+  ASSERT_TRUE(stack.Undo());
+  for (int i = 0; i < F.SampleCount(); ++i) EXPECT_EQ(F.Grid[i].Freeze, 0.f);
+  EXPECT_EQ(F.FreezeState, 0);
 }
