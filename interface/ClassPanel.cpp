@@ -77,11 +77,17 @@ ClassRow* NewRow(BaseWidget* parent, float rect[4], float height, BaseClass* own
 }
 
 // A label on the left (0.6 of the width) and the field's left edge.
-float AddLabel(ClassRow* row, const RowName& rn, float rowH) {
+// The label takes 60 % of the row; a field that needs more (`fieldWanted`)
+// takes it from the label as far as the label's own words leave room.
+float AddLabel(ClassRow* row, const RowName& rn, float rowH, float fieldWanted = 0) {
   UiContext& ui = Ui();
   if (rn.noLabel) return 0;
   bool narrow = row->W < ui.Px(120);
   float labelW = narrow ? row->W : row->W * 0.6f;
+  if (!narrow && fieldWanted > row->W - labelW) {
+    const float words = ui.TextWidth(Text(rn.label.c_str())) + ui.Px(12);
+    labelW = std::max(std::min(labelW, words), row->W - fieldWanted);
+  }
   auto* label = row->Add(new TextWidget(Text(rn.label.c_str()), 0, 0, labelW, rowH));
   label->TextColor = kThemeDimText;
   return narrow ? 0 : labelW;
@@ -246,7 +252,16 @@ void BuildClassPanel(BaseWidget* parent, float rect[4], const char* name, BaseCl
     else box->Value = nullptr;
     return;
   }
-  float fieldX = AddLabel(row, rn, rowH);
+  // A list's field wants its longest item and the arrow.
+  float fieldWanted = 0;
+  if (strcmp(kind, "_index") == 0 && extra) {
+    Enumerator* e = static_cast<Enumerator*>(extra);
+    for (int i = 0; i < e->GetAmount(); ++i) {
+      const char* name = i < e->GetStoredAmount() ? e->Get(e->Values[i]) : e->Get(i);
+      if (name) fieldWanted = std::max(fieldWanted, ui.TextWidth(Text(name)) + ui.Px(30));
+    }
+  }
+  float fieldX = AddLabel(row, rn, rowH, fieldWanted);
   float fieldW = row->W - fieldX;
   if (strcmp(kind, "CtrlFSlider") == 0 || strcmp(kind, "CtrlISlider") == 0) {
     auto* s = row->Add(new SimpleSlider);

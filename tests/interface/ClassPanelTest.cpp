@@ -270,6 +270,45 @@ TEST_F(PanelFixture, ComboBoxPicksAValueOfTheEnumerator) {
   EXPECT_EQ(object.changes, 1);
 }
 
+namespace {
+class LongChoice : public BaseClass {
+ public:
+  int Size = 0, Way = 0;
+  MV_CLASS(LongChoice, BaseClass) {
+    Member("_index", Size, "Size", Choices());
+    Member("_index", Way, "A label long enough to take most of the row", Choices());
+  }
+  static Enumerator* Choices() {
+    Enumerator* e = GetEnumerator("PANEL_TEST_LONG_CHOICES");
+    if (e->GetStoredAmount() == 0) e->Add("Short"), e->Add("The whole visible screen");
+    return e;
+  }
+};
+}  // namespace
+
+// A list's field holds its longest item whole when its label leaves room:
+// the label gives up what its own words do not need. A label that needs
+// the room keeps its share.
+TEST(ComboListTest, TheFieldHoldsTheLongestItemWhenTheLabelLeavesRoom) {
+  UiScope ui;
+  LongChoice object;
+  auto* panel = ui.tree.Root().Add(new ClassPanel);
+  panel->W = 300;
+  panel->Object = &object;
+  panel->Rebuild();
+  ui.tree.Layout();
+  std::vector<ComboBox*> boxes;
+  for (BaseWidget* w : panel->Children)
+    if (auto* r = dynamic_cast<ClassRow*>(w))
+      for (BaseWidget* c : r->Children)
+        if (auto* box = dynamic_cast<ComboBox*>(c)) boxes.push_back(box);
+  ASSERT_EQ(boxes.size(), 2u);
+  const float longest = Ui().TextWidth("The whole visible screen");
+  EXPECT_GE(boxes[0]->W, longest + 24) << "the text and the arrow fit";
+  EXPECT_LE(boxes[0]->W, 300 - Ui().TextWidth("Size"));
+  EXPECT_NEAR(boxes[1]->W, 0.4f * boxes[1]->ParentWidget()->W, 1.0f);
+}
+
 // A list too tall for the screen wraps into columns that stay on it, as
 // wide as its longest item, and a click in a later column picks that item.
 TEST(ComboListTest, ALongListWrapsIntoColumnsOnTheScreen) {
