@@ -220,7 +220,8 @@ bool NaviSystem::MayStart(NaviEvent& e, int key, bool& byKey) {
   return (e.InsideObject && surface) || (e.OutsideObject && !surface) || (e.InNaviZone && !inWork);
 }
 
-void NaviSystem::Start(NaviEvent&) {
+void NaviSystem::Start(NaviEvent& e) {
+  if (e.ActionType == NAVI_MOVE_MTL && World.Pattern && World.BeforePatternMove) World.BeforePatternMove();
   startX_ = lastX_, startY_ = lastY_;
   startRadius_ = GeneralPen::PenRadius;
   startDepth_ = GeneralPen::DeepDegree;

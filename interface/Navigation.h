@@ -12,7 +12,7 @@
 
 #include "ClassEngine/ClassArray.h"
 #include "ClassEngine/MemberClasses.h"
-#include "interface/MaterialPattern.h"
+#include "paint/MaterialPattern.h"
 #include "interface/UvPreview.h"
 
 class Platform;
@@ -65,6 +65,7 @@ struct NaviWorld {
   std::function<float()> PenPixelRadius;  // the pen's radius in pixels at the pen point
   // The pattern the pen paints through: the pattern rows start only with one.
   MaterialPattern* Pattern = nullptr;
+  std::function<void()> BeforePatternMove;  // a gesture is about to move the pattern
   // The UV preview: rows "only in UV" and the UV move start only over it
   // while shown, and a pan or zoom that starts over it moves it, not the camera.
   UvPreview* Uv = nullptr;

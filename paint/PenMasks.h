@@ -20,7 +20,7 @@ class cViewer;
 
 class PenMasks {
  public:
-  PenMasks() = default;
+  PenMasks() { mask_.Placement = &placement_; }
   PenMasks(const PenMasks&) = delete;
   PenMasks& operator=(const PenMasks&) = delete;
   ~PenMasks();
@@ -45,6 +45,8 @@ class PenMasks {
   const std::string& MaterialFile() const { return materialFile_; }
   const std::string& StyleFile() const { return styleFile_; }
   const StencilMask& Mask() const { return mask_; }
+  // Where the material pattern lies on the screen; the navigation moves it.
+  MaterialPattern& Placement() { return placement_; }
   const OnePenStyle& Style() const { return style_; }
 
  private:
@@ -52,6 +54,7 @@ class PenMasks {
   void Publish();
 
   const comms::cViewer* camera_ = nullptr;
+  MaterialPattern placement_;
   StencilMask mask_;
   OnePenStyle style_;
   std::string stencilFile_, materialFile_, styleFile_;

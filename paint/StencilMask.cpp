@@ -63,7 +63,9 @@ float StencilMask::At(const float p[3]) const {
     }
   }
   if (!pattern_.Empty()) {
-    const float px = sx / scale_, py = sy / scale_;
+    float u = sx, t = sy;
+    if (Placement) Placement->ToPattern(sx, sy, u, t);
+    const float px = u / scale_, py = t / scale_;
     const float wx = px - std::floor(px / pattern_.W) * pattern_.W, wy = py - std::floor(py / pattern_.H) * pattern_.H;
     v *= pattern_.Sample(wx, wy);
   }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "paint/BrushMaskSource.h"
+#include "paint/MaterialPattern.h"
 
 namespace comms {
 class cImage;
@@ -32,8 +33,10 @@ class StencilMask : public BrushMaskSource {
   // The stencil over the view rectangle (x, y, w, h); false when the picture
   // is empty or of a format without 8-bit channels (the mask is then unset).
   bool SetStencil(const comms::cImage& picture, float x, float y, float w, float h);
-  // The pattern tiled from the view's corner, one picture pixel `scale` view pixels.
+  // The pattern tiled from the placement's origin (the view's corner without
+  // one), one picture pixel `scale` view pixels along the placement's axes.
   bool SetPattern(const comms::cImage& picture, float scale);
+  const MaterialPattern* Placement = nullptr;
   void ClearStencil() { stencil_ = Plane(); }
   void ClearPattern() { pattern_ = Plane(); }
 

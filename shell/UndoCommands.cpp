@@ -11,12 +11,14 @@
 #include "MC/undo/RowsUndo.h"
 #include "MC/undo/VolumeUndo.h"
 #include "interface/HotKeys.h"
+#include "paint/PenMasks.h"
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
 #include "paint/tools/PaintBrushTools.h"
 #include "paint/undo/PaintStrokeUndo.h"
 #include "paint/undo/LayersUndo.h"
 #include "paint/undo/MaskUndo.h"
+#include "paint/undo/OffsetUndo.h"
 #include "paint/undo/ShapeUndo.h"
 #include "paint/undo/UndoStack.h"
 #include "shell/SceneCommands.h"
@@ -38,6 +40,7 @@ void InstallUndo(UndoStack& stack, ToolTable& tools, ViewportSeams& view) {
   stack.RegisterUndoMaker(std::make_unique<VertUndo>(stack, scene, activeTool));
   stack.RegisterUndoMaker(std::make_unique<PolyHideUndo>(stack, scene));
   stack.RegisterUndoMaker(std::make_unique<FullFaceUndo>(stack, scene));
+  stack.RegisterUndoMaker(std::make_unique<Offset_Undo>(stack, ThePenMasks().Placement()));
   scene.LayerPanel.Settle();
   VoxelSculptTool* voxels = FindVoxelTool(tools);
   ViewportSeams* v = &view;

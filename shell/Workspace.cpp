@@ -26,6 +26,7 @@
 #include "paint/PenMasks.h"
 #include "paint/SceneChanges.h"
 #include "paint/scene/PaintScene.h"
+#include "paint/undo/OffsetUndo.h"
 #include "paint/undo/UndoStack.h"
 #include "platform/Keys.h"
 #include "shell/CameraViews.h"
@@ -201,6 +202,9 @@ void Workspace::MakeDocks() {
   nav.World.Input = &shell_.Window();
   nav.World.ViewW = float(w), nav.World.ViewH = float(h);
   nav.World.ToolShowsPen = [] { return true; };
+  // The pen's material pattern moves with the navigation rows, a move undoable.
+  nav.World.Pattern = &ThePenMasks().Placement();
+  nav.World.BeforePatternMove = [] { PushOffsetUndo(TheUndoStack(), ThePenMasks().Placement()); };
   intf_.Tree().Hooks().Navigation = [](int key, bool) { return TheNavigation().Update(key); };
   // The navigation rows in a window docked on the right.
   auto* rows = new ClassPanel;

@@ -269,6 +269,13 @@ TEST_F(NavigationTest, PatternRowsNeedAPatternAndMoveItByTheDrag) {
   EXPECT_FLOAT_EQ(pattern.OffsetX, -40) << "moved by (-dx, dy)";
   EXPECT_FLOAT_EQ(pattern.OffsetY, -20);
   EXPECT_TRUE(SameOrientation(cam, before)) << "the camera stays";
+  // Each move is announced once, before the pattern moves (its undo record).
+  std::vector<float> announced;
+  nav.World.BeforePatternMove = [&] { announced.push_back(pattern.OffsetX); };
+  Drag(kM, keys::LeftButton, 100, 100, 110, 100);
+  EXPECT_EQ(announced, std::vector<float>{-40.f});
+  EXPECT_FLOAT_EQ(pattern.OffsetX, -50);
+  nav.World.BeforePatternMove = nullptr;
   nav.World.Pattern = nullptr;
 }
 

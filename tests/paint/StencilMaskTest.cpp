@@ -65,6 +65,20 @@ TEST(StencilMask, ReadsTheStencilTheRightWayRoundAndTilesThePattern) {
   const float tiledLight[3] = {80 + 2 * kW * 3, 60 + 2 * kH, 0}, tiledDark[3] = {80 + 2 * kW, 10 - 2 * kH, 0};
   EXPECT_NEAR(mask.At(tiledLight), 1.0f, 1e-5f);
   EXPECT_NEAR(mask.At(tiledDark), 0.0f, 1e-5f);
+  // Laid where the placement says: moved by whole tiles it reads the same;
+  // turned half a circle about its origin, a point reads what its mirror
+  // through the origin read.
+  MaterialPattern placement;
+  mask.Placement = &placement;
+  placement.Move(2 * kW * 5, -2 * kH * 2);
+  EXPECT_NEAR(mask.At(tiledLight), 1.0f, 1e-5f);
+  EXPECT_NEAR(mask.At(tiledDark), 0.0f, 1e-5f);
+  placement = MaterialPattern();
+  placement.RotateAbout(3.14159265f, 0, 0);
+  const float mirrorLight[3] = {-tiledLight[0], -tiledLight[1], 0}, mirrorDark[3] = {-tiledDark[0], -tiledDark[1], 0};
+  EXPECT_NEAR(mask.At(mirrorLight), 1.0f, 1e-3f);
+  EXPECT_NEAR(mask.At(mirrorDark), 0.0f, 1e-3f);
+  mask.Placement = nullptr;
   // A picture of no use: unset, and the factor is 1 again.
   comms::cImage empty;
   EXPECT_FALSE(mask.SetPattern(empty, 1.0f));

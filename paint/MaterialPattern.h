@@ -1,8 +1,8 @@
 // The placement of the material pattern that the pen paints through: where
 // its origin lies on the screen, its scale along each axis and its turn. The
 // navigation rows of the pattern (move, scale, rotate, aspect) and the
-// pattern handles change it; the painting reads it to map the screen onto the
-// pattern. Nothing draws it yet.
+// pattern handles change it; the pen's mask reads it to map the screen onto
+// the pattern. Nothing draws it yet.
 #pragma once
 
 struct MaterialPattern {

@@ -1,5 +1,5 @@
 // The material pattern's placement; see MaterialPattern.h.
-#include "interface/MaterialPattern.h"
+#include "paint/MaterialPattern.h"
 
 #include <cmath>
 
