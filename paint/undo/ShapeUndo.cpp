@@ -2,6 +2,7 @@
 #include "paint/undo/ShapeUndo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 
 #include "ClassEngine/ExMalloc.h"
@@ -144,6 +145,21 @@ bool ReadFaceState(BlockReader& r, const PaintScene& scene, FaceState& s) {
     c.Corner = (int)k;
   }
   return r.Ok();
+}
+
+// On a target of Ptex planes each grid face owns a rectangle of the map:
+// Nx by Ny texels from its first corner's UV times the size, less half a
+// texel, rounded. `value` 0 frees it, 1 claims it.
+void MarkPtexRect(PaintScene& scene, int face, uint8_t value) {
+  const PaintFace& f = scene.Faces[face];
+  if (!f.Grid || f.RenderTarget >= scene.RenderTargets.GetAmount() || CornerCount(scene, face) == 0) return;
+  MRenderTarget* rt = scene.RenderTargets[f.RenderTarget];
+  if (!rt || !rt->PtexOccupancy) return;
+  const comms::cVec2& uv = scene.Corners[scene.FaceCornerMap.Of(face)[0]].UV;
+  const int x0 = (int)std::lround(uv.x * rt->rtSizeX - 0.5f), y0 = (int)std::lround(uv.y * rt->rtSizeY - 0.5f);
+  for (int y = std::max(y0, 0); y < std::min(y0 + (int)f.Ny, rt->rtSizeY); ++y)
+    for (int x = std::max(x0, 0); x < std::min(x0 + (int)f.Nx, rt->rtSizeX); ++x)
+      rt->PtexOccupancy[(size_t)y * rt->rtSizeX + x] = value;
 }
 
 void RestoreFaceState(PaintScene& scene, const FaceState& s) {
@@ -319,7 +335,11 @@ void FullFaceUndo::Apply(BinStream& in) {
   }
   scene.Modified = 1;
   std::vector<int> restored;
-  for (const FaceState& s : faces) RestoreFaceState(scene, s), restored.push_back(s.Face);
+  for (const FaceState& s : faces) {
+    MarkPtexRect(scene, s.Face, 0);
+    RestoreFaceState(scene, s), restored.push_back(s.Face);
+  }
+  for (const FaceState& s : faces) MarkPtexRect(scene, s.Face, 1);
   // The grids come back with their own normals, and the faces beside them
   // read their sides again; the faces are drawn anew.
   NeighbourBorderNormals(scene, restored);

@@ -4,6 +4,9 @@
 // changed state, a record cut short changes nothing.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include <filesystem>
 
 #include "../PaintMeshes.h"
@@ -308,4 +311,35 @@ TEST_F(SceneStateUndo, WholeFacesComeBackWithGridsLayersAndUVs) {
   CutLastRecord(5);
   ASSERT_TRUE(stack.Undo());
   EXPECT_TRUE(SamePicture(Picture(), later));
+}
+
+// On a target of Ptex planes a face's rectangle of the map (Nx by Ny texels
+// from its first corner) follows its grid's size through undo and redo.
+TEST_F(SceneStateUndo, WholeFacesTakeTheirPtexRectanglesAlong) {
+  GridSheet();
+  const int face = 1, side = 64;
+  MRenderTarget* rt = scene.RenderTargets[scene.Faces[face].RenderTarget];
+  rt->rtSizeX = rt->rtSizeY = side;
+  rt->PtexOccupancy = new uint8_t[side * side]();
+  auto mark = [&](uint8_t value) {
+    const PaintFace& f = scene.Faces[face];
+    const comms::cVec2& uv = scene.Corners[scene.FaceCornerMap.Of(face)[0]].UV;
+    const int x0 = (int)std::lround(uv.x * side - 0.5f), y0 = (int)std::lround(uv.y * side - 0.5f);
+    for (int y = std::max(y0, 0); y < std::min(y0 + (int)f.Ny, side); ++y)
+      for (int x = std::max(x0, 0); x < std::min(x0 + (int)f.Nx, side); ++x) rt->PtexOccupancy[y * side + x] = value;
+  };
+  auto bitmap = [&] { return std::vector<uint8_t>(rt->PtexOccupancy, rt->PtexOccupancy + side * side); };
+  mark(1);
+  const std::vector<uint8_t> before = bitmap();
+  const int nx = scene.Faces[face].Nx;
+  ASSERT_TRUE(PushFullFaceUndo(stack, scene, {face}));
+  mark(0);  // as the resolution tool does
+  Resample(face, nx * 2, nx * 2);
+  mark(1);
+  const std::vector<uint8_t> after = bitmap();
+  ASSERT_NE(after, before);
+  ASSERT_TRUE(stack.Undo());
+  EXPECT_EQ(bitmap(), before);
+  ASSERT_TRUE(stack.Redo());
+  EXPECT_EQ(bitmap(), after);
 }
