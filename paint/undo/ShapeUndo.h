@@ -15,7 +15,8 @@
 // micro-vertices (48 bytes each), per layer u32 LayerID and its Nx * Ny
 // samples (24 bytes each), u32 corner count and per corner u32 corner index,
 // f32 U, f32 V. Applying it replaces grid and layer list of each face, and
-// the corners' UV and UV2.
+// the corners' UV and UV2; on a target of Ptex planes the face's rectangle
+// of the occupancy map is freed before and claimed after.
 #pragma once
 #include <cstdint>
 #include <vector>
