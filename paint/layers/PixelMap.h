@@ -107,6 +107,9 @@ class PixelMap {
 
  private:
   std::vector<PixelTile*> directory_;  // TilesX * TilesY slots, the tiles of Tiles
+  // Update's staged words and batch, kept so their memory is reused.
+  std::vector<uint32_t> stageColour_, stageNormal_, batchColour_, batchNormal_;
+  std::vector<PixelTile*> batch_;
   // Copies pixels along the tile's seam or padding links; layerID -1 copies
   // the composite only. Padding links sit in the tile of their source pixel.
   void WalkLinks(PixelTile* tile, int layerID, bool pad);
