@@ -74,6 +74,15 @@ void PixelMap::WalkLinks(PixelTile* tile, int layerID, bool pad) {
 
 int PixelMap::Update(const TileUploader& upload) {
   if (DirtyTiles.empty()) return 0;
+  // Kept blends of the layers under the current one: other layers' pixels
+  // written since (undo marks that with LayerChanged), or any change of the
+  // layer rows, and they no longer hold.
+  const bool keepUnder = keepUnder_ && Scene;
+  if (keepUnder) {
+    if (LayerChanged) DropUnderBlends();
+    CheckUnderBlends();
+    updates_++;
+  }
   std::vector<uint32_t> keys(DirtyTiles.begin(), DirtyTiles.end());
   std::sort(keys.begin(), keys.end());  // the same walk whatever the hash did
   std::vector<PixelTile*> dirty, compose;
@@ -84,8 +93,9 @@ int PixelMap::Update(const TileUploader& upload) {
     if (t->DirtyState == 1) compose.push_back(t);
   }
   // Phase one: composition.
-  OnWorkers(compose, [&](PixelTile* t) { t->DepthChanged = ComposeTile(t); });
+  OnWorkers(compose, [&](PixelTile* t) { t->DepthChanged = ComposeTile(t, keepUnder); });
   const bool composed = !compose.empty();
+  if (keepUnder) TrimUnderBlends(compose);
   // Phase two: normals, once every composite is in place; only where they can
   // have changed: a tile whose depth or a neighbour's depth moved, one asked
   // for normals alone, one with a normal-map layer. The neighbours of a tile
@@ -128,6 +138,7 @@ int PixelMap::Update(const TileUploader& upload) {
       if (l->LayerID != current && !l->IsExternal())
         for (PixelTile* t : dirty) WalkLinks(t, l->LayerID, false);
     LayerChanged = false;
+    DropUnderBlends();  // the seams wrote other layers
   }
   // Tiles reached by links join the upload.
   if (DirtyTiles.size() != before)
