@@ -7,6 +7,7 @@
 #include "ClassEngine/dynarray.h"
 
 class OneLayerInfo;
+struct UnderBlend;
 
 constexpr int kTileSide = 16;
 constexpr int kTilePixels = kTileSide * kTileSide;
@@ -88,6 +89,7 @@ struct PixelTile {
   DynArray<LayerTile*> OtherLayerUndo;
   TexelFrame* Frames = nullptr;
   uint16_t* FreezeUndo = nullptr;
+  UnderBlend* Under = nullptr;  // the layers under the current one, kept while a stroke runs
   int DirtyState = 1;  // 0 clean, 1 compose and normals, 2 normals only
   bool DepthChanged = false;  // set by composition for the normals that follow
   int X = 0, Y = 0;    // tile coordinates

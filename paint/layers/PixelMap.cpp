@@ -3,11 +3,13 @@
 #include "paint/layers/PixelMap.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstring>
 
 #include "paint/layers/BlendOps.h"
 #include "paint/layers/OneLayerInfo.h"
+#include "paint/layers/UnderBlend.h"
 #include "paint/scene/PaintScene.h"
 
 PixelTile::~PixelTile() {
@@ -17,6 +19,7 @@ PixelTile::~PixelTile() {
   delete ScratchLayerTile;
   delete[] Frames;
   delete[] FreezeUndo;
+  delete Under;
 }
 
 LayerTile* PixelTile::FindLayer(int layerID) const {
@@ -39,6 +42,13 @@ PixelTile* PixelMap::FindTile(int tx, int ty) const {
   if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
   return directory_[(size_t)ty * TilesX() + tx];
 }
+
+namespace {
+// The tile's layer list changed: its kept blend no longer matches it.
+void StaleUnder(PixelTile* tile) {
+  if (tile->Under) tile->Under->Generation = 0;
+}
+}  // namespace
 
 PixelTile* PixelMap::GetTile(int tx, int ty) {
   if (tx < 0 || ty < 0 || tx >= TilesX() || ty >= TilesY()) return nullptr;
@@ -112,6 +122,7 @@ LayerTile* PixelMap::GetLayerTile(PixelTile* tile, int layerID, bool create) {
       }
     }
     tile->LayerTiles.Insert(found, pos);
+    StaleUnder(tile);
   }
   if (found && Scene && layerID == Scene->CurrentLayer) tile->CurrentLayerTile = found;
   return found;
@@ -134,6 +145,7 @@ void PixelMap::PruneEmptyLayer(PixelTile* tile, int layerID) {
     if (tile->ScratchLayerTile == l) tile->ScratchLayerTile = nullptr;
     delete l;
     tile->LayerTiles.Del(i, 1);
+    StaleUnder(tile);
     return;
   }
 }
@@ -174,6 +186,7 @@ void PixelMap::ClearUndo() {
 }
 
 void PixelMap::ResortLayers() {
+  DropUnderBlends();
   for (auto& [key, tile] : Tiles)
     std::stable_sort(tile->LayerTiles.begin(), tile->LayerTiles.end(),
                      [&](const LayerTile* a, const LayerTile* b) {
@@ -192,6 +205,7 @@ size_t PixelMap::MemoryBytes() const {
 }
 
 void PixelMap::ForEachLayerTile(int layerID, const std::function<void(LayerTile&)>& fn) {
+  DropUnderBlends();  // fn may write any layer
   for (auto& [key, tile] : Tiles)
     if (LayerTile* l = tile->FindLayer(layerID)) {
       fn(*l);
@@ -200,6 +214,7 @@ void PixelMap::ForEachLayerTile(int layerID, const std::function<void(LayerTile&
 }
 
 void PixelMap::DeleteLayer(int layerID) {
+  DropUnderBlends();
   for (auto& [key, tile] : Tiles)
     for (int i = 0; i < tile->LayerTiles.GetAmount(); i++)
       if ((int)tile->LayerTiles[i]->LayerID == layerID) {
@@ -209,4 +224,58 @@ void PixelMap::DeleteLayer(int layerID) {
         MarkDirty(tile, 1);
         break;
       }
+}
+
+void PixelMap::KeepUnderBlends(bool on) {
+  if (on == keepUnder_) return;
+  keepUnder_ = on;
+  DropUnderBlends();
+  stackStamp_.clear();
+  if (on) return;
+  for (PixelTile* tile : kept_) {
+    delete tile->Under;
+    tile->Under = nullptr;
+  }
+  kept_.clear();
+}
+
+void PixelMap::TrimUnderBlends(const std::vector<PixelTile*>& composed) {
+  // A dab of radius 256 composes about a thousand tiles, and a tile stays
+  // under the pen for some eight dabs.
+  constexpr size_t kMostKept = 3072;
+  for (PixelTile* tile : composed)
+    if (UnderBlend* u = tile->Under; u && !u->Listed) u->Listed = true, kept_.push_back(tile);
+  if (kept_.size() <= kMostKept) return;
+  size_t n = 0;
+  for (PixelTile* tile : kept_)
+    if (tile->Under->Used == updates_) {
+      kept_[n++] = tile;
+    } else {
+      delete tile->Under;
+      tile->Under = nullptr;
+    }
+  kept_.resize(n);
+}
+
+void PixelMap::CheckUnderBlends() {
+  // Every row the composition reads, layer by layer in the stack's order,
+  // with the current layer and the unit scale; floats as their bits.
+  std::vector<uint32_t> stamp;
+  stamp.reserve(4 + (size_t)Scene->Layers.GetAmount() * 16);
+  auto word = [&](float v) { stamp.push_back(std::bit_cast<uint32_t>(v)); };
+  stamp.push_back((uint32_t)Scene->CurrentLayer);
+  word(Scene->UnitScale);
+  for (const OneLayerInfo* l : Scene->Layers) {
+    const uint64_t at = (uint64_t)(uintptr_t)l;
+    stamp.push_back((uint32_t)at), stamp.push_back((uint32_t)(at >> 32));
+    stamp.push_back((uint32_t)l->LayerID), stamp.push_back(l->Visible);
+    stamp.push_back((uint32_t)l->ColorOp), stamp.push_back((uint32_t)l->DepthOp);
+    word(l->DepthTransparency), word(l->ColorTransparency), word(l->EmbossPower);
+    word(l->Contrast), word(l->Brightness), word(l->SpecContrast), word(l->SpecBrightness);
+    stamp.push_back((uint32_t)l->LinkedLayer), stamp.push_back(l->InverseLinkage);
+  }
+  if (stamp != stackStamp_) {
+    DropUnderBlends();
+    stackStamp_.swap(stamp);
+  }
 }

@@ -87,6 +87,15 @@ class PixelMap {
 
   // Composes one tile from its layers; true when a pixel's depth moved.
   bool ComposeTile(PixelTile* tile);
+  // While on (a stroke paints the map), Update keeps each composed tile's
+  // blend of the layers under the current one and starts the next
+  // composition of the tile from it; off frees what was kept. Kept blends
+  // are dropped when a layer row, the layer list or the current layer
+  // changes, when a tile gains or loses a layer tile, and when other layers'
+  // pixels are written through the map (undo, seams, layer commands).
+  void KeepUnderBlends(bool on);
+  // Forgets every kept blend: a layer under the current one changed.
+  void DropUnderBlends() { underGeneration_++; }
   // Normals from depth for one tile.
   void ComputeTileNormals(PixelTile* tile);
   // Composes every dirty tile on the pool, derives normals, walks the links
@@ -107,6 +116,23 @@ class PixelMap {
 
  private:
   std::vector<PixelTile*> directory_;  // TilesX * TilesY slots, the tiles of Tiles
+  // Update's staged words and batch, kept so their memory is reused.
+  std::vector<uint32_t> stageColour_, stageNormal_, batchColour_, batchNormal_;
+  std::vector<PixelTile*> batch_;
+  bool keepUnder_ = false;
+  uint64_t underGeneration_ = 1;  // a kept blend is good while its generation is this
+  std::vector<uint32_t> stackStamp_;  // the layer rows the kept blends were made under
+  uint64_t updates_ = 0;  // Update calls that composed with kept blends
+  std::vector<PixelTile*> kept_;  // the tiles that hold a kept blend
+  // Lists the kept blends made while composing `composed`, and frees those
+  // the update did not use once there are more than a few dabs' worth: the
+  // pen has left those tiles behind.
+  void TrimUnderBlends(const std::vector<PixelTile*>& composed);
+  // Composes with the kept blend of the layers under the current one, when
+  // there is a good one, and keeps it when there is not.
+  bool ComposeTile(PixelTile* tile, bool keepUnder);
+  // Drops the kept blends when the layer rows differ from the stamp.
+  void CheckUnderBlends();
   // Copies pixels along the tile's seam or padding links; layerID -1 copies
   // the composite only. Padding links sit in the tile of their source pixel.
   void WalkLinks(PixelTile* tile, int layerID, bool pad);

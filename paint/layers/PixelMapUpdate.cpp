@@ -1,7 +1,8 @@
 // PixelMap::Update: dirty tiles are composed and given normals on the thread
-// pool (tile n to worker n modulo workers), then links copy pixels across
+// pool (each worker takes the next few tiles as it comes free), then links copy pixels across
 // seams and into padding, and the tiles go to the device 64 at a time.
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "ClassEngine/Threader.h"
@@ -12,23 +13,29 @@
 namespace {
 constexpr int kUploadBatch = 64;
 
-// Runs fn over the tiles, striding by worker.
-void OnWorkers(const std::vector<PixelTile*>& tiles, const std::function<void(PixelTile*)>& fn) {
-  const int n = (int)tiles.size();
+// Tiles a worker takes at a time: enough that the shared counter is rarely
+// touched, few enough that the workers end together.
+constexpr size_t kTileChunk = 8;
+// Staged words kept between updates, in tiles: a dab's worth and more; what
+// a whole map's update took is given back.
+constexpr size_t kKeptStageTiles = 4096;
+
+// Runs fn(0 .. n - 1) on the pool, each worker taking the next chunk as it
+// comes free: a worker that wakes late, or tiles that cost more than others,
+// do not leave one thread with the larger share. fn writes only what index
+// i owns, so any order gives the same bytes.
+void OnWorkers(size_t n, const std::function<void(size_t)>& fn) {
   const int workers = std::max(1, std::min(UsingProcessors(), kMaxThreads));
-  RunSection(std::min(workers, std::max(1, n)), [&](int w) {
-    const int count = std::min(workers, std::max(1, n));
-    for (int i = w; i < n; i += count) fn(tiles[i]);
+  const int count = n <= kTileChunk ? 1 : std::min(workers, (int)((n + kTileChunk - 1) / kTileChunk));
+  std::atomic<size_t> next{0};
+  RunSection(count, [&](int) {
+    for (size_t first; (first = next.fetch_add(kTileChunk, std::memory_order_relaxed)) < n;)
+      for (size_t i = first, last = std::min(n, first + kTileChunk); i < last; i++) fn(i);
   });
 }
 
-// Runs fn(0 .. n - 1), striding by worker; fn writes only what index i owns.
-void OnWorkers(size_t n, const std::function<void(size_t)>& fn) {
-  const int workers = std::max(1, std::min(UsingProcessors(), kMaxThreads));
-  const int count = std::min(workers, std::max(1, (int)n));
-  RunSection(count, [&](int w) {
-    for (size_t i = (size_t)w; i < n; i += (size_t)count) fn(i);
-  });
+void OnWorkers(const std::vector<PixelTile*>& tiles, const std::function<void(PixelTile*)>& fn) {
+  OnWorkers(tiles.size(), [&](size_t i) { fn(tiles[i]); });
 }
 }  // namespace
 
@@ -67,18 +74,28 @@ void PixelMap::WalkLinks(PixelTile* tile, int layerID, bool pad) {
 
 int PixelMap::Update(const TileUploader& upload) {
   if (DirtyTiles.empty()) return 0;
+  // Kept blends of the layers under the current one: other layers' pixels
+  // written since (undo marks that with LayerChanged), or any change of the
+  // layer rows, and they no longer hold.
+  const bool keepUnder = keepUnder_ && Scene;
+  if (keepUnder) {
+    if (LayerChanged) DropUnderBlends();
+    CheckUnderBlends();
+    updates_++;
+  }
   std::vector<uint32_t> keys(DirtyTiles.begin(), DirtyTiles.end());
   std::sort(keys.begin(), keys.end());  // the same walk whatever the hash did
   std::vector<PixelTile*> dirty, compose;
   for (uint32_t k : keys) {
-    auto it = Tiles.find(k);
-    if (it == Tiles.end()) continue;
-    dirty.push_back(it->second);
-    if (it->second->DirtyState == 1) compose.push_back(it->second);
+    PixelTile* t = FindTile((int)(k & 0xffff), (int)(k >> 16));
+    if (!t) continue;
+    dirty.push_back(t);
+    if (t->DirtyState == 1) compose.push_back(t);
   }
   // Phase one: composition.
-  OnWorkers(compose, [&](PixelTile* t) { t->DepthChanged = ComposeTile(t); });
+  OnWorkers(compose, [&](PixelTile* t) { t->DepthChanged = ComposeTile(t, keepUnder); });
   const bool composed = !compose.empty();
+  if (keepUnder) TrimUnderBlends(compose);
   // Phase two: normals, once every composite is in place; only where they can
   // have changed: a tile whose depth or a neighbour's depth moved, one asked
   // for normals alone, one with a normal-map layer. The neighbours of a tile
@@ -121,6 +138,7 @@ int PixelMap::Update(const TileUploader& upload) {
       if (l->LayerID != current && !l->IsExternal())
         for (PixelTile* t : dirty) WalkLinks(t, l->LayerID, false);
     LayerChanged = false;
+    DropUnderBlends();  // the seams wrote other layers
   }
   // Tiles reached by links join the upload.
   if (DirtyTiles.size() != before)
@@ -132,7 +150,11 @@ int PixelMap::Update(const TileUploader& upload) {
   if (upload) {
     // The staged words of every tile are filled on the workers, each tile in
     // its own slot; the batches then go to the device in order.
-    std::vector<uint32_t> colour(dirty.size() * kTilePixels), normal(dirty.size() * kTilePixels);
+    // The words are kept between calls: a dab's megabytes, freed and taken
+    // again each time, came back as fresh pages to fault in.
+    std::vector<uint32_t>& colour = stageColour_;
+    std::vector<uint32_t>& normal = stageNormal_;
+    colour.resize(dirty.size() * kTilePixels), normal.resize(dirty.size() * kTilePixels);
     OnWorkers(dirty.size(), [&](size_t b) {
       const TilePixel* px = dirty[b]->Pixels;
       uint32_t* __restrict c = &colour[b * kTilePixels];
@@ -146,14 +168,18 @@ int PixelMap::Update(const TileUploader& upload) {
         n[i] = (uint32_t)nx | ((uint32_t)ny << 8) | ((uint32_t)(p.Freeze >> 8) << 16) | ((uint32_t)p.Specular << 24);
       }
     });
-    std::vector<PixelTile*> batch;
-    std::vector<uint32_t> batchColour, batchNormal;
+    std::vector<PixelTile*>& batch = batch_;
+    std::vector<uint32_t>& batchColour = batchColour_;
+    std::vector<uint32_t>& batchNormal = batchNormal_;
     for (size_t first = 0; first < dirty.size(); first += kUploadBatch) {
       const size_t last = std::min(dirty.size(), first + kUploadBatch);
       batch.assign(dirty.begin() + first, dirty.begin() + last);
       batchColour.assign(colour.begin() + first * kTilePixels, colour.begin() + last * kTilePixels);
       batchNormal.assign(normal.begin() + first * kTilePixels, normal.begin() + last * kTilePixels);
       upload(batch, batchColour, batchNormal, composed);
+    }
+    if (colour.capacity() > kKeptStageTiles * kTilePixels) {
+      for (std::vector<uint32_t>* v : {&colour, &normal, &batchColour, &batchNormal}) v->clear(), v->shrink_to_fit();
     }
   }
   DirtyTiles.clear();

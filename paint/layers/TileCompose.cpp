@@ -10,6 +10,7 @@
 #include "paint/layers/BlendOps.h"
 #include "paint/layers/OneLayerInfo.h"
 #include "paint/layers/PixelMap.h"
+#include "paint/layers/UnderBlend.h"
 #include "paint/scene/PaintScene.h"
 
 namespace {
@@ -120,14 +121,57 @@ void PackRow(const TileBlend& t, uint32_t* __restrict colour, uint8_t* __restric
 
 }  // namespace
 
-bool PixelMap::ComposeTile(PixelTile* tile) {
+bool PixelMap::ComposeTile(PixelTile* tile) { return ComposeTile(tile, false); }
+
+bool PixelMap::ComposeTile(PixelTile* tile, bool keepUnder) {
   const float unitScale = Scene ? Scene->UnitScale : 1.0f;
   // Layer by layer over the tile's pixels: each layer's samples are read in
   // order, and the blend's switches are the same for a whole row of work.
   TileBlend t(PixelMap::TileKey(tile->X, tile->Y) * 2654435761u);
   float* const D = t.Depth;
   int looked = 0;
-  for (const LayerTile* l : tile->LayerTiles) {
+  const int count = tile->LayerTiles.GetAmount();
+  // The current layer's place in the tile: the blend of what lies under it
+  // is kept, and taken up again while it is good.
+  int current = -1;
+  if (keepUnder && Scene)
+    for (int i = 0; i < count; i++)
+      if ((int)tile->LayerTiles[i]->LayerID == Scene->CurrentLayer) {
+        current = i;
+        break;
+      }
+  if (current <= 0) keepUnder = false;
+  int start = 0;
+  if (UnderBlend* u = tile->Under; keepUnder && u && u->Generation == underGeneration_ && u->Below == current) {
+    std::memcpy(t.A, u->A, sizeof t.A);
+    std::memcpy(t.Coverage, u->Coverage, sizeof t.Coverage);
+    std::memcpy(t.Specular, u->Specular, sizeof t.Specular);
+    std::memcpy(t.Depth, u->Depth, sizeof t.Depth);
+    t.First = u->First;
+    looked = u->Looked;
+    u->Used = updates_;
+    start = current;
+    keepUnder = false;  // nothing new to keep
+  }
+  for (int index = start; index < count; index++) {
+    if (keepUnder && index == current) {
+      // The layers under the current one are blended: keep them, unless the
+      // blend rolled Dissolve's dice (their streams would have to be kept too).
+      if (!t.Seeded) {
+        UnderBlend* u = tile->Under ? tile->Under : (tile->Under = new UnderBlend);
+        std::memcpy(u->A, t.A, sizeof t.A);
+        std::memcpy(u->Coverage, t.Coverage, sizeof t.Coverage);
+        std::memcpy(u->Specular, t.Specular, sizeof t.Specular);
+        std::memcpy(u->Depth, t.Depth, sizeof t.Depth);
+        u->First = t.First;
+        u->Looked = looked;
+        u->Below = current;
+        u->Generation = underGeneration_;
+        u->Used = updates_;
+      }
+      keepUnder = false;
+    }
+    const LayerTile* l = tile->LayerTiles[index];
     const OneLayerInfo* info = l->Info;
     if (!info || !info->Visible || info->ColorOp >= ColorOps::LOP_NORMALMAP) continue;
     // An empty layer tile composes as an absent one: whether a stroke, an
@@ -135,6 +179,9 @@ bool PixelMap::ComposeTile(PixelTile* tile) {
     // first layer seeds the blend).
     if (l->IsEmpty()) continue;
     if (++looked > 1024) break;
+    // A layer masked by another reads that layer too, which may be the
+    // current one: nothing under the current one is kept.
+    if (info->LinkedLayer >= 0 && index < current) keepUnder = false;
     const LayerTile* mask = nullptr;
     if (info->LinkedLayer >= 0) {
       mask = tile->FindLayer(info->LinkedLayer);

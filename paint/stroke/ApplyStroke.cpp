@@ -163,7 +163,7 @@ void PaintStroke::Release() {
   kept_.clear();
   partFaces_.clear();
   partTouched_ = false;
-  for (PixelMap* m : maps_) m->ClearUndo();
+  for (PixelMap* m : maps_) m->ClearUndo(), m->KeepUnderBlends(false);
   maps_.clear();
 }
 
@@ -214,7 +214,10 @@ void PaintStroke::PrepareTiles(int face, const StrokeFrame& frame, bool backup, 
   const PaintFace& F = scene_.Faces[face];
   PixelMap* map = scene_.GetPixelMap(F.RenderTarget);
   if (!map || !F.Texels) return;
-  if (backup && std::find(maps_.begin(), maps_.end(), map) == maps_.end()) maps_.push_back(map);
+  if (backup && std::find(maps_.begin(), maps_.end(), map) == maps_.end()) {
+    maps_.push_back(map);
+    map->KeepUnderBlends(true);  // only the current layer changes until the stroke ends
+  }
   PixelCursor cur;
   // The tiles are made here; their layer tiles and undo copies are made
   // on the workers once the list is whole (see RunDab).
