@@ -139,7 +139,8 @@ float SegmentField::Value(float x, float y, float z) const {
 CarveField::CarveField(const BrushEnd& a, const BrushEnd& b, float band, bool flat, bool invert, const PenProfile& pen,
                        float flatOffset)
     : f_(a, b), w_(band), flat_(flat), invert_(invert), pen_(pen), offset_(flatOffset),
-      round_(RimRounding(std::min(a.R, b.R), band)) {}
+      round_(RimRounding(std::min(a.R, b.R), band)),
+      simplePen_(pen.Pen && typeid(*pen.Pen) == typeid(SimplePen)) {}
 
 namespace {
 // The pen's footprint at a lattice point: (u, v) in the pen plane, h along the
@@ -212,7 +213,9 @@ struct Footprint {
 }
 
 // The same steps as At, in the same order, for a frame that does not turn.
-template <int N, bool Flat, bool Invert>
+// With `Simple` the pen is the built-in simple pen (no focal shift), read in
+// the lanes with the arithmetic of its virtual calls.
+template <int N, bool Flat, bool Invert, bool Simple>
 void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   const SegmentFrame& f = f_;
   const float w = w_, round = round_, offset = offset_;
@@ -238,8 +241,40 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
     // A flat carve has no fixed face: its value is never cut short there.
     face[i] = Flat ? 1.f : (Invert ? h[i] + 2.f : 2.f - h[i]) / w + 0.5f;
   }
+  if constexpr (Simple) {
+    // PenProfile::Alpha(u, -v) through SimplePen's GetDepthClamped, GetDepth
+    // and Profile, step for step, in every lane: where the rim or the face
+    // already decides, the value read is not used.
+    const float hand = pen_.Handed, ax0 = pen_.Axes[0], ax1 = pen_.Axes[1], ax2 = pen_.Axes[2], ax3 = pen_.Axes[3];
+    for (int i = 0; i < N; ++i) {
+      const float pu = u[i], pv = -v[i] * hand;
+      const float px = ax0 * pu + ax1 * pv, py = ax2 * pu + ax3 * pv;
+      const float r = std::sqrt(px * px + py * py);
+      const float t = 1.f - r;
+      const float depth = r >= 1.f ? 0.f : t * t * (2.f - t) * (2.f - t);
+      a[i] = (px < -1.f || px > 1.f || py < -1.f || py > 1.f) ? 0.f : depth;
+    }
+    if (pen_.Radial && pen_.Falloff > 0)
+      for (int i = 0; i < N; ++i) {
+        if (rim[i] <= 0.f || face[i] <= 0.f || !(r2[i] < 1.f)) continue;
+        const float pu = u[i], pv = -v[i] * hand;
+        a[i] *= PenFalloffFactor(pu * pu + pv * pv, pen_.Falloff);
+      }
+    for (int i = 0; i < N; ++i) {
+      a[i] = r2[i] < 1.f ? a[i] * R[i] : 0.f;
+      held[i] = false;
+    }
+    if (pen_.Mask)
+      for (int i = 0; i < N; ++i) {
+        if (rim[i] <= 0.f || face[i] <= 0.f) continue;
+        const float p[3] = {x0 + (float)i, y, z};
+        const float k = pen_.BrushMask(p);
+        held[i] = k <= 0.f;
+        a[i] = k * a[i];
+      }
+  }
   // The pen is read only where the early answers (rim, face) do not hold.
-  for (int i = 0; i < N; ++i) {
+  for (int i = 0; i < N && !Simple; ++i) {
     a[i] = 0.f;
     held[i] = false;
     if (rim[i] <= 0.f || face[i] <= 0.f) continue;
@@ -277,12 +312,21 @@ void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
 
 template <int N>
 void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
-  if (flat_)
-    Lanes<N, true, false>(x0, y, z, out);
-  else if (invert_)
-    Lanes<N, false, true>(x0, y, z, out);
-  else
-    Lanes<N, false, false>(x0, y, z, out);
+  // The focal shift is read as the pen reads it, at every row.
+  if (simplePen_ && GeneralPen::FocalShift == 0.f) {
+    if (flat_)
+      Lanes<N, true, false, true>(x0, y, z, out);
+    else if (invert_)
+      Lanes<N, false, true, true>(x0, y, z, out);
+    else
+      Lanes<N, false, false, true>(x0, y, z, out);
+  } else if (flat_) {
+    Lanes<N, true, false, false>(x0, y, z, out);
+  } else if (invert_) {
+    Lanes<N, false, true, false>(x0, y, z, out);
+  } else {
+    Lanes<N, false, false, false>(x0, y, z, out);
+  }
 }
 
 float CarveField::Value(float x, float y, float z) const {

@@ -137,7 +137,7 @@ class CarveField final : public BrushField {
   // side, and a single point (N = 1) takes the same arithmetic as a row.
   template <int N>
   void Lanes(float x0, float y, float z, float out[N]) const;
-  template <int N, bool Flat, bool Invert>
+  template <int N, bool Flat, bool Invert, bool Simple>
   void Lanes(float x0, float y, float z, float out[N]) const;
   SegmentFrame f_;
   float w_;
@@ -145,6 +145,9 @@ class CarveField final : public BrushField {
   PenProfile pen_;
   float offset_;
   float round_;
+  // The pen is the built-in simple pen itself (not a class derived from it):
+  // its profile is worked out in the lanes instead of through virtual calls.
+  bool simplePen_;
 };
 
 // Displacement: the old field read at p moved along N by the profile times

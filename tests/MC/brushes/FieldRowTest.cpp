@@ -201,3 +201,65 @@ TEST(FieldRow, CarveThroughRowsLeavesTheVoxelsOfCarveThroughValues) {
     EXPECT_NE(after, Snapshot(untouched)) << c.name;
   }
 }
+
+namespace {
+// Reads exactly as the simple pen does, but is not the simple pen itself: the
+// carve reads it through its virtual calls.
+class SimplePenThroughCalls : public SimplePen {};
+}  // namespace
+
+TEST(FieldRow, SimplePenReadInTheLanesIsTheSimplePenReadThroughItsCalls) {
+  SimplePen lanes;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  struct PenCase {
+    const char* name;
+    float handed, turn, focal;
+  };
+  const PenCase pens[] = {{"upright", 1.f, 0.f, 0.f},
+                          {"mirrored", -1.f, 0.f, 0.f},
+                          {"turned", 1.f, 0.7f, 0.f},
+                          {"turned and mirrored", -1.f, 2.3f, 0.f},
+                          {"focal shift", 1.f, 0.4f, 0.35f}};
+  std::vector<CarveCase> cases = Cases();
+  cases.push_back({"wide dab", End(0.5f, 0.f, 20.f, 0.1f, 0, 1, 40.f, 0.5f), End(0.5f, 0.f, 20.f, 0.1f, 0, 1, 40.f, 0.5f),
+                   false, false, false, 0});
+  cases.push_back({"small inverted dab", End(2, 1, 20, 0.2f, 0, 1, 2.5f, 0.7f), End(2, 1, 20, 0.2f, 0, 1, 2.5f, 0.7f), false,
+                   true, false, 0.3f});
+  const float focalBefore = GeneralPen::FocalShift;
+  int compared = 0, cut = 0;
+  for (const PenCase& pc : pens) {
+    GeneralPen::FocalShift = pc.focal;
+    for (const CarveCase& c : cases) {
+      PenProfile a, b;
+      for (PenProfile* p : {&a, &b}) {
+        p->Falloff = c.falloff;
+        p->Mask = c.masked ? &mask : nullptr;
+        p->Handed = pc.handed;
+        p->Axes[0] = std::cos(pc.turn), p->Axes[1] = std::sin(pc.turn);
+        p->Axes[2] = -std::sin(pc.turn), p->Axes[3] = std::cos(pc.turn);
+      }
+      a.Pen = &lanes, b.Pen = &calls;
+      const float offset = c.flat ? 1.5f : 0.f;
+      const CarveField fa(c.a, c.b, 4.f, c.flat, c.invert, a, offset), fb(c.a, c.b, 4.f, c.flat, c.invert, b, offset);
+      const float reach = std::max(c.a.R, c.b.R) + 10.f;
+      const int step = reach > 30.f ? 3 : 1;
+      for (int z = (int)(20 - reach); z <= (int)(20 + reach); z += step)
+        for (int y = (int)-reach; y <= (int)reach; y += step)
+          for (int x0 = (int)-reach - 8; x0 <= (int)reach; x0 += 9) {
+            float ra[9], rb[9];
+            fa.Row((float)x0, (float)y, (float)z, ra);
+            fb.Row((float)x0, (float)y, (float)z, rb);
+            for (int i = 0; i < 9; ++i) {
+              ASSERT_EQ(ra[i], rb[i]) << pc.name << ", " << c.name << " at " << x0 + i << " " << y << " " << z;
+              cut += ra[i] > 0.f && ra[i] < 1.f;
+            }
+            ASSERT_EQ(fa.Value((float)x0, (float)y, (float)z), rb[0]) << pc.name << ", " << c.name;
+            compared += 9;
+          }
+    }
+  }
+  GeneralPen::FocalShift = focalBefore;
+  EXPECT_GT(compared, 1000000);
+  EXPECT_GT(cut, 10000) << "the rows crossed the surface of the cut, where the pen's depth shows";
+}
