@@ -11,6 +11,12 @@
 
 class VolumeObject;
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#define CARVE_WIDE_LANES 1
+#else
+#define CARVE_WIDE_LANES 0
+#endif
+
 // pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
 float FalloffCurve(float x);
 
@@ -128,6 +134,9 @@ class CarveField final : public BrushField {
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
   bool ZeroAround(const float c[3], float radius) const override;
+  // Rows run eight lanes to an instruction (AVX2); true where the processor
+  // can. The values are the same either way.
+  static bool WideLanes;
 
  private:
   // Value at p; Row inlines it.
@@ -139,6 +148,12 @@ class CarveField final : public BrushField {
   void Lanes(float x0, float y, float z, float out[N]) const;
   template <int N, bool Flat, bool Invert, bool Simple>
   void Lanes(float x0, float y, float z, float out[N]) const;
+  // A row through the lanes; on processors with AVX2 the same arithmetic
+  // eight lanes to an instruction.
+  void LanesRow(float x0, float y, float z, float out[9]) const;
+#if CARVE_WIDE_LANES
+  void WideLanesRow(float x0, float y, float z, float out[9]) const;
+#endif
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;

@@ -263,3 +263,40 @@ TEST(FieldRow, SimplePenReadInTheLanesIsTheSimplePenReadThroughItsCalls) {
   EXPECT_GT(compared, 1000000);
   EXPECT_GT(cut, 10000) << "the rows crossed the surface of the cut, where the pen's depth shows";
 }
+
+TEST(FieldRow, WideLanesGiveTheRowsOfNarrowLanes) {
+  if (!CarveField::WideLanes) GTEST_SKIP() << "the processor has no eight-wide lanes";
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  std::vector<CarveCase> cases = Cases();
+  cases.push_back({"inverted dab", End(2, 1, 20, 0.2f, 0, 1, 8, 0.6f), End(2, 1, 20, 0.2f, 0, 1, 8, 0.6f), false, true,
+                   false, 0.4f});
+  int compared = 0, surface = 0;
+  for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+    for (const CarveCase& c : cases) {
+      PenProfile profile;
+      profile.Pen = pen;
+      profile.Falloff = c.falloff;
+      profile.Mask = c.masked ? &mask : nullptr;
+      profile.Handed = -1.f;
+      const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+      for (int z = 0; z <= 30; ++z)
+        for (int y = -17; y <= 17; ++y)
+          for (int x0 = -25; x0 <= 16; x0 += 9) {
+            float wide[9], narrow[9];
+            CarveField::WideLanes = true;
+            f.Row((float)x0, (float)y, (float)z, wide);
+            CarveField::WideLanes = false;
+            f.Row((float)x0, (float)y, (float)z, narrow);
+            CarveField::WideLanes = true;
+            for (int i = 0; i < 9; ++i) {
+              ASSERT_EQ(wide[i], narrow[i]) << c.name << " at " << x0 + i << " " << y << " " << z;
+              surface += wide[i] > 0.f && wide[i] < 1.f;
+            }
+            compared += 9;
+          }
+    }
+  EXPECT_EQ(compared, 2 * 6 * 31 * 35 * 5 * 9);
+  EXPECT_GT(surface, 1000) << "the rows crossed the surface of the cut";
+}
