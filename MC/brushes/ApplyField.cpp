@@ -284,14 +284,15 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
     }
     bool any = false;
     const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
-    float row[9];
-    for (int z = 0; z < 9; ++z)
-      for (int y = 0; y < 9; ++y) {
-        uint16_t* o9 = out + LatticeIndex(0, y, z);
-        if (!RowOpen(o9, fixed)) continue;
-        f.Row(bx, by + y, bz + z, row);
-        any |= merge(o9, row);
-      }
+    float plane[81];
+    for (int z = 0; z < 9; ++z) {
+      unsigned open = 0;
+      for (int y = 0; y < 9; ++y) open |= (unsigned)RowOpen(out + LatticeIndex(0, y, z), fixed) << y;
+      if (!open) continue;
+      f.Plane(bx, by, bz + z, open, plane);
+      for (int y = 0; y < 9; ++y)
+        if (open >> y & 1) any |= merge(out + LatticeIndex(0, y, z), plane + 9 * y);
+    }
     return any;
   }, o.Threads);
 

@@ -66,6 +66,11 @@ void BrushField::Row(float x0, float y, float z, float out[9]) const {
   for (int i = 0; i < 9; ++i) out[i] = Value(x0 + (float)i, y, z);
 }
 
+void BrushField::Plane(float x0, float y0, float z, unsigned open, float out[81]) const {
+  for (int j = 0; j < 9; ++j)
+    if (open >> j & 1) Row(x0, y0 + (float)j, z, out + 9 * j);
+}
+
 bool BrushField::ZeroAround(const float*, float) const { return false; }
 
 float SphereField::Value(float x, float y, float z) const {
@@ -213,17 +218,19 @@ struct Footprint {
 }
 
 // The same steps as At, in the same order, for a frame that does not turn.
+// The points are (x0 + i, y, z), or (x0, y + i, z) down a column (Axis 1).
 // With `Simple` the pen is the built-in simple pen (no focal shift), read in
 // the lanes with the arithmetic of its virtual calls.
-template <int N, bool Flat, bool Invert, bool Simple>
+template <int N, int Axis, bool Flat, bool Invert, bool Simple>
 [[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   const SegmentFrame& f = f_;
   const float w = w_, round = round_, offset = offset_;
   float h[N], u[N], v[N], r2[N], R[N], H[N], rim[N], face[N], a[N];
   bool held[N];  // the stencil holds the pen back wholly: the volume is left alone
-  const float vy = y - f.S[1], vz = z - f.S[2];
+  const float vz = z - f.S[2];
   for (int i = 0; i < N; ++i) {
-    const float vx = (x0 + (float)i) - f.S[0];
+    const float vx = (Axis == 0 ? x0 + (float)i : x0) - f.S[0];
+    const float vy = (Axis == 1 ? y + (float)i : y) - f.S[1];
     const float d = (f.Dir[0] * vx + f.Dir[1] * vy + f.Dir[2] * vz) / f.L;
     const float t = d < 0.f ? 0.f : (1.f < d ? 1.f : d);
     const float q0 = vx - f.Dir[0] * t * f.L, q1 = vy - f.Dir[1] * t * f.L, q2 = vz - f.Dir[2] * t * f.L;
@@ -267,7 +274,7 @@ template <int N, bool Flat, bool Invert, bool Simple>
     if (pen_.Mask)
       for (int i = 0; i < N; ++i) {
         if (rim[i] <= 0.f || face[i] <= 0.f) continue;
-        const float p[3] = {x0 + (float)i, y, z};
+        const float p[3] = {Axis == 0 ? x0 + (float)i : x0, Axis == 1 ? y + (float)i : y, z};
         const float k = pen_.BrushMask(p);
         held[i] = k <= 0.f;
         a[i] = k * a[i];
@@ -280,7 +287,7 @@ template <int N, bool Flat, bool Invert, bool Simple>
     if (rim[i] <= 0.f || face[i] <= 0.f) continue;
     const float ai = r2[i] < 1.f ? pen_.Alpha(u[i], -v[i]) * R[i] : 0.f;
     if (pen_.Mask) {
-      const float p[3] = {x0 + (float)i, y, z};
+      const float p[3] = {Axis == 0 ? x0 + (float)i : x0, Axis == 1 ? y + (float)i : y, z};
       const float k = pen_.BrushMask(p);
       held[i] = k <= 0.f;
       a[i] = k * ai;
@@ -310,29 +317,29 @@ template <int N, bool Flat, bool Invert, bool Simple>
   }
 }
 
-template <int N>
+template <int N, int Axis>
 [[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
   // The focal shift is read as the pen reads it, at every row.
   if (simplePen_ && GeneralPen::FocalShift == 0.f) {
     if (flat_)
-      Lanes<N, true, false, true>(x0, y, z, out);
+      Lanes<N, Axis, true, false, true>(x0, y, z, out);
     else if (invert_)
-      Lanes<N, false, true, true>(x0, y, z, out);
+      Lanes<N, Axis, false, true, true>(x0, y, z, out);
     else
-      Lanes<N, false, false, true>(x0, y, z, out);
+      Lanes<N, Axis, false, false, true>(x0, y, z, out);
   } else if (flat_) {
-    Lanes<N, true, false, false>(x0, y, z, out);
+    Lanes<N, Axis, true, false, false>(x0, y, z, out);
   } else if (invert_) {
-    Lanes<N, false, true, false>(x0, y, z, out);
+    Lanes<N, Axis, false, true, false>(x0, y, z, out);
   } else {
-    Lanes<N, false, false, false>(x0, y, z, out);
+    Lanes<N, Axis, false, false, false>(x0, y, z, out);
   }
 }
 
 float CarveField::Value(float x, float y, float z) const {
   if (f_.SameNormal) {
     float out[1];
-    Lanes<1>(x, y, z, out);
+    Lanes<1, 0>(x, y, z, out);
     return out[0];
   }
   const float p[3] = {x, y, z};
@@ -340,16 +347,42 @@ float CarveField::Value(float x, float y, float z) const {
 }
 
 void CarveField::LanesRow(float x0, float y, float z, float out[9]) const {
-  Lanes<8>(x0, y, z, out);
-  Lanes<1>(x0 + 8.f, y, z, out + 8);
+  Lanes<8, 0>(x0, y, z, out);
+  Lanes<1, 0>(x0 + 8.f, y, z, out + 8);
+}
+
+[[gnu::always_inline]] inline void CarveField::PlaneBody(float x0, float y0, float z, unsigned open, float out[81]) const {
+  int column = 0;
+  for (int j = 0; j < 9; ++j)
+    if (open >> j & 1) Lanes<8, 0>(x0, y0 + (float)j, z, out + 9 * j), column += j < 8;
+  // The rows' ninth points, down the column x0 + 8: eight in lanes when
+  // enough rows need them, else one by one.
+  if (column >= 3) {
+    float c[8];
+    Lanes<8, 1>(x0 + 8.f, y0, z, c);
+    for (int j = 0; j < 8; ++j)
+      if (open >> j & 1) out[9 * j + 8] = c[j];
+  } else {
+    for (int j = 0; j < 8; ++j)
+      if (open >> j & 1) Lanes<1, 0>(x0 + 8.f, y0 + (float)j, z, out + 9 * j + 8);
+  }
+  if (open >> 8 & 1) Lanes<1, 0>(x0 + 8.f, y0 + 8.f, z, out + 80);
+}
+
+void CarveField::LanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const {
+  PlaneBody(x0, y0, z, open, out);
 }
 
 #if CARVE_WIDE_LANES
 // The same row in eight-wide lanes. Without fused multiply-adds every step is
 // the same IEEE operation as in the narrow lanes, so the values are the same.
 [[gnu::target("avx2")]] void CarveField::WideLanesRow(float x0, float y, float z, float out[9]) const {
-  Lanes<8>(x0, y, z, out);
-  Lanes<1>(x0 + 8.f, y, z, out + 8);
+  Lanes<8, 0>(x0, y, z, out);
+  Lanes<1, 0>(x0 + 8.f, y, z, out + 8);
+}
+
+[[gnu::target("avx2")]] void CarveField::WideLanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const {
+  PlaneBody(x0, y0, z, open, out);
 }
 
 bool CarveField::WideLanes = [] {
@@ -369,6 +402,14 @@ void CarveField::Row(float x0, float y, float z, float out[9]) const {
   }
   float p[3] = {x0, y, z};
   for (int i = 0; i < 9; ++i, p[0] += 1.f) out[i] = At(p);
+}
+
+void CarveField::Plane(float x0, float y0, float z, unsigned open, float out[81]) const {
+  if (!f_.SameNormal) return BrushField::Plane(x0, y0, z, open, out);
+#if CARVE_WIDE_LANES
+  if (WideLanes) return WideLanesPlane(x0, y0, z, open, out);
+#endif
+  LanesPlane(x0, y0, z, open, out);
 }
 
 bool CarveField::ZeroAround(const float c[3], float radius) const {

@@ -38,6 +38,9 @@ class BrushField {
   // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
   // numbers Value gives, for one virtual call per row of a cell.
   virtual void Row(float x0, float y, float z, float out[9]) const;
+  // The rows (x0 + i, y0 + j, z) of a cell's plane for each j whose bit is
+  // set in `open`, row j at out + 9 j: the numbers Row gives.
+  virtual void Plane(float x0, float y0, float z, unsigned open, float out[81]) const;
   // True when Value is 0 or below everywhere within `radius` of `c`, so a
   // probe there may pass over the points; false when the field cannot tell.
   virtual bool ZeroAround(const float c[3], float radius) const;
@@ -133,6 +136,7 @@ class CarveField final : public BrushField {
              float flatOffset = 0.f);
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
+  void Plane(float x0, float y0, float z, unsigned open, float out[81]) const override;
   bool ZeroAround(const float c[3], float radius) const override;
   // Rows run eight lanes to an instruction (AVX2); true where the processor
   // can. The values are the same either way.
@@ -144,15 +148,18 @@ class CarveField final : public BrushField {
   // The values at (x0 + i, y, z), i < N, when both ends share their normal:
   // each step is one loop over the points, so the compiler runs them side by
   // side, and a single point (N = 1) takes the same arithmetic as a row.
-  template <int N>
+  template <int N, int Axis>
   void Lanes(float x0, float y, float z, float out[N]) const;
-  template <int N, bool Flat, bool Invert, bool Simple>
+  template <int N, int Axis, bool Flat, bool Invert, bool Simple>
   void Lanes(float x0, float y, float z, float out[N]) const;
   // A row through the lanes; on processors with AVX2 the same arithmetic
   // eight lanes to an instruction.
   void LanesRow(float x0, float y, float z, float out[9]) const;
+  void LanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void PlaneBody(float x0, float y0, float z, unsigned open, float out[81]) const;
 #if CARVE_WIDE_LANES
   void WideLanesRow(float x0, float y, float z, float out[9]) const;
+  void WideLanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
 #endif
   SegmentFrame f_;
   float w_;

@@ -300,3 +300,44 @@ TEST(FieldRow, WideLanesGiveTheRowsOfNarrowLanes) {
   EXPECT_EQ(compared, 2 * 6 * 31 * 35 * 5 * 9);
   EXPECT_GT(surface, 1000) << "the rows crossed the surface of the cut";
 }
+
+TEST(FieldRow, CarvePlanesAreValueForValue) {
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  // Every row, rows that leave the column to single points, and scattered rows.
+  const unsigned opens[] = {0x1ffu, 0x101u, 0x0feu, 0x155u, 0x100u, 0x0a9u};
+  const bool wideBefore = CarveField::WideLanes;
+  int compared = 0, surface = 0;
+  for (const bool wide : {false, true}) {
+    if (wide && !wideBefore) continue;
+    CarveField::WideLanes = wide;
+    for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+      for (const CarveCase& c : Cases()) {
+        PenProfile profile;
+        profile.Pen = pen;
+        profile.Falloff = c.falloff;
+        profile.Mask = c.masked ? &mask : nullptr;
+        const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+        for (int z = 0; z <= 30; ++z)
+          for (int y0 = -17; y0 <= 10; y0 += 9)
+            for (int x0 = -25; x0 <= 16; x0 += 9)
+              for (const unsigned open : opens) {
+                float plane[81];
+                for (float& v : plane) v = -7.f;  // rows not asked for stay as they were
+                f.Plane((float)x0, (float)y0, (float)z, open, plane);
+                for (int j = 0; j < 9; ++j)
+                  for (int i = 0; i < 9; ++i) {
+                    const float want = open >> j & 1 ? f.Value((float)(x0 + i), (float)(y0 + j), (float)z) : -7.f;
+                    ASSERT_EQ(plane[9 * j + i], want) << c.name << (wide ? ", wide" : ", narrow") << ", rows " << open
+                                                      << " at " << x0 + i << " " << y0 + j << " " << z;
+                    surface += want > 0.f && want < 1.f;
+                    ++compared;
+                  }
+              }
+      }
+  }
+  CarveField::WideLanes = wideBefore;
+  EXPECT_GT(compared, 2 * 5 * 31 * 4 * 5 * 6 * 81 - 1);
+  EXPECT_GT(surface, 1000) << "the planes crossed the surface of the cut";
+}
