@@ -229,12 +229,14 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
   ProbeLattice lattice(f, boxCells, boxProbe);
   auto onLattice = [&](int x, int y, int z) { return lattice.At(x, y, z); };
-  // Dealt out in turn: the box's lower layers may be solid and its upper ones air.
+  // Each thread takes the next cell not yet taken: the box's lower layers may
+  // be solid and its upper ones air, and a thread may wait for a core.
   const int workers = boxCells.size() < kParallelProbeCells
                           ? 1
                           : std::clamp(o.Threads > 0 ? o.Threads : UsingProcessors(), 1, kMaxThreads);
-  RunSection(workers, [&](int t) {
-    for (size_t i = t; i < boxCells.size(); i += workers) {
+  std::atomic<size_t> nextCell{0};
+  RunSection(workers, [&](int) {
+    for (size_t i; (i = nextCell.fetch_add(1, std::memory_order_relaxed)) < boxCells.size();) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       boxBest[i] = ProbeCell(vol, f, onLattice, k, o, boxProbe, boxMask[i]);
