@@ -151,6 +151,27 @@ class ProbeLattice {
     }
     return (uint16_t)(v - 1);
   }
+  // Evaluates the points of cell k's lattice not evaluated yet in one call,
+  // so the field can take them side by side.
+  void Fill(const CellKey& k) {
+    const int step = 1 << shift_;
+    float p[125][3];
+    size_t at[125];
+    int m = 0;
+    for (int z = k.z * 8; z <= k.z * 8 + 8; z += step)
+      for (int y = k.y * 8; y <= k.y * 8 + 8; y += step)
+        for (int x = k.x * 8; x <= k.x * 8 + 8; x += step) {
+          const size_t i = ((size_t)((z - lo_[2] * 8) >> shift_) * dims_[1] + ((y - lo_[1] * 8) >> shift_)) * dims_[0] +
+                           ((x - lo_[0] * 8) >> shift_);
+          if (values_[i].load(std::memory_order_relaxed)) continue;
+          p[m][0] = (float)x, p[m][1] = (float)y, p[m][2] = (float)z;
+          at[m++] = i;
+        }
+    if (!m) return;
+    float v[125];
+    f_.Values(m, p, v);
+    for (int j = 0; j < m; ++j) values_[at[j]].store(ToScale(v[j]) + 1u, std::memory_order_relaxed);
+  }
 
  private:
   const BrushField& f_;
@@ -163,15 +184,17 @@ class ProbeLattice {
 // (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2), the field
 // read through `field(x, y, z)`; bit (i + 3j + 9k) of `mask` tells on which
 // side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
-// the neighbours behind it are queued.
-template <class Field>
-uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, const CellKey& k, const FieldOptions& o,
-                   int n, uint32_t& mask) {
+// the neighbours behind it are queued. `prepare(k)` runs once the cell's
+// points are known to be needed, before the first is read.
+template <class Field, class Prepare>
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, Prepare&& prepare, const CellKey& k,
+                   const FieldOptions& o, int n, uint32_t& mask) {
   mask = 0;
   // A field that is 0 all over the cell moves nothing (a change is probed
   // against the old values, where 0 may still move something).
   const float centre[3] = {k.x * 8 + 4.f, k.y * 8 + 4.f, k.z * 8 + 4.f};
   if (!o.Compare && f.ZeroAround(centre, kCellHalfDiagonal)) return 0;
+  prepare(k);
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
@@ -239,7 +262,7 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
     for (size_t i; (i = nextCell.fetch_add(1, std::memory_order_relaxed)) < boxCells.size();) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
-      boxBest[i] = ProbeCell(vol, f, onLattice, k, o, boxProbe, boxMask[i]);
+      boxBest[i] = ProbeCell(vol, f, onLattice, [&](const CellKey& c) { lattice.Fill(c); }, k, o, boxProbe, boxMask[i]);
     }
   });
   // The box's cells count as seen without going into the map: its corners
@@ -259,7 +282,8 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       uint32_t mask;
       const uint32_t best =
-          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
+          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); },
+                    [](const CellKey&) {}, k, o, 2, mask);
       list(k, best, mask);
     }
     if (listed.size() == before) break;

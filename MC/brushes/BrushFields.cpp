@@ -71,6 +71,10 @@ void BrushField::Plane(float x0, float y0, float z, unsigned open, float out[81]
     if (open >> j & 1) Row(x0, y0 + (float)j, z, out + 9 * j);
 }
 
+void BrushField::Values(int n, const float (*p)[3], float* out) const {
+  for (int i = 0; i < n; ++i) out[i] = Value(p[i][0], p[i][1], p[i][2]);
+}
+
 bool BrushField::ZeroAround(const float*, float) const { return false; }
 
 float SphereField::Value(float x, float y, float z) const {
@@ -218,19 +222,24 @@ struct Footprint {
 }
 
 // The same steps as At, in the same order, for a frame that does not turn.
-// The points are (x0 + i, y, z), or (x0, y + i, z) down a column (Axis 1).
+// The points are (x0 + i, y, z), or (x0, y + i, z) down a column (Axis 1), or
+// pts[i] (Axis 2).
 // With `Simple` the pen is the built-in simple pen (no focal shift), read in
 // the lanes with the arithmetic of its virtual calls.
 template <int N, int Axis, bool Flat, bool Invert, bool Simple>
-[[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
+[[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N],
+                                                     const float (*pts)[3]) const {
   const SegmentFrame& f = f_;
   const float w = w_, round = round_, offset = offset_;
   float h[N], u[N], v[N], r2[N], R[N], H[N], rim[N], face[N], a[N];
   bool held[N];  // the stencil holds the pen back wholly: the volume is left alone
-  const float vz = z - f.S[2];
+  auto px = [&](int i) { return Axis == 2 ? pts[i][0] : (Axis == 0 ? x0 + (float)i : x0); };
+  auto py = [&](int i) { return Axis == 2 ? pts[i][1] : (Axis == 1 ? y + (float)i : y); };
+  auto pz = [&](int i) { return Axis == 2 ? pts[i][2] : z; };
   for (int i = 0; i < N; ++i) {
-    const float vx = (Axis == 0 ? x0 + (float)i : x0) - f.S[0];
-    const float vy = (Axis == 1 ? y + (float)i : y) - f.S[1];
+    const float vx = px(i) - f.S[0];
+    const float vy = py(i) - f.S[1];
+    const float vz = pz(i) - f.S[2];
     const float d = (f.Dir[0] * vx + f.Dir[1] * vy + f.Dir[2] * vz) / f.L;
     const float t = d < 0.f ? 0.f : (1.f < d ? 1.f : d);
     const float q0 = vx - f.Dir[0] * t * f.L, q1 = vy - f.Dir[1] * t * f.L, q2 = vz - f.Dir[2] * t * f.L;
@@ -274,7 +283,7 @@ template <int N, int Axis, bool Flat, bool Invert, bool Simple>
     if (pen_.Mask)
       for (int i = 0; i < N; ++i) {
         if (rim[i] <= 0.f || face[i] <= 0.f) continue;
-        const float p[3] = {Axis == 0 ? x0 + (float)i : x0, Axis == 1 ? y + (float)i : y, z};
+        const float p[3] = {px(i), py(i), pz(i)};
         const float k = pen_.BrushMask(p);
         held[i] = k <= 0.f;
         a[i] = k * a[i];
@@ -287,7 +296,7 @@ template <int N, int Axis, bool Flat, bool Invert, bool Simple>
     if (rim[i] <= 0.f || face[i] <= 0.f) continue;
     const float ai = r2[i] < 1.f ? pen_.Alpha(u[i], -v[i]) * R[i] : 0.f;
     if (pen_.Mask) {
-      const float p[3] = {Axis == 0 ? x0 + (float)i : x0, Axis == 1 ? y + (float)i : y, z};
+      const float p[3] = {px(i), py(i), pz(i)};
       const float k = pen_.BrushMask(p);
       held[i] = k <= 0.f;
       a[i] = k * ai;
@@ -318,21 +327,22 @@ template <int N, int Axis, bool Flat, bool Invert, bool Simple>
 }
 
 template <int N, int Axis>
-[[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N]) const {
+[[gnu::always_inline]] inline void CarveField::Lanes(float x0, float y, float z, float out[N],
+                                                     const float (*pts)[3]) const {
   // The focal shift is read as the pen reads it, at every row.
   if (simplePen_ && GeneralPen::FocalShift == 0.f) {
     if (flat_)
-      Lanes<N, Axis, true, false, true>(x0, y, z, out);
+      Lanes<N, Axis, true, false, true>(x0, y, z, out, pts);
     else if (invert_)
-      Lanes<N, Axis, false, true, true>(x0, y, z, out);
+      Lanes<N, Axis, false, true, true>(x0, y, z, out, pts);
     else
-      Lanes<N, Axis, false, false, true>(x0, y, z, out);
+      Lanes<N, Axis, false, false, true>(x0, y, z, out, pts);
   } else if (flat_) {
-    Lanes<N, Axis, true, false, false>(x0, y, z, out);
+    Lanes<N, Axis, true, false, false>(x0, y, z, out, pts);
   } else if (invert_) {
-    Lanes<N, Axis, false, true, false>(x0, y, z, out);
+    Lanes<N, Axis, false, true, false>(x0, y, z, out, pts);
   } else {
-    Lanes<N, Axis, false, false, false>(x0, y, z, out);
+    Lanes<N, Axis, false, false, false>(x0, y, z, out, pts);
   }
 }
 
@@ -373,6 +383,20 @@ void CarveField::LanesPlane(float x0, float y0, float z, unsigned open, float ou
   PlaneBody(x0, y0, z, open, out);
 }
 
+[[gnu::always_inline]] inline void CarveField::PointsBody(int n, const float (*p)[3], float* out) const {
+  for (int i = 0; i < n; i += 8) {
+    const int m = std::min(n - i, 8);
+    float q[8][3], v[8];
+    // A short last group repeats its last point.
+    for (int j = 0; j < 8; ++j)
+      for (int a = 0; a < 3; ++a) q[j][a] = p[i + std::min(j, m - 1)][a];
+    Lanes<8, 2>(0.f, 0.f, 0.f, v, q);
+    std::copy(v, v + m, out + i);
+  }
+}
+
+void CarveField::LanesPoints(int n, const float (*p)[3], float* out) const { PointsBody(n, p, out); }
+
 #if CARVE_WIDE_LANES
 // The same row in eight-wide lanes. Without fused multiply-adds every step is
 // the same IEEE operation as in the narrow lanes, so the values are the same.
@@ -383,6 +407,10 @@ void CarveField::LanesPlane(float x0, float y0, float z, unsigned open, float ou
 
 [[gnu::target("avx2")]] void CarveField::WideLanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const {
   PlaneBody(x0, y0, z, open, out);
+}
+
+[[gnu::target("avx2")]] void CarveField::WideLanesPoints(int n, const float (*p)[3], float* out) const {
+  PointsBody(n, p, out);
 }
 
 bool CarveField::WideLanes = [] {
@@ -410,6 +438,14 @@ void CarveField::Plane(float x0, float y0, float z, unsigned open, float out[81]
   if (WideLanes) return WideLanesPlane(x0, y0, z, open, out);
 #endif
   LanesPlane(x0, y0, z, open, out);
+}
+
+void CarveField::Values(int n, const float (*p)[3], float* out) const {
+  if (!f_.SameNormal) return BrushField::Values(n, p, out);
+#if CARVE_WIDE_LANES
+  if (WideLanes) return WideLanesPoints(n, p, out);
+#endif
+  LanesPoints(n, p, out);
 }
 
 bool CarveField::ZeroAround(const float c[3], float radius) const {

@@ -41,6 +41,8 @@ class BrushField {
   // The rows (x0 + i, y0 + j, z) of a cell's plane for each j whose bit is
   // set in `open`, row j at out + 9 j: the numbers Row gives.
   virtual void Plane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  // The values at n points p[i]: the numbers Value gives.
+  virtual void Values(int n, const float (*p)[3], float* out) const;
   // True when Value is 0 or below everywhere within `radius` of `c`, so a
   // probe there may pass over the points; false when the field cannot tell.
   virtual bool ZeroAround(const float c[3], float radius) const;
@@ -137,6 +139,7 @@ class CarveField final : public BrushField {
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
   void Plane(float x0, float y0, float z, unsigned open, float out[81]) const override;
+  void Values(int n, const float (*p)[3], float* out) const override;
   bool ZeroAround(const float c[3], float radius) const override;
   // Rows run eight lanes to an instruction (AVX2); true where the processor
   // can. The values are the same either way.
@@ -149,17 +152,20 @@ class CarveField final : public BrushField {
   // each step is one loop over the points, so the compiler runs them side by
   // side, and a single point (N = 1) takes the same arithmetic as a row.
   template <int N, int Axis>
-  void Lanes(float x0, float y, float z, float out[N]) const;
+  void Lanes(float x0, float y, float z, float out[N], const float (*pts)[3] = nullptr) const;
   template <int N, int Axis, bool Flat, bool Invert, bool Simple>
-  void Lanes(float x0, float y, float z, float out[N]) const;
+  void Lanes(float x0, float y, float z, float out[N], const float (*pts)[3]) const;
   // A row through the lanes; on processors with AVX2 the same arithmetic
   // eight lanes to an instruction.
   void LanesRow(float x0, float y, float z, float out[9]) const;
   void LanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
   void PlaneBody(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void LanesPoints(int n, const float (*p)[3], float* out) const;
+  void PointsBody(int n, const float (*p)[3], float* out) const;
 #if CARVE_WIDE_LANES
   void WideLanesRow(float x0, float y, float z, float out[9]) const;
   void WideLanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void WideLanesPoints(int n, const float (*p)[3], float* out) const;
 #endif
   SegmentFrame f_;
   float w_;

@@ -341,3 +341,45 @@ TEST(FieldRow, CarvePlanesAreValueForValue) {
   EXPECT_GT(compared, 2 * 5 * 31 * 4 * 5 * 6 * 81 - 1);
   EXPECT_GT(surface, 1000) << "the planes crossed the surface of the cut";
 }
+
+TEST(FieldRow, CarveValuesOfScatteredPointsAreValueForValue) {
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  const bool wideBefore = CarveField::WideLanes;
+  int compared = 0, surface = 0;
+  for (const bool wide : {false, true}) {
+    if (wide && !wideBefore) continue;
+    CarveField::WideLanes = wide;
+    for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+      for (const CarveCase& c : Cases()) {
+        PenProfile profile;
+        profile.Pen = pen;
+        profile.Falloff = c.falloff;
+        profile.Mask = c.masked ? &mask : nullptr;
+        const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+        // Groups of every length up to three lanes' worth, at points strewn
+        // over the reach of the operation (a probe lattice at steps of 2 and 4).
+        for (int n = 1; n <= 25; ++n)
+          for (int start = 0; start < 40; start += 7) {
+            float p[25][3], out[25];
+            for (int i = 0; i < n; ++i) {
+              const int s = start * 31 + i * 17;
+              p[i][0] = (float)(-24 + (s % 13) * 4), p[i][1] = (float)(-18 + (s / 13 % 10) * 4);
+              p[i][2] = (float)(2 * ((s / 7) % 16));
+            }
+            f.Values(n, p, out);
+            for (int i = 0; i < n; ++i) {
+              const float want = f.Value(p[i][0], p[i][1], p[i][2]);
+              ASSERT_EQ(out[i], want) << c.name << (wide ? ", wide" : ", narrow") << ", " << n << " points, at "
+                                      << p[i][0] << " " << p[i][1] << " " << p[i][2];
+              surface += want > 0.f && want < 1.f;
+              ++compared;
+            }
+          }
+      }
+  }
+  CarveField::WideLanes = wideBefore;
+  EXPECT_GT(compared, 10000);
+  EXPECT_GT(surface, 100) << "the points crossed the surface of the cut";
+}
