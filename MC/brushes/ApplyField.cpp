@@ -58,6 +58,16 @@ inline uint16_t Merge(uint16_t old, uint16_t v, const FieldOptions& o) {
   return std::min(old, v);
 }
 
+// Whether any of a row's nine old values differs from `fixed` (0 or 65535,
+// the same byte twice): the first eight are read as two 64-bit words.
+inline bool RowOpen(const uint16_t* row, uint16_t fixed) {
+  uint64_t a, b;
+  std::memcpy(&a, row, 8);
+  std::memcpy(&b, row + 4, 8);
+  const uint64_t all = fixed ? ~uint64_t(0) : 0;
+  return (a ^ all) != 0 || (b ^ all) != 0 || row[8] != fixed;
+}
+
 // Merges nine field values into a row of old values, as Merge does point by
 // point, with the mode's choices and thresholds settled once: the plain min
 // or max for every point, then the rounded merge for the few points near
@@ -117,7 +127,8 @@ class RowMerger {
 // threads may ask for the same point at once: both compute the same value.
 class ProbeLattice {
  public:
-  ProbeLattice(const BrushField& f, const std::vector<CellKey>& cells, int n) : f_(f), step_(8 / n) {
+  ProbeLattice(const BrushField& f, const std::vector<CellKey>& cells, int n)
+      : f_(f), shift_(n == 4 ? 1 : (n == 2 ? 2 : 3)) {
     for (int a = 0; a < 3; ++a) lo_[a] = INT32_MAX, dims_[a] = 0;
     int hi[3] = {INT32_MIN, INT32_MIN, INT32_MIN};
     for (const CellKey& k : cells) {
@@ -130,8 +141,9 @@ class ProbeLattice {
   }
   // The field at voxel (x, y, z), a point of the lattice inside the box.
   uint16_t At(int x, int y, int z) {
-    const size_t i = ((size_t)((z - lo_[2] * 8) / step_) * dims_[1] + (y - lo_[1] * 8) / step_) * dims_[0] +
-                     (x - lo_[0] * 8) / step_;
+    // Offsets from the box's low corner are whole steps and never negative.
+    const size_t i = ((size_t)((z - lo_[2] * 8) >> shift_) * dims_[1] + ((y - lo_[1] * 8) >> shift_)) * dims_[0] +
+                     ((x - lo_[0] * 8) >> shift_);
     uint32_t v = values_[i].load(std::memory_order_relaxed);
     if (v == 0) {
       v = FieldValue(f_, (float)x, (float)y, (float)z) + 1u;  // 0 marks a point not yet evaluated
@@ -139,10 +151,32 @@ class ProbeLattice {
     }
     return (uint16_t)(v - 1);
   }
+  // Evaluates the points of cell k's lattice not evaluated yet in one call,
+  // so the field can take them side by side.
+  void Fill(const CellKey& k) {
+    const int step = 1 << shift_;
+    float p[125][3];
+    size_t at[125];
+    int m = 0;
+    for (int z = k.z * 8; z <= k.z * 8 + 8; z += step)
+      for (int y = k.y * 8; y <= k.y * 8 + 8; y += step)
+        for (int x = k.x * 8; x <= k.x * 8 + 8; x += step) {
+          const size_t i = ((size_t)((z - lo_[2] * 8) >> shift_) * dims_[1] + ((y - lo_[1] * 8) >> shift_)) * dims_[0] +
+                           ((x - lo_[0] * 8) >> shift_);
+          if (values_[i].load(std::memory_order_relaxed)) continue;
+          p[m][0] = (float)x, p[m][1] = (float)y, p[m][2] = (float)z;
+          at[m++] = i;
+        }
+    if (!m) return;
+    float v[125];
+    f_.Values(m, p, v);
+    for (int j = 0; j < m; ++j) values_[at[j]].store(ToScale(v[j]) + 1u, std::memory_order_relaxed);
+  }
 
  private:
   const BrushField& f_;
-  int step_, lo_[3], dims_[3];
+  int shift_;  // the step, 8 / n, as a power of two
+  int lo_[3], dims_[3];
   std::unique_ptr<std::atomic<uint32_t>[]> values_;
 };
 
@@ -150,15 +184,17 @@ class ProbeLattice {
 // (n 2: 3 points per axis at steps of 4; n 4: 5 at steps of 2), the field
 // read through `field(x, y, z)`; bit (i + 3j + 9k) of `mask` tells on which
 // side (0 low face, 1 inside, 2 high face, per axis) a positive point lay, so
-// the neighbours behind it are queued.
-template <class Field>
-uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, const CellKey& k, const FieldOptions& o,
-                   int n, uint32_t& mask) {
+// the neighbours behind it are queued. `prepare(k)` runs once the cell's
+// points are known to be needed, before the first is read.
+template <class Field, class Prepare>
+uint32_t ProbeCell(VolumeObject& vol, const BrushField& f, Field&& field, Prepare&& prepare, const CellKey& k,
+                   const FieldOptions& o, int n, uint32_t& mask) {
   mask = 0;
   // A field that is 0 all over the cell moves nothing (a change is probed
   // against the old values, where 0 may still move something).
   const float centre[3] = {k.x * 8 + 4.f, k.y * 8 + 4.f, k.z * 8 + 4.f};
   if (!o.Compare && f.ZeroAround(centre, kCellHalfDiagonal)) return 0;
+  prepare(k);
   VoxelCell** found = vol.Cells.Find(k.x, k.y, k.z);
   const VoxelCell* cell = found ? *found : nullptr;
   const int step = 8 / n;
@@ -216,33 +252,38 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
   const int boxProbe = vol.CoarseProbe ? 2 : 4;
   ProbeLattice lattice(f, boxCells, boxProbe);
   auto onLattice = [&](int x, int y, int z) { return lattice.At(x, y, z); };
-  // Dealt out in turn: the box's lower layers may be solid and its upper ones air.
+  // Each thread takes the next cell not yet taken: the box's lower layers may
+  // be solid and its upper ones air, and a thread may wait for a core.
   const int workers = boxCells.size() < kParallelProbeCells
                           ? 1
                           : std::clamp(o.Threads > 0 ? o.Threads : UsingProcessors(), 1, kMaxThreads);
-  RunSection(workers, [&](int t) {
-    for (size_t i = t; i < boxCells.size(); i += workers) {
+  std::atomic<size_t> nextCell{0};
+  RunSection(workers, [&](int) {
+    for (size_t i; (i = nextCell.fetch_add(1, std::memory_order_relaxed)) < boxCells.size();) {
       const CellKey& k = boxCells[i];
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
-      boxBest[i] = ProbeCell(vol, f, onLattice, k, o, boxProbe, boxMask[i]);
+      boxBest[i] = ProbeCell(vol, f, onLattice, [&](const CellKey& c) { lattice.Fill(c); }, k, o, boxProbe, boxMask[i]);
     }
   });
-  for (size_t i = 0; i < boxCells.size(); ++i) {
-    const CellKey& k = boxCells[i];
-    seen.Set(k.x, k.y, k.z, 1);
-    list(k, boxBest[i], boxMask[i]);
-  }
+  // The box's cells count as seen without going into the map: its corners
+  // are its first and last cell.
+  auto inBox = [&](const CellKey& k) {
+    const CellKey &lo = boxCells.front(), &hi = boxCells.back();
+    return k.x >= lo.x && k.x <= hi.x && k.y >= lo.y && k.y <= hi.y && k.z >= lo.z && k.z <= hi.z;
+  };
+  for (size_t i = 0; i < boxCells.size(); ++i) list(boxCells[i], boxBest[i], boxMask[i]);
   for (int wave = 0; wave < kMaxWaves && !queue.empty(); ++wave) {
     std::deque<CellKey> current;
     current.swap(queue);
     const size_t before = listed.size();
     for (const CellKey& k : current) {
-      if (seen.Find(k.x, k.y, k.z)) continue;
+      if ((!boxCells.empty() && inBox(k)) || seen.Find(k.x, k.y, k.z)) continue;
       seen.Set(k.x, k.y, k.z, 1);
       if (onlyExisting && !vol.Cells.Find(k.x, k.y, k.z)) continue;
       uint32_t mask;
       const uint32_t best =
-          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); }, k, o, 2, mask);
+          ProbeCell(vol, f, [&](int x, int y, int z) { return FieldValue(f, (float)x, (float)y, (float)z); },
+                    [](const CellKey&) {}, k, o, 2, mask);
       list(k, best, mask);
     }
     if (listed.size() == before) break;
@@ -261,20 +302,23 @@ int ApplyField(VolumeObject& vol, const BrushField& f, const FieldBox& boxIn, co
     } else {
       const uint16_t fill = cell ? cell->Fill : 0;
       if (fill == fixed) return false;
-      std::fill(out, out + kCellVoxels, fill);
+      // A solid cell's 65535 is one byte twice over: memset, not a loop of words.
+      if ((fill & 0xff) == (fill >> 8))
+        std::memset(out, fill & 0xff, kCellVoxels * sizeof(uint16_t));
+      else
+        std::fill(out, out + kCellVoxels, fill);
     }
     bool any = false;
     const float bx = (float)(k.x * 8), by = (float)(k.y * 8), bz = (float)(k.z * 8);
-    float row[9];
-    for (int z = 0; z < 9; ++z)
-      for (int y = 0; y < 9; ++y) {
-        uint16_t* o9 = out + LatticeIndex(0, y, z);
-        bool open = false;
-        for (int x = 0; x < 9; ++x) open |= o9[x] != fixed;
-        if (!open) continue;
-        f.Row(bx, by + y, bz + z, row);
-        any |= merge(o9, row);
-      }
+    float plane[81];
+    for (int z = 0; z < 9; ++z) {
+      unsigned open = 0;
+      for (int y = 0; y < 9; ++y) open |= (unsigned)RowOpen(out + LatticeIndex(0, y, z), fixed) << y;
+      if (!open) continue;
+      f.Plane(bx, by, bz + z, open, plane);
+      for (int y = 0; y < 9; ++y)
+        if (open >> y & 1) any |= merge(out + LatticeIndex(0, y, z), plane + 9 * y);
+    }
     return any;
   }, o.Threads);
 

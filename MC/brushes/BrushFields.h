@@ -11,6 +11,12 @@
 
 class VolumeObject;
 
+#if defined(__GNUC__) && defined(__x86_64__)
+#define CARVE_WIDE_LANES 1
+#else
+#define CARVE_WIDE_LANES 0
+#endif
+
 // pow(max(1 - x, 0), 8 F^2), F = GeneralPen::Falloff.
 float FalloffCurve(float x);
 
@@ -32,6 +38,11 @@ class BrushField {
   // The values at the 9 lattice points (x0 + i, y, z), i = 0..8: the same
   // numbers Value gives, for one virtual call per row of a cell.
   virtual void Row(float x0, float y, float z, float out[9]) const;
+  // The rows (x0 + i, y0 + j, z) of a cell's plane for each j whose bit is
+  // set in `open`, row j at out + 9 j: the numbers Row gives.
+  virtual void Plane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  // The values at n points p[i]: the numbers Value gives.
+  virtual void Values(int n, const float (*p)[3], float* out) const;
   // True when Value is 0 or below everywhere within `radius` of `c`, so a
   // probe there may pass over the points; false when the field cannot tell.
   virtual bool ZeroAround(const float c[3], float radius) const;
@@ -127,7 +138,12 @@ class CarveField final : public BrushField {
              float flatOffset = 0.f);
   float Value(float x, float y, float z) const override;
   void Row(float x0, float y, float z, float out[9]) const override;
+  void Plane(float x0, float y0, float z, unsigned open, float out[81]) const override;
+  void Values(int n, const float (*p)[3], float* out) const override;
   bool ZeroAround(const float c[3], float radius) const override;
+  // Rows run eight lanes to an instruction (AVX2); true where the processor
+  // can. The values are the same either way.
+  static bool WideLanes;
 
  private:
   // Value at p; Row inlines it.
@@ -135,16 +151,31 @@ class CarveField final : public BrushField {
   // The values at (x0 + i, y, z), i < N, when both ends share their normal:
   // each step is one loop over the points, so the compiler runs them side by
   // side, and a single point (N = 1) takes the same arithmetic as a row.
-  template <int N>
-  void Lanes(float x0, float y, float z, float out[N]) const;
-  template <int N, bool Flat, bool Invert>
-  void Lanes(float x0, float y, float z, float out[N]) const;
+  template <int N, int Axis>
+  void Lanes(float x0, float y, float z, float out[N], const float (*pts)[3] = nullptr) const;
+  template <int N, int Axis, bool Flat, bool Invert, bool Simple>
+  void Lanes(float x0, float y, float z, float out[N], const float (*pts)[3]) const;
+  // A row through the lanes; on processors with AVX2 the same arithmetic
+  // eight lanes to an instruction.
+  void LanesRow(float x0, float y, float z, float out[9]) const;
+  void LanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void PlaneBody(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void LanesPoints(int n, const float (*p)[3], float* out) const;
+  void PointsBody(int n, const float (*p)[3], float* out) const;
+#if CARVE_WIDE_LANES
+  void WideLanesRow(float x0, float y, float z, float out[9]) const;
+  void WideLanesPlane(float x0, float y0, float z, unsigned open, float out[81]) const;
+  void WideLanesPoints(int n, const float (*p)[3], float* out) const;
+#endif
   SegmentFrame f_;
   float w_;
   bool flat_, invert_;
   PenProfile pen_;
   float offset_;
   float round_;
+  // The pen is the built-in simple pen itself (not a class derived from it):
+  // its profile is worked out in the lanes instead of through virtual calls.
+  bool simplePen_;
 };
 
 // Displacement: the old field read at p moved along N by the profile times

@@ -2,6 +2,7 @@
 #include "MC/brushes/CellJobs.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 
@@ -47,14 +48,17 @@ int RunCellJobs(VolumeObject& volume, const std::vector<CellKey>& keys,
   VoxelCell* const* cellOf = cells.data();
   uint8_t* changedOf = changed.data();
   // Workers only read the map and the old arrays and write their own scratch.
-  // The cells are dealt out in turn rather than in blocks: listed by layer,
-  // the deep cells of a cut (every row evaluated) would all go to one thread
-  // and the air above it (rows passed over) to the other.
+  // Each thread takes the next cell not yet taken: deep cells of a cut (every
+  // row evaluated) and air (rows passed over) cost very differently, and a
+  // thread that waits for a core, or the calling thread with its own work
+  // around the section, takes fewer. Each cell's values land in its own slot,
+  // so who computed it never shows.
   const int workers = std::clamp(std::min(threads > 0 ? threads : UsingProcessors(), (int)n), 1, kMaxThreads);
+  std::atomic<size_t> next{0};
   // A changed cell's status (which sides of the surface its values lie on,
   // and whether they are all equal) is found here too, as RefreshStatus would.
-  RunSection(workers, [&](int t) {
-    for (size_t i = t; i < n; i += workers) {
+  RunSection(workers, [&](int) {
+    for (size_t i; (i = next.fetch_add(1, std::memory_order_relaxed)) < n;) {
       uint16_t* out = base + i * kCellVoxels;
       if (!compute(keys[i], cellOf[i], out)) continue;
       const uint16_t first = out[0];

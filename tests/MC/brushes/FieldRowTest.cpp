@@ -201,3 +201,185 @@ TEST(FieldRow, CarveThroughRowsLeavesTheVoxelsOfCarveThroughValues) {
     EXPECT_NE(after, Snapshot(untouched)) << c.name;
   }
 }
+
+namespace {
+// Reads exactly as the simple pen does, but is not the simple pen itself: the
+// carve reads it through its virtual calls.
+class SimplePenThroughCalls : public SimplePen {};
+}  // namespace
+
+TEST(FieldRow, SimplePenReadInTheLanesIsTheSimplePenReadThroughItsCalls) {
+  SimplePen lanes;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  struct PenCase {
+    const char* name;
+    float handed, turn, focal;
+  };
+  const PenCase pens[] = {{"upright", 1.f, 0.f, 0.f},
+                          {"mirrored", -1.f, 0.f, 0.f},
+                          {"turned", 1.f, 0.7f, 0.f},
+                          {"turned and mirrored", -1.f, 2.3f, 0.f},
+                          {"focal shift", 1.f, 0.4f, 0.35f}};
+  std::vector<CarveCase> cases = Cases();
+  cases.push_back({"wide dab", End(0.5f, 0.f, 20.f, 0.1f, 0, 1, 40.f, 0.5f), End(0.5f, 0.f, 20.f, 0.1f, 0, 1, 40.f, 0.5f),
+                   false, false, false, 0});
+  cases.push_back({"small inverted dab", End(2, 1, 20, 0.2f, 0, 1, 2.5f, 0.7f), End(2, 1, 20, 0.2f, 0, 1, 2.5f, 0.7f), false,
+                   true, false, 0.3f});
+  const float focalBefore = GeneralPen::FocalShift;
+  int compared = 0, cut = 0;
+  for (const PenCase& pc : pens) {
+    GeneralPen::FocalShift = pc.focal;
+    for (const CarveCase& c : cases) {
+      PenProfile a, b;
+      for (PenProfile* p : {&a, &b}) {
+        p->Falloff = c.falloff;
+        p->Mask = c.masked ? &mask : nullptr;
+        p->Handed = pc.handed;
+        p->Axes[0] = std::cos(pc.turn), p->Axes[1] = std::sin(pc.turn);
+        p->Axes[2] = -std::sin(pc.turn), p->Axes[3] = std::cos(pc.turn);
+      }
+      a.Pen = &lanes, b.Pen = &calls;
+      const float offset = c.flat ? 1.5f : 0.f;
+      const CarveField fa(c.a, c.b, 4.f, c.flat, c.invert, a, offset), fb(c.a, c.b, 4.f, c.flat, c.invert, b, offset);
+      const float reach = std::max(c.a.R, c.b.R) + 10.f;
+      const int step = reach > 30.f ? 3 : 1;
+      for (int z = (int)(20 - reach); z <= (int)(20 + reach); z += step)
+        for (int y = (int)-reach; y <= (int)reach; y += step)
+          for (int x0 = (int)-reach - 8; x0 <= (int)reach; x0 += 9) {
+            float ra[9], rb[9];
+            fa.Row((float)x0, (float)y, (float)z, ra);
+            fb.Row((float)x0, (float)y, (float)z, rb);
+            for (int i = 0; i < 9; ++i) {
+              ASSERT_EQ(ra[i], rb[i]) << pc.name << ", " << c.name << " at " << x0 + i << " " << y << " " << z;
+              cut += ra[i] > 0.f && ra[i] < 1.f;
+            }
+            ASSERT_EQ(fa.Value((float)x0, (float)y, (float)z), rb[0]) << pc.name << ", " << c.name;
+            compared += 9;
+          }
+    }
+  }
+  GeneralPen::FocalShift = focalBefore;
+  EXPECT_GT(compared, 1000000);
+  EXPECT_GT(cut, 10000) << "the rows crossed the surface of the cut, where the pen's depth shows";
+}
+
+TEST(FieldRow, WideLanesGiveTheRowsOfNarrowLanes) {
+  if (!CarveField::WideLanes) GTEST_SKIP() << "the processor has no eight-wide lanes";
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  std::vector<CarveCase> cases = Cases();
+  cases.push_back({"inverted dab", End(2, 1, 20, 0.2f, 0, 1, 8, 0.6f), End(2, 1, 20, 0.2f, 0, 1, 8, 0.6f), false, true,
+                   false, 0.4f});
+  int compared = 0, surface = 0;
+  for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+    for (const CarveCase& c : cases) {
+      PenProfile profile;
+      profile.Pen = pen;
+      profile.Falloff = c.falloff;
+      profile.Mask = c.masked ? &mask : nullptr;
+      profile.Handed = -1.f;
+      const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+      for (int z = 0; z <= 30; ++z)
+        for (int y = -17; y <= 17; ++y)
+          for (int x0 = -25; x0 <= 16; x0 += 9) {
+            float wide[9], narrow[9];
+            CarveField::WideLanes = true;
+            f.Row((float)x0, (float)y, (float)z, wide);
+            CarveField::WideLanes = false;
+            f.Row((float)x0, (float)y, (float)z, narrow);
+            CarveField::WideLanes = true;
+            for (int i = 0; i < 9; ++i) {
+              ASSERT_EQ(wide[i], narrow[i]) << c.name << " at " << x0 + i << " " << y << " " << z;
+              surface += wide[i] > 0.f && wide[i] < 1.f;
+            }
+            compared += 9;
+          }
+    }
+  EXPECT_EQ(compared, 2 * 6 * 31 * 35 * 5 * 9);
+  EXPECT_GT(surface, 1000) << "the rows crossed the surface of the cut";
+}
+
+TEST(FieldRow, CarvePlanesAreValueForValue) {
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  // Every row, rows that leave the column to single points, and scattered rows.
+  const unsigned opens[] = {0x1ffu, 0x101u, 0x0feu, 0x155u, 0x100u, 0x0a9u};
+  const bool wideBefore = CarveField::WideLanes;
+  int compared = 0, surface = 0;
+  for (const bool wide : {false, true}) {
+    if (wide && !wideBefore) continue;
+    CarveField::WideLanes = wide;
+    for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+      for (const CarveCase& c : Cases()) {
+        PenProfile profile;
+        profile.Pen = pen;
+        profile.Falloff = c.falloff;
+        profile.Mask = c.masked ? &mask : nullptr;
+        const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+        for (int z = 0; z <= 30; ++z)
+          for (int y0 = -17; y0 <= 10; y0 += 9)
+            for (int x0 = -25; x0 <= 16; x0 += 9)
+              for (const unsigned open : opens) {
+                float plane[81];
+                for (float& v : plane) v = -7.f;  // rows not asked for stay as they were
+                f.Plane((float)x0, (float)y0, (float)z, open, plane);
+                for (int j = 0; j < 9; ++j)
+                  for (int i = 0; i < 9; ++i) {
+                    const float want = open >> j & 1 ? f.Value((float)(x0 + i), (float)(y0 + j), (float)z) : -7.f;
+                    ASSERT_EQ(plane[9 * j + i], want) << c.name << (wide ? ", wide" : ", narrow") << ", rows " << open
+                                                      << " at " << x0 + i << " " << y0 + j << " " << z;
+                    surface += want > 0.f && want < 1.f;
+                    ++compared;
+                  }
+              }
+      }
+  }
+  CarveField::WideLanes = wideBefore;
+  EXPECT_GT(compared, 2 * 5 * 31 * 4 * 5 * 6 * 81 - 1);
+  EXPECT_GT(surface, 1000) << "the planes crossed the surface of the cut";
+}
+
+TEST(FieldRow, CarveValuesOfScatteredPointsAreValueForValue) {
+  SimplePen simple;
+  SimplePenThroughCalls calls;
+  SoftEdgeMask mask;
+  const bool wideBefore = CarveField::WideLanes;
+  int compared = 0, surface = 0;
+  for (const bool wide : {false, true}) {
+    if (wide && !wideBefore) continue;
+    CarveField::WideLanes = wide;
+    for (BasicPenShape* pen : {(BasicPenShape*)&simple, (BasicPenShape*)&calls})
+      for (const CarveCase& c : Cases()) {
+        PenProfile profile;
+        profile.Pen = pen;
+        profile.Falloff = c.falloff;
+        profile.Mask = c.masked ? &mask : nullptr;
+        const CarveField f(c.a, c.b, 4.f, c.flat, c.invert, profile, c.flat ? 1.5f : 0.f);
+        // Groups of every length up to three lanes' worth, at points strewn
+        // over the reach of the operation (a probe lattice at steps of 2 and 4).
+        for (int n = 1; n <= 25; ++n)
+          for (int start = 0; start < 40; start += 7) {
+            float p[25][3], out[25];
+            for (int i = 0; i < n; ++i) {
+              const int s = start * 31 + i * 17;
+              p[i][0] = (float)(-24 + (s % 13) * 4), p[i][1] = (float)(-18 + (s / 13 % 10) * 4);
+              p[i][2] = (float)(2 * ((s / 7) % 16));
+            }
+            f.Values(n, p, out);
+            for (int i = 0; i < n; ++i) {
+              const float want = f.Value(p[i][0], p[i][1], p[i][2]);
+              ASSERT_EQ(out[i], want) << c.name << (wide ? ", wide" : ", narrow") << ", " << n << " points, at "
+                                      << p[i][0] << " " << p[i][1] << " " << p[i][2];
+              surface += want > 0.f && want < 1.f;
+              ++compared;
+            }
+          }
+      }
+  }
+  CarveField::WideLanes = wideBefore;
+  EXPECT_GT(compared, 10000);
+  EXPECT_GT(surface, 100) << "the points crossed the surface of the cut";
+}
