@@ -1,15 +1,63 @@
 // The surface pool hands out distinct, aligned blocks of every class, takes
-// them back from any thread for reuse and keeps no more empty memory than its
-// bound.
+// them back from any thread for reuse, keeps no more empty memory than its
+// bound, and a volume built on it returns every block when it goes; the
+// triangles built on reused (dirty) blocks are the bytes built on fresh ones,
+// and a second volume of the same shape maps no new memory.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <map>
 #include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "MC/mcubes/SurfacePool.h"
+#include "MC/mcubes/VolumeFill.h"
+#include "MC/mcubes/VolumeObject.h"
+
+namespace {
+long MinorFaults() {
+  rusage u;
+  getrusage(RUSAGE_SELF, &u);
+  return u.ru_minflt;
+}
+
+// Every cell's vertices and indices and every group's mesh, in key order, as bytes.
+std::string SurfaceBytes(VolumeObject& v) {
+  std::map<std::array<int, 3>, std::string> cells, groups;
+  v.Cells.ForEach([&](const CellKey& k, VoxelCell*& c) {
+    if (!c->Surface) return;
+    const CellSurface& s = *c->Surface;
+    std::string b((const char*)s.Vertices.Data, sizeof(MCVertex) * s.Vertices.Count);
+    b.append((const char*)s.Indices.Data, 2 * s.Indices.Count);
+    cells[{k.x, k.y, k.z}] = b;
+  });
+  v.RenderGroups.ForEach([&](const CellKey& k, RenderGroup& g) {
+    if (!g.Mesh) return;
+    const GroupMesh& m = *g.Mesh;
+    std::string b((const char*)m.Positions.data(), 4 * m.Positions.size());
+    b.append((const char*)m.Normals.data(), 4 * m.Normals.size());
+    b.append((const char*)m.Indices16.data(), 2 * m.Indices16.size());
+    b.append((const char*)m.Indices32.data(), 4 * m.Indices32.size());
+    groups[{k.x, k.y, k.z}] = b;
+  });
+  std::string out;
+  for (auto& [k, b] : cells) out += std::to_string(k[0]) + "," + std::to_string(k[1]) + "," + std::to_string(k[2]) + b;
+  out += "|groups|";
+  for (auto& [k, b] : groups) out += std::to_string(k[0]) + "," + std::to_string(k[1]) + "," + std::to_string(k[2]) + b;
+  return out;
+}
+
+void Extract(VolumeObject& v, SurfacePool& pool, float radius) {
+  v.Surfaces.SetPool(&pool);
+  FillVolume(v, SphereShape(0.f, 0.f, 0.f, radius));
+  v.UpdateSurface();
+}
+}  // namespace
 
 TEST(SurfacePool, BlocksOfEveryClassAreDistinctAlignedAndHoldTheirSize) {
   SurfacePool pool;
@@ -156,4 +204,67 @@ TEST(SurfacePool, KeepsNoMoreEmptyMemoryThanItsBoundAndTrimsTheRest) {
   void* b = pool.Allocate(1000);
   EXPECT_EQ(pool.MappedBytes(), SurfacePool::kChunkBytes);
   SurfacePool::Free(b);
+}
+
+TEST(SurfacePool, VolumeReturnsItsBlocksWhenDestroyed) {
+  SurfacePool pool;
+  {
+    VolumeObject v;
+    Extract(v, pool, 40.f);
+    ASSERT_GT(v.RenderGroups.Count(), 0);
+    int lists = 0;
+    v.Cells.ForEach([&](const CellKey&, VoxelCell*& c) {
+      if (c->Surface) lists += (c->Surface->Vertices.Data != nullptr) + (c->Surface->Indices.Data != nullptr);
+    });
+    EXPECT_GT(lists, 500);
+    EXPECT_GE(pool.LiveBlocks(), lists + v.RenderGroups.Count());
+    // Undo copies and their saved lists come from the pool too.
+    v.SaveUndoCopy(0, 0, 5);
+    v.RestoreUndoCopies();
+  }
+  EXPECT_EQ(pool.LiveBlocks(), 0);
+  EXPECT_EQ(pool.MappedBytes(), pool.KeptBytes());
+}
+
+TEST(SurfacePool, TrianglesOnReusedBlocksAreTheBytesOfFreshOnesAndMapNothingNew) {
+  std::string fresh;
+  long firstFaults = 0;
+  SurfacePool pool;
+  {
+    VolumeObject v;
+    v.Surfaces.SetPool(&pool);
+    FillVolume(v, SphereShape(0.f, 0.f, 0.f, 60.f));
+    const long before = MinorFaults();
+    v.UpdateSurface();
+    firstFaults = MinorFaults() - before;
+    fresh = SurfaceBytes(v);
+  }
+  ASSERT_GT(fresh.size(), 100000u);
+  // Dirty every free block the next volume may get.
+  {
+    std::vector<void*> blocks;
+    for (int cls = 0; cls < SurfacePool::kClasses; ++cls)
+      for (size_t n = 0; n < (size_t(1) << 20) / SurfacePool::ClassBytes(cls); ++n) {
+        void* b = pool.Allocate(SurfacePool::ClassBytes(cls));
+        std::memset(b, 0xA5, SurfacePool::ClassBytes(cls));
+        blocks.push_back(b);
+      }
+    for (void* b : blocks) SurfacePool::Free(b);
+  }
+  const int64_t chunks = pool.ChunksMapped();
+  VolumeObject v;
+  v.Surfaces.SetPool(&pool);
+  FillVolume(v, SphereShape(0.f, 0.f, 0.f, 60.f));
+  const long before = MinorFaults();
+  v.UpdateSurface();
+  const long secondFaults = MinorFaults() - before;
+  EXPECT_EQ(SurfaceBytes(v), fresh);
+  EXPECT_EQ(pool.ChunksMapped(), chunks);
+  // What faults in the second time are the records and maps outside the pool.
+  EXPECT_LT(secondFaults * 2, firstFaults) << "first " << firstFaults << ", second " << secondFaults;
+  // The process pool gives the same bytes.
+  VolumeObject p;
+  FillVolume(p, SphereShape(0.f, 0.f, 0.f, 60.f));
+  p.UpdateSurface();
+  EXPECT_EQ(SurfaceBytes(p), fresh);
 }
