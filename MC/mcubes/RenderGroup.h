@@ -2,15 +2,22 @@
 // 6 x 6 x 6 cells. The renderer uploads it into a device mesh of its own; until
 // then this is the whole seam between the voxel engine and drawing.
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <memory>
 #include <utility>
 #include <vector>
 
-// Leaves new elements uninitialised: group arrays are written right after
-// they are sized, and zeroing them first would touch every page twice.
+#include "MC/mcubes/SurfacePool.h"
+
+// Takes the arrays from the surface pool (MC/mcubes/SurfacePool.h), so a
+// group's mesh reuses the pages of the meshes freed before it, and leaves new
+// elements uninitialised: group arrays are written right after they are
+// sized, and zeroing them first would touch every page twice.
 template <class T>
-struct UninitialisedAllocator : std::allocator<T> {
+struct UninitialisedAllocator {
+  using value_type = T;
   template <class U>
   struct rebind {
     using other = UninitialisedAllocator<U>;
@@ -18,6 +25,8 @@ struct UninitialisedAllocator : std::allocator<T> {
   UninitialisedAllocator() = default;
   template <class U>
   UninitialisedAllocator(const UninitialisedAllocator<U>&) noexcept {}
+  T* allocate(size_t n) { return (T*)SurfaceAllocate(n * sizeof(T)); }
+  void deallocate(T* p, size_t) noexcept { SurfaceFree(p); }
   template <class U>
   void construct(U* p) noexcept {
     ::new ((void*)p) U;
@@ -25,6 +34,10 @@ struct UninitialisedAllocator : std::allocator<T> {
   template <class U, class... Args>
   void construct(U* p, Args&&... args) {
     ::new ((void*)p) U(std::forward<Args>(args)...);
+  }
+  template <class U>
+  bool operator==(const UninitialisedAllocator<U>&) const noexcept {
+    return true;
   }
 };
 template <class T>

@@ -58,6 +58,7 @@ void VolumeObject::UpdateSurface() {
   if (!rebuild.empty()) {
     const int threads = std::min({UsingProcessors(), kMaxThreads, (int)rebuild.size()});
     RunSection(threads, [&](int t) {
+      SurfaceCacheScope bind(Surfaces.Cache(t));
       for (size_t i = t; i < rebuild.size(); i += threads) BuildCellSurface(rebuild[i].x, rebuild[i].y, rebuild[i].z);
     });
     for (const CellKey& k : rebuild)
@@ -231,6 +232,7 @@ void VolumeObject::RebuildGroups(const std::vector<CellKey>& keys) {
   std::vector<RenderGroup> built(keys.size());
   const int threads = std::min({UsingProcessors(), kMaxThreads, std::max(1, (int)keys.size())});
   RunSection(threads, [&](int t) {
+    SurfaceCacheScope bind(Surfaces.Cache(t));
     for (size_t i = t; i < keys.size(); i += threads)
       built[i].Mesh = RebuildGroup(keys[i].x, keys[i].y, keys[i].z, built[i].Rect, &reuse[i]);
   });

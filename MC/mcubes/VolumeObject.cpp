@@ -54,6 +54,7 @@ VolumeObject::VolumeObject() : ObjectId((uintptr_t)this) {
 }
 
 VolumeObject::~VolumeObject() {
+  SurfaceCacheScope bind(Surfaces.Cache(0));
   Cells.ForEach([&](const CellKey&, VoxelCell*& c) { ReleaseCell(c); });
 }
 

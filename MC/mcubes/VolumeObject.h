@@ -11,6 +11,7 @@
 #include "MC/mcubes/CellBlockPool.h"
 #include "MC/mcubes/CellKeyMap.h"
 #include "MC/mcubes/RenderGroup.h"
+#include "MC/mcubes/SurfacePool.h"
 #include "MC/mcubes/VolumeOcTree.h"
 #include "MC/mcubes/VoxelCell.h"
 
@@ -63,6 +64,10 @@ class VolumeObject {
   CellBlockPool vpool{kCellVoxels * 2};
   CellBlockPool cpool{sizeof(VoxelCell)};
   CellBlockPool apool{sizeof(CellSurface)};
+  // Where the cell lists and group meshes of this volume come from: one block
+  // cache per worker of the extraction over a pool (the process pool unless
+  // set). Declared before the groups, so it flushes after their meshes went.
+  SurfaceArena Surfaces;
   VolumeOcTree Tree;
   int BandWidth = 4;
   int CellBoundsMin[3] = {10000, 10000, 10000};

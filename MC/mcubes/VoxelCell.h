@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "MC/mcubes/SurfacePool.h"
+
 class VolumeObject;
 
 constexpr int kCellSide = 8;
@@ -29,7 +31,9 @@ enum : uint8_t {
 
 inline int LatticeIndex(int x, int y, int z) { return (z * 9 + y) * 9 + x; }
 
-// Growable array of plain values (data pointer, count, capacity) on the heap.
+// Growable array of plain values (data pointer, count, capacity). The storage
+// comes from the surface pool (SurfacePool.h), never from malloc: free it with
+// Free, never with std::free or realloc.
 template <class T>
 struct PodArray {
   T* Data = nullptr;
@@ -40,7 +44,12 @@ struct PodArray {
     if (n <= Capacity) return;
     int cap = Capacity ? Capacity : 16;
     while (cap < n) cap *= 2;
-    Data = (T*)std::realloc((void*)Data, sizeof(T) * cap);
+    T* grown = (T*)SurfaceAllocate(sizeof(T) * cap);
+    if (Data) {
+      std::memcpy((void*)grown, (const void*)Data, sizeof(T) * Capacity);
+      SurfaceFree((void*)Data);
+    }
+    Data = grown;
     Capacity = cap;
   }
   void Add(const T& v) {
@@ -53,7 +62,7 @@ struct PodArray {
     Count = n;
   }
   void Free() {
-    std::free((void*)Data);
+    SurfaceFree((void*)Data);
     Data = nullptr;
     Count = Capacity = 0;
   }
