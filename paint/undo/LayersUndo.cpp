@@ -8,6 +8,7 @@
 #include "ClassEngine/Log.h"
 #include "ClassEngine/streams/ClassBin.h"
 #include "ClassEngine/streams/MemoryBinStream.h"
+#include "ClassEngine/xml/XmlNode.h"
 #include "paint/file/BlockCoding.h"
 #include "paint/layers/ComposeFace.h"
 #include "paint/layers/LayerStack.h"
@@ -110,6 +111,23 @@ void RecordPanelEdit(PaintScene& scene, const std::string& settled, int layerID)
   gLayerStack->PushUndoRecord(s);
 }
 
+namespace {
+// "%d\n" of the current layer, then the stack of layers in the class
+// file's XML, as `stackBytes` (LayerStackBytes) holds it.
+std::string LayerStackText(int current, const std::string& stackBytes) {
+  MemoryBinStream bytes;
+  bytes.Write(stackBytes.data(), stackBytes.size());
+  bytes.SetReadPos(0);
+  LayerStack stack;
+  LoadBinArray(&stack.Layers, &bytes, nullptr);
+  XmlNode node;
+  stack.Layers.Save(&node, &stack.Layers);
+  std::string text = std::to_string(current) + "\n";
+  node.Write(text);
+  return text;
+}
+}  // namespace
+
 std::string LayerStackBytes(PaintScene& scene) {
   MemoryBinStream layers;
   SaveBinArray(&scene.Layers, &layers, nullptr);
@@ -122,9 +140,15 @@ void WriteLayersUndo(BinStream& out, PaintScene& scene, const std::vector<int>& 
   std::set<int> faces = FacesHolding(scene, ids);
   faces.insert(extraFaces.begin(), extraFaces.end());
 
+  // The stack as text, for readers of the plain form; then the same stack
+  // as the members' own bytes, which undo reads: text keeps six decimals of
+  // a float, and undo must give back every bit.
+  const std::string text = LayerStackText(scene.CurrentLayer, layers);
   BlockWriter w(out);
   w.U32(kLayersUndoTag);
   w.I32(scene.CurrentLayer);
+  w.U32((uint32_t)text.size() + 1);
+  w.Bytes(text.c_str(), text.size() + 1);
   w.U32((uint32_t)layers.size());
   w.Bytes(layers.data(), layers.size());
   w.U32((uint32_t)ids.size());
@@ -165,6 +189,8 @@ void LayersUndo::Apply(BinStream& in) {
   BlockReader r(in, size);
   r.Enter("LR01", size);
   const int current = r.I32();
+  const uint32_t textBytes = r.U32();
+  if (!r.Fits(textBytes, 1, "layer text") || !r.Skip(textBytes)) return;
   const uint32_t stackBytes = r.U32();
   if (!r.Fits(stackBytes, 1, "layer stack")) return;
   MemoryBinStream layers;

@@ -1,6 +1,8 @@
 // The layer record "LR01": written by the layer panel's commands before they
-// change anything. It holds the stack of layers (the reflected members of
-// each, in order), the current layer, and every sample of the layers the
+// change anything. It holds the current layer (u32), the stack as text (u32
+// n and n bytes with the final NUL: "%d\n" of the current layer, then the
+// XML of the layers), the same stack as the reflected members' bytes (which
+// undo reads, exact to the bit), and every sample of the layers the
 // command changes, on grid faces and in tiles, with the composite normals of
 // the faces that hold them, so undo puts back exactly what was there.
 // Faces and tiles of layers no longer in the stack lose their entries.

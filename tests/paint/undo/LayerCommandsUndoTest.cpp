@@ -4,10 +4,17 @@
 // redo repeats each. A stack that is not installed records nothing.
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
 #include "../PaintMeshes.h"
 #include "PaintPicture.h"
 #include "SamePicture.h"
+#include "ClassEngine/xml/XmlNode.h"
 #include "paint/GeneralPen.h"
+#include "paint/layers/LayerStack.h"
 #include "paint/PenShapes.h"
 #include "paint/stroke/PaintDabs.h"
 #include "paint/undo/LayersUndo.h"
@@ -103,4 +110,37 @@ TEST_F(LayerUndoFixture, RefusedCommandsAndNoStackWriteNothing) {
   SetLayerUndoStack(nullptr);
   scene.LayerPanel.AddLayer();
   EXPECT_EQ(stack.UndoPosition, 0);
+}
+
+// The record opens with the current layer and the stack as text ("%d\n" of
+// the current layer, then the layers' XML, closed by a NUL), which reads back
+// into the same layers.
+TEST_F(LayerUndoFixture, TheRecordOpensWithTheStackAsText) {
+  scene.CurrentLayer = b;
+  scene.GetLayerByID(b)->Name = "Rust streaks";
+  scene.LayerPanel.DeleteCurrent();
+  std::ifstream f(stack.FileName(0), std::ios::binary);
+  const std::vector<uint8_t> r((std::istreambuf_iterator<char>(f)), {});
+  ASSERT_GT(r.size(), 12u);
+  auto u32 = [&](size_t at) {
+    uint32_t v;
+    std::memcpy(&v, r.data() + at, 4);
+    return v;
+  };
+  EXPECT_EQ(u32(0), kLayersUndoTag);
+  EXPECT_EQ((int)u32(4), b);
+  const uint32_t n = u32(8);
+  ASSERT_LE(12 + n, r.size());
+  ASSERT_EQ(r[12 + n - 1], 0) << "the text ends with its NUL";
+  const std::string text((const char*)r.data() + 12);
+  ASSERT_EQ(text.size() + 1, n);
+  EXPECT_EQ(text.substr(0, text.find('\n')), std::to_string(b));
+  XmlNode node;
+  ASSERT_GT(node.Parse(text.c_str() + text.find('\n') + 1), 0);
+  LayerStack read;
+  ASSERT_TRUE(read.Layers.Load(&node, &read.Layers));
+  ASSERT_EQ(read.Layers.GetAmount(), 3);
+  EXPECT_EQ(read.Layers[2]->LayerID, b);
+  EXPECT_STREQ(read.Layers[2]->Name.cpchar(), "Rust streaks");
+  EXPECT_EQ(read.Layers[1]->LayerID, a);
 }
