@@ -51,9 +51,13 @@ template <bool Plain>
   if (f.IgnoreBackfaces && nv > 0) return false;
   if (ctx.Pen) {
     ctx.Pen->Sample(s.PenX, s.PenY, out.Color, out.Weights);
-    const float keep = 1 - freeze;
-    for (float& x : out.Weights) x *= keep;
-    out.Color[3] *= keep;
+    // A free sample's factor is 1, which changes no bit; leaving it out
+    // also spares reading the pen's four stores back as one.
+    if (freeze != 0) {
+      const float keep = 1 - freeze;
+      for (float& x : out.Weights) x *= keep;
+      out.Color[3] *= keep;
+    }
     out.Accumulate = !ctx.Pen->DrawBySpots;
   } else if (freeze > 0) {
     for (float& x : out.Weights) x *= 1 - freeze;
