@@ -29,7 +29,10 @@ float BasicPenShape::GetDepth(float, float) { return 1.f; }
 void BasicPenShape::GetColor(float out[4], float, float) { out[0] = out[1] = out[2] = out[3] = 1.f; }
 
 void BasicPenShape::Sample(float x, float y, float outColor[4], float outWeights[4]) {
-  const float d = GetDepth(x, y);
+  SampleDepth(GetDepth(x, y), x, y, outColor, outWeights);
+}
+
+void BasicPenShape::SampleDepth(float d, float x, float y, float outColor[4], float outWeights[4]) {
   outWeights[0] = d, outWeights[1] = 1, outWeights[2] = 0, outWeights[3] = 0;
   outColor[0] = outColor[1] = outColor[2] = 1, outColor[3] = d;
   if (GeneralPen::Falloff > 0) {  // Falloff 0 skips the factor entirely
@@ -56,6 +59,11 @@ std::string BasicPenShape::GetPreviewName() {
   ClassDescriptor* d = GetDescriptor();
   snprintf(name, sizeof name, "previewBPS__%d", d ? d->ID : -1);
   return name;
+}
+
+// GetDepth is final here: the call is direct and inlined.
+void RadialPenShape::Sample(float x, float y, float outColor[4], float outWeights[4]) {
+  SampleDepth(GetDepth(x, y), x, y, outColor, outWeights);
 }
 
 float RadialPenShape::GetDepth(float x, float y) {

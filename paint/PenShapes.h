@@ -76,13 +76,19 @@ class BasicPenShape : public BaseClass {
   virtual bool Activate() { return true; }
   virtual void Deactivate() {}
   virtual void SaveParams() {}
+
+ protected:
+  // Sample's weights and colour from the depth d at (x, y).
+  void SampleDepth(float d, float x, float y, float outColor[4], float outWeights[4]);
 };
 
 // A shape of the distance from the centre; FocalShift bends that distance.
 class RadialPenShape : public BasicPenShape {
  public:
   MV_CLASS(RadialPenShape, BasicPenShape) {}
-  float GetDepth(float x, float y) override;
+  // Final, so that Sample (a texel's pen weights) calls it directly.
+  float GetDepth(float x, float y) final;
+  void Sample(float x, float y, float outColor[4], float outWeights[4]) override;
   // Height at distance r (0 at r >= 1 in every derived pen).
   virtual float Profile(float /*r*/) { return 1.f; }
   // The built-in radial pens name their preview by their place in the list.

@@ -357,11 +357,13 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     return layer && (int)layer->LayerID == ctx.CurrentLayer ? layer : nullptr;
   };
   // One texel whose pixel is (tile, index); `layer` as currentLayer gives.
-  auto visit = [&](const FaceTexel& t, PixelTile* tile, LayerTile* layer, const LayerTile* undo, int index) {
+  // True when the sample changed it; the caller marks the tile.
+  auto visit = [&](const FaceTexel& t, PixelTile* tile, LayerTile* layer, const LayerTile* undo,
+                   int index) __attribute__((always_inline)) {
     TilePixel& pixel = tile->Pixels[index];
     freeze.Add(pixel.Freeze);
     PenPoint pp;
-    if (!measure(t.Position * us, pp) || !layer) return;
+    if (!measure(t.Position * us, pp) || !layer) return false;
     s.PenX = pp.x, s.PenY = pp.y;
     if (strip) f.StripPlace(pp.v, pp.t, pp.r, stripSide, s.StripX, s.StripY);
     s.X = t.X, s.Y = t.Y, s.UVX = t.X, s.UVY = t.Y;
@@ -370,20 +372,23 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     s.Dest = &layer->Pixels[index];
     s.Backup = undo ? &undo->Pixels[index] : s.Dest;
     const float w = fn.Pixel(ctx, s, pp.radius, pp.scaled);
-    if (w != 0) {
-      sum += w;
-      std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
-    }
+    if (w == 0) return false;
+    sum += w;
+    return true;
+  };
+  auto markDirty = [](PixelTile* tile) {
+    std::atomic_ref<int>(tile->DirtyState).store(1, std::memory_order_relaxed);
   };
   // Texels one by one, each finding its tile.
   auto walk = [&](uint32_t first, uint32_t count) {
     measured += count;
     for (uint32_t i = first; i < first + count; i++) {
       const FaceTexel& t = T.Texels[i];
-      if (map->FetchPixel(cur, t.X, t.Y, false, false, false))
-        visit(t, cur.Tile, currentLayer(cur.Tile), cur.Tile->UndoLayerTile, cur.Index);
-      else
+      if (map->FetchPixel(cur, t.X, t.Y, false, false, false)) {
+        if (visit(t, cur.Tile, currentLayer(cur.Tile), cur.Tile->UndoLayerTile, cur.Index)) markDirty(cur.Tile);
+      } else {
         freeze.Add(0);  // no tile yet: nothing frozen there
+      }
     }
   };
   // A block's texels share one tile: it is looked up once.
@@ -396,14 +401,18 @@ float PaintStroke::WalkTexels(const SampleFunction& fn, const StrokeContext& ctx
     measured += b.Count;
     LayerTile* const layer = currentLayer(tile);
     const LayerTile* const undo = tile->UndoLayerTile;
+    // The tile is marked once after its block: a store per texel would pull
+    // the tile's line back and forth when both workers paint it.
+    bool painted = false;
     for (uint32_t i = b.First; i < b.First + b.Count; i++) {
       const FaceTexel& t = T.Texels[i];
       if ((t.X >> 4) != b.TileX || (t.Y >> 4) != b.TileY) {  // a damaged directory
         freeze.Add(0);
         continue;
       }
-      visit(t, tile, layer, undo, (t.Y & 15) * kTileSide + (t.X & 15));
+      painted |= visit(t, tile, layer, undo, (t.Y & 15) * kTileSide + (t.X & 15));
     }
+    if (painted) markDirty(tile);
   };
   if (!blocks) {
     walk(0, (uint32_t)T.Count);
