@@ -19,10 +19,10 @@ float EraseWeight(const PenWeights& pw) {
 // unless the destination is already nearer to grey.
 uint32_t TowardGrey(uint32_t backup, uint32_t dest, float e) {
   float B[4], D[4], R[4];
-  UnpackColor(backup, B), UnpackColor(dest, D);
+  UnpackArgb(backup, B), UnpackArgb(dest, D);
   for (int i = 0; i < 3; i++) R[i] = B[i] + (128 - B[i]) * e;
   auto far = [](const float* c) { return std::fabs(c[0] - 128) + std::fabs(c[1] - 128) + std::fabs(c[2] - 128); };
-  return far(D) <= far(R) ? dest : PackColor(R, dest >> 24);
+  return far(D) <= far(R) ? dest : PackArgb(R, dest >> 24);
 }
 
 // |a| smaller than |b| keeps a.

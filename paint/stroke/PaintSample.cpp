@@ -17,7 +17,7 @@ using comms::cVec3;
 
 namespace {
 
-// The bodies of UnpackColor and PackColor, inlined into the texel's sample.
+// The bodies of UnpackArgb and PackArgb, inlined into the texel's sample.
 [[gnu::always_inline]] inline void UnpackBytes(uint32_t c, float out[4]) {
   out[0] = (float)((c >> 16) & 255), out[1] = (float)((c >> 8) & 255), out[2] = (float)(c & 255);
   out[3] = (float)(c >> 24);
@@ -31,9 +31,9 @@ namespace {
 
 }  // namespace
 
-void UnpackColor(uint32_t c, float out[4]) { UnpackBytes(c, out); }
+void UnpackArgb(uint32_t c, float out[4]) { UnpackBytes(c, out); }
 
-uint32_t PackColor(const float rgb[3], uint32_t alpha) { return PackBytes(rgb, alpha); }
+uint32_t PackArgb(const float rgb[3], uint32_t alpha) { return PackBytes(rgb, alpha); }
 
 namespace {
 
@@ -218,11 +218,11 @@ float PaintSample::Vertex(const StrokeContext& ctx, VertexSample& s, float radiu
     }
   }
   float B[4], D[4], R[4], a;
-  UnpackColor(backup.Color, B), UnpackColor(dest.Color, D);
+  UnpackArgb(backup.Color, B), UnpackArgb(dest.Color, D);
   if (!MixColor<false>(ctx, pw, q, B, D, dest.Opacity, R, a, fill, style)) return pw.W;
   uint32_t spec = dest.Color >> 24;
   if (GeneralPen::DrawSpecular) spec = Byte(MixSpecular<false>(ctx, pw, q, B[3], D[3], fill, style));
-  dest.Color = PackColor(R, spec);
+  dest.Color = PackArgb(R, spec);
   if (!s.Layer || !s.Layer->LockTransparency)
     dest.Opacity = std::max(dest.Opacity, (1 - a) * backup.Opacity + a * a);
   return pw.W;

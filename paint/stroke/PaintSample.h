@@ -30,5 +30,5 @@ bool SamplePenWeights(const StrokeContext& ctx, const SampleCommon& s, float fre
                       float stripScale = 1);
 
 // 0xAARRGGBB to r, g, b, a floats 0..255 and back (bytes rounded and clamped).
-void UnpackColor(uint32_t c, float out[4]);
-uint32_t PackColor(const float rgb[3], uint32_t alpha);
+void UnpackArgb(uint32_t c, float out[4]);
+uint32_t PackArgb(const float rgb[3], uint32_t alpha);

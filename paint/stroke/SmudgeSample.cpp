@@ -46,9 +46,9 @@ bool SmudgeSample::Smear(float w, uint32_t& color, float& coverage) const {
   const float cover = k + (1 - k) * coverage;
   if (k <= 0 || cover <= 0) return false;
   float D[4], R[3];
-  UnpackColor(color, D);
+  UnpackArgb(color, D);
   for (int i = 0; i < 3; i++) R[i] = (k * carried_[i] + (1 - k) * coverage * D[i]) / cover;
-  color = PackColor(R, color >> 24);
+  color = PackArgb(R, color >> 24);
   coverage = std::min(cover, 1.0f);
   return true;
 }
