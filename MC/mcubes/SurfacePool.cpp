@@ -144,11 +144,7 @@ SurfacePool::Chunk* SurfacePool::NewChunk(int cls) {
     c->Prev = c->Next = nullptr;
     mapped_ += kChunkBytes;
     ++chunksMapped_;
-    std::lock_guard<std::mutex> guard(emptyLock_);
-    c->AllPrev = nullptr;
-    c->AllNext = all_;
-    if (all_) all_->AllPrev = c;
-    all_ = c;
+    LinkMapped(c);
   }
   c->Class = cls;
   c->Free = nullptr;
@@ -243,12 +239,16 @@ void* SurfacePool::AllocateLarge(size_t bytes) {
   c->Prev = c->Next = nullptr;
   mapped_ += total;
   ++live_;
+  LinkMapped(c);
+  return (char*)c + kHeader;
+}
+
+void SurfacePool::LinkMapped(Chunk* c) {
   std::lock_guard<std::mutex> guard(emptyLock_);
   c->AllPrev = nullptr;
   c->AllNext = all_;
   if (all_) all_->AllPrev = c;
   all_ = c;
-  return (char*)c + kHeader;
 }
 
 void SurfacePool::FreeLarge(Chunk* c) {

@@ -84,6 +84,8 @@ class SurfacePool {
   static Chunk* ChunkOf(const void* p);
   void* AllocateLarge(size_t bytes);
   static void FreeLarge(Chunk* c);
+  // Puts a new mapping at the head of the list of every mapping.
+  void LinkMapped(Chunk* c);
   // A chunk for class `cls`: an empty kept one, or a fresh mapping.
   Chunk* NewChunk(int cls);
   // The chunk has no live block left: keep it or unmap it.
