@@ -162,11 +162,7 @@ void SurfacePool::Retire(Chunk* c) {
     emptyBytes_ += c->Bytes;
     return;
   }
-  if (c->AllPrev) c->AllPrev->AllNext = c->AllNext;
-  else all_ = c->AllNext;
-  if (c->AllNext) c->AllNext->AllPrev = c->AllPrev;
-  mapped_ -= c->Bytes;
-  munmap(c, c->Bytes);
+  Unmap(c);
 }
 
 void SurfacePool::TakeBatch(int cls, void** out, int n) {
@@ -253,15 +249,9 @@ void SurfacePool::LinkMapped(Chunk* c) {
 
 void SurfacePool::FreeLarge(Chunk* c) {
   SurfacePool* pool = c->Pool;
-  {
-    std::lock_guard<std::mutex> guard(pool->emptyLock_);
-    if (c->AllPrev) c->AllPrev->AllNext = c->AllNext;
-    else pool->all_ = c->AllNext;
-    if (c->AllNext) c->AllNext->AllPrev = c->AllPrev;
-  }
-  pool->mapped_ -= c->Bytes;
+  std::lock_guard<std::mutex> guard(pool->emptyLock_);
   --pool->live_;
-  munmap(c, c->Bytes);
+  pool->Unmap(c);
 }
 
 void* SurfacePool::Allocate(size_t bytes) {
@@ -279,33 +269,32 @@ void SurfacePool::Free(void* p) {
   else c->Pool->GiveBatch(c->Class, &p, 1);
 }
 
-void SurfacePool::Trim() {
-  std::lock_guard<std::mutex> guard(emptyLock_);
-  while (empty_) {
+void SurfacePool::Unmap(Chunk* c) {
+  if (c->AllPrev) c->AllPrev->AllNext = c->AllNext;
+  else all_ = c->AllNext;
+  if (c->AllNext) c->AllNext->AllPrev = c->AllPrev;
+  mapped_ -= c->Bytes;
+  munmap(c, c->Bytes);
+}
+
+void SurfacePool::ReleaseEmptyAbove(size_t keepBytes) {
+  while (empty_ && emptyBytes_ > keepBytes) {
     Chunk* c = empty_;
     Unlink(empty_, c);
     emptyBytes_ -= c->Bytes;
-    if (c->AllPrev) c->AllPrev->AllNext = c->AllNext;
-    else all_ = c->AllNext;
-    if (c->AllNext) c->AllNext->AllPrev = c->AllPrev;
-    mapped_ -= c->Bytes;
-    munmap(c, c->Bytes);
+    Unmap(c);
   }
+}
+
+void SurfacePool::Trim() {
+  std::lock_guard<std::mutex> guard(emptyLock_);
+  ReleaseEmptyAbove(0);
 }
 
 void SurfacePool::SetKeepBytes(size_t keepBytes) {
   keepBytes_ = keepBytes;
   std::lock_guard<std::mutex> guard(emptyLock_);
-  while (empty_ && emptyBytes_ > keepBytes) {
-    Chunk* c = empty_;
-    Unlink(empty_, c);
-    emptyBytes_ -= c->Bytes;
-    if (c->AllPrev) c->AllPrev->AllNext = c->AllNext;
-    else all_ = c->AllNext;
-    if (c->AllNext) c->AllNext->AllPrev = c->AllPrev;
-    mapped_ -= c->Bytes;
-    munmap(c, c->Bytes);
-  }
+  ReleaseEmptyAbove(keepBytes);
 }
 
 size_t SurfacePool::KeptBytes() const {

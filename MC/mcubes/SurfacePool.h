@@ -84,8 +84,13 @@ class SurfacePool {
   static Chunk* ChunkOf(const void* p);
   void* AllocateLarge(size_t bytes);
   static void FreeLarge(Chunk* c);
-  // Puts a new mapping at the head of the list of every mapping.
+  // Puts a new mapping at the head of the list of every mapping; Unmap takes
+  // one out of that list and gives it back to the system. Both under
+  // emptyLock_ (LinkMapped takes it, Unmap's caller holds it).
   void LinkMapped(Chunk* c);
+  void Unmap(Chunk* c);
+  // Gives empty chunks back until at most keepBytes are kept (lock held).
+  void ReleaseEmptyAbove(size_t keepBytes);
   // A chunk for class `cls`: an empty kept one, or a fresh mapping.
   Chunk* NewChunk(int cls);
   // The chunk has no live block left: keep it or unmap it.
