@@ -77,9 +77,14 @@ struct SceneStateUndo : ::testing::Test {
     }
     f.FreezeState = FreezeStateOf(free, frozen, f.SampleCount());
   }
-  void CutLastRecord(int bytes) {
+  // The newest record loses its last `bytes`; undoing it then changes
+  // nothing of what the scene holds now.
+  void ExpectACutRecordChangesNothing(int bytes) {
+    const std::string later = Picture();
     const std::string name = stack.FileName(stack.UndoPosition - 1);
     std::filesystem::resize_file(name, std::filesystem::file_size(name) - bytes);
+    ASSERT_TRUE(stack.Undo());
+    EXPECT_TRUE(SamePicture(Picture(), later));
   }
   void AllBlocksUpToDate() {
     for (auto& [key, parts] : scene.MeshBlocks)
@@ -146,10 +151,7 @@ TEST_F(SceneStateUndo, FreezeMaskOfGridsComesBackByteForByte) {
   // A record cut short leaves the mask as it stands.
   ASSERT_TRUE(PushFreezeUndo(stack, scene));
   SetMask(2, 11);
-  const std::string later = Picture();
-  CutLastRecord(1);
-  ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(SamePicture(Picture(), later));
+  ExpectACutRecordChangesNothing(1);
 }
 
 TEST_F(SceneStateUndo, FreezeMaskOfPixelsComesBackExactly) {
@@ -221,10 +223,7 @@ TEST_F(SceneStateUndo, HiddenFacesComeBackAndAForeignCountDoesNothing) {
   // Cut short: nothing.
   ASSERT_TRUE(PushPolyHideUndo(stack, scene));
   scene.Faces[9].Visible = 0;
-  const std::string later = Picture();
-  CutLastRecord(2);
-  ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(SamePicture(Picture(), later));
+  ExpectACutRecordChangesNothing(2);
 }
 
 TEST_F(SceneStateUndo, MovedVerticesComeBackWithTheirNormals) {
@@ -252,10 +251,7 @@ TEST_F(SceneStateUndo, MovedVerticesComeBackWithTheirNormals) {
 
   ASSERT_TRUE(PushVertUndo(stack, scene, {3}));
   MoveVertices({3}, cVec3(0, 0, 1));
-  const std::string later = Picture();
-  CutLastRecord(4);
-  ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(SamePicture(Picture(), later));
+  ExpectACutRecordChangesNothing(4);
 }
 
 TEST_F(SceneStateUndo, AVertexStepInAToolThatMovesNoneIsPassedOver) {
@@ -307,10 +303,7 @@ TEST_F(SceneStateUndo, WholeFacesComeBackWithGridsLayersAndUVs) {
 
   ASSERT_TRUE(PushFullFaceUndo(stack, scene, {3}));
   Resample(3, 4, 4);
-  const std::string later = Picture();
-  CutLastRecord(5);
-  ASSERT_TRUE(stack.Undo());
-  EXPECT_TRUE(SamePicture(Picture(), later));
+  ExpectACutRecordChangesNothing(5);
 }
 
 // On a target of Ptex planes a face's rectangle of the map (Nx by Ny texels
